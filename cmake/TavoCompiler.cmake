@@ -1,0 +1,43 @@
+# What holds for every target: C++20, warnings as errors, hidden symbols, sanitizers by option.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_C_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+if(NOT CMAKE_BUILD_TYPE)
+    set(CMAKE_BUILD_TYPE Debug CACHE STRING "" FORCE)
+endif()
+
+find_program(TAVO_CCACHE ccache)
+if(TAVO_CCACHE)
+    set(CMAKE_C_COMPILER_LAUNCHER ${TAVO_CCACHE})
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${TAVO_CCACHE})
+endif()
+
+add_library(tavo_warnings INTERFACE)
+target_compile_options(tavo_warnings INTERFACE
+    -Wall -Wextra -Wpedantic -Werror -Wshadow -Wnon-virtual-dtor -Wconversion -Wno-sign-conversion
+    -Wformat=2 -Wimplicit-fallthrough)
+if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    # Lock annotations are checked where the compiler can.
+    target_compile_options(tavo_warnings INTERFACE -Wthread-safety)
+endif()
+
+if(TAVO_SANITIZER)
+    add_compile_options(-fsanitize=${TAVO_SANITIZER} -fno-omit-frame-pointer
+        -fno-sanitize-recover=all)
+    add_link_options(-fsanitize=${TAVO_SANITIZER})
+endif()
+
+# The folder of a platform's sources; nothing outside these folders may ask where it runs.
+if(WIN32)
+    set(TAVO_PLATFORM_FOLDER windows)
+else()
+    set(TAVO_PLATFORM_FOLDER posix)
+endif()

@@ -1,0 +1,34 @@
+# tavo_add_test(NAME DIR LIBRARIES...): one test program from all *_test.cpp below DIR, with every
+# test of it known to ctest. A folder that has no test yet makes no program.
+function(tavo_add_test name dir)
+    if(NOT TAVO_BUILD_TESTS)
+        return()
+    endif()
+    file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${dir}/*.cpp)
+    if(NOT sources)
+        return()
+    endif()
+    add_executable(${name} ${sources})
+    target_link_libraries(${name} PRIVATE ${ARGN} tavo_warnings GTest::gmock GTest::gtest_main)
+    target_include_directories(${name} PRIVATE ${dir})
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
+endfunction()
+
+# tavo_add_library(NAME DIR [LIBRARIES...]): a static library from all *.cpp below DIR except those
+# of tests and of the other platform. New files are found by the next build, so that a folder's
+# listing is the one place that says what belongs to a library.
+function(tavo_add_library name dir)
+    file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${dir}/*.cpp)
+    list(FILTER sources EXCLUDE REGEX "/tests/")
+    if(TAVO_PLATFORM_FOLDER STREQUAL "posix")
+        list(FILTER sources EXCLUDE REGEX "/windows/")
+    else()
+        list(FILTER sources EXCLUDE REGEX "/posix/")
+    endif()
+    if(NOT sources)
+        file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/${name}_empty.cpp "")
+        set(sources ${CMAKE_CURRENT_BINARY_DIR}/${name}_empty.cpp)
+    endif()
+    add_library(${name} STATIC ${sources})
+    target_link_libraries(${name} PUBLIC ${ARGN} PRIVATE tavo_warnings)
+endfunction()
