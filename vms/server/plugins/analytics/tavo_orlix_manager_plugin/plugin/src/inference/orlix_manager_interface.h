@@ -1,0 +1,101 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include <tavo/sdk/i_utility_provider.h>
+#include <tavo/sdk/ptr.h>
+
+#include "core/assigned_model.h"
+#include "core/message_board.h"
+#include "inference/attached_segments.h"
+#include "inference/manager_state.h"
+#include "utils/json.h"
+#include "utils/pipes.h"
+#include "utils/process.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+// The engine's one handle on the manager application: its process, its settings file, and the
+// sending of frames and commands to it over the module socket.
+//
+// Threads: start, stop, checkRunning and updateSettings belong to the runtime loop's thread.
+// sendInput, sendReferenceRun and state may be called from any thread. The external processor
+// files may be read from any thread.
+class OrlixManagerInterface
+{
+public:
+    // `messageBoard` is not owned and outlives this object.
+    OrlixManagerInterface(const std::string& workingDirectory, MessageBoard* messageBoard);
+
+    // Detaches all segments. Does not stop the process: see the job in utils/process.h for that.
+    ~OrlixManagerInterface();
+
+    OrlixManagerInterface(const OrlixManagerInterface&) = delete;
+    OrlixManagerInterface& operator=(const OrlixManagerInterface&) = delete;
+
+    // Decrypts what is encrypted and starts the application; the state tells the outcome, and a
+    // failure is on the board. After a crash it starts again only if the ini file allows.
+    void start(const AssignedModels& assignedModels, const std::string& pluginSocketPath);
+
+    // Asks the application to stop, waits 5 seconds, then kills it; deletes decrypted copies.
+    // Does nothing when no process is there.
+    void stop(const AssignedModels& assignedModels);
+
+    // Looks whether the process lives, reports a crash on the board with what the application
+    // wrote to its standard error, and takes the report back once a restarted application has
+    // stayed up for more than 10 seconds. `provider` may be null: the host is then not told.
+    ManagerState checkRunning(const sdk::Ptr<sdk::IUtilityProvider>& provider);
+
+    // Fire and forget, each on a connection of its own.
+    void sendReferenceRun();
+    void sendStop();
+
+    // Hands an encoded input message over: announces it on the module socket, writes it into the
+    // segment that the reply names, and confirms. True if it was handed over; every failure has
+    // logged why and costs this one frame. The buffer stays the caller's. Waits a second for a
+    // reply at most.
+    [[nodiscard]] bool sendInput(const char* message, std::size_t size, std::uint64_t deviceNumber);
+
+    // Writes etc/settings.json if a model or its change stamp differs from the last write, or if
+    // `force`; true if it was rewritten, and the application then needs a restart. `document` is
+    // the array of model objects.
+    [[nodiscard]] bool updateSettings(
+        MutableJsonDocument document, const AssignedModels& assignedModels, bool force);
+
+    // Null if the file is missing or does not parse, which is a normal case.
+    [[nodiscard]] JsonDocument loadExternalPreprocessors() const;
+    [[nodiscard]] JsonDocument loadExternalPostprocessors() const;
+
+    [[nodiscard]] ManagerState state() const { return m_state.load(std::memory_order_relaxed); }
+
+    // Consecutive starts without a deliberate stop; 0 before the first.
+    [[nodiscard]] std::uint64_t startCount() const { return m_startCount; }
+
+private:
+    bool prepareModels(const AssignedModels& assignedModels);
+    bool prepareModel(const AssignedModel& model);
+    void reportStartFailure(const std::string& text);
+    void reportCrash(int exitCode);
+    void keepLogsOfCrash() const;
+    [[nodiscard]] std::vector<std::string> arguments(const std::string& pluginSocketPath) const;
+    [[nodiscard]] bool modelsDiffer(const AssignedModels& assignedModels) const;
+
+    ProcessRecord m_process;
+    const std::string m_rootFolder;
+    const std::string m_moduleSocketPath;
+    PipeEnd* m_stderrPipe = nullptr; // owned
+    MessageBoard* const m_messageBoard; // not owned
+    std::atomic<ManagerState> m_state{ManagerState::Stopped};
+    std::uint64_t m_startCount = 0;
+    std::uint64_t m_startTimeMs = 0; // wall clock of the last successful start
+    std::unordered_map<std::string, std::string> m_changeTable; // model id to its UpdatedAt
+    std::vector<char> m_completionMessage; // constant after construction
+    AttachedSegments m_segments; // provides its own locking
+};
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

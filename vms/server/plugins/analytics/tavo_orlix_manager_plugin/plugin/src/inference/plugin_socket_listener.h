@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstdint>
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+class Engine;
+
+// The listener thread: takes one result per connection on the plugin socket until the engine shuts
+// down. A socket that cannot be listened on ends it at once, with a log line; the engine then goes
+// on without results.
+void listenerLoop(Engine& engine);
+
+// Decodes one result message and hands it to the device agent that its InputIndex names, under the
+// engine's m_deviceAgentsMutex. Whatever is wrong with the message costs this one message.
+void handleSocketMessage(Engine& engine, const char* data, std::uint32_t size);
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+// Small helpers for files; paths are UTF-8. No state. They log their failures and do not throw.
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+[[nodiscard]] bool fileExists(const std::string& path);
+
+// 0 on failure.
+[[nodiscard]] std::uint64_t fileSize(const std::string& path);
+
+// A path that does not exist is no failure.
+bool deleteFile(const std::string& path);
+
+// The file's bytes, or null if it cannot be opened. `size` is what the buffer holds.
+[[nodiscard]] std::unique_ptr<char[]> readFile(const std::string& path, std::size_t* size);
+
+// 0 on success, 1 on failure.
+int writeFile(const std::string& path, const char* data, std::size_t size);
+
+// What stands behind the last "/", also on Windows: these paths come from URLs.
+[[nodiscard]] std::string fileNameOf(const std::string& path);
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <tavo/sdk/i_utility_provider.h>
+#include <tavo/sdk/ptr.h>
+
+#include "utils/json.h"
+
+// The host's REST interface. Every request runs inside the host, through its utility provider,
+// with the host's rights. All that the plugin keeps on the host lies in the server's and in each
+// device's "parameters", under "tavoAI".
+//
+// Any thread may call; requests run one at a time, and each waits for the host without a time-out.
+// No operation throws: an empty text, list or document means failure, and why was logged. The
+// HTTP status is not looked at, so a caller must expect a text that does not parse. A null provider
+// (the host is shutting down) is such a failure.
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+using UtilityProviderPtr = sdk::Ptr<sdk::IUtilityProvider>;
+
+// The first line of the response's body, which is the whole of the host's one-line JSON.
+std::string doRequest(const std::string& path, const std::string& method,
+    const std::string& mimeType, const std::string& body, const UtilityProviderPtr& provider);
+
+[[nodiscard]] std::string getDevice(
+    const UtilityProviderPtr& provider, const std::string& deviceId);
+
+// A JSON array of the records of this server's devices.
+[[nodiscard]] std::string getDevicesParameters(const UtilityProviderPtr& provider);
+
+[[nodiscard]] JsonDocument getServerParameters(const UtilityProviderPtr& provider);
+
+// The host merges `body`, a JSON document, into the record that it holds.
+std::string patchDevice(
+    const UtilityProviderPtr& provider, const std::string& body, const std::string& deviceId);
+std::string patchServer(const UtilityProviderPtr& provider, const std::string& body);
+
+// Ids of the host's users of type "cloud".
+[[nodiscard]] std::vector<std::string> getCloudUserIds(const UtilityProviderPtr& provider);
+
+// Ids of activated devices that have models or pipelines; and of those that lack one of the two.
+// A device with only one of them is in both lists.
+[[nodiscard]] std::vector<std::string> getDevicesWithConfiguration(
+    const UtilityProviderPtr& provider);
+[[nodiscard]] std::vector<std::string> getDevicesWithoutConfiguration(
+    const UtilityProviderPtr& provider);
+
+void patchRuntimeInformation(
+    const UtilityProviderPtr& provider, const std::string& name, const std::string& mimeType);
+void patchRuntimeActive(const UtilityProviderPtr& provider, bool active);
+
+// A new document {"parameters":{"tavoAI":{}}} and its inner object, which lives as long as it.
+[[nodiscard]] std::pair<MutableJsonDocument, yyjson_mut_val*> makeParametersDocument();
+
+// Adds "runtimeInformation" to the inner object. The texts are copied.
+void addRuntimeInformation(yyjson_mut_doc* document, yyjson_mut_val* object,
+    const std::string& name, const std::string& mimeType);
+
+// What the host says of itself; empty when it gives none.
+[[nodiscard]] std::string cloudSystemId(const UtilityProviderPtr& provider);
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

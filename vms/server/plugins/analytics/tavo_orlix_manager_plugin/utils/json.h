@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include <yyjson.h>
+
+// Ownership of yyjson documents, and the few reads that everyone needs. No state; any thread.
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+struct JsonDeleter
+{
+    void operator()(yyjson_doc* document) const { yyjson_doc_free(document); }
+    void operator()(yyjson_mut_doc* document) const { yyjson_mut_doc_free(document); }
+};
+
+// A parsed, immutable document; null when the text did not parse.
+using JsonDocument = std::unique_ptr<yyjson_doc, JsonDeleter>;
+
+// A document under construction.
+using MutableJsonDocument = std::unique_ptr<yyjson_mut_doc, JsonDeleter>;
+
+[[nodiscard]] inline JsonDocument parseJson(std::string_view text)
+{
+    return JsonDocument(yyjson_read(text.data(), text.size(), YYJSON_READ_NOFLAG));
+}
+
+[[nodiscard]] inline MutableJsonDocument newJsonDocument()
+{
+    return MutableJsonDocument(yyjson_mut_doc_new(nullptr));
+}
+
+// The text of a string value; empty for null and for every other type. Valid while its document is.
+[[nodiscard]] inline std::string_view jsonText(yyjson_val* value)
+{
+    return yyjson_is_str(value) ? std::string_view(yyjson_get_str(value), yyjson_get_len(value))
+                                : std::string_view();
+}
+
+// The member of an object, or null when `object` is null, no object, or lacks the key.
+[[nodiscard]] inline yyjson_val* jsonMember(yyjson_val* object, const char* key)
+{
+    return yyjson_obj_get(object, key);
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix
