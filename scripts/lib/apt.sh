@@ -1,0 +1,95 @@
+# shellcheck shell=bash
+# Debian packages: which are missing, installing just those. Needs common.sh.
+
+readonly kDebianKeyring=/usr/share/keyrings/debian-archive-keyring.gpg
+apt_lists_are_fresh=no
+
+package_is_installed()
+{
+    [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
+}
+
+# missing_packages NAME...: those of the names that are not installed, one a line.
+missing_packages()
+{
+    local name
+    for name in "$@"; do
+        package_is_installed "$name" || printf '%s\n' "$name"
+    done
+}
+
+# Once a run at most, and only called where something must be installed.
+refresh_apt_lists()
+{
+    if [ "$apt_lists_are_fresh" = no ]; then
+        say "Refreshing the package lists"
+        as_root apt-get -qq update || die "apt-get update failed"
+        apt_lists_are_fresh=yes
+    fi
+}
+
+# install_packages NAME...: installs those that are missing, and says so.
+install_packages()
+{
+    local missing
+    mapfile -t missing < <(missing_packages "$@")
+    if [ ${#missing[@]} -eq 0 ]; then
+        return
+    fi
+    refresh_apt_lists
+    say "Installing: ${missing[*]}"
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get -qq -y -o Dpkg::Use-Pty=0 \
+        install --no-install-recommends "${missing[@]}" >/dev/null \
+        || die "apt-get could not install: ${missing[*]}"
+}
+
+# install_file PATH: writes standard input there as root, unless the file says so already.
+# Succeeds where the file changed.
+install_file()
+{
+    local text
+    text=$(cat)
+    if [ -f "$1" ] && [ "$(cat "$1")" = "$text" ]; then
+        return 1
+    fi
+    say "Writing $1"
+    printf '%s\n' "$text" | as_root tee "$1" >/dev/null
+    as_root chmod 644 "$1"
+}
+
+# The address that this machine has its own Debian release from, so that a mirror stays in use.
+# Read from the lists themselves: they know every way in which sources can be written.
+debian_uri()
+{
+    local uri
+    uri=$(list_debian_uris)
+    if [ -z "$uri" ]; then
+        refresh_apt_lists >&2
+        uri=$(list_debian_uris)
+    fi
+    [ -n "$uri" ] || die "no Debian source for $(debian_codename) found; see 'apt-get indextargets'"
+    printf '%s\n' "${uri%%$'\n'*}"
+}
+
+# One address a line, empty where the package lists were never fetched.
+list_debian_uris()
+{
+    # shellcheck disable=SC2016 # the word is for apt-get to expand
+    apt-get indextargets --format '$(REPO_URI)' \
+        'Created-By: Packages' 'Origin: Debian' 'Label: Debian' "Codename: $(debian_codename)"
+}
+
+debian_codename()
+{
+    # shellcheck source=/dev/null
+    (. /etc/os-release && printf '%s\n' "${VERSION_CODENAME:-}")
+}
+
+# apt_source TYPE URI SUITE: the text of a sources file.
+apt_source()
+{
+    printf 'Types: %s\nURIs: %s\nSuites: %s\nComponents: main\n' "$1" "$2" "$3"
+    if [ -f "$kDebianKeyring" ]; then
+        printf 'Signed-By: %s\n' "$kDebianKeyring"
+    fi
+}

@@ -1,0 +1,65 @@
+# shellcheck shell=bash
+# MPack. Debian has no package of it, but the source of one that carries it: that source is fetched
+# from Debian, checked, and its MPack compiled into the cache as a library of its own.
+# cmake/FindMPack.cmake finds it there. Needs common.sh, apt.sh and a C compiler.
+
+readonly kMpackSource=balboa=2.0.0+ds-5
+readonly kMpackSuite=bookworm
+readonly kMpackTarball=balboa_2.0.0+ds.orig.tar.xz
+readonly kMpackSha256=32889196860b8af002d9e628779a53432e31c29fc578f816cabd7f63d52c0e33
+
+mpack_is_on_system()
+{
+    printf '#include <mpack.h>\nint main(void) { return mpack_tag_nil().type == mpack_type_str; }\n' \
+        | gcc -x c - -I/usr/include/mpack -I/usr/local/include/mpack -lmpack -o /dev/null 2>/dev/null
+}
+
+mpack_is_built()
+{
+    [ -f "$(cache_dir)/mpack/include/mpack.h" ] && [ -f "$(cache_dir)/mpack/lib/libmpack.a" ]
+}
+
+# fetch_mpack_source FOLDER: the checked tarball, in FOLDER. Every apt file that this writes is
+# below FOLDER, so it needs no root and leaves the machine's sources alone.
+fetch_mpack_source()
+{
+    local folder=$1 uri
+    uri=$(debian_uri)
+    mkdir -p "$folder/parts" "$folder/lists/partial" "$folder/archives/partial"
+    apt_source deb-src "$uri" "$kMpackSuite" >"$folder/parts/mpack.sources"
+    local options=(-qq -o APT::Sandbox::User="$(id -un)"
+        -o Dir::Etc::sourcelist=/dev/null -o Dir::Etc::sourceparts="$folder/parts"
+        -o Dir::State::lists="$folder/lists" -o Dir::Cache="$folder")
+    apt-get "${options[@]}" update || die "the list of Debian's sources could not be fetched"
+    # Without --tar-only a packaging file that this has no use for could fail it.
+    (cd "$folder" && apt-get "${options[@]}" source --download-only --tar-only "$kMpackSource") \
+        || die "Debian's source $kMpackSource could not be fetched"
+    file_has_sha256 "$folder/$kMpackTarball" "$kMpackSha256" \
+        || die "$kMpackTarball is not the file that was expected; nothing was built from it"
+}
+
+# build_mpack FOLDER: fetches and compiles in FOLDER, then renames the result into the cache.
+# Built in its default configuration, which is also the one that mpack.h takes on its own.
+build_mpack()
+{
+    local folder=$1 built=$1/mpack
+    fetch_mpack_source "$folder"
+    mkdir -p "$folder/source" "$built/include" "$built/lib"
+    tar -xJf "$folder/$kMpackTarball" -C "$folder/source" --strip-components=3 --wildcards \
+        '*/backend/lib/mpack.[ch]' || die "$kMpackTarball holds no MPack"
+    gcc -std=c11 -O2 -g -fPIC -fvisibility=hidden -c "$folder/source/mpack.c" \
+        -o "$folder/mpack.o" || die "MPack does not compile"
+    ar rcs "$built/lib/libmpack.a" "$folder/mpack.o"
+    cp "$folder/source/mpack.h" "$built/include/"
+    rm -rf "$(cache_dir)/mpack"
+    mv -T "$built" "$(cache_dir)/mpack"
+}
+
+install_mpack()
+{
+    if mpack_is_built || mpack_is_on_system; then
+        return
+    fi
+    say "Building MPack into $(cache_dir)/mpack"
+    with_scratch build_mpack
+}

@@ -1,0 +1,44 @@
+#!/usr/bin/env bash
+# Brings a bare Debian 12 to where the repo builds. Installs what is missing and only that, as root or
+# through sudo; a second run changes nothing. What has no package is built into the cache folder:
+# $TAVO_CACHE_DIR, else $XDG_CACHE_HOME/tavo_orlix, else ~/.cache/tavo_orlix.
+#
+# usage: setup.sh [build|demo]
+#   build   what compiling and testing need (the default)
+#   demo    the same, and the video and the model that the demonstration runs on
+set -euo pipefail
+
+here=$(dirname "${BASH_SOURCE[0]}")
+# shellcheck source=scripts/lib/common.sh
+. "$here/lib/common.sh"
+# shellcheck source=scripts/lib/apt.sh
+. "$here/lib/apt.sh"
+# shellcheck source=scripts/lib/yyjson.sh
+. "$here/lib/yyjson.sh"
+# shellcheck source=scripts/lib/mpack.sh
+. "$here/lib/mpack.sh"
+
+readonly kToolPackages=(g++ cmake ninja-build ccache pkg-config git xz-utils)
+readonly kLibraryPackages=(libcurl4-openssl-dev libssl-dev libsimpleini-dev qt6-base-dev)
+readonly kTestPackages=(libgtest-dev libgmock-dev libbenchmark-dev)
+readonly kDevkitPackages=(
+    libavformat-dev libavcodec-dev libavutil-dev libswscale-dev
+    # OpenCV's parts by name: libopencv-dev would bring half a desktop.
+    libopencv-dnn-dev libopencv-objdetect-dev libopencv-imgproc-dev libopencv-imgcodecs-dev
+    libcpp-httplib-dev libcli11-dev libsqlite3-dev)
+
+set_up_build()
+{
+    install_packages "${kToolPackages[@]}" "${kLibraryPackages[@]}" "${kTestPackages[@]}" \
+        "${kDevkitPackages[@]}"
+    install_yyjson
+    install_mpack
+}
+
+mode=${1:-build}
+command -v apt-get >/dev/null || die "this set-up is for Debian 12: there is no apt-get here"
+case $mode in
+    build) set_up_build ;;
+    *) die "usage: $0 [build|demo]" ;;
+esac
+say "Set-up for '$mode' is complete"
