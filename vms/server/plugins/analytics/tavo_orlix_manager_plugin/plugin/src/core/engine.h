@@ -1,0 +1,109 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <string>
+#include <thread>
+#include <unordered_map>
+
+#include <tavo/sdk/analytics/helpers/engine.h>
+#include <tavo/sdk/i_utility_provider.h>
+#include <tavo/sdk/ptr.h>
+
+#include "core/assigned_model.h"
+#include "core/message_board.h"
+#include "inference/orlix_manager_interface.h"
+#include "models/model_manager.h"
+#include "runtimes/manager_installation.h"
+#include "runtimes/runtimes_manager.h"
+#include "utils/mutex.h"
+#include "utils/sockets.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+class DeviceAgent;
+class Plugin;
+
+// The one long-lived object of the library: it owns every service that does not belong to a single
+// camera, the registry of device agents, and the library's two threads. The listener thread runs
+// from the constructor to the destructor; the runtime loop from the first device agent on, so that
+// a server with no camera under analytics installs and starts nothing.
+//
+// Lock order, outermost first: m_deviceAgentsMutex; settingsLock(); an agent's pipelineLock. The
+// REST client's lock is taken under any of them. The board's mutex, the segment lock, the locks of
+// single texts and the log's are leaves. m_deviceAgentsMutex is held across model downloads, so
+// results of all cameras wait for those: accepted.
+class Engine: public sdk::analytics::Engine
+{
+public:
+    // `plugin` is not owned and outlives the engine. Throws std::filesystem::filesystem_error when
+    // the system has no temporary directory, std::system_error when a thread cannot start.
+    Engine(Plugin* plugin, std::string workingDirectory);
+
+    // Waits for both threads; the loop stops the manager application on its way out.
+    ~Engine() override;
+
+    // Called by a device agent's destructor. An unknown index is ignored.
+    void removeDeviceAgent(std::size_t index) EXCLUDES(m_deviceAgentsMutex);
+
+    // The one way to the host: a fresh reference for one operation, or null once shutdown began.
+    [[nodiscard]] sdk::Ptr<sdk::IUtilityProvider> utilityProvider() const;
+
+    // What a user asks of the system as a whole. Each posts its text on the board, sets a flag that
+    // the loop serves in a later pass, and clears the warnings. Any thread may call.
+    void resetDevices();
+    void resetDevice(const std::string& deviceId);
+    void clearCache();
+    void retryDownloads();
+    void requestRuntimeReselection();
+
+    [[nodiscard]] const std::string& workingDirectory() const { return m_workingDirectory; }
+    [[nodiscard]] MessageBoard& messageBoard() { return m_messageBoard; }
+    [[nodiscard]] OrlixManagerInterface& managerInterface() { return m_managerInterface; }
+    [[nodiscard]] RuntimesManager& runtimesManager() { return m_runtimesManager; }
+    [[nodiscard]] ManagerInstallation& managerInstallation() { return m_managerInstallation; }
+
+    // kCloudConnected and its like, of remote/cloud_client.h.
+    std::atomic<int> cloudConnectionState{0};
+
+    // 0: the host's customization is "tavovms", 1: "default", 2: another. Set when the loop starts.
+    std::atomic<int> hostCustomizationKind{0};
+
+protected:
+    // sdk::analytics::Engine:
+    // The operations that the base leaves to its subclass.
+
+private:
+    friend void listenerLoop(Engine& engine);
+    friend void handleSocketMessage(Engine& engine, const char* data, std::uint32_t size);
+    friend class RuntimeManagerLoop;
+
+    [[nodiscard]] std::size_t freeIndex() const REQUIRES(m_deviceAgentsMutex);
+
+    // In construction order; destroyed in reverse.
+    bool m_runtimeLoopStarted GUARDED_BY(m_deviceAgentsMutex) = false;
+    std::thread m_listenerThread;
+    mutable Mutex m_deviceAgentsMutex;
+    std::unordered_map<std::size_t, DeviceAgent*> m_deviceAgents
+        GUARDED_BY(m_deviceAgentsMutex); // not owned
+    std::atomic<SocketHandle> m_listeningSocket{kInvalidSocket}; // whoever exchanges it closes it
+    std::string m_socketPath; // constant after construction
+    std::atomic<bool> m_shuttingDown{false};
+    Plugin* const m_plugin; // not owned
+    std::thread m_runtimeLoopThread;
+    AssignedModels m_assignedModels; // the loop thread's
+    const std::string m_workingDirectory;
+    std::atomic<bool> m_resetRequested{false};
+    mutable Mutex m_resetDeviceIdMutex; // a leaf
+    std::string m_resetDeviceId GUARDED_BY(m_resetDeviceIdMutex); // empty means all devices
+    std::atomic<bool> m_clearCacheRequested{false};
+    std::atomic<bool> m_retryDownloadsRequested{false};
+    MessageBoard m_messageBoard;
+    ManagerInstallation m_managerInstallation;
+    RuntimesManager m_runtimesManager;
+    OrlixManagerInterface m_managerInterface;
+    ModelManager m_modelManager;
+};
+
+} // namespace tavo::vms_server_plugins::analytics::orlix
