@@ -1,0 +1,74 @@
+// The part of an engine that does not depend on what it does: keeps settings and handler, logs
+// under a prefix, wraps results. Any thread may call.
+// Exceptions of a subclass pass through to the host.
+#pragma once
+
+#include <map>
+#include <mutex>
+#include <string>
+
+#include <tavo/sdk/analytics/i_engine.h>
+#include <tavo/sdk/helpers/output.h>
+#include <tavo/sdk/helpers/ref_countable.h>
+#include <tavo/sdk/ptr.h>
+
+namespace tavo::sdk::analytics
+{
+
+class Engine : public RefCountable<IEngine>
+{
+public:
+    // IEngine0:
+    void setEngineInfo(const IEngineInfo* engineInfo) override;
+    Result<const ISettingsResponse*> setSettings(const IStringMap* settings) override;
+    Result<const ISettingsResponse*> pluginSideSettings() const override;
+    Result<const IString*> manifest() const override;
+    bool isCompatible(const IDeviceInfo* deviceInfo) const override;
+    Result<IDeviceAgent*> doObtainDeviceAgent(const IDeviceInfo* deviceInfo) override = 0;
+    void doExecuteAction(Result<const IActionResponse*>* outResult, const IAction* action) override;
+    void setHandler(IEngine::IHandler* handler) override;
+
+    // IEngine:
+    void reservedOperation() override {}
+
+protected:
+    // `enableOutput`: whether lines that only tell what goes on are written. An empty prefix means
+    // one made of the library's name.
+    explicit Engine(bool enableOutput, std::string printPrefix = {});
+    ~Engine() override;
+
+    // the order is the ABI: append only
+
+    // The manifest as JSON.
+    virtual std::string manifestString() const = 0;
+
+    // Called after new settings were stored; read them with settingValue or currentSettings.
+    virtual Result<const ISettingsResponse*> settingsReceived();
+
+    // What the engine does about an action that was found to be whole. An engine has no dialog with
+    // active settings of its own: they reach it as actions, hence the name.
+    virtual Result<const IActionResponse*> getSettingsOnActiveSettingChange(
+        Ptr<const IAction> action, const std::map<std::string, std::string>& params);
+
+    std::map<std::string, std::string> currentSettings() const;
+
+    // The empty text, with an error logged, for a name that is not there.
+    std::string settingValue(const std::string& name) const;
+
+    // Tells the people who run the server something; needs the handler.
+    void pushIntegrationDiagnosticEvent(
+        IIntegrationDiagnosticEvent::Level level, std::string caption,
+        std::string description) const;
+
+    Ptr<IEngine::IHandler> handler() const; // null before it was set
+    const Output& output() const { return m_output; }
+
+private:
+    Output m_output;
+    mutable std::mutex m_mutex; // leaf, over the two members below
+    std::map<std::string, std::string> m_settings;
+    Ptr<IEngine::IHandler> m_handler;
+    const std::string m_givenPrintPrefix;
+};
+
+} // namespace tavo::sdk::analytics

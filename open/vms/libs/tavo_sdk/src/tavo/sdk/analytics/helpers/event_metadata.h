@@ -1,0 +1,52 @@
+// One event. Filled by one thread, then handed over.
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <tavo/sdk/analytics/i_event_metadata.h>
+#include <tavo/sdk/helpers/ref_countable.h>
+#include <tavo/sdk/ptr.h>
+
+namespace tavo::sdk::analytics
+{
+
+class EventMetadata : public RefCountable<IEventMetadata>
+{
+public:
+    void setTypeId(std::string typeId) { m_typeId = std::move(typeId); }
+    void setConfidence(float confidence) { m_confidence = confidence; }
+    void addAttribute(Ptr<const IAttribute> attribute);
+    void setCaption(std::string caption) { m_caption = std::move(caption); }
+    void setDescription(std::string description) { m_description = std::move(description); }
+    void setIsActive(bool isActive) { m_isActive = isActive; }
+    void setTrackId(const Uuid& trackId) { m_trackId = trackId; }
+    void setKey(std::string key) { m_key = std::move(key); }
+    void setRegionId(const Uuid& regionId) { m_regionId = regionId; }
+
+    // IEventMetadata:
+    const char* typeId() const override { return m_typeId.c_str(); }
+    float confidence() const override { return m_confidence; }
+    const IAttribute* attribute(int index) const override;
+    int attributeCount() const override { return static_cast<int>(m_attributes.size()); }
+    const char* caption() const override { return m_caption.c_str(); }
+    const char* description() const override { return m_description.c_str(); }
+    bool isActive() const override { return m_isActive; }
+    void getTrackId(Uuid* outValue) const override;
+    const char* key() const override { return m_key.c_str(); }
+    Uuid regionId() const override { return m_regionId; }
+
+private:
+    std::string m_typeId;
+    float m_confidence = 1.0F;
+    std::vector<Ptr<const IAttribute>> m_attributes;
+    std::string m_caption;
+    std::string m_description;
+    bool m_isActive = false;
+    Uuid m_trackId;
+    std::string m_key;
+    Uuid m_regionId;
+};
+
+} // namespace tavo::sdk::analytics

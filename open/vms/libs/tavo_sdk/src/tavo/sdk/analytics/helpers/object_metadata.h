@@ -1,0 +1,43 @@
+// One detected object. Filled by one thread, then handed over.
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <tavo/sdk/analytics/i_object_metadata.h>
+#include <tavo/sdk/helpers/ref_countable.h>
+#include <tavo/sdk/ptr.h>
+
+namespace tavo::sdk::analytics
+{
+
+class ObjectMetadata : public RefCountable<IObjectMetadata>
+{
+public:
+    void setTypeId(std::string typeId) { m_typeId = std::move(typeId); }
+    void setConfidence(float confidence) { m_confidence = confidence; }
+    void addAttribute(Ptr<const IAttribute> attribute);
+    void setTrackId(const Uuid& trackId) { m_trackId = trackId; }
+    void setSubtype(std::string subtype) { m_subtype = std::move(subtype); }
+    void setBoundingBox(const Rect& boundingBox) { m_boundingBox = boundingBox; }
+
+    // IObjectMetadata:
+    const char* typeId() const override { return m_typeId.c_str(); }
+    float confidence() const override { return m_confidence; }
+    const IAttribute* attribute(int index) const override;
+    int attributeCount() const override { return static_cast<int>(m_attributes.size()); }
+    Uuid trackId() const override { return m_trackId; }
+    const char* subtype() const override { return m_subtype.c_str(); }
+    Rect boundingBox() const override { return m_boundingBox; }
+
+private:
+    std::string m_typeId;
+    float m_confidence = 1.0F;
+    std::vector<Ptr<const IAttribute>> m_attributes;
+    Uuid m_trackId;
+    std::string m_subtype;
+    Rect m_boundingBox;
+};
+
+} // namespace tavo::sdk::analytics

@@ -1,0 +1,68 @@
+// The counting of a class that implements `RefCountableInterface`. Starts with one reference, and
+// reports to the registry of the LibContext, if there is one, when an object comes and goes.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include <tavo/sdk/helpers/lib_context.h>
+#include <tavo/sdk/i_ref_countable.h>
+
+namespace tavo::sdk
+{
+
+template <class RefCountableInterface>
+class RefCountable : public RefCountableInterface
+{
+public:
+    RefCountable(const RefCountable&) = delete;
+    RefCountable& operator=(const RefCountable&) = delete;
+
+    ~RefCountable() override
+    {
+        if (IRefCountableRegistry* const registry = libContext().refCountableRegistry())
+            registry->notifyDestroyed(this, m_refCount.load(std::memory_order_relaxed));
+    }
+
+    std::uint32_t addRef() const override
+    {
+        if (m_delegate)
+            return m_delegate->addRef();
+        return m_refCount.fetch_add(1, std::memory_order_relaxed) + 1;
+    }
+
+    std::uint32_t releaseRef() const override
+    {
+        if (m_delegate)
+            return m_delegate->releaseRef();
+        const std::uint32_t refCount = m_refCount.fetch_sub(1, std::memory_order_acq_rel) - 1;
+        if (refCount == 0)
+            delete m_self;
+        return refCount;
+    }
+
+protected:
+    RefCountable() { reportCreated(); }
+
+    // For an object that is a part of another one and lives as long as that: references to it are
+    // references to `delegate`, which is not owned.
+    explicit RefCountable(const IRefCountable* delegate) :
+        m_delegate(delegate)
+    {
+        reportCreated();
+    }
+
+private:
+    void reportCreated() const
+    {
+        if (IRefCountableRegistry* const registry = libContext().refCountableRegistry())
+            registry->notifyCreated(this, m_refCount.load(std::memory_order_relaxed));
+    }
+
+private:
+    mutable std::atomic<std::uint32_t> m_refCount{1};
+    const RefCountable* const m_self = this;
+    const IRefCountable* const m_delegate = nullptr;
+};
+
+} // namespace tavo::sdk
