@@ -1,0 +1,48 @@
+#pragma once
+
+#include <opencv2/core.hpp>
+#include <opencv2/dnn.hpp>
+
+#include <filesystem>
+#include <vector>
+
+#include "detection.h"
+
+namespace tavo::devkit
+{
+
+// NanoDet, a small detector of the COCO classes, run on the CPU by OpenCV. The model file is what
+// scripts/nanodet_to_onnx.py writes: raw values of cells at strides 8, 16 and 32.
+// Errors are cv::Exception. One object serves one thread at a time.
+class NanoDet
+{
+public:
+    struct Thresholds
+    {
+        float score = 0.45f; // cells that are less sure give nothing
+        float overlap = 0.5f; // of two boxes of a class that overlap by more, the better one stays
+    };
+
+    // Throws where the file cannot be read as a model.
+    explicit NanoDet(const std::filesystem::path& model);
+    NanoDet(const std::filesystem::path& model, Thresholds thresholds);
+
+    // `bgr`: 3 bytes a pixel, not empty, any size; it is stretched to what the model takes.
+    // Gives the best first.
+    [[nodiscard]] std::vector<Detection> detect(const cv::Mat& bgr);
+
+private:
+    const Thresholds m_thresholds;
+    cv::dnn::Net m_net;
+};
+
+// The objects in one head: `head` is 1 x 124 x rows x columns floats, each cell `stride` pixels of
+// the model's input. Boxes are in pixels of that input and may reach beyond it.
+[[nodiscard]] std::vector<Detection> decodeHead(const cv::Mat& head, int stride, float minScore);
+
+// Drops what overlaps a better detection of its class by more than `maxOverlap` (intersection over
+// union). Gives the best first.
+[[nodiscard]] std::vector<Detection> suppressOverlaps(
+    std::vector<Detection> detections, float maxOverlap);
+
+} // namespace tavo::devkit
