@@ -11,29 +11,22 @@
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
-// The image of one frame: RGB, 3 bytes a pixel.
-struct InputImage
-{
-    const std::uint8_t* pixels = nullptr; // not owned
-    std::size_t lineSize = 0; // bytes from row to row, at least 3 * width
-    std::uint32_t width = 0; // pixels
-    std::uint32_t height = 0;
-};
-
 // Whose frame it is, and when it was taken.
 struct InputSource
 {
     std::uint64_t timestampUs = 0; // the host's clock
     std::uint64_t deviceNumber = 0; // comes back in results as InputIndex
-    const std::string& deviceId;
-    const std::string& deviceName;
+    const std::string& deviceId; // not owned
+    const std::string& deviceName; // not owned
 };
 
-// Encodes one input message into `buffer`, which keeps its memory from frame to frame. The caller
-// holds settingsLock() and the agent's pipelineLock, so neither `settings` nor `pipelines` changes.
-// `pipelines` may be null: the message then carries an empty array. False, with the reason logged,
-// when the message cannot be written; the buffer's content is then undefined.
-[[nodiscard]] bool createInputMessage(const InputImage& image, const InputSource& source,
-    const DeviceSettings& settings, const PipelineTree* pipelines, MessageBuffer& buffer);
+// Makes one input message in `buffer`, which keeps its memory from frame to frame. The pixels are
+// not copied here: `image` must live until the message was sent. The caller holds settingsLock()
+// and the agent's pipelineLock, so neither `settings` nor `pipelines` changes. `pipelines` may be
+// null: the message then carries an empty array. False, with the reason logged, when the message
+// cannot be written or is larger than a segment can be; the buffer is then empty.
+[[nodiscard]] bool createInputMessage(
+    const InputImage& image, const InputSource& source, const DeviceSettings& settings,
+    const PipelineTree* pipelines, MessageBuffer& buffer);
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

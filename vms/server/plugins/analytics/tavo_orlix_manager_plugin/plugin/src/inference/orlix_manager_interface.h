@@ -13,6 +13,7 @@
 #include "core/message_board.h"
 #include "inference/attached_segments.h"
 #include "inference/manager_state.h"
+#include "inference/message_buffer.h"
 #include "utils/json.h"
 #include "utils/pipes.h"
 #include "utils/process.h"
@@ -55,11 +56,11 @@ public:
     void sendReferenceRun();
     void sendStop();
 
-    // Hands an encoded input message over: announces it on the module socket, writes it into the
-    // segment that the reply names, and confirms. True if it was handed over; every failure has
-    // logged why and costs this one frame. The buffer stays the caller's. Waits a second for a
-    // reply at most.
-    [[nodiscard]] bool sendInput(const char* message, std::size_t size, std::uint64_t deviceNumber);
+    // Hands an input message over: announces it on the module socket, writes it into the segment
+    // that the reply names, and confirms. True if it was handed over; every failure has logged why
+    // and costs this one frame. Reads the frame's pixels, which therefore still live; the buffer
+    // stays the caller's. Waits a second for a reply at most.
+    [[nodiscard]] bool sendInput(const MessageBuffer& message, std::uint64_t deviceNumber);
 
     // Writes etc/settings.json if a model or its change stamp differs from the last write, or if
     // `force`; true if it was rewritten, and the application then needs a restart. `document` is
