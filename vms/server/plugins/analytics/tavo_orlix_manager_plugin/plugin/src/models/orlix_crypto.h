@@ -1,20 +1,66 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 // Decrypting and hashing of model files and their texts, over libcrypto. No state, no key is kept.
-// Failures are logged and go to standard error; nothing throws.
+// Failures go to standard error and to the log; nothing throws. Memory does not depend on a file's
+// size.
+
+struct evp_pkey_st;
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
-// Decrypts an AES-256-GCM file: 12 bytes initialisation vector, the ciphertext, 16 bytes tag. The
-// key is the first 32 bytes of `key`; a shorter one is refused. The output is created with owner-only
-// access. True if all was decrypted and authentic; on false the output, if any, is not to be used.
-[[nodiscard]] bool decryptModelFile(const char* key, std::size_t keySize,
-    const std::string& inputPath, const std::string& outputPath);
+using Bytes = std::vector<std::uint8_t>;
+
+// Decrypts an AES-256-GCM file: 12 bytes initialisation vector, the ciphertext, 16 bytes tag; no
+// additional data. The key is the first 32 bytes of `key`; a shorter one is refused. The output is
+// created with access for its owner only. True if all was decrypted and is authentic; a wrong key
+// and a cut or corrupted file are not told apart. On false the output may hold bytes that are not to
+// be used.
+[[nodiscard]] bool decryptModelFile(
+    std::string_view key, const std::string& inputPath, const std::string& outputPath);
+
+inline constexpr std::size_t kMd5Size = 16;
+
+// Nothing if the file cannot be read.
+[[nodiscard]] std::optional<Bytes> fileMd5(const std::string& path);
+
+// The padding counts as data, so that the result always has length * 3 / 4 bytes and may end in
+// zeros: a 44-character key text gives 33 bytes. Nothing for a text that is no base64.
+[[nodiscard]] std::optional<Bytes> base64Decode(std::string_view text);
+[[nodiscard]] std::string base64Encode(const Bytes& bytes);
+
+// In lower case.
+[[nodiscard]] std::string hexEncode(const Bytes& bytes);
+
+struct KeyDeleter
+{
+    void operator()(evp_pkey_st* key) const;
+};
+using Key = std::unique_ptr<evp_pkey_st, KeyDeleter>;
+
+// Which half of a key pair is encoded.
+enum class KeySelection : int
+{
+    privateKey = 1,
+    publicKey = 2,
+};
+
+// A new P-256 key, or null.
+[[nodiscard]] Key generateEcKey();
+
+// DER both ways; null or nothing on failure.
+[[nodiscard]] Key loadKey(const Bytes& der, KeySelection selection);
+[[nodiscard]] std::optional<Bytes> encodeKey(const Key& key, KeySelection selection);
+
+// An ECDSA signature over SHA-256, in DER.
+[[nodiscard]] std::optional<Bytes> signSha256(const Key& privateKey, std::string_view data);
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+
+// Files as streams, with what the C library leaves to the system: descriptors that no child
+// inherits, 64-bit positions, and modes. Paths are UTF-8. No state; any thread may call.
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+// Null on failure, with the reason in errno. Closed with std::fclose.
+[[nodiscard]] std::FILE* file_open_read(const char* path);
+
+// Created, or cut to nothing.
+[[nodiscard]] std::FILE* file_open_write(const char* path);
+
+// As file_open_write, with access for the owner only from before the first byte; a file that is
+// already there is given that mode too.
+[[nodiscard]] std::FILE* file_open_private(const char* path);
+
+// False on failure.
+[[nodiscard]] bool file_seek(std::FILE* file, std::uint64_t position);
+
+// Of an open file, in bytes; 0 on failure.
+[[nodiscard]] std::uint64_t file_size(std::FILE* file);
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,0 +1,46 @@
+#include "utils/files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+std::FILE* file_open_read(const char* path)
+{
+    return std::fopen(path, "rbe");
+}
+
+std::FILE* file_open_write(const char* path)
+{
+    return std::fopen(path, "wbe");
+}
+
+std::FILE* file_open_private(const char* path)
+{
+    const int descriptor =
+        open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR);
+    if (descriptor < 0)
+        return nullptr;
+    if (fchmod(descriptor, S_IRUSR | S_IWUSR) == 0)
+    {
+        if (std::FILE* const file = fdopen(descriptor, "wb"))
+            return file;
+    }
+    close(descriptor);
+    return nullptr;
+}
+
+bool file_seek(std::FILE* file, std::uint64_t position)
+{
+    return fseeko(file, static_cast<off_t>(position), SEEK_SET) == 0;
+}
+
+std::uint64_t file_size(std::FILE* file)
+{
+    struct stat status = {};
+    return fstat(fileno(file), &status) == 0 ? static_cast<std::uint64_t>(status.st_size) : 0;
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix
