@@ -1,0 +1,88 @@
+// Options of a program part from a small text file, for support and development. Each line is
+// "name=value"; lines that begin with ";" or "#" are comments.
+//
+// A subclass has a plain field for each option, registers them in its constructor and then calls
+// reload(). What the file lacks keeps its default, and so does an option whose value makes no
+// sense; such a value, a name that nobody registered and a line that is none of the above are
+// reported on standard error. A missing file is no fault.
+//
+// The file is looked for in a folder of the platform's, on Linux $TAVO_INI_DIR, else
+// $XDG_CONFIG_HOME/tavo_ini, else ~/.config/tavo_ini.
+//
+// Fields are written by registration and reload alone, without a lock: nobody may read them
+// meanwhile.
+#pragma once
+
+#include <filesystem>
+#include <list>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace tavo::kit
+{
+
+class IniConfig
+{
+public:
+    // `iniFileName` has no folder in it.
+    explicit IniConfig(std::string iniFileName);
+    virtual ~IniConfig() = default;
+
+    IniConfig(const IniConfig&) = delete;
+    IniConfig& operator=(const IniConfig&) = delete;
+
+    // Empty if the platform names no folder.
+    std::filesystem::path iniFilePath() const;
+
+    // Reads the file again; an option that is no longer in it falls back to its default. Texts
+    // handed out before stay valid as long as this object lives.
+    void reload();
+
+protected:
+    // Each sets the field to the default. The field must live as long as this object.
+    void regBoolParam(bool* field, bool defaultValue, std::string name, std::string description);
+    void regIntParam(int* field, int defaultValue, std::string name, std::string description);
+    void regStringParam( // the text belongs to this object
+        const char** field, const char* defaultValue, std::string name, std::string description);
+
+private:
+    struct BoolParam
+    {
+        bool* field;
+        bool defaultValue;
+    };
+
+    struct IntParam
+    {
+        int* field;
+        int defaultValue;
+    };
+
+    struct StringParam
+    {
+        const char** field;
+        const char* defaultValue; // in m_texts
+    };
+
+    struct Param
+    {
+        std::string name;
+        std::string description;
+        std::variant<BoolParam, IntParam, StringParam> target;
+    };
+
+    const char* keepText(std::string_view text);
+    void setToDefaults();
+    void apply(const std::string& content);
+    void applyValue(std::string_view name, std::string_view value);
+    void report(const std::string& text) const;
+
+private:
+    const std::string m_iniFileName;
+    std::vector<Param> m_params;
+    std::list<std::string> m_texts; // nothing is ever taken out
+};
+
+} // namespace tavo::kit
