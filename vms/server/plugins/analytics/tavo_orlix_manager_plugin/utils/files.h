@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 
 // Files as streams, with what the C library leaves to the system: descriptors that no child
 // inherits, 64-bit positions, and modes. Paths are UTF-8. No state; any thread may call.
@@ -9,15 +10,27 @@
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
-// Null on failure, with the reason in errno. Closed with std::fclose.
+struct FileCloser
+{
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using FileStream = std::unique_ptr<std::FILE, FileCloser>;
+
+// Null on failure, with the reason in errno. Closed with std::fclose, or by a FileStream.
 [[nodiscard]] std::FILE* file_open_read(const char* path);
 
 // Created, or cut to nothing.
 [[nodiscard]] std::FILE* file_open_write(const char* path);
 
+// Created, or written on from its end.
+[[nodiscard]] std::FILE* file_open_append(const char* path);
+
 // As file_open_write, with access for the owner only from before the first byte; a file that is
 // already there is given that mode too.
 [[nodiscard]] std::FILE* file_open_private(const char* path);
+
+// Lets everybody read and write an open file. A failure has no effect.
+void file_allow_all(std::FILE* file);
 
 // False on failure.
 [[nodiscard]] bool file_seek(std::FILE* file, std::uint64_t position);

@@ -17,6 +17,11 @@ std::FILE* file_open_write(const char* path)
     return std::fopen(path, "wbe");
 }
 
+std::FILE* file_open_append(const char* path)
+{
+    return std::fopen(path, "abe");
+}
+
 std::FILE* file_open_private(const char* path)
 {
     const int descriptor =
@@ -30,6 +35,12 @@ std::FILE* file_open_private(const char* path)
     }
     close(descriptor);
     return nullptr;
+}
+
+void file_allow_all(std::FILE* file)
+{
+    // Not being its owner is the one likely failure, and then the mode is the owner's affair.
+    static_cast<void>(fchmod(fileno(file), 0666));
 }
 
 bool file_seek(std::FILE* file, std::uint64_t position)

@@ -1,0 +1,25 @@
+#pragma once
+
+// What has another name on another platform.
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+extern const char kPathSeparator;
+
+extern const char* const kManagerExecutable; // the manager application, in its folder "bin"
+extern const char* const kEngineExecutable; // the inference engine beside it
+extern const char* const kRuntimeLibrary; // the library of an installed runtime
+extern const char* const kArchiveTag; // the platform in the name of the application's archive
+
+// A line for runCommand that makes the folder anew, and empty. Every "{folder_path}" in it is to be
+// replaced; the path may hold anything but a double quote.
+extern const char* const kMakeFolderCommand;
+
+// Where a toolkit tells its version when CUDA_PATH is not set; empty where there is no such place.
+extern const char* const kCudaVersionFile;
+
+// The folder whose entries are the Hailo devices; empty where there is no such place.
+extern const char* const kHailoDeviceFolder;
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

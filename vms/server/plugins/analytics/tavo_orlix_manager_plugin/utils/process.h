@@ -1,0 +1,76 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "utils/pipes.h"
+
+// Child processes that are tied to this one. A child is started inside a job, which holds it and
+// everything that it starts, from its first instruction. All of them end when the job is closed,
+// and with this process, however it ends.
+//
+// A failed call says so by its value and has logged why; nothing throws. A record belongs to one
+// thread at a time. The host's way with SIGCHLD, where there is such a thing, does not matter.
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+class ProcessJob; // the platform's
+
+struct ProcessJobCloser
+{
+    void operator()(ProcessJob* job) const;
+};
+
+inline constexpr std::uint32_t kProcessNotStarted = 1;
+
+// Valid from a successful start until process_wait has closed its job. A record that ends or is
+// overwritten closes its job.
+struct ProcessRecord
+{
+    std::uint32_t pid = kProcessNotStarted; // process id
+    std::unique_ptr<ProcessJob, ProcessJobCloser> job; // null on failure
+};
+
+// The exit code of a process that still runs.
+inline constexpr int kProcessStillActive = 259;
+
+// The exit code of a process that process_kill has ended. One that another signal ended has 128 and
+// the signal's number, where there is such a thing.
+inline constexpr int kProcessKilled = 9;
+
+inline constexpr int kProcessWaitFailed = -1;
+inline constexpr int kProcessWaitTimeout = -2;
+
+// Starts `arguments`, ended by a null pointer, of which the first is the program; it is searched
+// for where it holds no separator. The child has this process's environment and current directory,
+// no standard input, and its standard output only with `console`. With `errorPipe` its standard
+// error goes to that pipe, of which the read end is given; a full pipe loses text and never stalls
+// the child. On failure the record's pid is kProcessNotStarted and `errorPipe` is blank.
+[[nodiscard]] ProcessRecord process_start(
+    const char* const* arguments, bool console, PipeEnd* errorPipe = nullptr);
+[[nodiscard]] ProcessRecord process_start(
+    const std::vector<std::string>& arguments, bool console, PipeEnd* errorPipe = nullptr);
+
+[[nodiscard]] bool process_started(const ProcessRecord& record);
+
+// False once the process has ended. Its end is told once: `exitCode` is set by the first call that
+// finds it, and after that unchanged.
+[[nodiscard]] bool process_is_running(const ProcessRecord& record, int& exitCode);
+
+// Waits for the end. Gives the exit code and closes the job; kProcessWaitTimeout after `seconds`;
+// kProcessWaitFailed if the end was told before.
+[[nodiscard]] int process_wait(ProcessRecord& record, int seconds);
+
+// Ends the process and all that it has started. Gives kProcessKilled without waiting, or -1 if
+// there is no process any more.
+int process_kill(const ProcessRecord& record);
+
+using ProcessSignalHandler = void (*)(int signal);
+
+// For programs, never inside a host: installs `handler` for interruption, termination and abort.
+void process_set_signal_handler(ProcessSignalHandler handler);
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,0 +1,141 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <functional>
+#include <memory>
+#include <span>
+#include <string>
+
+// Local stream sockets and the frame record, the one message format on them: a 4-byte size in
+// machine order, then that many bytes.
+//
+// No wait lasts longer than a second, and no message takes longer than 5 seconds in all, however
+// its bytes trickle. A failed call says so by its value and has logged why; nothing is retried and
+// nothing throws. No write raises a signal. No state: any thread may call. A socket belongs to one
+// thread at a time, except that socket_shutdown may be called from another to wake its wait; a
+// socket is closed only when no thread uses it any more.
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+using SocketHandle = std::uintptr_t;
+inline constexpr SocketHandle kInvalidSocket = static_cast<SocketHandle>(-1);
+
+struct SocketTimeout
+{
+    std::int32_t seconds;
+    std::int32_t microseconds;
+};
+inline constexpr SocketTimeout socket_timeout{1, 0};
+
+inline constexpr int kMessageDeadlineMs = 5000;
+
+// The largest message: what fits a shared memory segment. A larger one counts as one for which no
+// memory can be had.
+inline constexpr std::uint32_t kMaxMessageSize = 0xC800000 - 4;
+
+// Takes one message after the other and allocates only for one that is larger than any before.
+// What a receive that fails leaves behind is the previous message, or part of the new one.
+class ReceiveBuffer
+{
+public:
+    // Null until a first message with a body was announced.
+    [[nodiscard]] char* data() const { return m_data.get(); }
+    [[nodiscard]] std::uint32_t capacity() const { return m_capacity; }
+
+    // As the last size word said: may be more than the buffer holds.
+    [[nodiscard]] std::uint32_t announcedSize() const { return m_announcedSize; }
+    void setAnnouncedSize(std::uint32_t size) { m_announcedSize = size; }
+
+    // The message: never more than the buffer holds, and every byte of it initialised.
+    [[nodiscard]] std::span<const char> message() const
+    {
+        return {m_data.get(), m_announcedSize < m_capacity ? m_announcedSize : m_capacity};
+    }
+
+    // Makes room for `size` bytes; keeps what is there, and what is new is zero. False, and nothing
+    // changed, when `size` is above kMaxMessageSize or memory cannot be had.
+    [[nodiscard]] bool grow(std::uint32_t size);
+
+private:
+    struct Free
+    {
+        void operator()(char* data) const { std::free(data); }
+    };
+
+    std::unique_ptr<char, Free> m_data;
+    std::uint32_t m_capacity = 0;
+    std::uint32_t m_announcedSize = 0;
+};
+
+// How a message may be received. Sole: it is the last one that is read from its connection, so that
+// its header and body may come with one call of the system; what follows it is lost.
+enum class MessagePlace
+{
+    oneOfSeveral,
+    sole,
+};
+
+// Connects to the socket that listens at `path`, which is cut to 107 bytes. Gives a socket to be
+// closed with socket_close, or kInvalidSocket.
+[[nodiscard]] SocketHandle socket_connect(const std::string& path);
+
+// Listens at `path`, cut to 107 bytes; a file that is there is replaced. Gives a socket to be
+// closed with socket_close, or kInvalidSocket. The file stays until socket_unlink.
+[[nodiscard]] SocketHandle socket_listen(const std::string& path);
+
+// Waits a second for a connection and receives its first message as socket_receive_message does.
+// Gives the accepted socket, whether or not a message came, to be closed with socket_close. Gives
+// kInvalidSocket after a second without one, with errno ETIMEDOUT and no log line; at once, and
+// silently, after socket_shutdown.
+[[nodiscard]] SocketHandle socket_accept_message(
+    SocketHandle listeningSocket, ReceiveBuffer& buffer,
+    MessagePlace place = MessagePlace::oneOfSeveral);
+
+// Receives one message. Reports nothing: what came is in the buffer, and on any failure its data,
+// capacity and size are those from before, or the new size with an incomplete body. A header that
+// comes in two pieces is dropped silently. `socket` comes from socket_connect or
+// socket_accept_message.
+void socket_receive_message(
+    SocketHandle socket, ReceiveBuffer& buffer, MessagePlace place = MessagePlace::oneOfSeveral);
+
+// Sends one message. Why it failed is told on standard output and not in the log.
+bool socket_send_message(SocketHandle socket, const void* data, std::uint32_t size);
+
+// Sends one message on a connection of its own. Fire and forget: the caller learns nothing.
+void socket_send_once(const std::string& path, const void* data, std::uint32_t size);
+
+// Sends one message on a connection of its own and receives one. Gives the size of the answer as
+// buffer.message() has it, or 0 with errno set.
+std::uint32_t socket_request(
+    const std::string& path, const void* data, std::uint32_t size, ReceiveBuffer& buffer);
+
+// Handles one connection of socket_serve, which closes it afterwards.
+using SocketCallback = std::function<void(std::span<const char> message, SocketHandle connection)>;
+
+// Listens at `path` and hands each connection to `callback`, on the calling thread, until `stop`
+// is set; that is seen within a second. The message is the previous one if none came. Gives 0, or 1
+// with errno set when it cannot listen.
+int socket_serve(
+    const std::string& path, const SocketCallback& callback, const std::atomic<bool>& stop);
+
+// Gives the system's result: 0, or -1.
+int socket_close(SocketHandle socket);
+
+// Shuts both directions down, and with them every wait on the socket.
+void socket_shutdown(SocketHandle socket);
+
+// Deletes the file of a listening socket.
+void socket_unlink(const std::string& path);
+
+// Make the system's sockets ready, and end that. Needed once per process by programs; inside a host
+// they are ready. Give 0, or 1 with the reason logged.
+int sockets_start();
+int sockets_stop();
+
+[[nodiscard]] int socket_error_to_errno(int systemError);
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstddef>
+
+// The system's error codes and their texts. No state; any thread may call.
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+// The code of the calling thread's last failed system call; changes with the next one.
+[[nodiscard]] int last_system_error();
+[[nodiscard]] int last_socket_error();
+
+// Writes the text of `code`, cut to `size` bytes and not terminated beyond them. Gives its length.
+std::size_t system_error_text(int code, char* buffer, std::size_t size);
+
+// The text of one code, for "%.*s".
+class SystemErrorText
+{
+public:
+    explicit SystemErrorText(int code) :
+        m_length(system_error_text(code, m_text, sizeof m_text))
+    {}
+
+    [[nodiscard]] int length() const { return static_cast<int>(m_length); }
+    [[nodiscard]] const char* text() const { return m_text; }
+
+private:
+    char m_text[1024]; // before the length, which its filling gives
+    std::size_t m_length;
+};
+
+} // namespace tavo::vms_server_plugins::analytics::orlix
