@@ -17,6 +17,8 @@ here=$(dirname "${BASH_SOURCE[0]}")
 . "$here/lib/yyjson.sh"
 # shellcheck source=scripts/lib/mpack.sh
 . "$here/lib/mpack.sh"
+# shellcheck source=scripts/lib/assets.sh
+. "$here/lib/assets.sh"
 
 readonly kToolPackages=(g++ cmake ninja-build ccache pkg-config git xz-utils)
 readonly kLibraryPackages=(libcurl4-openssl-dev libssl-dev libsimpleini-dev qt6-base-dev)
@@ -39,6 +41,12 @@ mode=${1:-build}
 command -v apt-get >/dev/null || die "this set-up is for Debian 12: there is no apt-get here"
 case $mode in
     build) set_up_build ;;
+    demo)
+        set_up_build
+        install_video
+        # The reference application detects people without a model too, only worse.
+        (install_model) || warn "there is no model; people are found by OpenCV's own detector"
+        ;;
     *) die "usage: $0 [build|demo]" ;;
 esac
 say "Set-up for '$mode' is complete"
