@@ -34,7 +34,7 @@ class Plugin;
 // REST client's lock is taken under any of them. The board's mutex, the segment lock, the locks of
 // single texts and the log's are leaves. m_deviceAgentsMutex is held across model downloads, so
 // results of all cameras wait for those: accepted.
-class Engine: public sdk::analytics::Engine
+class Engine : public sdk::analytics::Engine
 {
 public:
     // `plugin` is not owned and outlives the engine. Throws std::filesystem::filesystem_error when

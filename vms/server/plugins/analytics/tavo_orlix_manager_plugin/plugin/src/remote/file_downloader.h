@@ -11,7 +11,8 @@ namespace tavo::vms_server_plugins::analytics::orlix
 // and `title`; the entry is gone when it returns. Any server certificate is accepted. True when the
 // body was written; a body that breaks off counts as written, and who unpacks it will notice.
 // Memory does not depend on the file's size. Blocks for the length of the transfer.
-[[nodiscard]] bool downloadFile(const std::string& url, const std::string& filePath,
-    MessageBoard& board, const std::string& key, const std::string& title);
+[[nodiscard]] bool downloadFile(
+    const std::string& url, const std::string& filePath, MessageBoard& board,
+    const std::string& key, const std::string& title);
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -2,13 +2,19 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <memory>
 #include <string>
+#include <string_view>
 
 // Small helpers for files; paths are UTF-8. No state. They log their failures and do not throw.
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
+
+// The path in the form of the system that runs this.
+[[nodiscard]] std::filesystem::path pathFromUtf8(std::string_view path);
+[[nodiscard]] std::string utf8FromPath(const std::filesystem::path& path);
 
 [[nodiscard]] bool fileExists(const std::string& path);
 
@@ -18,10 +24,11 @@ namespace tavo::vms_server_plugins::analytics::orlix
 // A path that does not exist is no failure.
 bool deleteFile(const std::string& path);
 
-// The file's bytes, or null if it cannot be opened. `size` is what the buffer holds.
+// The file's bytes, or null if it cannot be opened or held. `size` is what the buffer holds, less
+// than the file has when reading it breaks off.
 [[nodiscard]] std::unique_ptr<char[]> readFile(const std::string& path, std::size_t* size);
 
-// 0 on success, 1 on failure.
+// Replaces what is there. 0 on success; 1 on failure, which leaves the file cut short.
 int writeFile(const std::string& path, const char* data, std::size_t size);
 
 // What stands behind the last "/", also on Windows: these paths come from URLs.

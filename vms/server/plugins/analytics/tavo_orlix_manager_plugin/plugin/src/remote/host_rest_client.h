@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -24,9 +25,10 @@ namespace tavo::vms_server_plugins::analytics::orlix
 
 using UtilityProviderPtr = sdk::Ptr<sdk::IUtilityProvider>;
 
-// The first line of the response's body, which is the whole of the host's one-line JSON.
-std::string doRequest(const std::string& path, const std::string& method,
-    const std::string& mimeType, const std::string& body, const UtilityProviderPtr& provider);
+// Gives the first line of the response's body, which is the whole of the host's one-line JSON.
+std::string doRequest(
+    const std::string& path, const std::string& method, const std::string& mimeType,
+    const std::string& body, const UtilityProviderPtr& provider);
 
 [[nodiscard]] std::string getDevice(
     const UtilityProviderPtr& provider, const std::string& deviceId);
@@ -58,11 +60,17 @@ void patchRuntimeActive(const UtilityProviderPtr& provider, bool active);
 // A new document {"parameters":{"tavoAI":{}}} and its inner object, which lives as long as it.
 [[nodiscard]] std::pair<MutableJsonDocument, yyjson_mut_val*> makeParametersDocument();
 
-// Adds "runtimeInformation" to the inner object. The texts are copied.
-void addRuntimeInformation(yyjson_mut_doc* document, yyjson_mut_val* object,
-    const std::string& name, const std::string& mimeType);
+// The same around a deep copy of `content`, of any type, which is what is given.
+[[nodiscard]] std::pair<MutableJsonDocument, yyjson_mut_val*> makeParametersDocument(
+    yyjson_val* content);
 
-// What the host says of itself; empty when it gives none.
-[[nodiscard]] std::string cloudSystemId(const UtilityProviderPtr& provider);
+// Adds "runtimeInformation" to the inner object. The texts are copied.
+void addRuntimeInformation(
+    yyjson_mut_doc* document, yyjson_mut_val* object, const std::string& name,
+    const std::string& mimeType);
+
+// What the host says of itself without a request. The token is empty when the host has none.
+[[nodiscard]] std::optional<std::string> cloudSystemId(const UtilityProviderPtr& provider);
+[[nodiscard]] std::string cloudAuthToken(const UtilityProviderPtr& provider);
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -10,12 +10,23 @@
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
-// The compact text of a document, which ends here; "{}" when it cannot be told.
+// A text of the host's, which may be null.
+[[nodiscard]] inline std::string textOrEmpty(const char* text)
+{
+    return text ? text : "";
+}
+
+// The compact text of a document; "{}" when it cannot be told, which is logged.
+[[nodiscard]] std::string compactJson(const yyjson_mut_doc* document);
+
+// The same for a document that ends here.
 [[nodiscard]] std::string jsonToText(MutableJsonDocument document);
 
+// Decimal, after blanks and a sign; what follows the digits is not looked at. No digits, or a
+// number beyond an int's range, gives the default with a line in the log.
 [[nodiscard]] int textToInt(const std::string& text, int defaultValue);
 
-// A decimal comma reads as a point.
+// Likewise, whatever the host's locale is; a decimal comma reads as a point.
 [[nodiscard]] float textToFloat(std::string text, float defaultValue);
 
 // Equal but for one pair of braces around either. Used for all comparisons of site and device ids.
@@ -24,7 +35,8 @@ namespace tavo::vms_server_plugins::analytics::orlix
 // Of the same length, of letters, digits, "_" and, but for the first place, ".".
 [[nodiscard]] std::string makeIdentifier(std::string text);
 
-// 0: the host's customization is "tavovms", 1: it is "default", 2: another.
+// 0: the customization is "tavovms", 1: it is "default", 2: another.
+[[nodiscard]] int customizationKindOf(std::string_view customization);
 [[nodiscard]] int hostCustomizationKind();
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,0 +1,182 @@
+#include "remote/cloud_client.h"
+
+#include <chrono>
+#include <optional>
+
+#include <tavo/network/http/http_client.h>
+
+#include "core/ini.h"
+#include "core/plugin_version.h"
+#include "remote/text_helpers.h"
+#include "utils/log.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+namespace
+{
+
+using network::http::HttpClient;
+
+constexpr int kStatusOk = 200;
+
+void setUp(HttpClient& client, const UtilityProviderPtr& provider)
+{
+    client.setAllTimeouts(std::chrono::seconds(ini().HTTPRequestTimeout));
+    client.addAdditionalHeader("User-Agent", std::string("ORLIX-Plugin/") + kPluginVersion);
+    client.addAdditionalHeader("Authorization", cloudAuthToken(provider));
+}
+
+// Whether a request ended well; logs how it did not.
+bool succeeded(
+    HttpClient& client, bool requestDone, const std::string& endpoint, const std::string& failure)
+{
+    const network::http::Response* const response = client.response();
+    if (!response)
+    {
+        log_info("Couldn't get a response from endpoint: %s\n", endpoint.c_str());
+        return false;
+    }
+    const network::http::StatusLine& status = response->statusLine;
+    if (requestDone && status.statusCode == kStatusOk)
+        return true;
+
+    std::string text = failure + " Endpoint:" + endpoint +
+        " Code: " + std::to_string(status.statusCode) + " Line: " + status.toString();
+    if (const std::optional<std::string> body = client.fetchEntireMessageBody())
+        text += " Body: " + *body;
+    log_info("%s", text.c_str()); // without a line end, as operators know it
+    return false;
+}
+
+PipelineOption makeOption(yyjson_val* pipeline)
+{
+    PipelineOption option;
+    option.name = jsonText(jsonMember(pipeline, "name"));
+    option.uuid = jsonText(jsonMember(pipeline, "uuid"));
+
+    auto [document, copy] = makeParametersDocument(pipeline);
+    yyjson_mut_obj_remove_key(copy, "name");
+    yyjson_mut_obj_remove_key(copy, "uuid");
+    yyjson_mut_obj_add_strncpy(
+        document.get(), copy, "selectedPipeline", option.uuid.data(), option.uuid.size());
+    option.patch = jsonToText(std::move(document));
+    return option;
+}
+
+std::vector<PipelineOption> makeOptions(const std::string& pipelines)
+{
+    std::vector<PipelineOption> options;
+    const JsonDocument document = parseJson(pipelines);
+    yyjson_arr_iter iterator = yyjson_arr_iter_with(yyjson_doc_get_root(document.get()));
+    while (yyjson_val* const pipeline = yyjson_arr_iter_next(&iterator))
+    {
+        if (!yyjson_is_obj(pipeline))
+            continue;
+        PipelineOption option = makeOption(pipeline);
+        log_info("Patch pipelines %s:\n%s\n", option.name.c_str(), option.patch.c_str());
+        options.push_back(std::move(option));
+    }
+    return options;
+}
+
+std::string resetRequestBody(
+    const UtilityProviderPtr& provider, const std::vector<std::string>& deviceIds)
+{
+    MutableJsonDocument document = newJsonDocument();
+    yyjson_mut_val* const root = yyjson_mut_obj(document.get());
+    yyjson_mut_doc_set_root(document.get(), root);
+    if (const std::optional<std::string> id = cloudSystemId(provider))
+        yyjson_mut_obj_add_strncpy(document.get(), root, "SystemId", id->data(), id->size());
+    if (const char* const id = provider->serverId())
+        yyjson_mut_obj_add_strcpy(document.get(), root, "ServerId", id);
+    yyjson_mut_val* const devices = yyjson_mut_obj_add_arr(document.get(), root, "Devices");
+    for (const std::string& id : deviceIds)
+        yyjson_mut_arr_add_strncpy(document.get(), devices, id.data(), id.size());
+    return jsonToText(std::move(document));
+}
+
+// Patches what the cloud answered, for whichever devices it answered.
+void patchDevices(const UtilityProviderPtr& provider, const std::string& answer)
+{
+    const JsonDocument document = parseJson(answer);
+    yyjson_val* const devices = jsonMember(yyjson_doc_get_root(document.get()), "Devices");
+    yyjson_obj_iter iterator = yyjson_obj_iter_with(devices);
+    while (yyjson_val* const key = yyjson_obj_iter_next(&iterator))
+    {
+        const std::string id(jsonText(key));
+        auto [patch, copy] = makeParametersDocument(yyjson_obj_iter_get_val(key));
+        const std::string text = jsonToText(std::move(patch));
+        log_debug("Patching parameters to device: %s : %s\n", id.c_str(), text.c_str());
+        patchDevice(provider, text, id);
+    }
+}
+
+} // namespace
+
+void checkCloudConnection(
+    std::atomic<int>& cloudConnectionState, const UtilityProviderPtr& provider)
+{
+    int neverChecked = kCloudNeverChecked;
+    cloudConnectionState.compare_exchange_strong(neverChecked, kCloudBeingChecked);
+    if (!provider)
+    {
+        log_info("Warning! Utility provider is null, cannot check cloud connection.\n");
+        return;
+    }
+    const char* const token = provider->cloudAuthToken();
+    if (!token)
+        log_info("Warning! Cloud token is NULL. This could indicate an incompatible VMS.\n");
+    if (token && *token)
+    {
+        log_debug("Got cloud token.\n");
+        cloudConnectionState = kCloudConnected;
+    }
+    else
+    {
+        log_info("Couldn't get cloud token. Assuming not connected to cloud.\n");
+        cloudConnectionState = kCloudNotConnected;
+    }
+}
+
+std::vector<PipelineOption> getAvailablePipelines(
+    const UtilityProviderPtr& provider, const std::string& deviceId)
+{
+    if (!provider)
+        return {};
+    HttpClient client(network::ssl::kDefaultCertificateCheck);
+    setUp(client, provider);
+    const std::string endpoint = std::string(ini().CloudAPI) + "/system/" +
+        cloudSystemId(provider).value_or("") + "/device/" + deviceId + "/available-pipelines";
+
+    const bool done = client.doGet(endpoint);
+    if (!succeeded(client, done, endpoint, "Failed to fetch pipelines!"))
+        return {};
+    const std::optional<std::string> body = client.fetchEntireMessageBody();
+    if (!body)
+    {
+        log_info("Failed to fetch available pipelines! Body can not be read.\n");
+        return {};
+    }
+    return makeOptions(*body);
+}
+
+void resetDevices(const UtilityProviderPtr& provider, const std::vector<std::string>& deviceIds)
+{
+    if (!provider)
+        return;
+    const std::string body = resetRequestBody(provider, deviceIds);
+    HttpClient client(network::ssl::kDefaultCertificateCheck);
+    setUp(client, provider);
+    log_info(
+        "Resetting configuration of %zu devices. String: %s\n", deviceIds.size(), body.c_str());
+    const std::string endpoint = std::string(ini().CloudAPI) + "/reset/";
+
+    const bool done = client.doPost(endpoint, "application/json", body);
+    if (!succeeded(client, done, endpoint, "Failed to configure devices!"))
+        return;
+    if (const std::optional<std::string> answer = client.fetchEntireMessageBody())
+        patchDevices(provider, *answer);
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

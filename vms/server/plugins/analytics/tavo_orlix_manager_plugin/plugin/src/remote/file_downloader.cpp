@@ -1,0 +1,128 @@
+#include "remote/file_downloader.h"
+
+#include <charconv>
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+
+#include <tavo/network/http/http_client.h>
+
+#include "remote/file_helpers.h"
+#include "utils/files.h"
+#include "utils/log.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+namespace
+{
+
+using network::http::HttpClient;
+
+constexpr int kStatusOk = 200;
+
+struct FileCloser
+{
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, FileCloser>;
+
+// 0 when the server does not tell, which is logged.
+std::uint64_t contentLength(const network::http::Response& response, const std::string& url)
+{
+    const std::string text = network::http::getHeaderValue(response.headers, "Content-Length");
+    std::uint64_t length = 0;
+    const std::errc error = std::from_chars(text.data(), text.data() + text.size(), length).ec;
+    if (error != std::errc{})
+    {
+        log_info(
+            "Warning! Could not get content length of download %s : %s\n", url.c_str(),
+            std::make_error_code(error).message().c_str());
+        return 0;
+    }
+    return length;
+}
+
+std::string progressText(const std::string& title, std::uint64_t total, std::uint64_t length)
+{
+    const std::string progress =
+        length != 0 ? std::to_string(total * 100 / length) + "%" : std::to_string(total) + " bytes";
+    return title + " (" + progress + ")\nPress 'Refresh' to see updated progress.";
+}
+
+// Removes a board entry when it goes out of scope.
+class ScopedEntry
+{
+public:
+    ScopedEntry(MessageBoard& board, const std::string& key) :
+        m_board(board),
+        m_key(key)
+    {}
+    ~ScopedEntry() { m_board.removeMessage(m_key); }
+    ScopedEntry(const ScopedEntry&) = delete;
+    ScopedEntry& operator=(const ScopedEntry&) = delete;
+
+    void post(const std::string& text) { m_board.postMessage(m_key, text, MessageType::message); }
+
+private:
+    MessageBoard& m_board;
+    const std::string& m_key;
+};
+
+// Pulls the body into the file. False when the file did not take it.
+bool receiveBody(
+    HttpClient& client, std::FILE* file, std::uint64_t length, const std::string& title,
+    ScopedEntry& progress)
+{
+    std::uint64_t total = 0;
+    while (!client.eof())
+    {
+        const std::string buffer = client.fetchMessageBodyBuffer();
+        total += buffer.size();
+        if (std::fwrite(buffer.data(), 1, buffer.size(), file) != buffer.size())
+            return false;
+        progress.post(progressText(title, total, length));
+    }
+    return std::fflush(file) == 0;
+}
+
+} // namespace
+
+bool downloadFile(
+    const std::string& url, const std::string& filePath, MessageBoard& board,
+    const std::string& key, const std::string& title)
+{
+    log_info("Downloading %s to file: %s\n", url.c_str(), filePath.c_str());
+    HttpClient client(network::ssl::kAcceptAnyCertificate);
+    if (!client.doGet(Url(url)) || !client.response())
+    {
+        log_info("Failed to download file at: %s\n", url.c_str());
+        return false;
+    }
+    const int statusCode = client.response()->statusLine.statusCode;
+    if (statusCode != kStatusOk)
+    {
+        log_info("Error! Could not request file data! Status code: %d\n", statusCode);
+        return false;
+    }
+    File file(file_open_write(filePath.c_str()));
+    if (!file)
+    {
+        log_info("Error opening file for writing: %s\n", filePath.c_str());
+        return false;
+    }
+    const std::uint64_t length = contentLength(*client.response(), url);
+
+    ScopedEntry progress(board, key);
+    if (!receiveBody(client, file.get(), length, title, progress))
+    {
+        log_info("Error! Could not write downloaded file: %s\n", filePath.c_str());
+        // What there is must not pass for a file that was fetched before.
+        file.reset();
+        deleteFile(filePath);
+        return false;
+    }
+    return true;
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

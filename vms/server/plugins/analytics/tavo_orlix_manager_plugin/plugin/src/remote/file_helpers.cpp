@@ -1,0 +1,132 @@
+#include "remote/file_helpers.h"
+
+#include <cstdio>
+#include <new>
+#include <system_error>
+
+#include <tavo/kit/debug.h>
+
+#include "utils/files.h"
+#include "utils/log.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+namespace
+{
+
+struct FileCloser
+{
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, FileCloser>;
+
+bool writeAll(std::FILE* file, const char* data, std::size_t size)
+{
+    std::size_t written = 0;
+    while (written < size)
+    {
+        const std::size_t count = std::fwrite(data + written, 1, size - written, file);
+        if (count == 0)
+            return false;
+        written += count;
+    }
+    return true;
+}
+
+} // namespace
+
+std::filesystem::path pathFromUtf8(std::string_view path)
+{
+    return std::filesystem::path(std::u8string(path.begin(), path.end()));
+}
+
+std::string utf8FromPath(const std::filesystem::path& path)
+{
+    const std::u8string text = path.u8string();
+    return std::string(text.begin(), text.end());
+}
+
+bool fileExists(const std::string& path)
+{
+    std::error_code error;
+    return std::filesystem::exists(pathFromUtf8(path), error);
+}
+
+std::uint64_t fileSize(const std::string& path)
+{
+    std::error_code error;
+    const std::uint64_t size = std::filesystem::file_size(pathFromUtf8(path), error);
+    if (error)
+    {
+        log_info("Failed to get file size: %s\n", path.c_str());
+        return 0;
+    }
+    return size;
+}
+
+bool deleteFile(const std::string& path)
+{
+    std::error_code error;
+    std::filesystem::remove(pathFromUtf8(path), error);
+    if (error)
+    {
+        log_info(
+            "Warning! Could not delete file: %s (Error: %s)\n", path.c_str(),
+            error.message().c_str());
+        return false;
+    }
+    return true;
+}
+
+std::unique_ptr<char[]> readFile(const std::string& path, std::size_t* size)
+{
+    *size = 0;
+    const File file(file_open_read(path.c_str()));
+    if (!file)
+    {
+        kit::printLine("Failed to open file: " + path);
+        return nullptr;
+    }
+    const std::uint64_t wholeSize = file_size(file.get());
+    std::unique_ptr<char[]> buffer(new (std::nothrow) char[wholeSize]);
+    if (buffer)
+        *size = std::fread(buffer.get(), 1, wholeSize, file.get());
+    if (*size != wholeSize)
+        log_info("Warning! Failed to read file: %s\n", path.c_str());
+    return buffer;
+}
+
+int writeFile(const std::string& path, const char* data, std::size_t size)
+{
+    log_info("Writing size: %zu\n", size);
+    File file(file_open_write(path.c_str()));
+    if (!file)
+    {
+        log_info("Error opening file\n");
+        return 1;
+    }
+    // Closing writes what the stream still holds, so a full disk may show only there.
+    const bool written = writeAll(file.get(), data, size);
+    if (std::fclose(file.release()) != 0 || !written)
+    {
+        log_info("Error writing file\n");
+        return 1;
+    }
+    log_info("Bytes written: %zu\n", size);
+    log_info("Data written successfully\n");
+    return 0;
+}
+
+std::string fileNameOf(const std::string& path)
+{
+    const std::size_t slash = path.rfind('/');
+    if (slash == std::string::npos)
+    {
+        log_info("Warning! Could not determine model filename: %s\n", path.c_str());
+        return {};
+    }
+    return path.substr(slash + 1);
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,0 +1,229 @@
+#include "remote/host_rest_client.h"
+
+#include <exception>
+
+#include <tavo/sdk/helpers/to_string.h>
+
+#include "remote/orlix_completion_handler.h"
+#include "remote/record_lists.h"
+#include "remote/response_text.h"
+#include "remote/text_helpers.h"
+#include "utils/log.h"
+#include "utils/mutex.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+namespace
+{
+
+constexpr char kDevicesPath[] = "/rest/v4/devices";
+constexpr char kUsersPath[] = "/rest/v4/users";
+constexpr char kThisServerPath[] = "/rest/v4/servers/this";
+constexpr char kJsonMimeType[] = "application/json";
+
+// One request to the host at a time; held while waiting for the answer.
+Mutex restMutex;
+
+// What a finished request comes to; the empty text after a failure, which is logged.
+std::string responseText(const ORLIXCompletionHandler::Response& response)
+{
+    const sdk::Ptr<const sdk::IString> message(response.errorMessage);
+    const sdk::Ptr<const sdk::IString> value(response.value);
+    if (!response.isOk())
+    {
+        const std::string text =
+            message ? textOrEmpty(message->str()) : sdk::toString(response.errorCode);
+        log_info("Http request failed: %s\n", text.c_str());
+        return {};
+    }
+    return value ? textOrEmpty(value->str()) : "Error: Result has no value.";
+}
+
+// Sends the request and waits for its end, however long it takes the host.
+std::string sendAndWait(
+    const std::string& path, const std::string& method, const std::string& mimeType,
+    const std::string& body, const UtilityProviderPtr& provider)
+{
+    const auto handler = sdk::makePtr<ORLIXCompletionHandler>();
+    std::future<ORLIXCompletionHandler::Response> response = handler->response();
+    try
+    {
+        provider->sendHttpRequest(
+            sdk::IUtilityProvider4::HttpRequestKind::restApi, path.c_str(), method.c_str(),
+            mimeType.c_str(), body.c_str(), handler.get());
+        return responseText(response.get());
+    }
+    catch (const std::exception& e)
+    {
+        handler->abandon();
+        log_info("Http request failed: %s\n", e.what());
+    }
+    catch (...)
+    {
+        handler->abandon();
+        log_info("Http request failed: %s\n", "unknown error");
+    }
+    return {};
+}
+
+std::string get(const std::string& path, const UtilityProviderPtr& provider)
+{
+    return doRequest(path, "GET", "", "", provider);
+}
+
+std::string patch(
+    const std::string& path, const std::string& body, const UtilityProviderPtr& provider)
+{
+    return doRequest(path, "PATCH", kJsonMimeType, body, provider);
+}
+
+// Makes {"parameters":{"tavoAI":content}} the whole document.
+void wrapAsParameters(yyjson_mut_doc* document, yyjson_mut_val* content)
+{
+    yyjson_mut_val* const root = yyjson_mut_obj(document);
+    yyjson_mut_doc_set_root(document, root);
+    yyjson_mut_val* const parameters = yyjson_mut_obj_add_obj(document, root, "parameters");
+    yyjson_mut_obj_add_val(document, parameters, "tavoAI", content);
+}
+
+} // namespace
+
+std::string doRequest(
+    const std::string& path, const std::string& method, const std::string& mimeType,
+    const std::string& body, const UtilityProviderPtr& provider)
+{
+    if (!provider)
+    {
+        log_info("Warning! doRequest called with invalid utility provider.\n");
+        return {};
+    }
+    MutexLock lock(restMutex);
+    const std::string response = sendAndWait(path, method, mimeType, body, provider);
+    if (response.empty())
+    {
+        log_info("Warning! Could not get response from API.\n");
+        return {};
+    }
+    return std::string(firstBodyLine(response));
+}
+
+std::string getDevice(const UtilityProviderPtr& provider, const std::string& deviceId)
+{
+    return get(kDevicesPath + ("/" + deviceId), provider);
+}
+
+std::string getDevicesParameters(const UtilityProviderPtr& provider)
+{
+    const std::string serverId = provider ? textOrEmpty(provider->serverId()) : "";
+    return get(kDevicesPath + ("?serverId=" + serverId), provider);
+}
+
+JsonDocument getServerParameters(const UtilityProviderPtr& provider)
+{
+    return parseJson(get(kThisServerPath, provider));
+}
+
+std::string patchDevice(
+    const UtilityProviderPtr& provider, const std::string& body, const std::string& deviceId)
+{
+    return patch(kDevicesPath + ("/" + deviceId), body, provider);
+}
+
+std::string patchServer(const UtilityProviderPtr& provider, const std::string& body)
+{
+    return patch(kThisServerPath, body, provider);
+}
+
+std::vector<std::string> getCloudUserIds(const UtilityProviderPtr& provider)
+{
+    const std::string users = get(kUsersPath, provider);
+    if (users.empty())
+    {
+        log_info("Warning! Could not get cloud users!\n");
+        return {};
+    }
+    return cloudUserIds(users);
+}
+
+std::vector<std::string> getDevicesWithConfiguration(const UtilityProviderPtr& provider)
+{
+    const std::string devices = getDevicesParameters(provider);
+    if (devices.empty())
+    {
+        log_info("Warning! Could not patch default device parameters.\n");
+        return {};
+    }
+    return devicesWithConfiguration(devices);
+}
+
+std::vector<std::string> getDevicesWithoutConfiguration(const UtilityProviderPtr& provider)
+{
+    const std::string devices = getDevicesParameters(provider);
+    if (devices.empty())
+    {
+        // The same words as above, as operators know it.
+        log_info("Warning! Could not patch default device parameters.\n");
+        return {};
+    }
+    return devicesWithoutConfiguration(devices);
+}
+
+void patchRuntimeInformation(
+    const UtilityProviderPtr& provider, const std::string& name, const std::string& mimeType)
+{
+    auto [document, parameters] = makeParametersDocument();
+    addRuntimeInformation(document.get(), parameters, name, mimeType);
+    patchServer(provider, jsonToText(std::move(document)));
+}
+
+void patchRuntimeActive(const UtilityProviderPtr& provider, bool active)
+{
+    auto [document, parameters] = makeParametersDocument();
+    yyjson_mut_obj_add_bool(document.get(), parameters, "runtimeActive", active);
+    patchServer(provider, jsonToText(std::move(document)));
+}
+
+std::pair<MutableJsonDocument, yyjson_mut_val*> makeParametersDocument()
+{
+    MutableJsonDocument document = newJsonDocument();
+    yyjson_mut_val* const content = yyjson_mut_obj(document.get());
+    wrapAsParameters(document.get(), content);
+    return {std::move(document), content};
+}
+
+std::pair<MutableJsonDocument, yyjson_mut_val*> makeParametersDocument(yyjson_val* content)
+{
+    MutableJsonDocument document = newJsonDocument();
+    yyjson_mut_val* const copy = yyjson_val_mut_copy(document.get(), content);
+    wrapAsParameters(document.get(), copy);
+    return {std::move(document), copy};
+}
+
+void addRuntimeInformation(
+    yyjson_mut_doc* document, yyjson_mut_val* object, const std::string& name,
+    const std::string& mimeType)
+{
+    yyjson_mut_val* const list = yyjson_mut_obj_add_arr(document, object, "runtimeInformation");
+    yyjson_mut_val* const runtime = yyjson_mut_arr_add_obj(document, list);
+    yyjson_mut_val* const mimeTypes = yyjson_mut_obj_add_arr(document, runtime, "mimetypes");
+    yyjson_mut_arr_add_strncpy(document, mimeTypes, mimeType.data(), mimeType.size());
+    yyjson_mut_obj_add_strncpy(document, runtime, "name", name.data(), name.size());
+}
+
+std::optional<std::string> cloudSystemId(const UtilityProviderPtr& provider)
+{
+    if (!provider)
+        return std::nullopt;
+    const sdk::Ptr<const sdk::IString> id(provider->cloudSystemId());
+    if (!id || !id->str())
+        return std::nullopt;
+    return id->str();
+}
+
+std::string cloudAuthToken(const UtilityProviderPtr& provider)
+{
+    return provider ? textOrEmpty(provider->cloudAuthToken()) : "";
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,0 +1,56 @@
+#include "remote/orlix_completion_handler.h"
+
+#include <stdexcept>
+
+#include <tavo/sdk/ptr.h>
+
+#include "utils/log.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+ORLIXCompletionHandler::ORLIXCompletionHandler() :
+    m_state(std::make_shared<State>())
+{}
+
+std::future<ORLIXCompletionHandler::Response> ORLIXCompletionHandler::response()
+{
+    return m_state->promise.get_future();
+}
+
+void ORLIXCompletionHandler::abandon() const
+{
+    m_state->abandon();
+}
+
+void ORLIXCompletionHandler::execute(Response response)
+{
+    if (!m_state->answered.test_and_set())
+    {
+        m_state->promise.set_value(response);
+        return;
+    }
+    log_info("Warning! Dropped an answer of the host that nobody waits for.\n");
+    const sdk::Ptr<const sdk::IString> droppedMessage(response.errorMessage);
+    const sdk::Ptr<const sdk::IString> droppedValue(response.value);
+}
+
+std::uint32_t ORLIXCompletionHandler::releaseRef() const
+{
+    const std::shared_ptr<State> state = m_state;
+    const std::uint32_t count = RefCountable::releaseRef();
+    if (count == 1) // the waiting thread's
+        state->abandon();
+    return count;
+}
+
+void ORLIXCompletionHandler::State::abandon()
+{
+    if (!answered.test_and_set())
+    {
+        promise.set_exception(
+            std::make_exception_ptr(std::runtime_error("The host gave the request up.")));
+    }
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

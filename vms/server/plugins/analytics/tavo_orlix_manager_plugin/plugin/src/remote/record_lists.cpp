@@ -1,0 +1,92 @@
+#include "remote/record_lists.h"
+
+#include "utils/json.h"
+#include "utils/log.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+namespace
+{
+
+// Calls `visit(id, ours)` for each activated device; `ours` is what the plugin keeps on its record,
+// of any type.
+template <class Visit>
+void forEachActivatedDevice(std::string_view devices, Visit visit)
+{
+    const JsonDocument document = parseJson(devices);
+    yyjson_arr_iter iterator = yyjson_arr_iter_with(yyjson_doc_get_root(document.get()));
+    while (yyjson_val* const device = yyjson_arr_iter_next(&iterator))
+    {
+        const std::string id(jsonText(jsonMember(device, "id")));
+        if (yyjson_val* const ours = jsonMember(jsonMember(device, "parameters"), "tavoAI"))
+            visit(id, ours);
+        else
+            log_debug("Device %s not activated yet. Ignoring.\n", id.c_str());
+    }
+}
+
+// A record without an id cannot be asked for by it.
+void appendId(std::vector<std::string>& ids, const std::string& id)
+{
+    if (!id.empty())
+        ids.push_back(id);
+}
+
+} // namespace
+
+std::vector<std::string> devicesWithConfiguration(std::string_view devices)
+{
+    std::vector<std::string> ids;
+    forEachActivatedDevice(
+        devices,
+        [&ids](const std::string& id, yyjson_val* ours)
+        {
+            if (jsonMember(ours, "models") || jsonMember(ours, "pipelines"))
+                appendId(ids, id);
+            else
+                log_debug("Device %s has no configuration. Ignoring.\n", id.c_str());
+        });
+    return ids;
+}
+
+std::vector<std::string> devicesWithoutConfiguration(std::string_view devices)
+{
+    std::vector<std::string> ids;
+    forEachActivatedDevice(
+        devices,
+        [&ids](const std::string& id, yyjson_val* ours)
+        {
+            if (jsonMember(ours, "models") && jsonMember(ours, "pipelines"))
+                log_debug("Device %s has configuration. Ignoring.\n", id.c_str());
+            else
+                appendId(ids, id);
+        });
+    return ids;
+}
+
+std::vector<std::string> cloudUserIds(std::string_view users)
+{
+    std::vector<std::string> ids;
+    const JsonDocument document = parseJson(users);
+    yyjson_val* const list = yyjson_doc_get_root(document.get());
+    if (!yyjson_is_arr(list))
+    {
+        log_info("WARNING: Failed to parse Users data");
+        return ids;
+    }
+    yyjson_arr_iter iterator = yyjson_arr_iter_with(list);
+    while (yyjson_val* const user = yyjson_arr_iter_next(&iterator))
+    {
+        if (jsonText(jsonMember(user, "type")) != "cloud")
+            continue;
+        yyjson_val* const id = jsonMember(user, "id");
+        if (yyjson_is_str(id))
+            ids.emplace_back(jsonText(id));
+        else
+            log_info("WARNING: User does not have ID");
+    }
+    return ids;
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix
