@@ -50,8 +50,7 @@ std::optional<Bytes> encodeKey(const Key& key, KeySelection selection)
         log_error("Invalid 'selection' value.\n");
         return std::nullopt;
     }
-    const auto encode =
-        selection == KeySelection::privateKey ? &i2d_PrivateKey : &i2d_PUBKEY;
+    const auto encode = selection == KeySelection::privateKey ? &i2d_PrivateKey : &i2d_PUBKEY;
     unsigned char* der = nullptr;
     const int size = key ? encode(key.get(), &der) : -1;
     if (size <= 0)

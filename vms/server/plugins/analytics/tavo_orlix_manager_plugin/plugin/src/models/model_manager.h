@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <ctime>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -21,7 +23,19 @@ struct ModelFiles
     std::string modelPath; // the downloaded file in the cache
 };
 
-// The disk cache of AI models. Everything runs on the runtime loop's thread.
+// What identifies a model and its files in the operations below.
+struct ModelToEnsure
+{
+    std::string id;
+    std::string name; // for people
+    std::string modelPath;
+    std::string keyPath;
+};
+
+// The disk cache of AI models. Everything runs on the runtime loop's thread, and a download holds
+// it for as long as it takes; its progress and its failures are on the board. Nothing throws.
+//
+// The tables of times live in memory only: after a restart a file on disk is taken by its size.
 class ModelManager
 {
 public:
@@ -34,13 +48,39 @@ public:
 
     // Makes sure that the cached file is right, and downloads it if not. True if a new file came.
     // A model whose download failed is left alone until forgetFailedDownloads.
-    [[nodiscard]] bool ensureModel(yyjson_val* downloads, const std::string& mimeType,
-        const std::string& modelId, const std::string& modelPath, const std::string& keyPath,
-        const std::string& modelName, const std::string& cloudToken);
+    [[nodiscard]] bool ensureModel(
+        yyjson_val* downloads, const std::string& mimeType, const ModelToEnsure& model,
+        const std::string& cloudToken);
 
     void forgetFailedDownloads();
 
 private:
+    // One object of `downloads`, as far as a download needs it.
+    struct Offer
+    {
+        std::string url;
+        std::uint64_t size = 0; // bytes
+        std::time_t lastModified = 0;
+        bool encrypted = false;
+    };
+
+    // What became of the look at one object: on with the next one, or done.
+    enum class Verdict
+    {
+        next,
+        standing,
+        downloaded,
+        failed,
+    };
+
+    void ensureDirectories() const;
+    [[nodiscard]] std::optional<Offer> readOffer(
+        yyjson_val* download, const ModelToEnsure& model) const;
+    [[nodiscard]] Verdict ensureOffer(
+        const Offer& offer, const ModelToEnsure& model, const std::string& cloudToken);
+    [[nodiscard]] bool fileStands(const Offer& offer, const ModelToEnsure& model) const;
+    [[nodiscard]] bool hasFailed(const std::string& modelId) const;
+
     const std::string m_root;
     const std::string m_unencryptedFolder;
     const std::string m_encryptedFolder;

@@ -60,25 +60,22 @@ bool readEnvelope(std::FILE* input, std::uint64_t fileSize, Envelope& envelope)
     if (fileSize < kIvSize + kTagSize)
         return false;
     envelope.ciphertextSize = fileSize - kIvSize - kTagSize;
-    return file_seek(input, fileSize - kTagSize)
-        && readWhole(input, envelope.tag.data(), kTagSize) && file_seek(input, 0)
-        && readWhole(input, envelope.iv.data(), kIvSize);
+    return file_seek(input, fileSize - kTagSize) &&
+        readWhole(input, envelope.tag.data(), kTagSize) && file_seek(input, 0) &&
+        readWhole(input, envelope.iv.data(), kIvSize);
 }
 
 CipherContext startDecryption(const unsigned char* key, Envelope& envelope)
 {
     CipherContext context(EVP_CIPHER_CTX_new());
-    if (!context
-        || EVP_DecryptInit_ex(
-               context.get(), EVP_aes_256_gcm(), nullptr, key, envelope.iv.data())
-            != 1
-        || EVP_CIPHER_CTX_ctrl(
-               context.get(), EVP_CTRL_AEAD_SET_IVLEN, static_cast<int>(kIvSize), nullptr)
-            != 1
-        || EVP_CIPHER_CTX_ctrl(
-               context.get(), EVP_CTRL_AEAD_SET_TAG, static_cast<int>(kTagSize),
-               envelope.tag.data())
-            != 1)
+    if (!context ||
+        EVP_DecryptInit_ex(context.get(), EVP_aes_256_gcm(), nullptr, key, envelope.iv.data()) !=
+            1 ||
+        EVP_CIPHER_CTX_ctrl(
+            context.get(), EVP_CTRL_AEAD_SET_IVLEN, static_cast<int>(kIvSize), nullptr) != 1 ||
+        EVP_CIPHER_CTX_ctrl(
+            context.get(), EVP_CTRL_AEAD_SET_TAG, static_cast<int>(kTagSize),
+            envelope.tag.data()) != 1)
     {
         return nullptr;
     }
@@ -95,12 +92,12 @@ bool decryptStream(
         const auto size =
             static_cast<std::size_t>(std::min<std::uint64_t>(remaining, kCipherBlockSize));
         int written = 0;
-        if (!readWhole(input, ciphertext.data(), size)
-            || EVP_DecryptUpdate(
-                   context, plaintext.data(), &written, ciphertext.data(), static_cast<int>(size))
-                != 1
-            || std::fwrite(plaintext.data(), 1, static_cast<std::size_t>(written), output)
-                != static_cast<std::size_t>(written))
+        if (!readWhole(input, ciphertext.data(), size) ||
+            EVP_DecryptUpdate(
+                context, plaintext.data(), &written, ciphertext.data(), static_cast<int>(size)) !=
+                1 ||
+            std::fwrite(plaintext.data(), 1, static_cast<std::size_t>(written), output) !=
+                static_cast<std::size_t>(written))
         {
             return false;
         }
@@ -138,16 +135,16 @@ bool decryptModelFile(
         return false;
     const CipherContext context =
         startDecryption(reinterpret_cast<const unsigned char*>(key.data()), envelope);
-    if (!context
-        || !decryptStream(context.get(), envelope.ciphertextSize, input.get(), output.get()))
+    if (!context ||
+        !decryptStream(context.get(), envelope.ciphertextSize, input.get(), output.get()))
     {
         return false;
     }
 
     std::array<unsigned char, EVP_MAX_BLOCK_LENGTH> rest{}; // stays empty in this mode
     int restSize = 0;
-    return EVP_DecryptFinal_ex(context.get(), rest.data(), &restSize) > 0
-        && std::fflush(output.get()) == 0;
+    return EVP_DecryptFinal_ex(context.get(), rest.data(), &restSize) > 0 &&
+        std::fflush(output.get()) == 0;
 }
 
 std::optional<Bytes> fileMd5(const std::string& path)
@@ -207,7 +204,7 @@ std::string hexEncode(const Bytes& bytes)
     static constexpr char kDigits[] = "0123456789abcdef";
     std::string text;
     text.reserve(bytes.size() * 2);
-    for (const std::uint8_t byte: bytes)
+    for (const std::uint8_t byte : bytes)
     {
         text += kDigits[byte >> 4];
         text += kDigits[byte & 0xF];

@@ -22,8 +22,8 @@ using Bytes = std::vector<std::uint8_t>;
 // Decrypts an AES-256-GCM file: 12 bytes initialisation vector, the ciphertext, 16 bytes tag; no
 // additional data. The key is the first 32 bytes of `key`; a shorter one is refused. The output is
 // created with access for its owner only. True if all was decrypted and is authentic; a wrong key
-// and a cut or corrupted file are not told apart. On false the output may hold bytes that are not to
-// be used.
+// and a cut or corrupted file are not told apart. On false the output may hold bytes that are not
+// to be used.
 [[nodiscard]] bool decryptModelFile(
     std::string_view key, const std::string& inputPath, const std::string& outputPath);
 

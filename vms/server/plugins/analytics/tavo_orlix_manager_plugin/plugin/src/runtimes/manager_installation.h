@@ -14,27 +14,45 @@ enum class ManagerInstallState : int
     notInstalled = 0, // or not yet known
     downloading = 1,
     unpacking = 2,
-    failed = 3,
+    failed = 3, // only a removal leads out
     installed = 4,
 };
 
 // The manager application on this machine's disk. All operations run on the runtime loop's thread;
-// managerInstallState may be read from any.
+// managerInstallState may be read from any. There is no version check: what is on disk stays in use
+// until it is removed.
 class ManagerInstallation
 {
 public:
     explicit ManagerInstallation(const std::string& workingDirectory);
 
     // Looks for the two executables unless already known to be installed. Both present moves a
-    // state of notInstalled to installed; a failed installation stays failed until a removal.
+    // state of notInstalled to installed.
     ManagerInstallState checkInstallation();
+
+    // Downloads the application's archive and unpacks it into the working directory. The state and
+    // the log tell the outcome, the board the progress. Blocks for as long as it takes. Throws
+    // std::filesystem::filesystem_error if the system has no temporary directory.
+    void install(MessageBoard& messageBoard);
+
+    // Deletes the application with its settings and model cache. A failure is logged and leaves the
+    // state as it was.
+    void remove();
 
     [[nodiscard]] ManagerInstallState managerInstallState() const { return m_state.load(); }
 
 private:
+    [[nodiscard]] bool fetchArchive(const std::string& archivePath, MessageBoard& messageBoard);
+    [[nodiscard]] bool unpackArchive(const std::string& archivePath);
+    [[nodiscard]] bool filesAreComplete() const;
+    [[nodiscard]] bool logVersion() const;
+
     std::string m_workingDirectory;
     std::string m_installationDirectory;
     std::atomic<ManagerInstallState> m_state{ManagerInstallState::notInstalled};
 };
+
+// Where the archive for this machine is downloaded from.
+[[nodiscard]] std::string managerArchiveUrl();
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

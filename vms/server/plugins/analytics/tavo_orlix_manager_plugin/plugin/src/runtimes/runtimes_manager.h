@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "core/message_board.h"
+#include "runtimes/chip.h"
+#include "runtimes/machine_info.h"
 #include "runtimes/runtime_status.h"
 #include "utils/mutex.h"
 
@@ -15,18 +17,43 @@ namespace tavo::vms_server_plugins::analytics::orlix
 
 // The inference runtime of this machine: which could be used, which is installed, and how it comes
 // and goes. A runtime is a shared library with its companions, unpacked into the bin folder of the
-// manager application.
+// manager application. Failures are told by the status, the log and the board; nothing throws.
 //
 // Threads: initialise runs on the thread that constructs the engine; all other operations on the
 // runtime loop's, except that a user's choice (chooseRuntime, setStatus) comes from a host thread
-// and that the state and the names may be read from any.
+// and that the state, the names and mime types may be read from any.
 class RuntimesManager
 {
 public:
     explicit RuntimesManager(std::string binDirectory);
-    ~RuntimesManager();
     RuntimesManager(const RuntimesManager&) = delete;
     RuntimesManager& operator=(const RuntimesManager&) = delete;
+
+    // Detects the accelerators of this machine. If it ends early, nothing is ever offered.
+    void initialise(MessageBoard& messageBoard);
+
+    // Names of the offered runtimes that run `mimeType`, all for an empty one, in ascending byte
+    // order. None sets the status to noneCompatible.
+    [[nodiscard]] std::vector<std::string> getCompatibleRuntimes(const std::string& mimeType);
+
+    // Looks for the files only: the library is not loaded.
+    [[nodiscard]] bool isRuntimeInstalled() const;
+
+    // Downloads and unpacks a runtime; the status tells the outcome. Blocks for as long as it
+    // takes. With `useSubfolder` it goes into a folder of its own name below the bin folder.
+    void install(const std::string& runtimeName, MessageBoard& messageBoard, bool useSubfolder);
+
+    // Removes the library and the file with its name; success sets the status to notSelected. Other
+    // files of the package stay until the next package overwrites them.
+    void uninstall();
+
+    void saveInstalledRuntimeName(const std::string& runtimeName);
+
+    // Empty if there is none. Kept by an uninstall, until the next save.
+    [[nodiscard]] std::string getInstalledRuntimeName() const;
+
+    // The main mime type of an offered runtime; empty, with the reason logged, for any other name.
+    [[nodiscard]] std::string getMimeType(const std::string& runtimeName) const;
 
     [[nodiscard]] RuntimeStatus status() const { return m_status.load(); }
     void setStatus(RuntimeStatus status) { m_status.store(status); }
@@ -44,13 +71,44 @@ public:
     [[nodiscard]] std::string chosenRuntime() const;
 
 private:
+    [[nodiscard]] bool machineIsFit(MessageBoard& messageBoard) const;
+    void detectChips(MessageBoard& messageBoard);
+    void indexRuntimes();
+    void printMachine() const;
+
+    [[nodiscard]] std::string fileInBin(const std::string& name) const;
+    [[nodiscard]] bool fetchPackage(
+        const std::string& runtimeName, const std::string& packagePath, MessageBoard& board);
+    [[nodiscard]] bool makeSubfolder(const std::string& folder) const;
+    [[nodiscard]] bool unpackPackage(
+        const std::string& runtimeName, const std::string& packagePath, const std::string& folder,
+        MessageBoard& board);
+    [[nodiscard]] bool removeFile(const std::string& path) const;
+
     const std::string m_binDirectory;
+    MachineInfo m_machineInfo;
     std::atomic<RuntimeStatus> m_status{RuntimeStatus::notSelected};
     std::atomic<bool> m_runtimeChanged{true};
+
     mutable Mutex m_namesMutex; // a leaf
     std::vector<std::string> m_availableRuntimes GUARDED_BY(m_namesMutex);
     std::string m_chosenRuntime GUARDED_BY(m_namesMutex);
-    std::string m_installedRuntimeName GUARDED_BY(m_namesMutex);
+    mutable std::string m_installedRuntimeName
+        GUARDED_BY(m_namesMutex); // empty until read or saved
+
+    // Constant after initialise.
+    std::unique_ptr<Chip> m_cpu;
+    std::unique_ptr<HailoChip> m_hailo;
+    std::unique_ptr<Chip> m_nvidia;
+    std::unique_ptr<Chip> m_memryx;
+    std::unique_ptr<Chip> m_qualcomm;
+    std::unique_ptr<Chip> m_deepx;
+    std::unique_ptr<Chip> m_sima;
+    std::unique_ptr<Chip> m_axelera;
+    std::unique_ptr<Chip> m_intel;
+    std::unique_ptr<Chip> m_edgeCortix;
+    std::unique_ptr<Chip> m_ambarella;
+    std::map<std::string, Chip*> m_runtimeToChip; // who offers it; not owned
 };
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/message_board.h"
+#include "runtimes/chip.h"
+
+// Probes that tell whether an accelerator is there and its driver fit for use. They run the
+// vendors' tools, block until those end, throw nothing, and end with a record as far as they got.
+// Where the user can mend something, the board says how.
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+void probeDeepxDriver(Chip& chip);
+
+void probeNvidiaDriver(Chip& chip, MessageBoard& messageBoard);
+
+// Fit for use when a device is there and its driver is of a supported version.
+void probeHailoDriver(HailoChip& chip);
+
+// 1 when version `a` is newer, -1 when `b` is, 0 when equal; a missing piece counts as 0. A piece
+// that is no decimal number throws std::invalid_argument, one too large std::out_of_range.
+[[nodiscard]] int compareVersions(const std::string& a, const std::string& b);
+
+// A value of HailoChip::hailoType.
+[[nodiscard]] int identifyHailoDevice();
+
+// Empty, with the reason logged, if it cannot be told.
+[[nodiscard]] std::string readHailoDriverVersion();
+
+// Names of the Hailo devices that the system has.
+[[nodiscard]] std::vector<std::string> listHailoDevices();
+
+// Whether there is a device of the vendor at all. Says on the standard streams what it found.
+[[nodiscard]] bool findNvidiaPciDevice();
+
+// The version in a toolkit's path: what stands between the first separator with a "v" behind it
+// and the next separator. Empty if there is none.
+[[nodiscard]] std::string cudaVersionInPath(std::string_view path, char separator);
+
+// What a toolkit's version comes to in a package's name, such as "cuda_12"; empty for a version
+// that no runtime is built for.
+[[nodiscard]] std::string cudaDriverTag(const std::string& version);
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,0 +1,149 @@
+#include "runtimes/manager_installation.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "core/deployment.h"
+#include "core/ini.h"
+#include "remote/file_downloader.h"
+#include "remote/file_helpers.h"
+#include "runtimes/machine_info.h"
+#include "utils/command.h"
+#include "utils/log.h"
+#include "utils/paths.h"
+#include "utils/platform_names.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+namespace
+{
+
+constexpr char kReleaseFolder[] = "v4-6";
+
+// What a removal deletes. Where file names have a case, the last two are two names.
+constexpr const char* kInstallationEntries[] = {"bin", "etc", "cache", "version", "VERSION"};
+
+} // namespace
+
+ManagerInstallation::ManagerInstallation(const std::string& workingDirectory)
+{
+    // Without its paths this check finds nothing: the first one that counts is the loop's, so a
+    // state of installed is never reached before the loop runs.
+    checkInstallation();
+    m_workingDirectory = workingDirectory;
+    m_installationDirectory = workingDirectory + "/orlix_manager";
+    log_info("Orlix Manager installation dir is: %s\n", workingDirectory.c_str());
+}
+
+ManagerInstallState ManagerInstallation::checkInstallation()
+{
+    if (m_state.load() == ManagerInstallState::installed)
+        return ManagerInstallState::installed;
+    const std::string manager = path_join(m_installationDirectory, "bin", kManagerExecutable);
+    const std::string engine = path_join(m_installationDirectory, "bin", kEngineExecutable);
+    if (m_state.load() == ManagerInstallState::notInstalled && fileExists(manager) &&
+        fileExists(engine))
+    {
+        m_state.store(ManagerInstallState::installed);
+    }
+    return m_state.load();
+}
+
+std::string managerArchiveUrl()
+{
+    const std::string archive = std::string("/orlix_manager-") +
+        architectureText(readNativeArchitecture()) + "-" + kArchiveTag + ".tgz";
+    const std::string configured = ini().OrlixManagerStorageURL;
+    if (!configured.empty())
+        return configured + archive;
+    return std::string(kDefaultStorageBase) + "/ORLIXManager/" + kReleaseFolder + archive;
+}
+
+void ManagerInstallation::install(MessageBoard& messageBoard)
+{
+    const std::string archivePath =
+        (std::filesystem::temp_directory_path() / "orlix_manager.tgz").string();
+    const bool done = fetchArchive(archivePath, messageBoard) && unpackArchive(archivePath) &&
+        filesAreComplete() && logVersion();
+    m_state.store(done ? ManagerInstallState::installed : ManagerInstallState::failed);
+}
+
+bool ManagerInstallation::fetchArchive(const std::string& archivePath, MessageBoard& messageBoard)
+{
+    const std::string url = managerArchiveUrl();
+    m_state.store(ManagerInstallState::downloading);
+    if (downloadFile(
+            url, archivePath, messageBoard, board_key::kManagerDownload,
+            "Downloading Orlix Manager: "))
+    {
+        return true;
+    }
+    log_info("Error! Could not download Orlix Manager file from %s!\n", url.c_str());
+    return false;
+}
+
+bool ManagerInstallation::unpackArchive(const std::string& archivePath)
+{
+    m_state.store(ManagerInstallState::unpacking);
+    // The archive holds the installation folder itself.
+    const std::string command = "tar xfz \"" + archivePath + "\" -C \"" + m_workingDirectory + "\"";
+    log_info("Unpacking Orlix Manager with command: \"%s\"\n", command.c_str());
+    const CommandResult result = runCommand(command);
+    deleteFile(archivePath);
+    // Only whether tar started decides: what it could not unpack is missed in the next step.
+    if (result.exitCode != -1)
+        return true;
+    log_info("Error! Failed to unpack Orlix Manager: %s\n", result.output.c_str());
+    return false;
+}
+
+bool ManagerInstallation::filesAreComplete() const
+{
+    const std::string manager = m_installationDirectory + "/bin/" + kManagerExecutable;
+    const std::string engine = m_installationDirectory + "/bin/" + kEngineExecutable;
+    const std::string version = m_installationDirectory + "/VERSION";
+    if (fileExists(manager) && fileExists(engine) && fileExists(version))
+        return true;
+    log_info(
+        "Warning! Failed installing the Edge Orlix Manager. Checked filepaths: \n%s\n%s\n%s\n",
+        manager.c_str(), engine.c_str(), version.c_str());
+    return false;
+}
+
+bool ManagerInstallation::logVersion() const
+{
+    std::ifstream file(m_installationDirectory + "/VERSION", std::ios::binary);
+    if (!file.is_open())
+    {
+        log_info("Error! Could not open Orlix Manager version file.\n");
+        return false;
+    }
+    const std::string version{std::istreambuf_iterator<char>(file), {}};
+    if (!version.empty())
+        log_info("Installed Orlix Manager version: %s\n", version.c_str());
+    return true;
+}
+
+void ManagerInstallation::remove()
+{
+    log_info("Removing Orlix Manager at %s\n", m_installationDirectory.c_str());
+    try
+    {
+        for (const char* const entry : kInstallationEntries)
+        {
+            const std::string path = path_join(m_installationDirectory, entry);
+            log_debug("Removing path: %s\n", path.c_str());
+            std::filesystem::remove_all(path);
+        }
+    }
+    catch (const std::filesystem::filesystem_error& error)
+    {
+        log_info("Failed to remove cache!\n%s\n", error.what());
+        return;
+    }
+    m_state.store(ManagerInstallState::notInstalled);
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,0 +1,138 @@
+// How a runtime's package comes onto the disk.
+
+#include <filesystem>
+#include <system_error>
+
+#include "core/ini.h"
+#include "remote/file_downloader.h"
+#include "remote/file_helpers.h"
+#include "runtimes/chip_catalogue.h"
+#include "runtimes/runtimes_manager.h"
+#include "runtimes/templates.h"
+#include "utils/command.h"
+#include "utils/log.h"
+#include "utils/paths.h"
+#include "utils/platform_names.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+namespace
+{
+
+constexpr char kUnpackCommand[] = "tar -xf \"{file_path}\" -C \"{folder_path}\"";
+
+void postDocumentation(const std::string& runtimeName, MessageBoard& board)
+{
+    const auto link = documentationLinks().find(runtimeName);
+    if (link == documentationLinks().end() || link->second.empty())
+        return;
+    board.postMessage(
+        board_key::kRuntimeDocumentation + runtimeName,
+        "To learn how to set up the machine and make use of the " + runtimeName +
+            " hardware for running AI models, please consult the following documentation: " +
+            link->second,
+        MessageType::message);
+}
+
+} // namespace
+
+void RuntimesManager::install(
+    const std::string& runtimeName, MessageBoard& messageBoard, bool useSubfolder)
+{
+    messageBoard.removeMessage(board_key::kRuntimeExtractionFailed);
+    if (status() == RuntimeStatus::installed)
+    {
+        log_info("Info: runtime is already installed.");
+        return;
+    }
+    postDocumentation(runtimeName, messageBoard);
+    setStatus(RuntimeStatus::installing);
+
+    const std::string folder =
+        useSubfolder ? path_join(m_binDirectory, runtimeName) : m_binDirectory;
+    const std::string packagePath = fileInBin(runtimeName + ".tar.gz");
+
+    const bool done = fetchPackage(runtimeName, packagePath, messageBoard) &&
+        (!useSubfolder || makeSubfolder(folder)) &&
+        unpackPackage(runtimeName, packagePath, folder, messageBoard);
+    setStatus(done ? RuntimeStatus::installed : RuntimeStatus::installFailed);
+}
+
+bool RuntimesManager::fetchPackage(
+    const std::string& runtimeName, const std::string& packagePath, MessageBoard& board)
+{
+    if (ini().cacheRuntimeArchives && fileExists(packagePath))
+    {
+        log_info("Info: Runtime package file already exists. Skipping download step.\n");
+        return true;
+    }
+    log_info("Info: Downloading runtime package for %s...\n", runtimeName.c_str());
+    const auto chip = m_runtimeToChip.find(runtimeName);
+    const std::string link =
+        chip == m_runtimeToChip.end() ? std::string() : chip->second->getDownloadLink(runtimeName);
+    if (link.empty())
+    {
+        log_info("ERROR: couldn't find a download link for the desired runtime.");
+        return false;
+    }
+    if (!downloadFile(
+            link, packagePath, board, board_key::kRuntimePackage, "Downloading runtime package"))
+    {
+        log_info("ERROR: Failed to download the runtime package.\n");
+        return false;
+    }
+    return true;
+}
+
+bool RuntimesManager::makeSubfolder(const std::string& folder) const
+{
+    std::string command = kMakeFolderCommand;
+    replaceAll(command, "{folder_path}", folder);
+    if (runCommand(command).exitCode == 0)
+        return true;
+    log_info("ERROR: Failed to create a folder for the runtime.");
+    return false;
+}
+
+bool RuntimesManager::unpackPackage(
+    const std::string& runtimeName, const std::string& packagePath, const std::string& folder,
+    MessageBoard& board)
+{
+    board.postMessage(
+        board_key::kRuntimeExtraction, "Extracting runtime from package", MessageType::message);
+    std::string command = kUnpackCommand;
+    replaceAll(command, "{file_path}", packagePath);
+    replaceAll(command, "{folder_path}", folder);
+    const CommandResult result = runCommand(command);
+    board.removeMessage(board_key::kRuntimeExtraction);
+
+    if (result.exitCode != 0)
+    {
+        log_info("ERROR: Failed to extract the runtime package.\n");
+        board.postMessage(
+            board_key::kRuntimeExtractionFailed,
+            "Failed to extract the runtime package. Please ensure you have a stable Internet connection and enough free space on your disk.",
+            MessageType::warning);
+        return false;
+    }
+    log_info("Info: Runtime %s downloaded successfully.\n", runtimeName.c_str());
+    if (ini().cacheRuntimeArchives)
+        log_info("Info: Caching the runtime package file as per configuration.\n");
+    else if (deleteFile(packagePath))
+        log_info("Info: Deleted the tar file successfully.\n");
+    else // the text is the unpacking's output, as operators know it
+        log_info("ERROR: Failed to delete the tar file: %s\n", result.output.c_str());
+    return true;
+}
+
+bool RuntimesManager::removeFile(const std::string& path) const
+{
+    std::error_code error;
+    if (std::filesystem::exists(path, error))
+        std::filesystem::remove(path, error);
+    log_debug("Removed: %s with error: %d\n", path.c_str(), error.value());
+    return !error;
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,0 +1,252 @@
+#include "runtimes/runtimes_manager.h"
+
+#include <algorithm>
+#include <fstream>
+#include <utility>
+
+#include "runtimes/chip_catalogue.h"
+#include "utils/log.h"
+#include "utils/paths.h"
+#include "utils/platform_names.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+namespace
+{
+
+constexpr char kInstalledRuntimeFile[] = "installed_runtime.txt";
+constexpr char kOpenMpLibrary[] = "libgomp.so";
+
+bool canBeOpened(const std::string& path)
+{
+    return std::ifstream(path, std::ios::binary).is_open();
+}
+
+} // namespace
+
+RuntimesManager::RuntimesManager(std::string binDirectory) :
+    m_binDirectory(std::move(binDirectory)),
+    m_machineInfo(readMachineInfo())
+{}
+
+void RuntimesManager::initialise(MessageBoard& messageBoard)
+{
+    if (m_binDirectory.empty())
+    {
+        log_info(
+            "ERROR: The bin directory path is empty. Please make sure the bin directory of the Orlix Manager is supplied.\n");
+        return;
+    }
+    log_info("Initializing Runtimes Manager\n");
+    setStatus(RuntimeStatus::notSelected);
+    m_machineInfo = readMachineInfo();
+
+    if (!machineIsFit(messageBoard))
+        return;
+    detectChips(messageBoard);
+    indexRuntimes();
+    printMachine();
+}
+
+bool RuntimesManager::machineIsFit(MessageBoard& messageBoard) const
+{
+    const CpuArchitecture architecture = m_machineInfo.getCpuArchitecture();
+    if (m_machineInfo.getOsName() == "Unknown" || architecture == CpuArchitecture::Unknown)
+    {
+        log_info(
+            "Error: The OS name or CPU architecture are not extracted correctly from the system.\n");
+        return false;
+    }
+    if (architecture == CpuArchitecture::X86_64 && !supportsAvx2())
+    {
+        messageBoard.postMessage(
+            board_key::kMissingAvx2,
+            "AVX2 is not supported on this machine. As a result, no runtime is compatible. Please ensure that your hardware supports AVX2 if you wish to use AI runtimes.",
+            MessageType::warning);
+        return false;
+    }
+    if (!hasSystemLibrary(kOpenMpLibrary))
+    {
+        messageBoard.postMessage(
+            board_key::kMissingLibgomp,
+            "libgomp is not installed on this machine. Please install it and restart the Tavo server to be able to use AI runtimes.",
+            MessageType::warning);
+        return false;
+    }
+    return true;
+}
+
+void RuntimesManager::detectChips(MessageBoard& messageBoard)
+{
+    m_cpu = detectCpu(m_machineInfo);
+    m_hailo = detectHailo(m_machineInfo);
+    m_nvidia = detectNvidia(m_machineInfo, messageBoard);
+    m_qualcomm = detectQualcomm(m_machineInfo);
+    m_memryx = detectMemryx(m_machineInfo);
+    m_deepx = detectDeepx(m_machineInfo);
+    m_axelera = detectAxelera(m_machineInfo);
+    m_sima = detectSima(m_machineInfo);
+    m_intel = detectIntel(m_machineInfo);
+    m_edgeCortix = detectEdgeCortix(m_machineInfo);
+    m_ambarella = detectAmbarella(m_machineInfo);
+}
+
+void RuntimesManager::indexRuntimes()
+{
+    Chip* const chips[] = {m_cpu.get(),      m_hailo.get(),      m_nvidia.get(),   m_memryx.get(),
+                           m_qualcomm.get(), m_deepx.get(),      m_sima.get(),     m_intel.get(),
+                           m_axelera.get(),  m_edgeCortix.get(), m_ambarella.get()};
+    m_runtimeToChip.clear();
+    for (Chip* const chip : chips)
+    {
+        for (const std::string& name : chip->listRuntimes(/*mimeType*/ {}))
+            m_runtimeToChip[name] = chip;
+    }
+}
+
+void RuntimesManager::printMachine() const
+{
+    log_info("Runtimes Manager initialized.\n");
+    log_info("Machine Info:\n");
+    // Printed from a description that nothing fills, as operators know it: the fields are empty.
+    const MachineInfo unfilled;
+    log_info(
+        "OS Name: %s, OS Version: %s, CPU Architecture: %s\n", unfilled.getOsName().c_str(),
+        unfilled.getOsVersion().c_str(), architectureText(unfilled.getCpuArchitecture()));
+    const Chip* const chips[] = {m_cpu.get(),        m_hailo.get(),    m_nvidia.get(),
+                                 m_qualcomm.get(),   m_memryx.get(),   m_deepx.get(),
+                                 m_sima.get(),       m_axelera.get(),  m_intel.get(),
+                                 m_edgeCortix.get(), m_ambarella.get()};
+    for (const Chip* const chip : chips)
+        chip->printChipInfo();
+}
+
+std::vector<std::string> RuntimesManager::getCompatibleRuntimes(const std::string& mimeType)
+{
+    std::vector<std::string> names;
+    for (const auto& [name, chip] : m_runtimeToChip)
+    {
+        if (mimeType.empty())
+        {
+            names.push_back(name);
+            continue;
+        }
+        const std::vector<std::string> fitting = chip->listRuntimes(mimeType);
+        names.insert(names.end(), fitting.begin(), fitting.end());
+    }
+    std::sort(names.begin(), names.end());
+    names.erase(std::unique(names.begin(), names.end()), names.end());
+    if (names.empty())
+    {
+        log_info("ERROR: Couldn't find any compatible runtime.\n");
+        setStatus(RuntimeStatus::noneCompatible);
+    }
+    return names;
+}
+
+bool RuntimesManager::isRuntimeInstalled() const
+{
+    const std::string inSubfolder =
+        path_join(m_binDirectory, runtime_name::kGenericCpu, kRuntimeLibrary);
+    if (!canBeOpened(fileInBin(kRuntimeLibrary)) && !canBeOpened(inSubfolder))
+        return false;
+    if (canBeOpened(fileInBin(kInstalledRuntimeFile)))
+        return true;
+    log_info(
+        "Warning: Runtime library exists but installed_runtime.txt is missing. The runtime is not properly installed.\n");
+    return false;
+}
+
+void RuntimesManager::uninstall()
+{
+    const bool libraryRemoved = removeFile(fileInBin(kRuntimeLibrary));
+    const bool nameRemoved = removeFile(fileInBin(kInstalledRuntimeFile));
+    if (libraryRemoved && nameRemoved)
+    {
+        log_info("Succesfully removed runtime library.\n");
+        setStatus(RuntimeStatus::notSelected);
+    }
+    else
+    {
+        log_info("Warning! Failed to remove library files.\n");
+    }
+}
+
+void RuntimesManager::saveInstalledRuntimeName(const std::string& runtimeName)
+{
+    {
+        const MutexLock lock(m_namesMutex);
+        m_installedRuntimeName = runtimeName;
+    }
+    std::ofstream file(fileInBin(kInstalledRuntimeFile), std::ios::binary | std::ios::trunc);
+    if (file.is_open())
+        file << runtimeName;
+    else
+        log_info("ERROR: Failed to save the installed runtime's name.\n");
+    m_runtimeChanged.store(true);
+}
+
+std::string RuntimesManager::getInstalledRuntimeName() const
+{
+    const MutexLock lock(m_namesMutex);
+    if (m_installedRuntimeName.empty())
+    {
+        std::ifstream file(fileInBin(kInstalledRuntimeFile), std::ios::binary);
+        if (file.is_open())
+            std::getline(file, m_installedRuntimeName);
+        else
+            log_info("Warning: There is no installed runtime on this machine.\n");
+    }
+    return m_installedRuntimeName;
+}
+
+std::string RuntimesManager::getMimeType(const std::string& runtimeName) const
+{
+    if (runtimeName.empty())
+    {
+        log_info("Warning: There is no installed runtime on this machine.");
+        return {};
+    }
+    const auto chip = m_runtimeToChip.find(runtimeName);
+    if (chip == m_runtimeToChip.end())
+    {
+        log_info("ERROR: Invalid runtime name.\n");
+        return {};
+    }
+    return chip->second->getFirstMimeType(runtimeName);
+}
+
+std::vector<std::string> RuntimesManager::availableRuntimes() const
+{
+    const MutexLock lock(m_namesMutex);
+    return m_availableRuntimes;
+}
+
+void RuntimesManager::setAvailableRuntimes(std::vector<std::string> names)
+{
+    const MutexLock lock(m_namesMutex);
+    m_availableRuntimes = std::move(names);
+}
+
+void RuntimesManager::chooseRuntime(std::string name)
+{
+    {
+        const MutexLock lock(m_namesMutex);
+        m_chosenRuntime = std::move(name);
+    }
+    setStatus(RuntimeStatus::chosen);
+}
+
+std::string RuntimesManager::chosenRuntime() const
+{
+    const MutexLock lock(m_namesMutex);
+    return m_chosenRuntime;
+}
+
+std::string RuntimesManager::fileInBin(const std::string& name) const
+{
+    return path_join(m_binDirectory, name);
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix
