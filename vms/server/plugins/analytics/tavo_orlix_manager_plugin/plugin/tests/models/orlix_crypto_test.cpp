@@ -1,0 +1,165 @@
+#include "models/orlix_crypto.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include <sys/stat.h>
+
+#include <gtest/gtest.h>
+#include <openssl/evp.h>
+
+#include "temporary_folder.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+namespace
+{
+
+const std::string kKey = "0123456789abcdef0123456789ABCDEF!"; // one byte more than is used
+
+std::string encrypt(const std::string& plaintext, const std::string& key = kKey)
+{
+    const std::string iv = "twelve bytes";
+    std::string ciphertext(plaintext.size(), '\0');
+    std::string tag(16, '\0');
+    EVP_CIPHER_CTX* const context = EVP_CIPHER_CTX_new();
+    int size = 0;
+    EVP_EncryptInit_ex(context, EVP_aes_256_gcm(), nullptr,
+        reinterpret_cast<const unsigned char*>(key.data()),
+        reinterpret_cast<const unsigned char*>(iv.data()));
+    EVP_EncryptUpdate(context, reinterpret_cast<unsigned char*>(ciphertext.data()), &size,
+        reinterpret_cast<const unsigned char*>(plaintext.data()),
+        static_cast<int>(plaintext.size()));
+    EVP_EncryptFinal_ex(context, nullptr, &size);
+    EVP_CIPHER_CTX_ctrl(context, EVP_CTRL_AEAD_GET_TAG, 16, tag.data());
+    EVP_CIPHER_CTX_free(context);
+    return iv + ciphertext + tag;
+}
+
+class ModelCryptoTest: public testing::Test
+{
+protected:
+    bool decrypt(const std::string& file, const std::string& key = kKey)
+    {
+        m_folder.write("model.enc", file);
+        return decryptModelFile(key, m_folder.path("model.enc"), m_folder.path("model"));
+    }
+
+    TemporaryFolder m_folder;
+};
+
+} // namespace
+
+TEST_F(ModelCryptoTest, decryptsFilesOfEverySizeAroundItsBlocks)
+{
+    for (const std::size_t size: {0, 1, 1023, 1024, 1025, 65535, 65536, 65537, 200'000})
+    {
+        SCOPED_TRACE(size);
+        std::string plaintext(size, 'x');
+        for (std::size_t i = 0; i < size; ++i)
+            plaintext[i] = static_cast<char>(i * 31);
+        EXPECT_TRUE(decrypt(encrypt(plaintext)));
+        EXPECT_EQ(plaintext, m_folder.read("model"));
+    }
+}
+
+TEST_F(ModelCryptoTest, onlyItsOwnerCanReadTheDecryptedCopy)
+{
+    m_folder.write("model", "a stale copy that anyone may read");
+    chmod(m_folder.path("model").c_str(), 0666);
+    ASSERT_TRUE(decrypt(encrypt("weights")));
+    struct stat status = {};
+    ASSERT_EQ(0, stat(m_folder.path("model").c_str(), &status));
+    EXPECT_EQ(0600u, status.st_mode & 0777u);
+}
+
+TEST_F(ModelCryptoTest, refusesWhatIsNotWholeAndAuthentic)
+{
+    const std::string good = encrypt("weights of a model");
+    std::string flipped = good;
+    flipped[20] = static_cast<char>(flipped[20] ^ 1);
+    const struct
+    {
+        const char* name;
+        std::string file;
+        std::string key;
+    } cases[] = {
+        {"corrupted", flipped, kKey},
+        {"cut", good.substr(0, good.size() - 1), kKey},
+        {"longer", good + "x", kKey},
+        {"shorter than its envelope", good.substr(0, 27), kKey},
+        {"empty", "", kKey},
+        {"wrong key", good, std::string(32, 'k')},
+        {"key cut short", good, kKey.substr(0, 31)},
+        {"no key", good, ""},
+    };
+    for (const auto& c: cases)
+    {
+        SCOPED_TRACE(c.name);
+        EXPECT_FALSE(decrypt(c.file, c.key));
+    }
+    EXPECT_TRUE(decrypt(good));
+    EXPECT_FALSE(decryptModelFile(kKey, m_folder.path("none"), m_folder.path("model")));
+    EXPECT_FALSE(decryptModelFile(kKey, m_folder.path("model.enc"), m_folder.path("no/folder")));
+}
+
+TEST_F(ModelCryptoTest, hashesFilesAsTheirDigestsSay)
+{
+    m_folder.write("empty", "");
+    m_folder.write("long", std::string(10'000, 'a'));
+    EXPECT_EQ("d41d8cd98f00b204e9800998ecf8427e", hexEncode(fileMd5(m_folder.path("empty")).value()));
+    EXPECT_EQ("0d0c9c4db6953fee9e03f528cafd7d3e", hexEncode(fileMd5(m_folder.path("long")).value()));
+    EXPECT_FALSE(fileMd5(m_folder.path("none")));
+    EXPECT_FALSE(fileMd5(m_folder.path("")));
+}
+
+TEST(Base64Test, paddingCountsAsData)
+{
+    const Bytes key(32, 0xA5);
+    const std::string text = base64Encode(key);
+    ASSERT_EQ(44u, text.size());
+    const auto decoded = base64Decode(text);
+    ASSERT_TRUE(decoded);
+    ASSERT_EQ(33u, decoded->size());
+    EXPECT_EQ(key, Bytes(decoded->begin(), decoded->begin() + 32));
+    EXPECT_EQ(0, decoded->back());
+
+    for (const char* const bad: {"no base64!", "abc", "abcde", "ab=c"})
+        EXPECT_FALSE(base64Decode(bad)) << bad;
+    EXPECT_EQ(0u, base64Decode("").value().size());
+}
+
+TEST(KeyPairTest, aSignatureHoldsForItsDataAndKeyOnly)
+{
+    const Key key = generateEcKey();
+    ASSERT_TRUE(key);
+    const auto publicDer = encodeKey(key, KeySelection::publicKey);
+    const auto privateDer = encodeKey(key, KeySelection::privateKey);
+    ASSERT_TRUE(publicDer && privateDer);
+    const Key publicKey = loadKey(*publicDer, KeySelection::publicKey);
+    const Key privateKey = loadKey(*privateDer, KeySelection::privateKey);
+    ASSERT_TRUE(publicKey && privateKey);
+
+    const std::string data = "what is signed";
+    const auto signature = signSha256(privateKey, data);
+    ASSERT_TRUE(signature);
+    const auto verify = [&](const std::string& text)
+    {
+        EVP_MD_CTX* const context = EVP_MD_CTX_new();
+        EVP_DigestVerifyInit(context, nullptr, EVP_sha256(), nullptr, publicKey.get());
+        const int result = EVP_DigestVerify(context, signature->data(), signature->size(),
+            reinterpret_cast<const unsigned char*>(text.data()), text.size());
+        EVP_MD_CTX_free(context);
+        return result == 1;
+    };
+    EXPECT_TRUE(verify(data));
+    EXPECT_FALSE(verify("what is signee"));
+
+    EXPECT_FALSE(loadKey(Bytes{1, 2, 3}, KeySelection::privateKey));
+    EXPECT_FALSE(loadKey(*privateDer, static_cast<KeySelection>(3)));
+    EXPECT_FALSE(encodeKey(nullptr, KeySelection::publicKey));
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix
