@@ -6,6 +6,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace tavo::sdk
 {
@@ -34,7 +35,7 @@ private:
     std::string m_prefix;
 };
 
-// "[", then `givenPrefix` or, without one, the library's name and `tag` ("_engine", "_device"),
+// "[", then `givenPrefix` or, without one, the library's name, then `tag` ("_engine", "_device"),
 // then "_" and `name` where there is one, then "] ".
 std::string makePrintPrefix(
     const std::string& givenPrefix, const std::string& tag, const char* name);

@@ -5,7 +5,6 @@
 #pragma once
 
 #include <map>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -14,6 +13,7 @@
 #include <tavo/sdk/analytics/i_custom_metadata_packet.h>
 #include <tavo/sdk/analytics/i_device_info.h>
 #include <tavo/sdk/analytics/i_uncompressed_video_frame.h>
+#include <tavo/sdk/helpers/host_state.h>
 #include <tavo/sdk/helpers/output.h>
 #include <tavo/sdk/helpers/ref_countable.h>
 #include <tavo/sdk/ptr.h>
@@ -84,7 +84,9 @@ protected:
         IIntegrationDiagnosticEvent::Level level, std::string caption,
         std::string description) const;
 
-    Ptr<IDeviceAgent::IHandler> handler() const; // null before it was set
+    // Null before the host has set it.
+    Ptr<IDeviceAgent::IHandler> handler() const { return m_hostState.handler(); }
+
     const Ptr<const IDeviceInfo>& deviceInfo() const { return m_deviceInfo; }
     const Output& output() const { return m_output; }
 
@@ -97,9 +99,7 @@ private:
 private:
     const Output m_output;
     const Ptr<const IDeviceInfo> m_deviceInfo;
-    mutable std::mutex m_mutex; // leaf, over the two members below
-    std::map<std::string, std::string> m_settings;
-    Ptr<IDeviceAgent::IHandler> m_handler;
+    HostState<IDeviceAgent::IHandler> m_hostState;
 };
 
 } // namespace tavo::sdk::analytics

@@ -4,10 +4,10 @@
 #pragma once
 
 #include <map>
-#include <mutex>
 #include <string>
 
 #include <tavo/sdk/analytics/i_engine.h>
+#include <tavo/sdk/helpers/host_state.h>
 #include <tavo/sdk/helpers/output.h>
 #include <tavo/sdk/helpers/ref_countable.h>
 #include <tavo/sdk/ptr.h>
@@ -60,14 +60,14 @@ protected:
         IIntegrationDiagnosticEvent::Level level, std::string caption,
         std::string description) const;
 
-    Ptr<IEngine::IHandler> handler() const; // null before it was set
+    // Null before the host has set it.
+    Ptr<IEngine::IHandler> handler() const { return m_hostState.handler(); }
+
     const Output& output() const { return m_output; }
 
 private:
     Output m_output;
-    mutable std::mutex m_mutex; // leaf, over the two members below
-    std::map<std::string, std::string> m_settings;
-    Ptr<IEngine::IHandler> m_handler;
+    HostState<IEngine::IHandler> m_hostState;
     const std::string m_givenPrintPrefix;
 };
 

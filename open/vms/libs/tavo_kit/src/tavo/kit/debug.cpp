@@ -1,0 +1,41 @@
+#include <tavo/kit/debug.h>
+
+#include <string>
+
+#include <tavo/kit/error_stream.h>
+
+namespace tavo::kit
+{
+
+namespace
+{
+
+// The folders of the machine that built the library mean nothing to its reader.
+std::string_view withoutFolder(std::string_view path)
+{
+    const size_t separator = path.find_last_of("/\\");
+    return separator == std::string_view::npos ? path : path.substr(separator + 1);
+}
+
+} // namespace
+
+void printLine(std::string_view text)
+{
+    std::string line;
+    line.reserve(text.size() + 1);
+    line.append(text).append("\n");
+    writeToErrorStream(line);
+}
+
+void assertionFailed(
+    std::string_view condition, std::string_view message, const std::source_location& where)
+{
+    std::string text = "ASSERTION FAILED: ";
+    text.append(withoutFolder(where.file_name())).append(":");
+    text.append(std::to_string(where.line())).append(" (").append(condition).append(")");
+    if (!message.empty())
+        text.append(" ").append(message);
+    printLine(text);
+}
+
+} // namespace tavo::kit

@@ -1,0 +1,155 @@
+#include <tavo/sdk/analytics/helpers/engine.h>
+
+#include <utility>
+
+#include <tavo/kit/debug.h>
+#include <tavo/sdk/helpers/error.h>
+#include <tavo/sdk/helpers/integration_diagnostic_event.h>
+#include <tavo/sdk/helpers/string.h>
+#include <tavo/sdk/helpers/string_map.h>
+#include <tavo/sdk/helpers/to_string.h>
+
+namespace tavo::sdk::analytics
+{
+
+namespace
+{
+
+constexpr const char* kPrefixTag = "_engine";
+
+std::string actionText(const IAction* action)
+{
+    const char* const actionId = action->actionId();
+    const Ptr<const IStringMap> params(action->params());
+    return std::string("Executing action:\n") + kIndent +
+        "actionId: " + (actionId ? actionId : "") + "\n" + kIndent +
+        "objectTrackId: " + action->objectTrackId().toText() + "\n" + kIndent +
+        "deviceId: " + action->deviceId().toText() + "\n" + kIndent +
+        "timestampUs: " + std::to_string(action->timestampUs()) + "\n" + kIndent +
+        "params: " + toJsonString(params.get(), /*indentCount*/ 1);
+}
+
+} // namespace
+
+Engine::Engine(bool enableOutput, std::string printPrefix) :
+    m_output(enableOutput, makePrintPrefix(printPrefix, kPrefixTag, /*name*/ nullptr)),
+    m_givenPrintPrefix(std::move(printPrefix))
+{
+    m_output.print("Created");
+}
+
+Engine::~Engine()
+{
+    m_output.print("Destroyed");
+}
+
+void Engine::setEngineInfo(const IEngineInfo* engineInfo)
+{
+    m_output.setPrefix(
+        makePrintPrefix(m_givenPrintPrefix, kPrefixTag, engineInfo ? engineInfo->name() : nullptr));
+}
+
+Result<const ISettingsResponse*> Engine::setSettings(const IStringMap* settings)
+{
+    m_output.print("Received settings");
+
+    std::map<std::string, std::string> newSettings;
+    if (!toStdMap(settings, &newSettings))
+        return error(ErrorCode::invalidParams, "Unable to convert the input string map");
+
+    m_hostState.setSettings(std::move(newSettings));
+    return settingsReceived();
+}
+
+Result<const ISettingsResponse*> Engine::pluginSideSettings() const
+{
+    return {};
+}
+
+Result<const IString*> Engine::manifest() const
+{
+    return new String(manifestString());
+}
+
+bool Engine::isCompatible(const IDeviceInfo* /*deviceInfo*/) const
+{
+    return true;
+}
+
+void Engine::doExecuteAction(Result<const IActionResponse*>* outResult, const IAction* action)
+{
+    if (!kit::verify(outResult, "outResult"))
+        return;
+
+    if (!action)
+    {
+        m_output.printAlways("doExecuteAction(): INTERNAL ERROR: action is null");
+        *outResult = error(ErrorCode::invalidParams, "Action is null");
+        return;
+    }
+
+    if (m_output.isPrinting())
+        m_output.print(actionText(action));
+
+    std::map<std::string, std::string> params;
+    if (!toStdMap(Ptr<const IStringMap>(action->params()).get(), &params))
+    {
+        *outResult = error(ErrorCode::invalidParams, "Invalid action parameters");
+        return;
+    }
+
+    *outResult = getSettingsOnActiveSettingChange(addRefToPtr(action), params);
+}
+
+void Engine::setHandler(IEngine::IHandler* handler)
+{
+    m_hostState.setHandler(handler);
+}
+
+Result<const ISettingsResponse*> Engine::settingsReceived()
+{
+    return {};
+}
+
+Result<const IActionResponse*> Engine::getSettingsOnActiveSettingChange(
+    Ptr<const IAction> /*action*/, const std::map<std::string, std::string>& /*params*/)
+{
+    return {};
+}
+
+std::map<std::string, std::string> Engine::currentSettings() const
+{
+    return m_hostState.settings();
+}
+
+std::string Engine::settingValue(const std::string& name) const
+{
+    std::optional<std::string> value = m_hostState.setting(name);
+    if (value)
+        return std::move(*value);
+    m_output.printAlways(
+        "ERROR: Requested setting " + name + " is missing; implying empty string.");
+    return {};
+}
+
+void Engine::pushIntegrationDiagnosticEvent(
+    IIntegrationDiagnosticEvent::Level level, std::string caption, std::string description) const
+{
+    const Ptr<IEngine::IHandler> hostHandler = handler();
+    if (!hostHandler)
+    {
+        m_output.printAlways(
+            "pushIntegrationDiagnosticEvent(): INTERNAL ERROR: setHandler() was not called; ignoring the Integration Diagnostic Event.");
+        return;
+    }
+
+    const auto event =
+        makePtr<IntegrationDiagnosticEvent>(level, std::move(caption), std::move(description));
+    if (m_output.isPrinting())
+    {
+        m_output.print("Producing Integration Diagnostic Event:\n" + toJsonString(event.get()));
+    }
+    hostHandler->handleIntegrationDiagnosticEvent(event.get());
+}
+
+} // namespace tavo::sdk::analytics

@@ -1,0 +1,62 @@
+#include <tavo/sdk/helpers/lib_context.h>
+
+#include <string_view>
+
+#include <tavo/kit/debug.h>
+#include <tavo/sdk/exports.h>
+
+namespace tavo::sdk
+{
+
+namespace
+{
+
+constexpr const char* kIncorrectName = "incorrectly_named_lib_context";
+
+} // namespace
+
+void LibContext::setName(const char* name)
+{
+    const std::lock_guard lock(m_mutex);
+
+    const std::string_view currentName = m_name.load(std::memory_order_relaxed);
+    if (currentName != kDefaultName && (!name || currentName != name))
+    {
+        const std::string message = "Attempt to change LibContext name from " +
+            std::string(currentName) + " to " + (name ? name : "(null)") + ".";
+        kit::assertionFailed("m_name == kDefaultName || m_name == std::string(name)", message);
+        return;
+    }
+
+    const char* newName = name;
+    if (!kit::verify(name, "name") || !kit::verify(name[0] != '\0', "name[0] != '\\0'"))
+        newName = kIncorrectName;
+
+    if (currentName == newName)
+        return; // readers may hold the text
+
+    m_ownName = newName;
+    m_name.store(m_ownName.c_str(), std::memory_order_release);
+}
+
+void LibContext::setRefCountableRegistry(IRefCountableRegistry* registry)
+{
+    const std::lock_guard lock(m_mutex);
+    kit::verify(
+        !m_refCountableRegistry.load(std::memory_order_relaxed), "!m_refCountableRegistry",
+        "LibContext refCountableRegistry has already been set.");
+    m_refCountableRegistry.store(registry, std::memory_order_release);
+}
+
+LibContext& libContext()
+{
+    static LibContext context;
+    return context;
+}
+
+} // namespace tavo::sdk
+
+tavo::sdk::ILibContext* tavoLibContext()
+{
+    return &tavo::sdk::libContext();
+}

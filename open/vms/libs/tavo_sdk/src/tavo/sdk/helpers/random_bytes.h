@@ -1,0 +1,13 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+namespace tavo::sdk
+{
+
+// Fills the bytes from the system's secure source. Any thread. Throws std::system_error if that
+// fails.
+void fillWithRandomBytes(std::span<std::uint8_t> bytes);
+
+} // namespace tavo::sdk

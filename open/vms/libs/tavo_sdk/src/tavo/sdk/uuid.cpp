@@ -1,0 +1,82 @@
+#include <tavo/sdk/uuid.h>
+
+#include <tavo/sdk/helpers/random_bytes.h>
+
+namespace tavo::sdk
+{
+
+namespace
+{
+
+constexpr size_t kMinTextSize = 32;
+
+// The letter r stands where one would expect the carriage return, as in the host.
+constexpr std::string_view kSkipped = "\t\n r-{}";
+
+int hexDigit(char c)
+{
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    if (c >= 'a' && c <= 'f')
+        return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F')
+        return c - 'A' + 10;
+    return -1;
+}
+
+} // namespace
+
+Uuid Uuid::fromText(const char* text)
+{
+    return text ? fromText(std::string_view(text)) : Uuid{};
+}
+
+Uuid Uuid::fromText(std::string_view text)
+{
+    if (text.size() < kMinTextSize)
+        return {};
+
+    Uuid result;
+    size_t byteCount = 0;
+    for (size_t i = 0; i < text.size(); ++i)
+    {
+        if (kSkipped.find(text[i]) != std::string_view::npos)
+            continue;
+        if (byteCount == result.bytes.size() || i + 1 == text.size())
+            return {};
+        const int high = hexDigit(text[i]);
+        const int low = hexDigit(text[++i]);
+        if (high < 0 || low < 0)
+            return {};
+        result.bytes[byteCount++] = static_cast<std::uint8_t>(high * 16 + low);
+    }
+    return byteCount == result.bytes.size() ? result : Uuid{};
+}
+
+Uuid Uuid::random()
+{
+    Uuid result;
+    fillWithRandomBytes(result.bytes);
+    result.bytes[6] = static_cast<std::uint8_t>((result.bytes[6] & 0x0F) | 0x40); // version 4
+    result.bytes[8] = static_cast<std::uint8_t>((result.bytes[8] & 0x3F) | 0x80); // variant
+    return result;
+}
+
+std::string Uuid::toText() const
+{
+    constexpr char kDigits[] = "0123456789abcdef";
+    constexpr size_t kTextSize = 36;
+
+    std::string text;
+    text.reserve(kTextSize);
+    for (size_t i = 0; i < bytes.size(); ++i)
+    {
+        if (i == 4 || i == 6 || i == 8 || i == 10)
+            text += '-';
+        text += kDigits[bytes[i] >> 4];
+        text += kDigits[bytes[i] & 0x0F];
+    }
+    return text;
+}
+
+} // namespace tavo::sdk
