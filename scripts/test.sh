@@ -1,0 +1,64 @@
+#!/usr/bin/env bash
+# Sets up, builds and tests, from a fresh clone on. Fails where anything of it fails, and closes with
+# the number of tests as a line of its own.
+#
+# usage: test.sh [debug|release|asan|tsan]
+#   asan    with the address, undefined behaviour and leak sanitizers
+#   tsan    with the thread sanitizer
+# TAVO_JOBS: how many compilers and tests run at a time; all processors otherwise.
+set -euo pipefail
+
+here=$(dirname "${BASH_SOURCE[0]}")
+# shellcheck source=scripts/lib/common.sh
+. "$here/lib/common.sh"
+
+preset=${1:-debug}
+jobs=${TAVO_JOBS:-$(nproc)}
+runner=()
+
+set_sanitizer_options()
+{
+    export ASAN_OPTIONS=detect_leaks=1:detect_stack_use_after_return=1:strict_string_checks=1
+    export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+    export TSAN_OPTIONS=history_size=7:second_deadlock_stack=1
+    # The thread sanitizer wants its own place in memory, which a kernel with much randomness in its
+    # addresses has taken.
+    if [ "$preset" = tsan ] && setarch "$(uname -m)" -R true 2>/dev/null; then
+        runner=(setarch "$(uname -m)" -R)
+    fi
+}
+
+# count ATTRIBUTE REPORT: a number of the JUnit report's head.
+count()
+{
+    sed -n "s/^.*[[:space:]]$1=\"\([0-9]*\)\".*$/\1/p" "$2" | head -n 1
+}
+
+print_counts()
+{
+    local tests failed skipped
+    tests=$(count tests "$1")
+    failed=$(count failures "$1")
+    skipped=$(($(count skipped "$1") + $(count disabled "$1")))
+    say "$((tests - failed - skipped)) passed, $failed failed, $skipped skipped"
+}
+
+case $preset in
+    debug | release | asan | tsan) ;;
+    *) die "usage: $0 [debug|release|asan|tsan]" ;;
+esac
+"$here/setup.sh" build
+cd "$(repo_dir)"
+set_sanitizer_options
+
+cmake --preset "$preset"
+# The tests are listed by running them, so what they need holds for the build as well.
+"${runner[@]}" cmake --build --preset "$preset" -j "$jobs"
+
+report=$PWD/build/$preset/tests.xml
+rm -f "$report"
+status=0
+"${runner[@]}" ctest --preset "$preset" -j "$jobs" --no-tests=error --output-junit "$report" \
+    || status=$?
+[ ! -f "$report" ] || print_counts "$report"
+exit "$status"
