@@ -1,38 +1,35 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
-#include <unordered_map>
+#include <string_view>
 
 #include "inference/message_buffer.h"
 #include "utils/mutex.h"
+#include "utils/shm.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
 // One of the application's segments, mapped into this process for as long as this lives. Any
-// thread may call; the protocol gives a segment to one frame at a time.
+// thread may call.
 class AttachedSegment
 {
 public:
-    // Null, with the reason logged, when there is no such segment.
-    [[nodiscard]] static std::shared_ptr<AttachedSegment> attach(const std::string& name);
+    explicit AttachedSegment(ShmView view) :
+        m_view(std::move(view))
+    {}
 
-    ~AttachedSegment();
-    AttachedSegment(const AttachedSegment&) = delete;
-    AttachedSegment& operator=(const AttachedSegment&) = delete;
-
-    // Writes the size word and the message. False, with nothing written, when the application has
-    // committed less than that.
+    // Writes the size word and the message. False, with nothing written and the reason logged, when
+    // the application has committed less than that.
     [[nodiscard]] bool write(const MessageBuffer& message);
 
 private:
-    struct Mapping;
-
-    explicit AttachedSegment(std::unique_ptr<Mapping> mapping);
-
-    const std::unique_ptr<Mapping> m_mapping;
+    // The protocol gives a segment to one frame at a time; this holds if the application does not.
+    Mutex m_writeLock;
+    const ShmView m_view GUARDED_BY(m_writeLock);
 };
 
 // The segments that the application has named, by name. It creates, sizes and names them; here
@@ -42,26 +39,26 @@ class AttachedSegments
 {
 public:
     // Names are from now on those of another run of the application: one that comes again means
-    // another segment. The views of earlier runs stay until their name comes again.
+    // another segment. The views of earlier runs stay until then.
     void startRun();
 
     // Attaches on first sight in this run. Null, with the reason logged, on failure.
-    [[nodiscard]] std::shared_ptr<AttachedSegment> find(const std::string& name);
+    [[nodiscard]] std::shared_ptr<AttachedSegment> find(std::string_view name);
 
     // False if the name is not attached. A thread that still writes to the segment keeps it mapped
     // until it is done.
-    [[nodiscard]] bool close(const std::string& name);
+    [[nodiscard]] bool close(std::string_view name);
 
 private:
     struct Entry
     {
-        std::uint64_t run = 0;
+        std::uint64_t run = 0; // that it was attached in
         std::shared_ptr<AttachedSegment> segment;
     };
 
     Mutex m_segmentLock; // a leaf; held while attaching, never while writing
     std::uint64_t m_run GUARDED_BY(m_segmentLock) = 0;
-    std::unordered_map<std::string, Entry> m_segments GUARDED_BY(m_segmentLock);
+    std::map<std::string, Entry, std::less<>> m_segments GUARDED_BY(m_segmentLock);
 };
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -3,8 +3,6 @@
 #include <atomic>
 #include <cstdint>
 #include <string>
-#include <unordered_map>
-#include <vector>
 
 #include <tavo/sdk/i_utility_provider.h>
 #include <tavo/sdk/ptr.h>
@@ -14,6 +12,9 @@
 #include "inference/attached_segments.h"
 #include "inference/manager_state.h"
 #include "inference/message_buffer.h"
+#include "inference/model_changes.h"
+#include "inference/small_message.h"
+#include "utils/clock.h"
 #include "utils/json.h"
 #include "utils/pipes.h"
 #include "utils/process.h"
@@ -43,14 +44,15 @@ public:
     // failure is on the board. After a crash it starts again only if the ini file allows.
     void start(const AssignedModels& assignedModels, const std::string& pluginSocketPath);
 
-    // Asks the application to stop, waits 5 seconds, then kills it; deletes decrypted copies.
-    // Does nothing when no process is there.
+    // Asks the application to stop, waits 5 seconds, then kills it and waits one more; deletes
+    // decrypted copies. Does nothing when no process is there.
     void stop(const AssignedModels& assignedModels);
 
     // Looks whether the process lives, reports a crash on the board with what the application
     // wrote to its standard error, and takes the report back once a restarted application has
     // stayed up for more than 10 seconds. `provider` may be null: the host is then not told.
-    ManagerState checkRunning(const sdk::Ptr<sdk::IUtilityProvider>& provider);
+    ManagerState checkRunning(
+        const sdk::Ptr<sdk::IUtilityProvider>& provider, std::uint64_t nowMs = time_now_ms());
 
     // Fire and forget, each on a connection of its own.
     void sendReferenceRun();
@@ -63,8 +65,8 @@ public:
     [[nodiscard]] bool sendInput(const MessageBuffer& message, std::uint64_t deviceNumber);
 
     // Writes etc/settings.json if a model or its change stamp differs from the last write, or if
-    // `force`; true if it was rewritten, and the application then needs a restart. `document` is
-    // the array of model objects.
+    // `force`; true if it was to be rewritten, also if the disk refused, and the application then
+    // needs a restart. `document` is the array of model objects.
     [[nodiscard]] bool updateSettings(
         MutableJsonDocument document, const AssignedModels& assignedModels, bool force);
 
@@ -78,24 +80,26 @@ public:
     [[nodiscard]] std::uint64_t startCount() const { return m_startCount; }
 
 private:
-    bool prepareModels(const AssignedModels& assignedModels);
-    bool prepareModel(const AssignedModel& model);
-    void reportStartFailure(const std::string& text);
+    // The steps of start; each false has put its reason on the board.
+    [[nodiscard]] bool prepareModel(const AssignedModel& model);
+    [[nodiscard]] bool decryptModel(const AssignedModel& model);
+    bool startFailed(const std::string& text);
+    void spawn(const std::string& pluginSocketPath);
+
+    void forgetCrash(const sdk::Ptr<sdk::IUtilityProvider>& provider);
     void reportCrash(int exitCode);
-    void keepLogsOfCrash() const;
-    [[nodiscard]] std::vector<std::string> arguments(const std::string& pluginSocketPath) const;
-    [[nodiscard]] bool modelsDiffer(const AssignedModels& assignedModels) const;
+    void send(protocol::Command command);
 
     ProcessRecord m_process;
     const std::string m_rootFolder;
     const std::string m_moduleSocketPath;
-    PipeEnd* m_stderrPipe = nullptr; // owned
+    PipeEnd m_stderrPipe; // what the application writes to its standard error
     MessageBoard* const m_messageBoard; // not owned
     std::atomic<ManagerState> m_state{ManagerState::Stopped};
     std::uint64_t m_startCount = 0;
     std::uint64_t m_startTimeMs = 0; // wall clock of the last successful start
-    std::unordered_map<std::string, std::string> m_changeTable; // model id to its UpdatedAt
-    std::vector<char> m_completionMessage; // constant after construction
+    ModelStamps m_changeTable; // as of the last write of the settings file
+    const SmallMessage m_completionMessage = SmallMessage::completion();
     AttachedSegments m_segments; // provides its own locking
 };
 

@@ -46,12 +46,6 @@ inline constexpr std::size_t kObjectIdBytes = 16;
 // Names of segments, of classes and their like, without a terminator.
 inline constexpr std::size_t kMaxNameBytes = 1023;
 
-// A reply and a result are refused beyond these before anything is allocated for them. A node is
-// any single value, so no message nests deeper than it has nodes.
-inline constexpr std::size_t kMaxReplyNodes = 256;
-inline constexpr std::size_t kMaxResultNodes = 1u << 20;
-inline constexpr std::size_t kMaxResultBytes = 64u << 20;
-
 namespace key
 {
 // Any message to the application.

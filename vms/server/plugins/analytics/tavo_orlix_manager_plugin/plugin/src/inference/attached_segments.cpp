@@ -1,0 +1,63 @@
+#include "inference/attached_segments.h"
+
+#include <utility>
+
+#include "utils/log.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+namespace
+{
+
+std::shared_ptr<AttachedSegment> attach(std::string_view name)
+{
+    ShmSegment segment;
+    shm_from_name(segment, std::string(name));
+    shm_open(segment); // what fails here fails, and is told, when attaching
+    ShmView view = shm_attach(segment);
+    shm_close(segment); // the view holds what it needs
+    if (!shm_is_attached(view))
+        return nullptr;
+    return std::make_shared<AttachedSegment>(std::move(view));
+}
+
+} // namespace
+
+bool AttachedSegment::write(const MessageBuffer& message)
+{
+    const MutexLock lock(m_writeLock);
+    return shm_write_attached(m_view, message.pieces());
+}
+
+void AttachedSegments::startRun()
+{
+    const MutexLock lock(m_segmentLock);
+    ++m_run;
+}
+
+std::shared_ptr<AttachedSegment> AttachedSegments::find(std::string_view name)
+{
+    const MutexLock lock(m_segmentLock);
+    const auto known = m_segments.find(name);
+    if (known != m_segments.end() && known->second.run == m_run)
+        return known->second.segment;
+
+    log_debug("SHM not attached yet. Attaching...\n");
+    auto segment = attach(name);
+    if (segment)
+        m_segments.insert_or_assign(std::string(name), Entry{m_run, segment});
+    return segment;
+}
+
+bool AttachedSegments::close(std::string_view name)
+{
+    const MutexLock lock(m_segmentLock);
+    const auto known = m_segments.find(name);
+    if (known == m_segments.end())
+        return false;
+    m_segments.erase(known);
+    return true;
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

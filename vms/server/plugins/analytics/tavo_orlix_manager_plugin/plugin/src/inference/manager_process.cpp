@@ -1,0 +1,233 @@
+// Start, stop and watch of the manager application. All of it runs on the runtime loop's thread.
+
+#include <filesystem>
+
+#include <openssl/crypto.h>
+
+#include "core/ini.h"
+#include "inference/manager_files.h"
+#include "inference/orlix_manager_interface.h"
+#include "inference/restart_policy.h"
+#include "models/orlix_crypto.h"
+#include "remote/file_helpers.h"
+#include "remote/host_rest_client.h"
+#include "utils/log.h"
+#include "utils/platform_names.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+namespace
+{
+
+constexpr int kStopSeconds = 5; // for the application to end by itself
+constexpr int kKillSeconds = 1; // for the system to end it
+
+std::vector<std::string> managerArguments(
+    const std::string& rootFolder, const std::string& moduleSocketPath,
+    const std::string& pluginSocketPath)
+{
+    return {
+        rootFolder + manager_files::kExecutableFolder + kManagerExecutable,
+        protocol::kModuleSocketArgument,
+        moduleSocketPath,
+        protocol::kPluginSocketArgument,
+        pluginSocketPath,
+        protocol::kLogToFileArgument,
+        ini().logToFile ? "1" : "0",
+        protocol::kVerbosityArgument,
+        std::to_string(ini().logVerbosityLevel)};
+}
+
+// False if there is no such log.
+bool keepLog(const std::string& log, const std::string& copy)
+{
+    const auto path = pathFromUtf8(log);
+    if (!std::filesystem::exists(path))
+        return false;
+    std::filesystem::copy_file(
+        path, pathFromUtf8(copy), std::filesystem::copy_options::overwrite_existing);
+    return true;
+}
+
+// The next run overwrites its logs, so those of a crash are copied first.
+void keepLogsOfCrash(const std::string& rootFolder)
+{
+    try
+    {
+        const std::string moduleLog = rootFolder + manager_files::kModuleLog;
+        if (!keepLog(moduleLog, rootFolder + manager_files::kModuleCrashLog))
+            log_info("Warning! Module log file does not exist: %s\n", moduleLog.c_str());
+        const std::string engineLog = rootFolder + manager_files::kEngineLog;
+        if (!keepLog(engineLog, rootFolder + manager_files::kEngineCrashLog))
+            log_info("Warning! Engine log file does not exist: %s\n", engineLog.c_str());
+    }
+    catch (const std::exception& error)
+    {
+        log_info("Warning! Failed to create backup logfiles: %s\n", error.what());
+    }
+}
+
+} // namespace
+
+void OrlixManagerInterface::start(
+    const AssignedModels& assignedModels, const std::string& pluginSocketPath)
+{
+    if (m_startCount != 0 && !ini().restartOrlixManagerOnCrash)
+    {
+        log_info("Warning! Orlix Manager crash detected. Not restarting.\n");
+        return;
+    }
+    ++m_startCount;
+    log_info("Starting Orlix Manager: Count: %zu\n", static_cast<std::size_t>(m_startCount));
+    for (const auto& [id, model] : assignedModels)
+    {
+        if (!prepareModel(model))
+            return;
+    }
+    spawn(pluginSocketPath);
+}
+
+bool OrlixManagerInterface::prepareModel(const AssignedModel& model)
+{
+    if (!fileExists(model.modelPath))
+    {
+        log_info("Error! Model file is missing: %s\n", model.modelPath.c_str());
+        return startFailed(
+            "Model file missing for " + model.id +
+            ". This could be caused by failed downloads or invalid configuration.");
+    }
+    return !model.encrypted || decryptModel(model);
+}
+
+bool OrlixManagerInterface::decryptModel(const AssignedModel& model)
+{
+    log_debug("Model %s is encrypted, decrypting...\n", model.id.c_str());
+    std::size_t keySize = 0;
+    const auto key = readFile(model.keyPath, &keySize);
+    if (!key)
+    {
+        return startFailed(
+            "Model key file missing for " + model.id +
+            ". Logging into Orlix cloud or clicking the 'Manage Device' button, then restarting "
+            "the mediaserver, might fix this error.");
+    }
+    log_debug(
+        "Decrypting model file %s with key %s to %s\n", model.modelPath.c_str(),
+        model.keyPath.c_str(), model.runtimePath.c_str());
+    const bool decrypted = decryptModelFile({key.get(), keySize}, model.modelPath, model.runtimePath);
+    OPENSSL_cleanse(key.get(), keySize);
+    if (!decrypted)
+    {
+        return startFailed(
+            "Failed to decrypt model " + model.id + " for Orlix Manager. File could be corrupted.");
+    }
+    using std::filesystem::perms;
+    std::error_code ignored; // the file was created for its owner only
+    std::filesystem::permissions(
+        pathFromUtf8(model.runtimePath), perms::owner_read | perms::owner_write, ignored);
+    return true;
+}
+
+bool OrlixManagerInterface::startFailed(const std::string& text)
+{
+    m_messageBoard->postMessage(board_key::kCouldNotStart, text, MessageType::warning);
+    m_state = ManagerState::Failed;
+    return false;
+}
+
+void OrlixManagerInterface::spawn(const std::string& pluginSocketPath)
+{
+    m_segments.startRun();
+    PipeEnd stderrPipe;
+    auto process = process_start(
+        managerArguments(m_rootFolder, m_moduleSocketPath, pluginSocketPath), ini().logToConsole,
+        &stderrPipe);
+    if (!process_started(process))
+    {
+        startFailed(
+            "Failed to start Orlix Manager application. The files could be corrupted or missing.");
+        return;
+    }
+    m_process = std::move(process);
+    m_stderrPipe = std::move(stderrPipe);
+    m_startTimeMs = time_now_ms();
+    m_state = ManagerState::Running;
+    log_debug("Orlix Manager started\n");
+    m_messageBoard->removeMessage(board_key::kCouldNotStart);
+}
+
+void OrlixManagerInterface::stop(const AssignedModels& assignedModels)
+{
+    if (m_state == ManagerState::Stopped || m_state == ManagerState::Failed)
+        return;
+    log_info("Stopping Orlix Manager.\n");
+    m_startCount = 0;
+    sendStop();
+    m_state = ManagerState::Stopping;
+    log_info("Waiting for Orlix Manager to stop.\n");
+    int exitCode = process_wait(m_process, kStopSeconds);
+    if (exitCode < 0)
+    {
+        log_info(
+            "Warning! Orlix Manager did not exit gracefully: %d. Sending kill signal.\n", exitCode);
+        process_kill(m_process);
+        exitCode = process_wait(m_process, kKillSeconds);
+    }
+    log_debug("Orlix Manager stopped with exit code %d\n", exitCode);
+    m_state = ManagerState::Stopped;
+    for (const auto& [id, model] : assignedModels)
+    {
+        if (!model.encrypted)
+            continue;
+        // It is the decrypted copy; the word is as operators know it.
+        log_info("Deleting encrypted file: %s\n", model.runtimePath.c_str());
+        deleteFile(model.runtimePath);
+    }
+}
+
+ManagerState OrlixManagerInterface::checkRunning(
+    const sdk::Ptr<sdk::IUtilityProvider>& provider, std::uint64_t nowMs)
+{
+    log_debug("Checking Orlix Manager running status\n");
+    if (m_state == ManagerState::Stopped || m_state == ManagerState::Failed)
+        return m_state;
+    int exitCode = 0;
+    if (process_is_running(m_process, exitCode))
+    {
+        log_debug("Orlix Manager running: %zu\n", static_cast<std::size_t>(m_startCount));
+        m_state = ManagerState::Running;
+        if (hasOutlivedCrash(m_startCount, m_startTimeMs, nowMs))
+            forgetCrash(provider);
+        return m_state;
+    }
+    log_debug("Orlix Manager not running\n");
+    if (m_state == ManagerState::Running) // who was told to stop may go
+        reportCrash(exitCode);
+    m_state = ManagerState::Stopped;
+    return m_state;
+}
+
+void OrlixManagerInterface::forgetCrash(const sdk::Ptr<sdk::IUtilityProvider>& provider)
+{
+    m_startCount = 1;
+    m_messageBoard->removeMessage(board_key::kManagerCrash);
+    if (provider)
+        patchRuntimeActive(provider, true);
+}
+
+void OrlixManagerInterface::reportCrash(int exitCode)
+{
+    const std::string lastWords = pipe_read_text(m_stderrPipe).value_or(std::string());
+    log_info(
+        "Detected Orlix Manager crash Exit status: %d Error: \n%s\n", exitCode, lastWords.c_str());
+    keepLogsOfCrash(m_rootFolder);
+    m_messageBoard->postMessage(
+        board_key::kManagerCrash,
+        "Detected Orlix Manager crash. This could indicate a problem with your device. Contact "
+        "support.\n" +
+            lastWords,
+        MessageType::warning);
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,0 +1,121 @@
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <string_view>
+
+#include "inference/manager_files.h"
+#include "inference/model_changes.h"
+#include "inference/orlix_manager_interface.h"
+#include "remote/file_helpers.h"
+#include "utils/files.h"
+#include "utils/log.h"
+#include "utils/paths.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+namespace
+{
+
+struct TextDeleter
+{
+    void operator()(char* text) const { std::free(text); }
+};
+
+bool writeWhole(const std::string& path, std::string_view content)
+{
+    FileStream file(file_open_write(path.c_str()));
+    if (!file)
+        return false;
+    const bool written =
+        std::fwrite(content.data(), 1, content.size(), file.get()) == content.size();
+    return std::fclose(file.release()) == 0 && written;
+}
+
+// The application never finds half a file, whatever interrupts this: the content is written
+// beside it and takes its place by a rename. A failure leaves the file as it was and is not told:
+// the application then starts with what it had.
+void replaceFile(const std::string& path, std::string_view content)
+{
+    const std::string draft = path + ".new";
+    std::error_code error;
+    if (writeWhole(draft, content))
+        std::filesystem::rename(pathFromUtf8(draft), pathFromUtf8(path), error);
+    else
+        error = std::make_error_code(std::errc::io_error);
+    if (error)
+        std::filesystem::remove(pathFromUtf8(draft), error);
+}
+
+JsonDocument loadDocument(const std::string& path)
+{
+    const FileStream file(file_open_read(path.c_str()));
+    if (!file)
+        return nullptr;
+    return JsonDocument(yyjson_read_fp(file.get(), YYJSON_READ_NOFLAG, nullptr, nullptr));
+}
+
+} // namespace
+
+ModelChange findModelChange(const ModelStamps& known, const AssignedModels& assignedModels)
+{
+    if (known.size() != assignedModels.size())
+        return ModelChange::count;
+    for (const auto& [id, updatedAt] : known)
+    {
+        const auto model = assignedModels.find(id);
+        if (model == assignedModels.end())
+            return ModelChange::assignment;
+        if (model->second.updatedAt != updatedAt)
+            return ModelChange::update;
+    }
+    return ModelChange::none;
+}
+
+bool OrlixManagerInterface::updateSettings(
+    MutableJsonDocument document, const AssignedModels& assignedModels, bool force)
+{
+    if (!force)
+    {
+        switch (findModelChange(m_changeTable, assignedModels))
+        {
+            case ModelChange::none:
+                log_info("Runtime settings has not changed.\n");
+                return false;
+            case ModelChange::count:
+                break; // silent, as operators know it
+            case ModelChange::assignment:
+                log_info("Detected new model assignment\n");
+                break;
+            case ModelChange::update:
+                log_info("Detected model update\n");
+                break;
+        }
+    }
+    m_changeTable.clear();
+    for (const auto& [id, model] : assignedModels)
+        m_changeTable.emplace(model.id, model.updatedAt);
+
+    std::size_t size = 0;
+    const std::unique_ptr<char, TextDeleter> text(
+        yyjson_mut_write(document.get(), YYJSON_WRITE_PRETTY, &size));
+    if (!text)
+    {
+        log_info("Warning! Failed to create json string.\n");
+        return true;
+    }
+    replaceFile(m_rootFolder + manager_files::kSettings, {text.get(), size});
+    return true;
+}
+
+JsonDocument OrlixManagerInterface::loadExternalPreprocessors() const
+{
+    return loadDocument(path_join(m_rootFolder, "preprocessors", "external_preprocessors.json"));
+}
+
+JsonDocument OrlixManagerInterface::loadExternalPostprocessors() const
+{
+    return loadDocument(path_join(m_rootFolder, "postprocessors", "external_postprocessors.json"));
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix
