@@ -18,6 +18,9 @@ void probeDeepxDriver(Chip& chip);
 
 void probeNvidiaDriver(Chip& chip, MessageBoard& messageBoard);
 
+// The rest of that probe, for a machine on which the device was found.
+void probeNvidiaTools(Chip& chip, MessageBoard& messageBoard);
+
 // Fit for use when a device is there and its driver is of a supported version.
 void probeHailoDriver(HailoChip& chip);
 

@@ -179,6 +179,11 @@ void probeNvidiaDriver(Chip& chip, MessageBoard& messageBoard)
         log_info("NVIDIA GPU not found.\n");
         return;
     }
+    probeNvidiaTools(chip, messageBoard);
+}
+
+void probeNvidiaTools(Chip& chip, MessageBoard& messageBoard)
+{
     if (runCommand("nvidia-smi").exitCode != 0)
         return reportMissingDriver(messageBoard);
     chip.detected = true;

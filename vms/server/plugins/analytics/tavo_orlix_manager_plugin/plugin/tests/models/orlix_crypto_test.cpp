@@ -26,10 +26,11 @@ std::string encrypt(const std::string& plaintext, const std::string& key = kKey)
     std::string tag(16, '\0');
     EVP_CIPHER_CTX* const context = EVP_CIPHER_CTX_new();
     int size = 0;
-    EVP_EncryptInit_ex(context, EVP_aes_256_gcm(), nullptr,
-        reinterpret_cast<const unsigned char*>(key.data()),
+    EVP_EncryptInit_ex(
+        context, EVP_aes_256_gcm(), nullptr, reinterpret_cast<const unsigned char*>(key.data()),
         reinterpret_cast<const unsigned char*>(iv.data()));
-    EVP_EncryptUpdate(context, reinterpret_cast<unsigned char*>(ciphertext.data()), &size,
+    EVP_EncryptUpdate(
+        context, reinterpret_cast<unsigned char*>(ciphertext.data()), &size,
         reinterpret_cast<const unsigned char*>(plaintext.data()),
         static_cast<int>(plaintext.size()));
     EVP_EncryptFinal_ex(context, nullptr, &size);
@@ -38,7 +39,7 @@ std::string encrypt(const std::string& plaintext, const std::string& key = kKey)
     return iv + ciphertext + tag;
 }
 
-class ModelCryptoTest: public testing::Test
+class ModelCryptoTest : public testing::Test
 {
 protected:
     bool decrypt(const std::string& file, const std::string& key = kKey)
@@ -54,7 +55,7 @@ protected:
 
 TEST_F(ModelCryptoTest, decryptsFilesOfEverySizeAroundItsBlocks)
 {
-    for (const std::size_t size: {0, 1, 1023, 1024, 1025, 65535, 65536, 65537, 200'000})
+    for (const std::size_t size : {0, 1, 1023, 1024, 1025, 65535, 65536, 65537, 200'000})
     {
         SCOPED_TRACE(size);
         std::string plaintext(size, 'x');
@@ -95,7 +96,7 @@ TEST_F(ModelCryptoTest, refusesWhatIsNotWholeAndAuthentic)
         {"key cut short", good, kKey.substr(0, 31)},
         {"no key", good, ""},
     };
-    for (const auto& c: cases)
+    for (const auto& c : cases)
     {
         SCOPED_TRACE(c.name);
         EXPECT_FALSE(decrypt(c.file, c.key));
@@ -109,8 +110,10 @@ TEST_F(ModelCryptoTest, hashesFilesAsTheirDigestsSay)
 {
     m_folder.write("empty", "");
     m_folder.write("long", std::string(10'000, 'a'));
-    EXPECT_EQ("d41d8cd98f00b204e9800998ecf8427e", hexEncode(fileMd5(m_folder.path("empty")).value()));
-    EXPECT_EQ("0d0c9c4db6953fee9e03f528cafd7d3e", hexEncode(fileMd5(m_folder.path("long")).value()));
+    EXPECT_EQ(
+        "d41d8cd98f00b204e9800998ecf8427e", hexEncode(fileMd5(m_folder.path("empty")).value()));
+    EXPECT_EQ(
+        "0d0c9c4db6953fee9e03f528cafd7d3e", hexEncode(fileMd5(m_folder.path("long")).value()));
     EXPECT_FALSE(fileMd5(m_folder.path("none")));
     EXPECT_FALSE(fileMd5(m_folder.path("")));
 }
@@ -126,7 +129,7 @@ TEST(Base64Test, paddingCountsAsData)
     EXPECT_EQ(key, Bytes(decoded->begin(), decoded->begin() + 32));
     EXPECT_EQ(0, decoded->back());
 
-    for (const char* const bad: {"no base64!", "abc", "abcde", "ab=c"})
+    for (const char* const bad : {"no base64!", "abc", "abcde", "ab=c"})
         EXPECT_FALSE(base64Decode(bad)) << bad;
     EXPECT_EQ(0u, base64Decode("").value().size());
 }
@@ -149,7 +152,8 @@ TEST(KeyPairTest, aSignatureHoldsForItsDataAndKeyOnly)
     {
         EVP_MD_CTX* const context = EVP_MD_CTX_new();
         EVP_DigestVerifyInit(context, nullptr, EVP_sha256(), nullptr, publicKey.get());
-        const int result = EVP_DigestVerify(context, signature->data(), signature->size(),
+        const int result = EVP_DigestVerify(
+            context, signature->data(), signature->size(),
             reinterpret_cast<const unsigned char*>(text.data()), text.size());
         EVP_MD_CTX_free(context);
         return result == 1;

@@ -23,7 +23,8 @@ public:
     {
         m_port = handlers.bind_to_any_port("127.0.0.1");
         m_thread = std::thread([this]() { handlers.listen_after_bind(); });
-        handlers.wait_until_ready();
+        while (!handlers.is_running())
+            std::this_thread::yield();
     }
 
     [[nodiscard]] std::string url(const std::string& path) const

@@ -1,0 +1,270 @@
+#include "models/model_manager.h"
+
+#include <sys/stat.h>
+
+#include <gtest/gtest.h>
+
+#include "core/ini.h"
+#include "http_server.h"
+#include "models/orlix_crypto.h"
+#include "temporary_folder.h"
+#include "utils/json.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+namespace
+{
+
+constexpr char kMimeType[] = "application/x-onnx";
+
+std::string md5Text(const std::string& body, TemporaryFolder& folder)
+{
+    folder.write("hashed", body);
+    return base64Encode(fileMd5(folder.path("hashed")).value());
+}
+
+// A storage that serves one model, and a manager that wants it.
+class ModelManagerTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        ini().modelDownloadSeconds = 1;
+        m_digest = "md5=" + md5Text(m_body, m_folder);
+        m_server.handlers.Get(
+            "/models/net.onnx",
+            [this](const httplib::Request& request, httplib::Response& response)
+            {
+                ++m_requests;
+                m_authorization = request.get_header_value("Authorization");
+                response.status = m_status;
+                if (!m_digest.empty())
+                    response.set_header("Content-Digest", m_digest);
+                if (!m_key.empty())
+                    response.set_header("X-Key", m_key);
+                response.set_header("Last-Modified", "Tue, 03 Nov 2026 10:00:00 GMT");
+                response.set_content_provider(
+                    m_body.size(), "application/octet-stream",
+                    [this](std::size_t offset, std::size_t, httplib::DataSink& sink)
+                    {
+                        if (offset >= m_body.size() - m_missing)
+                            return false; // ends the connection early
+                        return sink.write(
+                            m_body.data() + offset, m_body.size() - m_missing - offset);
+                    });
+            });
+        m_server.start();
+    }
+
+    [[nodiscard]] std::string downloads(const std::string& members = {}) const
+    {
+        return R"([{"RuntimeArchitecture":"application/x-dxnn","Url":"http://other.test/m"},)"
+               R"({"RuntimeArchitecture":"application/x-onnx","Url":")" +
+            m_server.url("/models/net.onnx") + R"(","Size":)" + std::to_string(m_body.size()) +
+            R"(,"LastModified":")" + m_lastModified + "\"" + members + "}]";
+    }
+
+    // As the loop does: selects the files, then makes sure of the model.
+    bool ensure(const std::string& downloadsText)
+    {
+        const JsonDocument document = parseJson(downloadsText);
+        yyjson_val* const root = yyjson_doc_get_root(document.get());
+        m_files = m_manager.selectDownload(root, kMimeType, "model-id");
+        return m_manager.ensureModel(
+            root, kMimeType, {"model-id", "Net", m_files.modelPath, m_files.keyPath}, "token");
+    }
+
+    [[nodiscard]] std::string warning(const std::string& key) const
+    {
+        const auto entries = m_board.snapshot();
+        const auto entry = entries.find(key);
+        return entry == entries.end() ? "" : entry->second.text;
+    }
+
+    [[nodiscard]] std::string failure() const
+    {
+        return warning("DOWNLOAD_MODEL_FAILED_" + m_files.modelPath + ".tmp");
+    }
+
+    [[nodiscard]] std::string cached() const
+    {
+        return m_folder.read("orlix_manager/cache/unencrypted/net.onnx");
+    }
+
+    TemporaryFolder m_folder;
+    std::string m_body = std::string(300'000, 'm');
+    std::string m_digest;
+    std::string m_key;
+    std::string m_lastModified = "2026-11-03T10:00:00";
+    std::size_t m_missing = 0;
+    int m_status = 200;
+    std::atomic<int> m_requests{0};
+    std::string m_authorization;
+    LoopbackHttpServer m_server;
+    MessageBoard m_board;
+    ModelManager m_manager{m_folder.path(), &m_board};
+    ModelFiles m_files;
+};
+
+} // namespace
+
+TEST_F(ModelManagerTest, fetchesOnceAndAgainWhenTheCloudOrTheDiskChanged)
+{
+    EXPECT_TRUE(ensure(downloads()));
+    EXPECT_EQ(m_body, cached());
+    EXPECT_EQ("token", m_authorization);
+    EXPECT_FALSE(ensure(downloads()));
+    EXPECT_EQ(1, m_requests);
+
+    m_lastModified = "2026-11-04T10:00:00"; // the cloud's stamp moved
+    EXPECT_TRUE(ensure(downloads()));
+    EXPECT_FALSE(ensure(downloads()));
+
+    m_folder.write("orlix_manager/cache/unencrypted/net.onnx", "cut");
+    m_lastModified = "2026-11-03T10:00:00";
+    EXPECT_FALSE(ensure(downloads())) << "metadata from after the file's time: the file is kept";
+    std::filesystem::remove(m_files.modelPath);
+    EXPECT_TRUE(ensure(downloads()));
+    EXPECT_EQ(3, m_requests);
+
+    // A new run knows the file by its size alone.
+    ModelManager next(m_folder.path(), &m_board);
+    const JsonDocument document = parseJson(downloads());
+    EXPECT_FALSE(next.ensureModel(
+        yyjson_doc_get_root(document.get()), kMimeType,
+        {"model-id", "Net", m_files.modelPath, m_files.keyPath}, "token"));
+    EXPECT_EQ(3, m_requests);
+    EXPECT_TRUE(m_board.snapshot().empty());
+}
+
+TEST_F(ModelManagerTest, aFailedDownloadIsToldAndLeavesTheOldFileAndNothingElse)
+{
+    const std::string right = m_digest;
+    const struct
+    {
+        const char* name;
+        int status;
+        std::string digest;
+        std::size_t missing;
+        const char* text; // in the failure's entry; empty where the log alone tells
+    } cases[] = {
+        {"status", 404, right, 0, " Code: 404 Line: "},
+        {"no digest", 200, "", 0, ""},
+        {"wrong digest", 200, "md5=" + base64Encode(Bytes(16, 1)), 0,
+         "Model digest in header does not match downloaded file hash. Header: md5="},
+        {"short digest", 200, "md5=AAAA", 0,
+         "Model digest length in header does not match downloaded file hash length."},
+        {"no base64", 200, "md5=!", 0,
+         "Model digest length in header does not match downloaded file hash length."},
+        {"cut body", 200, right, 1000, "Model digest in header does not match"},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        m_folder.write("orlix_manager/cache/unencrypted/net.onnx", "old");
+        m_manager.forgetFailedDownloads();
+        m_board.clearWarnings();
+        m_status = c.status;
+        m_digest = c.digest;
+        m_missing = c.missing;
+        EXPECT_FALSE(ensure(downloads()));
+        EXPECT_EQ("old", cached());
+        EXPECT_NE(std::string::npos, failure().find(c.text)) << failure();
+        EXPECT_EQ(*c.text == '\0', failure().empty());
+        EXPECT_FALSE(std::filesystem::exists(m_files.modelPath + ".tmp"));
+        EXPECT_EQ("", warning("DOWNLOAD_PROGRESS_STRING"));
+
+        const int before = m_requests;
+        EXPECT_FALSE(ensure(downloads()));
+        EXPECT_EQ(before, m_requests) << "a model that failed is left alone";
+    }
+
+    m_manager.forgetFailedDownloads();
+    m_missing = 0;
+    m_digest = "sha-256=x";
+    m_folder.write("orlix_manager/cache/unencrypted/net.onnx", "old");
+    EXPECT_FALSE(ensure(downloads()));
+    EXPECT_EQ(
+        "Model file content digest format unknown: sha-256=x",
+        warning("DOWNLOAD_MODEL_FAILED_" + m_files.modelPath));
+
+    m_manager.forgetFailedDownloads();
+    m_digest = "md5=:" + right.substr(4) + ":"; // as its standard writes it
+    EXPECT_TRUE(ensure(downloads()));
+    EXPECT_EQ("", warning("DOWNLOAD_MODEL_FAILED_" + m_files.modelPath));
+}
+
+TEST_F(ModelManagerTest, noResponseIsToldAfterTheTimeOut)
+{
+    const std::string text =
+        R"([{"RuntimeArchitecture":"application/x-onnx","Size":5,)"
+        R"("LastModified":"2026-11-03T10:00:00","Url":"http://127.0.0.1:1/net.onnx"}])";
+    EXPECT_FALSE(ensure(text));
+    EXPECT_EQ(
+        "Failed to download model from:http://127.0.0.1:1/net.onnx\nCouldn't get a response.",
+        failure());
+}
+
+TEST_F(ModelManagerTest, theKeyOfAnEncryptedModelIsForItsOwnerOnly)
+{
+    const std::string encrypted = R"(,"Encrypted":true)";
+    EXPECT_FALSE(ensure(downloads(encrypted))) << "no key";
+    m_key = "no base64";
+    m_manager.forgetFailedDownloads();
+    EXPECT_FALSE(ensure(downloads(encrypted)));
+
+    m_key = base64Encode(Bytes(32, 7));
+    m_manager.forgetFailedDownloads();
+    EXPECT_TRUE(ensure(downloads(encrypted)));
+    EXPECT_EQ(m_folder.path("orlix_manager/cache/encrypted/net.onnx"), m_files.modelPath);
+    EXPECT_EQ(std::filesystem::temp_directory_path() / "net.onnx", m_files.runtimePath);
+    EXPECT_EQ(std::string(32, 7) + '\0', m_folder.read("orlix_manager/cache/keys/model-id.tvc"));
+    struct stat status = {};
+    ASSERT_EQ(0, stat(m_files.keyPath.c_str(), &status));
+    EXPECT_EQ(0600u, status.st_mode & 0777u);
+}
+
+TEST_F(ModelManagerTest, offersThatMakeNoSenseAreToldApart)
+{
+    const std::string url = m_server.url("/models/net.onnx");
+    const auto offer = [&](const std::string& rest) {
+        return R"([{"RuntimeArchitecture":"application/x-onnx","Url":")" + url + "\"" + rest + "}]";
+    };
+    EXPECT_FALSE(ensure(offer(R"(,"LastModified":"yesterday","Size":3)")));
+    EXPECT_FALSE(ensure(offer(R"(,"LastModified":"2026-11-03T10:00:00")")));
+    EXPECT_EQ(
+        "Failed to download model from : " + url,
+        warning("DOWNLOAD_MODEL_FAILED_" + m_files.modelPath));
+    EXPECT_FALSE(ensure(offer(R"(,"LastModified":"2026-11-03T10:00:00","Size":"3")")));
+
+    for (const char* const none :
+         {"[]", "{}", "3", R"([{"RuntimeArchitecture":"other"}, 7, null])"})
+    {
+        SCOPED_TRACE(none);
+        EXPECT_FALSE(ensure(none));
+        EXPECT_EQ("", m_files.runtimePath);
+        EXPECT_EQ(
+            "Model Net is not compatible with this runtime: application/x-onnx",
+            warning("NO_COMPATIBLE_RUNTIME_model-id"));
+    }
+    EXPECT_TRUE(ensure(downloads()));
+    EXPECT_EQ("", warning("NO_COMPATIBLE_RUNTIME_model-id"));
+    EXPECT_EQ(1, m_requests);
+}
+
+TEST_F(ModelManagerTest, anOfferWithoutAFileNameIsNone)
+{
+    for (const char* const url : {"", "http://s.test/", "net.onnx", "http://s.test/.."})
+    {
+        const JsonDocument document = parseJson(
+            std::string(R"([{"RuntimeArchitecture":"application/x-onnx","Url":")") + url + "\"}]");
+        EXPECT_EQ(
+            "",
+            m_manager.selectDownload(yyjson_doc_get_root(document.get()), kMimeType, "id")
+                .modelPath)
+            << url;
+    }
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,0 +1,126 @@
+#include "runtimes/chip_catalogue.h"
+
+#include <gtest/gtest.h>
+
+#include "core/ini.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+namespace
+{
+
+const MachineInfo kUbuntu("Ubuntu", "22.04", CpuArchitecture::X86_64);
+const MachineInfo kDebian("Debian", "12", CpuArchitecture::X86_64);
+const MachineInfo kWindows("Windows", "10.0.19045", CpuArchitecture::X86_64);
+const MachineInfo kArmWindows("Windows", "10.0.26100", CpuArchitecture::Aarch64);
+const std::string kBuiltInBase =
+    "https://storage.tavo.example/artifactory/orlix_open/KEVX/runtimes/1.1.0/";
+
+} // namespace
+
+TEST(DownloadLinkTest, leavesOutWhatIsEmpty)
+{
+    const struct
+    {
+        const char* chip;
+        const char* os;
+        const char* osVersion;
+        const char* driver;
+        const char* tail;
+    } cases[] = {
+        {"CPU", "Windows", "", "", "CPU/x86_64/Windows/library.tar.gz"},
+        {"NVIDIA", "Windows", "", "cuda_12", "NVIDIA/x86_64/Windows/library-cuda_12.tar.gz"},
+        {"AXELERA", "Ubuntu", "22.04", "1.0", "AXELERA/x86_64/Ubuntu/22.04/library-1.0.tar.gz"},
+        {"{cpu_arch}", "{chip_name}", "", "", "x86_64/x86_64/{chip_name}/library.tar.gz"},
+    };
+    for (const auto& c : cases)
+    {
+        EXPECT_EQ(
+            kBuiltInBase + c.tail,
+            buildDownloadLink(c.chip, CpuArchitecture::X86_64, c.os, c.osVersion, c.driver));
+    }
+}
+
+TEST(DownloadLinkTest, aConfiguredStorageReplacesTheWholeBase)
+{
+    for (const char* const storage : {"http://store.test/rt", "http://store.test/rt/"})
+    {
+        ini().RuntimesStorageURL = storage;
+        EXPECT_EQ(
+            "http://store.test/rt/CPU/x86_64/Debian/library.tar.gz",
+            buildDownloadLink("CPU", CpuArchitecture::X86_64, "Debian", "", ""));
+    }
+    ini().RuntimesStorageURL = "";
+}
+
+TEST(ChipCatalogueTest, offersWhatNeedsNoDriver)
+{
+    for (const auto& machine : {kUbuntu, kDebian, kWindows})
+    {
+        EXPECT_EQ(std::vector<std::string>{"Generic CPU"}, detectCpu(machine)->listRuntimes(""));
+        EXPECT_EQ(std::vector<std::string>{"Intel"}, detectIntel(machine)->listRuntimes(""));
+        for (const auto& chip :
+             {detectMemryx(machine), detectAxelera(machine), detectSima(machine),
+              detectEdgeCortix(machine), detectQualcomm(machine), detectAmbarella(machine)})
+        {
+            EXPECT_TRUE(chip->runtimes.empty());
+            EXPECT_FALSE(chip->detected);
+        }
+    }
+    EXPECT_EQ(1u, detectCpu(kArmWindows)->runtimes.size());
+    EXPECT_TRUE(detectIntel(kArmWindows)->runtimes.empty());
+    EXPECT_EQ("", detectAmbarella(kArmWindows)->chipName);
+}
+
+TEST(ChipCatalogueTest, aHailoDevicesTypeChoosesTheModelsItRuns)
+{
+    const struct
+    {
+        int type;
+        bool fit;
+        const char* mimeType; // null: not offered
+    } cases[] = {
+        {1, true, "application/x-hailo8"},
+        {2, true, "application/x-hailo8l"},
+        {0, true, nullptr},
+        {1, false, nullptr}};
+    for (const auto& c : cases)
+    {
+        HailoChip chip;
+        chip.chipName = "HAILO";
+        chip.cpuArchitecture = CpuArchitecture::X86_64;
+        chip.driverVersion = "4.18.0";
+        chip.correctlyInstalled = c.fit;
+        chip.hailoType = c.type;
+        fileHailoRuntime(chip, kUbuntu);
+        ASSERT_EQ(c.mimeType ? 1u : 0u, chip.runtimes.size());
+        if (!c.mimeType)
+            continue;
+        EXPECT_EQ(c.mimeType, chip.getFirstMimeType("Hailo"));
+        EXPECT_EQ(std::vector<std::string>{"Hailo"}, chip.listRuntimes(c.mimeType));
+        EXPECT_TRUE(chip.listRuntimes("application/x-onnx").empty());
+        EXPECT_EQ(
+            kBuiltInBase + "HAILO/x86_64/Ubuntu/library-4.18.0.tar.gz",
+            chip.getDownloadLink("Hailo"));
+        EXPECT_EQ("", chip.getDownloadLink("NVIDIA"));
+    }
+}
+
+TEST(ChipCatalogueTest, oneDeepxPackageServesEveryWindows)
+{
+    for (const auto& [machine, tail] :
+         {std::pair(kWindows, "DEEPX/x86_64/Windows/library-d.tar.gz"),
+          std::pair(kUbuntu, "DEEPX/x86_64/Ubuntu/22.04/library-d.tar.gz")})
+    {
+        Chip chip;
+        chip.chipName = "DEEPX";
+        chip.cpuArchitecture = CpuArchitecture::X86_64;
+        chip.driverVersion = "d";
+        chip.correctlyInstalled = true;
+        fileDeepxRuntime(chip, machine);
+        EXPECT_EQ(kBuiltInBase + tail, chip.getDownloadLink("DEEPX"));
+    }
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

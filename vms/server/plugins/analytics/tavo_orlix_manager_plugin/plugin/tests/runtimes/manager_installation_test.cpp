@@ -1,0 +1,147 @@
+#include "runtimes/manager_installation.h"
+
+#include <cstdlib>
+
+#include <gtest/gtest.h>
+
+#include "core/ini.h"
+#include "http_server.h"
+#include "temporary_folder.h"
+#include "utils/command.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+namespace
+{
+
+class ManagerInstallationTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        setenv("TMPDIR", m_folder.path().c_str(), 1);
+        m_folder.write("work/kept.txt", "");
+        m_server.handlers.Get(
+            "/apps/orlix_manager-x86_64-linux.tgz",
+            [this](const httplib::Request&, httplib::Response& response)
+            {
+                ++m_requests;
+                response.set_content(m_archive, "application/gzip");
+            });
+        m_server.start();
+        m_storage = m_server.url("/apps");
+        ini().OrlixManagerStorageURL = m_storage.c_str();
+    }
+
+    void TearDown() override
+    {
+        ini().OrlixManagerStorageURL = "";
+        unsetenv("TMPDIR");
+    }
+
+    // An archive as the real tar makes it, of some of the files that belong in it.
+    void makeArchive(bool engine, const char* version)
+    {
+        std::filesystem::remove_all(m_folder.path("content"));
+        m_folder.writeScript("content/orlix_manager/bin/brunmod", "exit 0\n");
+        if (engine)
+            m_folder.writeScript("content/orlix_manager/bin/brund", "exit 0\n");
+        if (version)
+            m_folder.write("content/orlix_manager/VERSION", version);
+        const std::string file = m_folder.path("archive.tgz");
+        ASSERT_EQ(
+            0,
+            runCommand("tar czf " + file + " -C " + m_folder.path("content") + " orlix_manager")
+                .exitCode);
+        m_archive = m_folder.read("archive.tgz");
+    }
+
+    TemporaryFolder m_folder;
+    std::string m_archive = "no archive";
+    std::atomic<int> m_requests{0};
+    LoopbackHttpServer m_server;
+    MessageBoard m_board;
+    std::string m_storage;
+};
+
+} // namespace
+
+TEST_F(ManagerInstallationTest, installsOnceAndAgainAfterARemoval)
+{
+    makeArchive(/*engine*/ true, "4.6.1");
+    ManagerInstallation installation(m_folder.path("work"));
+    ASSERT_EQ(ManagerInstallState::notInstalled, installation.checkInstallation());
+    installation.install(m_board);
+    EXPECT_EQ(ManagerInstallState::installed, installation.managerInstallState());
+    EXPECT_EQ("4.6.1", m_folder.read("work/orlix_manager/VERSION"));
+    EXPECT_FALSE(m_folder.has("orlix_manager.tgz"));
+    EXPECT_TRUE(m_board.snapshot().empty());
+
+    ManagerInstallation afterRestart(m_folder.path("work"));
+    EXPECT_EQ(ManagerInstallState::notInstalled, afterRestart.managerInstallState());
+    EXPECT_EQ(ManagerInstallState::installed, afterRestart.checkInstallation());
+
+    m_folder.write("work/orlix_manager/cache/keys/id.tvc", "key");
+    m_folder.write("work/orlix_manager/postprocessors/kept.json", "{}");
+    installation.remove();
+    EXPECT_EQ(ManagerInstallState::notInstalled, installation.checkInstallation());
+    EXPECT_FALSE(m_folder.has("work/orlix_manager/cache"));
+    EXPECT_FALSE(m_folder.has("work/orlix_manager/VERSION"));
+    EXPECT_TRUE(m_folder.has("work/orlix_manager/postprocessors/kept.json"));
+    EXPECT_EQ(1, m_requests);
+}
+
+TEST_F(ManagerInstallationTest, aFailureStaysUntilARemoval)
+{
+    const struct
+    {
+        const char* name;
+        bool engine;
+        const char* version;
+        ManagerInstallState result;
+    } cases[] = {
+        {"no engine", false, "4.6.1", ManagerInstallState::failed},
+        {"no version", true, nullptr, ManagerInstallState::failed},
+        {"empty version", true, "", ManagerInstallState::installed},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        std::filesystem::remove_all(m_folder.path("work/orlix_manager"));
+        makeArchive(c.engine, c.version);
+        ManagerInstallation installation(m_folder.path("work"));
+        installation.install(m_board);
+        EXPECT_EQ(c.result, installation.managerInstallState());
+        m_folder.writeScript("work/orlix_manager/bin/brund", "exit 0\n");
+        EXPECT_EQ(c.result, installation.checkInstallation());
+        installation.remove();
+        EXPECT_EQ(ManagerInstallState::notInstalled, installation.managerInstallState());
+    }
+
+    m_archive = "no archive at all"; // tar starts, and fails
+    ManagerInstallation broken(m_folder.path("work"));
+    broken.install(m_board);
+    EXPECT_EQ(ManagerInstallState::failed, broken.managerInstallState());
+
+    m_storage = m_server.url("/missing");
+    ini().OrlixManagerStorageURL = m_storage.c_str();
+    ManagerInstallation missing(m_folder.path("work"));
+    missing.install(m_board);
+    EXPECT_EQ(ManagerInstallState::failed, missing.managerInstallState());
+    EXPECT_FALSE(m_folder.has("orlix_manager.tgz"));
+    EXPECT_TRUE(m_board.snapshot().empty());
+}
+
+TEST(ManagerArchiveUrlTest, theConfiguredFolderReplacesTheBuiltInOne)
+{
+    ini().OrlixManagerStorageURL = "";
+    EXPECT_EQ(
+        "https://storage.tavo.example/artifactory/orlix_open/ORLIXManager/v4-6/orlix_manager-x86_64-linux.tgz",
+        managerArchiveUrl());
+    ini().OrlixManagerStorageURL = "http://s.test/apps";
+    EXPECT_EQ("http://s.test/apps/orlix_manager-x86_64-linux.tgz", managerArchiveUrl());
+    ini().OrlixManagerStorageURL = "";
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

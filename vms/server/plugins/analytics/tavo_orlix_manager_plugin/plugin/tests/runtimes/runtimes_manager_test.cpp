@@ -1,0 +1,147 @@
+#include "runtimes/runtimes_manager.h"
+
+#include <gtest/gtest.h>
+
+#include "core/ini.h"
+#include "http_server.h"
+#include "temporary_folder.h"
+#include "utils/command.h"
+#include "utils/platform_names.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+namespace
+{
+
+constexpr char kCpu[] = "Generic CPU";
+
+class RuntimesManagerTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        m_folder.write("bin/other.txt", "");
+        m_folder.write(std::string("package/") + kRuntimeLibrary, "library");
+        ASSERT_EQ(
+            0,
+            runCommand(
+                "tar czf " + m_folder.path("library.tar.gz") + " -C " + m_folder.path("package") +
+                " .")
+                .exitCode);
+        m_package = m_folder.read("library.tar.gz");
+        m_server.handlers.Get(
+            R"(/rt/(CPU|INTEL)/x86_64/.*/library.tar.gz)",
+            [this](const httplib::Request&, httplib::Response& response)
+            {
+                ++m_requests;
+                response.status = m_status;
+                response.set_content(m_package, "application/gzip");
+            });
+        m_server.start();
+        m_storage = m_server.url("/rt");
+        ini().RuntimesStorageURL = m_storage.c_str();
+        ini().cacheRuntimeArchives = false;
+        m_manager.initialise(m_board);
+    }
+
+    void TearDown() override { ini().RuntimesStorageURL = ""; }
+
+    TemporaryFolder m_folder;
+    std::string m_package;
+    int m_status = 200;
+    std::atomic<int> m_requests{0};
+    LoopbackHttpServer m_server;
+    std::string m_storage;
+    MessageBoard m_board;
+    RuntimesManager m_manager{m_folder.path("bin")};
+};
+
+} // namespace
+
+TEST_F(RuntimesManagerTest, aMachineWithoutAcceleratorsOffersItsProcessorTwice)
+{
+    EXPECT_EQ((std::vector<std::string>{kCpu, "Intel"}), m_manager.getCompatibleRuntimes(""));
+    EXPECT_EQ(
+        (std::vector<std::string>{kCpu, "Intel"}),
+        m_manager.getCompatibleRuntimes("application/x-onnx"));
+    EXPECT_EQ("application/x-onnx", m_manager.getMimeType(kCpu));
+    EXPECT_EQ("", m_manager.getMimeType("NVIDIA"));
+    EXPECT_EQ("", m_manager.getMimeType(""));
+    EXPECT_EQ(RuntimeStatus::notSelected, m_manager.status());
+    EXPECT_TRUE(m_manager.getCompatibleRuntimes("application/x-dxnn").empty());
+    EXPECT_EQ(RuntimeStatus::noneCompatible, m_manager.status());
+}
+
+TEST_F(RuntimesManagerTest, installsAndUninstalls)
+{
+    EXPECT_FALSE(m_manager.isRuntimeInstalled());
+    m_manager.install(kCpu, m_board, /*useSubfolder*/ false);
+    EXPECT_EQ(RuntimeStatus::installed, m_manager.status());
+    EXPECT_FALSE(m_manager.isRuntimeInstalled()) << "the name is part of being installed";
+    m_manager.clearRuntimeChanged();
+    m_manager.saveInstalledRuntimeName(kCpu);
+    EXPECT_TRUE(m_manager.runtimeChanged());
+    EXPECT_TRUE(m_manager.isRuntimeInstalled());
+    EXPECT_EQ(kCpu, m_folder.read("bin/installed_runtime.txt"));
+    EXPECT_FALSE(m_folder.has("bin/Generic CPU.tar.gz"));
+    EXPECT_TRUE(m_board.snapshot().empty());
+
+    RuntimesManager afterRestart(m_folder.path("bin"));
+    EXPECT_TRUE(afterRestart.isRuntimeInstalled());
+    EXPECT_EQ(kCpu, afterRestart.getInstalledRuntimeName());
+    EXPECT_EQ("", afterRestart.getMimeType(kCpu)) << "nothing is offered before the detection";
+
+    m_manager.uninstall();
+    EXPECT_EQ(RuntimeStatus::notSelected, m_manager.status());
+    EXPECT_FALSE(m_manager.isRuntimeInstalled());
+    EXPECT_EQ(kCpu, m_manager.getInstalledRuntimeName());
+    EXPECT_TRUE(m_folder.has("bin/other.txt"));
+    EXPECT_EQ(1, m_requests);
+}
+
+TEST_F(RuntimesManagerTest, keepsPackagesWhereTheIniFileSaysSo)
+{
+    ini().cacheRuntimeArchives = true;
+    for (int i = 0; i < 2; ++i)
+    {
+        m_manager.install("Intel", m_board, false);
+        EXPECT_EQ(RuntimeStatus::installed, m_manager.status());
+        m_manager.uninstall();
+    }
+    EXPECT_TRUE(m_folder.has("bin/Intel.tar.gz"));
+    EXPECT_EQ(1, m_requests);
+    EXPECT_EQ(1u, m_board.snapshot().count("RUNTIME_DOCUMENTATION_Intel"));
+}
+
+TEST_F(RuntimesManagerTest, failuresAreToldAndTheNextInstallationTakesThemBack)
+{
+    m_package = "no package";
+    m_manager.install(kCpu, m_board, false);
+    EXPECT_EQ(RuntimeStatus::installFailed, m_manager.status());
+    auto entries = m_board.snapshot();
+    EXPECT_EQ(1u, entries.size());
+    EXPECT_EQ(1u, entries.count("RUNTIME_EXTRACTION_FAILED"));
+    EXPECT_TRUE(m_folder.has("bin/Generic CPU.tar.gz"));
+
+    m_status = 503;
+    m_manager.install(kCpu, m_board, false);
+    EXPECT_EQ(RuntimeStatus::installFailed, m_manager.status());
+    EXPECT_TRUE(m_board.snapshot().empty());
+
+    m_manager.install("NVIDIA", m_board, false); // offered by nobody
+    EXPECT_EQ(RuntimeStatus::installFailed, m_manager.status());
+    EXPECT_EQ(2, m_requests);
+}
+
+TEST_F(RuntimesManagerTest, aSubfolderIsMadeAnew)
+{
+    m_folder.write("bin/Generic CPU/stale.txt", "");
+    m_manager.install(kCpu, m_board, /*useSubfolder*/ true);
+    EXPECT_EQ(RuntimeStatus::installed, m_manager.status());
+    EXPECT_FALSE(m_folder.has("bin/Generic CPU/stale.txt"));
+    m_manager.saveInstalledRuntimeName(kCpu);
+    EXPECT_TRUE(m_manager.isRuntimeInstalled());
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix
