@@ -11,6 +11,7 @@ find_path(SIMPLEINI_INCLUDE_DIR SimpleIni.h REQUIRED)
 
 if(TAVO_BUILD_TESTS)
     find_package(GTest REQUIRED)
+    pkg_check_modules(CPP_HTTPLIB REQUIRED IMPORTED_TARGET cpp-httplib)
     include(GoogleTest)
 endif()
 if(TAVO_BUILD_BENCH)
