@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <span>
 #include <string>
 #include <thread>
 #include <unordered_map>
@@ -16,6 +17,7 @@
 #include "models/model_manager.h"
 #include "runtimes/manager_installation.h"
 #include "runtimes/runtimes_manager.h"
+#include "utils/mpack_tree.h"
 #include "utils/mutex.h"
 #include "utils/sockets.h"
 
@@ -76,7 +78,8 @@ protected:
 
 private:
     friend void listenerLoop(Engine& engine);
-    friend void handleSocketMessage(Engine& engine, const char* data, std::uint32_t size);
+    friend void handleSocketMessage(
+        Engine& engine, std::span<const char> message, MessageTree& tree);
     friend class RuntimeManagerLoop;
 
     [[nodiscard]] std::size_t freeIndex() const REQUIRES(m_deviceAgentsMutex);
