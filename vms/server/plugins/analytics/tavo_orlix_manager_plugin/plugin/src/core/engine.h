@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <cstddef>
-#include <span>
 #include <string>
 #include <thread>
 #include <unordered_map>
@@ -17,7 +16,6 @@
 #include "models/model_manager.h"
 #include "runtimes/manager_installation.h"
 #include "runtimes/runtimes_manager.h"
-#include "utils/mpack_tree.h"
 #include "utils/mutex.h"
 #include "utils/sockets.h"
 
@@ -78,8 +76,7 @@ protected:
 
 private:
     friend void listenerLoop(Engine& engine);
-    friend void handleSocketMessage(
-        Engine& engine, std::span<const char> message, MessageTree& tree);
+    friend void handleSocketMessage(Engine& engine, const char* data, std::uint32_t size);
     friend class RuntimeManagerLoop;
 
     [[nodiscard]] std::size_t freeIndex() const REQUIRES(m_deviceAgentsMutex);

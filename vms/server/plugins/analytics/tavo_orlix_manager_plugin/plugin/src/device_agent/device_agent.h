@@ -1,0 +1,154 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+
+#include <mpack.h>
+#include <yyjson.h>
+
+#include <tavo/sdk/analytics/helpers/consuming_device_agent.h>
+#include <tavo/sdk/analytics/helpers/event_metadata_packet.h>
+#include <tavo/sdk/ptr.h>
+
+#include "core/message_board.h"
+#include "device_agent/count_history.h"
+#include "device_agent/device_settings.h"
+#include "device_agent/frame_clock.h"
+#include "device_agent/pipeline_tree.h"
+#include "device_agent/throughput.h"
+#include "device_agent/tracker.h"
+#include "inference/message_buffer.h"
+#include "utils/mutex.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+class Engine;
+
+// One camera that has the integration switched on: takes its frames and settings from the host and
+// gives back metadata, manifests and settings models. The camera's lasting configuration lies in
+// its record on the host; the plugin itself keeps only a cache of the settings' values.
+//
+// Until the runtime loop has called processDeviceParameters, the agent knows no pipeline and every
+// frame is ignored.
+//
+// Threads: the host's for settings and frames, the listener's for results, the runtime loop's. All
+// operations take the locks that they need, in the order that the engine's header tells; requests
+// to host and cloud are never made under pipelineLock.
+class DeviceAgent final : public sdk::analytics::ConsumingDeviceAgent
+{
+public:
+    // Called under the engine's m_deviceAgentsMutex. Loads the settings cache from
+    // `settingsCacheDir` and tells the host that the plugin is enabled for the device. `engine` is
+    // not owned and outlives the agent.
+    DeviceAgent(
+        const sdk::analytics::IDeviceInfo* deviceInfo, std::size_t deviceNumber, Engine* engine,
+        std::string settingsCacheDir);
+
+    // Leaves the engine's registry first, under m_deviceAgentsMutex, so that no result comes any
+    // more: whoever drops the last reference must hold neither that lock nor settingsLock().
+    ~DeviceAgent() override;
+
+    // The host's id of the device: lower case with hyphens, no braces.
+    [[nodiscard]] const std::string& deviceId() const { return m_deviceId; }
+
+    // Whether the user wants frames of this device to be analysed.
+    [[nodiscard]] bool isActive() const REQUIRES(settingsLock()) { return m_settings.deviceActive; }
+
+    // Turns a result message into metadata for the host, which gets it under settingsLock(). `root`
+    // lives for the call; what cannot be read leaves its tree in error.
+    void handleResultMessage(mpack_node_t root) EXCLUDES(settingsLock());
+
+    // Asks the cloud for the device's pipelines unless they are there; after six attempts it posts
+    // a warning instead. May block for the time-out of a request, without a lock of the agent.
+    void fetchAvailablePipelines(MessageBoard& board) EXCLUDES(settingsLock());
+
+    // Takes the device's pipeline configuration from `root`: a device record, or a patch of one.
+    void processDeviceParameters(yyjson_val* root) EXCLUDES(settingsLock(), m_pipelineLock);
+
+    // Writes the flag to the host; a failure is not noticed.
+    void setPluginEnabled(bool enabled);
+
+    using ConsumingDeviceAgent::pushManifest;
+
+    // IDeviceAgent:
+    sdk::Result<const sdk::ISettingsResponse*> pluginSideSettings() const override;
+
+    // IConsumingDeviceAgent:
+    void getSettingsOnActiveSettingChange(
+        sdk::Result<const sdk::IActiveSettingChangedResponse*>* outResult,
+        const sdk::IActiveSettingChangedAction* action) override;
+
+protected:
+    // ConsumingDeviceAgent:
+    // The catalogue without a pipeline's classes: these come with the first pushed manifest.
+    std::string manifestString() const override;
+    bool pushUncompressedVideoFrame(
+        sdk::Ptr<const sdk::analytics::IUncompressedVideoFrame> frame) override;
+    // Throws std::invalid_argument or std::out_of_range for a time that is no number.
+    sdk::Result<const sdk::ISettingsResponse*> settingsReceived() override;
+
+private:
+    using SettingValues = std::map<std::string, std::string>;
+    using AgentErrors = std::map<std::int32_t, std::string>;
+
+    // Frames.
+    [[nodiscard]] bool frameMayPass() const REQUIRES(settingsLock());
+    [[nodiscard]] bool makeInputMessage(const InputImage& image, std::uint64_t timestampUs)
+        REQUIRES(settingsLock());
+
+    // Results.
+    void measureThroughput(std::uint64_t timestampUs, sdk::analytics::EventMetadataPacket& events)
+        REQUIRES(settingsLock());
+    void handleObjects(mpack_node_t root, std::uint64_t timestampUs) REQUIRES(settingsLock());
+    void handleEvents(mpack_node_t root, sdk::analytics::EventMetadataPacket& events)
+        REQUIRES(settingsLock());
+
+    // Pipelines.
+    [[nodiscard]] std::string adminUrlFromOverride() const;
+    [[nodiscard]] std::unique_ptr<PipelineTree> readPipelines(yyjson_val* tavoAi);
+    void setAgentError(std::int32_t key, const std::string& text);
+    [[nodiscard]] AgentErrors agentErrors() const;
+    void writeModelNms(const std::map<std::string, float>& newValues);
+
+    // Settings.
+    void applySettings() EXCLUDES(settingsLock());
+    void selectPipeline(const std::string& uuid, MutexLock& lock) REQUIRES(settingsLock());
+    void applyModelNms(const SettingValues& current) REQUIRES(settingsLock());
+    [[nodiscard]] std::string settingsModel(const DeviceSettings& settings) const;
+
+    // Constant after construction.
+    const std::string m_deviceId;
+    const std::string m_deviceName; // as it was at construction
+    const std::uint64_t m_deviceNumber; // the agent's index in the engine's registry
+    Engine* const m_engine; // not owned
+    const std::string m_settingsCachePath;
+
+    mutable Mutex m_agentErrorsMutex; // a leaf
+    AgentErrors m_agentErrors GUARDED_BY(m_agentErrorsMutex); // shown in the settings dialog
+
+    DeviceSettings m_settings GUARDED_BY(settingsLock());
+    SettingValues m_settingsValues GUARDED_BY(settingsLock()); // the last known ones
+    bool m_settingsReceivedOnce GUARDED_BY(settingsLock()) = false;
+    std::uint64_t m_pipelineFetchAttempts GUARDED_BY(settingsLock()) = 0;
+    FrameClock m_frameClock GUARDED_BY(settingsLock());
+    MessageBuffer m_inputMessage GUARDED_BY(settingsLock()); // kept from frame to frame
+
+    // The listener's, one result at a time.
+    Throughput m_throughput GUARDED_BY(settingsLock());
+    Tracker m_tracker GUARDED_BY(settingsLock());
+    CountHistory m_countHistory GUARDED_BY(settingsLock());
+
+    Mutex m_pipelineLock; // inside settingsLock() where both are held
+    std::unique_ptr<PipelineTree> m_pipelineTree GUARDED_BY(m_pipelineLock);
+
+    // Whether a pipeline was ever parsed: frames then pass, with an empty array in place of a tree
+    // that went away. Written under m_pipelineLock.
+    std::atomic<bool> m_pipelineParsed{false};
+};
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

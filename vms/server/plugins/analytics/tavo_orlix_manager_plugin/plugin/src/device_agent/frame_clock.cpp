@@ -1,0 +1,30 @@
+#include "device_agent/frame_clock.h"
+
+#include <algorithm>
+
+#include "utils/log.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+void FrameClock::record(std::uint64_t timestampUs, std::uint64_t passedAtUs)
+{
+    auto slot = std::find(m_timestampsUs.begin(), m_timestampsUs.end(), 0u);
+    if (slot == m_timestampsUs.end())
+    {
+        log_debug("Replacing oldest frame time.\n");
+        slot = std::min_element(m_timestampsUs.begin(), m_timestampsUs.end());
+    }
+    *slot = timestampUs;
+    m_passedAtUs[static_cast<std::size_t>(slot - m_timestampsUs.begin())] = passedAtUs;
+}
+
+std::uint64_t FrameClock::passedAtUs(std::uint64_t timestampUs) const
+{
+    const auto slot = std::find(m_timestampsUs.begin(), m_timestampsUs.end(), timestampUs);
+    if (slot == m_timestampsUs.end())
+        return 0;
+    return m_passedAtUs[static_cast<std::size_t>(slot - m_timestampsUs.begin())];
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix
