@@ -15,6 +15,12 @@ namespace tavo::vms_server_plugins::analytics::orlix
 namespace
 {
 
+struct FileCloser
+{
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, FileCloser>;
+
 bool writeAll(std::FILE* file, const char* data, std::size_t size)
 {
     std::size_t written = 0;
@@ -76,7 +82,7 @@ bool deleteFile(const std::string& path)
 std::unique_ptr<char[]> readFile(const std::string& path, std::size_t* size)
 {
     *size = 0;
-    const FileStream file(file_open_read(path.c_str()));
+    const File file(file_open_read(path.c_str()));
     if (!file)
     {
         kit::printLine("Failed to open file: " + path);
@@ -94,7 +100,7 @@ std::unique_ptr<char[]> readFile(const std::string& path, std::size_t* size)
 int writeFile(const std::string& path, const char* data, std::size_t size)
 {
     log_info("Writing size: %zu\n", size);
-    FileStream file(file_open_write(path.c_str()));
+    File file(file_open_write(path.c_str()));
     if (!file)
     {
         log_info("Error opening file\n");
