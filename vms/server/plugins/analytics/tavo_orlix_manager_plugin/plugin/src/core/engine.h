@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <span>
 #include <string>
 #include <thread>
 #include <unordered_map>
@@ -9,6 +10,7 @@
 #include <tavo/sdk/analytics/helpers/engine.h>
 #include <tavo/sdk/i_utility_provider.h>
 #include <tavo/sdk/ptr.h>
+#include <yyjson.h>
 
 #include "core/assigned_model.h"
 #include "core/message_board.h"
@@ -16,6 +18,7 @@
 #include "models/model_manager.h"
 #include "runtimes/manager_installation.h"
 #include "runtimes/runtimes_manager.h"
+#include "utils/mpack_tree.h"
 #include "utils/mutex.h"
 #include "utils/sockets.h"
 
@@ -70,16 +73,33 @@ public:
     // 0: the host's customization is "tavovms", 1: "default", 2: another. Set when the loop starts.
     std::atomic<int> hostCustomizationKind{0};
 
-protected:
     // sdk::analytics::Engine:
-    // The operations that the base leaves to its subclass.
+    sdk::Result<const sdk::ISettingsResponse*> pluginSideSettings() const override;
+    sdk::Result<sdk::analytics::IDeviceAgent*> doObtainDeviceAgent(
+        const sdk::analytics::IDeviceInfo* deviceInfo) override EXCLUDES(m_deviceAgentsMutex);
+
+protected:
+    std::string manifestString() const override;
 
 private:
     friend void listenerLoop(Engine& engine);
-    friend void handleSocketMessage(Engine& engine, const char* data, std::uint32_t size);
+    friend void handleSocketMessage(
+        Engine& engine, std::span<const char> message, MessageTree& tree);
     friend class RuntimeManagerLoop;
 
     [[nodiscard]] std::size_t freeIndex() const REQUIRES(m_deviceAgentsMutex);
+    void startRuntimeLoop() REQUIRES(m_deviceAgentsMutex);
+    void stopThreads();
+
+    void requestReset(const std::string& deviceId) EXCLUDES(m_resetMutex);
+
+    // Writes what other clients of the host need to know about this installation to the server's
+    // parameters. The loop's; once per life of the engine.
+    void patchServerParameters();
+
+    // Whether the site is another one than `server` says, the server's record as it was before
+    // patchServerParameters. Unknown counts as unchanged.
+    [[nodiscard]] bool siteIdChanged(yyjson_val* server) const;
 
     // In construction order; destroyed in reverse.
     bool m_runtimeLoopStarted GUARDED_BY(m_deviceAgentsMutex) = false;
@@ -94,9 +114,9 @@ private:
     std::thread m_runtimeLoopThread;
     AssignedModels m_assignedModels; // the loop thread's
     const std::string m_workingDirectory;
-    std::atomic<bool> m_resetRequested{false};
-    mutable Mutex m_resetDeviceIdMutex; // a leaf
-    std::string m_resetDeviceId GUARDED_BY(m_resetDeviceIdMutex); // empty means all devices
+    Mutex m_resetMutex; // a leaf
+    bool m_resetRequested GUARDED_BY(m_resetMutex) = false;
+    std::string m_resetDeviceId GUARDED_BY(m_resetMutex); // empty means all devices
     std::atomic<bool> m_clearCacheRequested{false};
     std::atomic<bool> m_retryDownloadsRequested{false};
     MessageBoard m_messageBoard;

@@ -21,12 +21,6 @@ using network::http::HttpClient;
 
 constexpr int kStatusOk = 200;
 
-struct FileCloser
-{
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, FileCloser>;
-
 // 0 when the server does not tell, which is logged.
 std::uint64_t contentLength(const network::http::Response& response, const std::string& url)
 {
@@ -105,7 +99,7 @@ bool downloadFile(
         log_info("Error! Could not request file data! Status code: %d\n", statusCode);
         return false;
     }
-    File file(file_open_write(filePath.c_str()));
+    FileStream file(file_open_write(filePath.c_str()));
     if (!file)
     {
         log_info("Error opening file for writing: %s\n", filePath.c_str());

@@ -15,12 +15,6 @@ namespace tavo::vms_server_plugins::analytics::orlix
 namespace
 {
 
-struct FileCloser
-{
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, FileCloser>;
-
 bool writeAll(std::FILE* file, const char* data, std::size_t size)
 {
     std::size_t written = 0;
@@ -82,7 +76,7 @@ bool deleteFile(const std::string& path)
 std::unique_ptr<char[]> readFile(const std::string& path, std::size_t* size)
 {
     *size = 0;
-    const File file(file_open_read(path.c_str()));
+    const FileStream file(file_open_read(path.c_str()));
     if (!file)
     {
         kit::printLine("Failed to open file: " + path);
@@ -100,7 +94,7 @@ std::unique_ptr<char[]> readFile(const std::string& path, std::size_t* size)
 int writeFile(const std::string& path, const char* data, std::size_t size)
 {
     log_info("Writing size: %zu\n", size);
-    File file(file_open_write(path.c_str()));
+    FileStream file(file_open_write(path.c_str()));
     if (!file)
     {
         log_info("Error opening file\n");

@@ -184,6 +184,11 @@ void patchRuntimeActive(const UtilityProviderPtr& provider, bool active)
     patchServer(provider, jsonToText(std::move(document)));
 }
 
+yyjson_val* pluginParameters(yyjson_val* record)
+{
+    return jsonMember(jsonMember(record, "parameters"), "tavoAI");
+}
+
 std::pair<MutableJsonDocument, yyjson_mut_val*> makeParametersDocument()
 {
     MutableJsonDocument document = newJsonDocument();

@@ -57,6 +57,9 @@ void patchRuntimeInformation(
     const UtilityProviderPtr& provider, const std::string& name, const std::string& mimeType);
 void patchRuntimeActive(const UtilityProviderPtr& provider, bool active);
 
+// What the plugin keeps on a server's or device's record, of any type; null if there is nothing.
+[[nodiscard]] yyjson_val* pluginParameters(yyjson_val* record);
+
 // A new document {"parameters":{"tavoAI":{}}} and its inner object, which lives as long as it.
 [[nodiscard]] std::pair<MutableJsonDocument, yyjson_mut_val*> makeParametersDocument();
 

@@ -1,5 +1,6 @@
 #include "remote/record_lists.h"
 
+#include "remote/host_rest_client.h"
 #include "utils/json.h"
 #include "utils/log.h"
 
@@ -19,7 +20,7 @@ void forEachActivatedDevice(std::string_view devices, Visit visit)
     while (yyjson_val* const device = yyjson_arr_iter_next(&iterator))
     {
         const std::string id(jsonText(jsonMember(device, "id")));
-        if (yyjson_val* const ours = jsonMember(jsonMember(device, "parameters"), "tavoAI"))
+        if (yyjson_val* const ours = pluginParameters(device))
             visit(id, ours);
         else
             log_debug("Device %s not activated yet. Ignoring.\n", id.c_str());

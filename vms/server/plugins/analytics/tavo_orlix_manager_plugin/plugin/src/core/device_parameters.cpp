@@ -1,0 +1,157 @@
+// The steps of a pass on a machine in service: the actions that users asked for, and the devices'
+// parameters on the host, whose change leads to downloads, a new settings file and a restart of the
+// manager application.
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "core/engine.h"
+#include "core/model_collector.h"
+#include "core/runtime_manager_loop.h"
+#include "device_agent/device_agent.h"
+#include "remote/cloud_client.h"
+#include "remote/host_rest_client.h"
+#include "remote/text_helpers.h"
+#include "utils/json.h"
+#include "utils/log.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+bool RuntimeManagerLoop::serveReset()
+{
+    std::string deviceId;
+    {
+        MutexLock lock(m_engine.m_resetMutex);
+        if (!std::exchange(m_engine.m_resetRequested, false))
+            return true;
+        deviceId = m_engine.m_resetDeviceId;
+    }
+    m_engine.m_messageBoard.removeMessage(board_key::kResetDevice);
+    const std::vector<std::string> deviceIds = deviceId.empty()
+        ? getDevicesWithConfiguration(m_engine.utilityProvider())
+        : std::vector<std::string>{deviceId};
+    resetDevices(m_engine.utilityProvider(), deviceIds);
+    return false;
+}
+
+bool RuntimeManagerLoop::serveClearCache(const Pass& pass)
+{
+    if (!m_engine.m_clearCacheRequested.exchange(false))
+        return true;
+    m_engine.m_messageBoard.removeMessage(board_key::kClearCache);
+    m_engine.m_runtimesManager.uninstall();
+    if (pass.managerStatus == ManagerState::Running)
+        stopManager();
+    m_engine.m_managerInstallation.remove();
+    return false;
+}
+
+// The flag stays set until the device list was there to be served with it.
+bool RuntimeManagerLoop::serveRetry(Pass& pass)
+{
+    pass.retryDownloads = m_engine.m_retryDownloadsRequested;
+    if (pass.retryDownloads)
+    {
+        m_engine.m_messageBoard.removeMessage(board_key::kRetryDownloads);
+        m_engine.m_modelManager.forgetFailedDownloads();
+    }
+    return true;
+}
+
+bool RuntimeManagerLoop::fetchDevices(Pass& pass)
+{
+    pass.devicesParameters = getDevicesParameters(m_engine.utilityProvider());
+    if (!pass.devicesParameters.empty())
+        return true;
+    log_info("Warning! Could not get devices parameters to test for changes.\n");
+    return false;
+}
+
+bool RuntimeManagerLoop::applyDevicesIfChanged(Pass& pass)
+{
+    RuntimesManager& runtimes = m_engine.m_runtimesManager;
+    const bool textDiffers = pass.devicesParameters != m_state.lastDevicesParameters;
+    const bool runtimeChanged = runtimes.runtimeChanged();
+    if (!textDiffers && !runtimeChanged && !pass.retryDownloads)
+        return true;
+    if (pass.retryDownloads)
+    {
+        // A request that came after serveRetry is served along with the one before it.
+        m_engine.m_retryDownloadsRequested = false;
+        m_engine.m_messageBoard.removeMessage(board_key::kRetryDownloads);
+    }
+    // The third number is always 0, as operators know it.
+    log_info("Parsing devices parameters: %d %d %d\n", textDiffers, runtimeChanged, 0);
+    const JsonDocument document = parseJson(pass.devicesParameters);
+    if (!document)
+    {
+        log_info("Error: Failed to parse devices parameters JSON.\n");
+        return false;
+    }
+    const std::string mimeType = runtimes.getMimeType(runtimes.getInstalledRuntimeName());
+    const bool changed = applyDevicesParameters(
+        yyjson_doc_get_root(document.get()), mimeType, runtimes.runtimeChanged());
+    runtimes.clearRuntimeChanged();
+    if (changed && pass.managerStatus == ManagerState::Running)
+    {
+        log_info("Settings change detected. Restarting runtime\n");
+        stopManager();
+        startManager();
+    }
+    m_state.lastDevicesParameters = std::move(pass.devicesParameters);
+    return true;
+}
+
+// True when something changed that needs a restart of the manager application. Results wait for the
+// whole of it, downloads included: see Engine.
+bool RuntimeManagerLoop::applyDevicesParameters(
+    yyjson_val* devices, const std::string& mimeType, bool runtimeChanged)
+{
+    MutexLock lock(m_engine.m_deviceAgentsMutex);
+    ModelCollector models(
+        m_engine.m_assignedModels, m_engine.m_modelManager, mimeType,
+        [this] { return cloudAuthToken(m_engine.utilityProvider()); });
+
+    yyjson_arr_iter deviceIterator = yyjson_arr_iter_with(devices);
+    while (yyjson_val* const device = yyjson_arr_iter_next(&deviceIterator))
+    {
+        const std::string id(jsonText(jsonMember(device, "id")));
+        yyjson_val* const parameters = pluginParameters(device);
+        if (id.empty() || !parameters)
+            continue;
+        yyjson_val* const deviceModels = jsonMember(parameters, "models");
+        if (!deviceModels || !jsonMember(parameters, "pipelines"))
+        {
+            log_info(
+                "Device %s does not have models or pipelines parameters yet. Resetting configuration.\n",
+                id.c_str());
+            resetDevices(m_engine.utilityProvider(), {id});
+            continue;
+        }
+        DeviceAgent* const agent = findAgent(id);
+        if (!agent)
+            continue;
+        agent->processDeviceParameters(device);
+        yyjson_arr_iter modelIterator = yyjson_arr_iter_with(deviceModels);
+        while (yyjson_val* const model = yyjson_arr_iter_next(&modelIterator))
+            models.add(model);
+    }
+    const bool downloaded = models.downloaded();
+    const bool rewritten = m_engine.m_managerInterface.updateSettings(
+        models.takeList(), m_engine.m_assignedModels, runtimeChanged);
+    return downloaded || rewritten;
+}
+
+DeviceAgent* RuntimeManagerLoop::findAgent(const std::string& deviceId)
+{
+    for (const auto& [index, agent] : m_engine.m_deviceAgents)
+    {
+        if (agent && sameDeviceId(agent->deviceId(), deviceId))
+            return agent;
+    }
+    return nullptr;
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

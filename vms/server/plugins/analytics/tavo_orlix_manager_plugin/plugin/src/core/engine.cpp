@@ -1,0 +1,132 @@
+#include "core/engine.h"
+
+#include <filesystem>
+#include <functional>
+#include <utility>
+
+#include "core/ini.h"
+#include "core/plugin.h"
+#include "core/plugin_version.h"
+#include "core/runtime_manager_loop.h"
+#include "device_agent/device_agent.h"
+#include "device_agent/manifest_builder.h"
+#include "inference/plugin_socket_listener.h"
+#include "remote/file_helpers.h"
+#include "utils/log.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+Engine::Engine(Plugin* plugin, std::string workingDirectory) :
+    sdk::analytics::Engine(ini().enableOutput),
+    m_plugin(plugin),
+    m_workingDirectory(std::move(workingDirectory)),
+    m_managerInstallation(m_workingDirectory),
+    m_runtimesManager(m_workingDirectory + "/orlix_manager/bin"),
+    m_managerInterface(m_workingDirectory, &m_messageBoard),
+    m_modelManager(m_workingDirectory, &m_messageBoard)
+{
+    log_init(
+        m_workingDirectory + "/orlix_plugin_start.log", m_workingDirectory + "/orlix_plugin.log",
+        "ORLIX Plugin: ", ini().logToConsole, ini().logToFile, ini().logVerbosityLevel);
+    try
+    {
+        m_socketPath = utf8FromPath(std::filesystem::temp_directory_path() / "orlix_plugin.sock");
+        m_listenerThread = std::thread(listenerLoop, std::ref(*this));
+        m_runtimesManager.initialise(m_messageBoard);
+    }
+    catch (...)
+    {
+        stopThreads();
+        log_close();
+        throw;
+    }
+    log_info("Initialized engine. Plugin version: %s\n", kPluginVersion);
+}
+
+Engine::~Engine()
+{
+    stopThreads();
+    log_info("Finalizing logging...\n");
+    log_close();
+}
+
+void Engine::stopThreads()
+{
+    m_shuttingDown = true;
+
+    // Wakes the listener out of its accept. The socket is closed when the listener is gone, so
+    // that it never waits on a descriptor that by then is somebody else's.
+    const SocketHandle socket = m_listeningSocket.exchange(kInvalidSocket);
+    if (socket != kInvalidSocket)
+        socket_shutdown(socket);
+
+    log_info("Waiting for socket listener to exit...\n");
+    if (m_listenerThread.joinable())
+    {
+        log_info("Waiting for socket listener to exit...\n"); // twice, as operators know it
+        m_listenerThread.join();
+        log_info("Socket listener succesfully finished.\n");
+    }
+    if (socket != kInvalidSocket)
+        socket_close(socket);
+
+    if (m_runtimeLoopThread.joinable())
+    {
+        log_info("Waiting runtime loop to finish...\n");
+        m_runtimeLoopThread.join();
+        log_info("Runtime loop sucessfully finished.\n");
+    }
+}
+
+sdk::Result<sdk::analytics::IDeviceAgent*> Engine::doObtainDeviceAgent(
+    const sdk::analytics::IDeviceInfo* deviceInfo)
+{
+    // Before the lock, so that an agent which is dropped on failure finds the lock free.
+    sdk::Ptr<DeviceAgent> agent;
+    MutexLock lock(m_deviceAgentsMutex);
+    const std::size_t index = freeIndex();
+    agent = sdk::makePtr<DeviceAgent>(deviceInfo, index, this, m_workingDirectory);
+    m_deviceAgents.emplace(index, agent.get());
+    startRuntimeLoop();
+    return sdk::Result<sdk::analytics::IDeviceAgent*>(agent.releasePtr());
+}
+
+std::size_t Engine::freeIndex() const
+{
+    std::size_t index = 0;
+    while (m_deviceAgents.contains(index))
+        ++index;
+    return index;
+}
+
+void Engine::startRuntimeLoop()
+{
+    if (m_runtimeLoopStarted)
+        return;
+    m_runtimeLoopThread = std::thread(runtimeManagerLoop, std::ref(*this));
+    m_runtimeLoopStarted = true;
+}
+
+void Engine::removeDeviceAgent(std::size_t index)
+{
+    MutexLock lock(m_deviceAgentsMutex);
+    m_deviceAgents.erase(index);
+}
+
+sdk::Ptr<sdk::IUtilityProvider> Engine::utilityProvider() const
+{
+    if (m_shuttingDown)
+    {
+        log_info("Warning! Tried to access utility provider while shutting down.\n");
+        return nullptr;
+    }
+    return m_plugin->utilityProvider();
+}
+
+std::string Engine::manifestString() const
+{
+    return engineManifestBuilder();
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,0 +1,99 @@
+#include <cstdlib>
+#include <memory>
+
+#include <tavo/sdk/helpers/settings_response.h>
+
+#include "core/deployment.h"
+#include "core/engine.h"
+#include "utils/json.h"
+#include "utils/log.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+namespace
+{
+
+constexpr char kResetText[] =
+    "Device reset in progress. Please wait a few moments and hit 'Refresh'.";
+constexpr char kClearCacheText[] =
+    "Plugin is clearing the cache. Please wait a few moments and hit 'Refresh'.";
+constexpr char kRetryDownloadsText[] =
+    "Plugin will retry model downloads. Please wait a few moments and hit 'Refresh'.";
+
+// The dialog of the engine itself; empty when it cannot be told.
+std::string settingsModel()
+{
+    const MutableJsonDocument document = newJsonDocument();
+    yyjson_mut_doc* const json = document.get();
+    yyjson_mut_val* const model = yyjson_mut_obj(json);
+    yyjson_mut_doc_set_root(json, model);
+    yyjson_mut_obj_add_str(json, model, "type", "Settings");
+    yyjson_mut_val* const items = yyjson_mut_obj_add_arr(json, model, "items");
+    yyjson_mut_val* const link = yyjson_mut_arr_add_obj(json, items);
+    yyjson_mut_obj_add_str(json, link, "type", "Link");
+    yyjson_mut_obj_add_str(json, link, "caption", "Orlix Manager documentation");
+    yyjson_mut_obj_add_str(json, link, "url", kDocumentationLink);
+
+    const std::unique_ptr<char, decltype(&std::free)> text(
+        yyjson_mut_write(json, YYJSON_WRITE_NOFLAG, nullptr), &std::free);
+    return text ? text.get() : "";
+}
+
+} // namespace
+
+sdk::Result<const sdk::ISettingsResponse*> Engine::pluginSideSettings() const
+{
+    const std::string model = settingsModel();
+    if (model.empty())
+    {
+        log_info("Error: Failed to create engine settings JSON string.\n");
+        return {};
+    }
+    auto response = sdk::makePtr<sdk::SettingsResponse>();
+    response->setModel(model);
+    return sdk::Result<const sdk::ISettingsResponse*>(response.releasePtr());
+}
+
+void Engine::resetDevices()
+{
+    requestReset("");
+}
+
+void Engine::resetDevice(const std::string& deviceId)
+{
+    requestReset(deviceId);
+}
+
+void Engine::requestReset(const std::string& deviceId)
+{
+    m_messageBoard.postMessage(board_key::kResetDevice, kResetText, MessageType::message);
+    {
+        MutexLock lock(m_resetMutex);
+        m_resetRequested = true;
+        m_resetDeviceId = deviceId; // the last request decides
+    }
+    m_messageBoard.clearWarnings();
+}
+
+void Engine::clearCache()
+{
+    m_messageBoard.postMessage(board_key::kClearCache, kClearCacheText, MessageType::message);
+    m_clearCacheRequested = true;
+    m_messageBoard.clearWarnings();
+}
+
+void Engine::retryDownloads()
+{
+    m_messageBoard.postMessage(
+        board_key::kRetryDownloads, kRetryDownloadsText, MessageType::message);
+    m_retryDownloadsRequested = true;
+    m_messageBoard.clearWarnings();
+}
+
+void Engine::requestRuntimeReselection()
+{
+    m_runtimesManager.setStatus(RuntimeStatus::reselectRequested);
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,0 +1,71 @@
+#include "core/model_collector.h"
+
+#include <utility>
+
+#include "utils/log.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+ModelCollector::ModelCollector(
+    AssignedModels& models, ModelManager& modelManager, const std::string& mimeType,
+    CloudToken cloudToken) :
+    m_models(models),
+    m_modelManager(modelManager),
+    m_mimeType(mimeType),
+    m_cloudToken(std::move(cloudToken))
+{
+    m_models.clear();
+    yyjson_mut_doc_set_root(m_list.get(), yyjson_mut_arr(m_list.get()));
+}
+
+void ModelCollector::add(yyjson_val* model)
+{
+    yyjson_val* const id = jsonMember(model, "UUID");
+    yyjson_val* const name = jsonMember(model, "Name");
+    if (!yyjson_is_str(id) || !yyjson_is_str(name))
+    {
+        log_info("Warning! Model has no ID or Name.\n");
+        return;
+    }
+    AssignedModel assigned;
+    assigned.id = jsonText(id);
+    assigned.name = jsonText(name);
+    assigned.updatedAt = jsonText(jsonMember(model, "UpdatedAt"));
+
+    yyjson_val* const downloads = jsonMember(model, "Downloads");
+    const ModelFiles files = m_modelManager.selectDownload(downloads, m_mimeType, assigned.id);
+    if (files.modelPath.empty())
+    {
+        log_info("Warning! Assigned model not compatible with runtime %s\n", assigned.name.c_str());
+        return;
+    }
+    if (const auto known = m_models.find(assigned.id); known != m_models.end())
+    {
+        if (known->second.encrypted != files.encrypted)
+            log_debug(
+                "Warning! Model assigned in both encrypted and unencrypted configurations.\n");
+        return;
+    }
+    assigned.modelPath = files.modelPath;
+    assigned.keyPath = files.keyPath;
+    assigned.runtimePath = files.runtimePath;
+    assigned.encrypted = files.encrypted;
+    const ModelToEnsure toEnsure{assigned.id, assigned.name, assigned.modelPath, assigned.keyPath};
+    if (m_modelManager.ensureModel(downloads, m_mimeType, toEnsure, m_cloudToken()))
+        m_downloaded = true;
+    appendToList(model, assigned);
+    m_models.emplace(assigned.id, std::move(assigned));
+}
+
+void ModelCollector::appendToList(yyjson_val* model, const AssignedModel& assigned)
+{
+    yyjson_mut_doc* const json = m_list.get();
+    yyjson_mut_val* const copy = yyjson_val_mut_copy(json, model);
+    yyjson_mut_obj_add_strncpy(json, copy, "MimeType", m_mimeType.data(), m_mimeType.size());
+    yyjson_mut_obj_add_strncpy(
+        json, copy, "Filepath", assigned.runtimePath.data(), assigned.runtimePath.size());
+    yyjson_mut_arr_append(yyjson_mut_doc_get_root(json), copy);
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

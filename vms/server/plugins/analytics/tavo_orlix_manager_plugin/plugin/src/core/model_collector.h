@@ -1,0 +1,49 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include <yyjson.h>
+
+#include "core/assigned_model.h"
+#include "models/model_manager.h"
+#include "utils/json.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+// Turns the model objects of all devices into the list of assigned models, each model once, however
+// many devices use it, and makes sure that their files are there. One collector serves one walk
+// over the devices; it belongs to the runtime loop's thread.
+class ModelCollector
+{
+public:
+    using CloudToken = std::function<std::string()>; // asked anew for each model
+
+    // Empties `models` and fills it. All arguments but the last outlive the collector.
+    ModelCollector(
+        AssignedModels& models, ModelManager& modelManager, const std::string& mimeType,
+        CloudToken cloudToken);
+
+    // Takes the next model object of a device. Blocks for a download that is due.
+    void add(yyjson_val* model);
+
+    // Whether a new file came.
+    [[nodiscard]] bool downloaded() const { return m_downloaded; }
+
+    // The array for the settings file: the model objects with what the manager application needs
+    // besides. To be called once, at the end.
+    [[nodiscard]] MutableJsonDocument takeList() { return std::move(m_list); }
+
+private:
+    void appendToList(yyjson_val* model, const AssignedModel& assigned);
+
+    AssignedModels& m_models;
+    ModelManager& m_modelManager;
+    const std::string& m_mimeType;
+    const CloudToken m_cloudToken;
+    MutableJsonDocument m_list = newJsonDocument();
+    bool m_downloaded = false;
+};
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

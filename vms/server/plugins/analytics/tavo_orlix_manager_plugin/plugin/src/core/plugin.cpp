@@ -1,0 +1,88 @@
+#include "core/plugin.h"
+
+#include <filesystem>
+#include <new>
+#include <system_error>
+
+#include <tavo/sdk/helpers/error.h>
+
+#include "core/engine.h"
+#include "core/ini.h"
+#include "core/plugin_version.h"
+#include "remote/file_helpers.h"
+#include "remote/text_helpers.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+namespace
+{
+
+constexpr char kDescription[] =
+    "Orlix Manager is a universal tool for deploying and managing AI models. It transforms video "
+    "streams from any camera into intelligent, actionable insights with minimal engineering effort.";
+
+// The host's home directory, empty if the host names none.
+std::string homeDirectory(const sdk::Ptr<sdk::IUtilityProvider>& provider)
+{
+    if (!provider)
+        return {};
+    const sdk::Ptr<const sdk::IString> home(provider->homeDirectory());
+    return home ? textOrEmpty(home->str()) : std::string();
+}
+
+void createFolder(const std::string& path)
+{
+    std::error_code error;
+    std::filesystem::create_directories(pathFromUtf8(path), error);
+    if (error)
+        throw std::filesystem::filesystem_error("create_directories", pathFromUtf8(path), error);
+}
+
+} // namespace
+
+sdk::Result<sdk::analytics::IEngine*> Plugin::doObtainEngine()
+{
+    const std::string home = homeDirectory(utilityProvider());
+    std::string workingDirectory = home + "/tavo_orlix_manager";
+    if (*ini().WorkingDirectory)
+        workingDirectory = ini().WorkingDirectory;
+    else if (home.empty()) // the folder would end up in the root of the file system
+        return sdk::error(sdk::ErrorCode::otherError, "The host names no home directory");
+
+    createFolder(workingDirectory);
+    return sdk::Result<sdk::analytics::IEngine*>(new Engine(this, std::move(workingDirectory)));
+}
+
+std::string Plugin::manifestString() const
+{
+    MutableJsonDocument document = newJsonDocument();
+    yyjson_mut_doc* const json = document.get();
+    yyjson_mut_val* const manifest = yyjson_mut_obj(json);
+    yyjson_mut_doc_set_root(json, manifest);
+    yyjson_mut_obj_add_str(json, manifest, "id", "tavo.orlix");
+    yyjson_mut_obj_add_str(json, manifest, "name", "Tavo Orlix Manager");
+    yyjson_mut_obj_add_str(json, manifest, "description", kDescription);
+    yyjson_mut_obj_add_str(json, manifest, "vendor", "Tavo Systems.");
+    yyjson_mut_obj_add_str(json, manifest, "version", kPluginVersion);
+
+    // What the host shows until there is an engine to ask.
+    yyjson_mut_val* const model = yyjson_mut_obj_add_obj(json, manifest, "engineSettingsModel");
+    yyjson_mut_obj_add_str(json, model, "type", "Settings");
+    yyjson_mut_obj_add_arr(json, model, "items");
+    return jsonToText(std::move(document));
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix
+
+extern "C" tavo::sdk::IPlugin* createTavoPlugin()
+{
+    try
+    {
+        return new tavo::vms_server_plugins::analytics::orlix::Plugin();
+    }
+    catch (const std::bad_alloc&)
+    {
+        return nullptr;
+    }
+}

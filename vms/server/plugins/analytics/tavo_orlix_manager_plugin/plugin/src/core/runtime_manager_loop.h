@@ -1,0 +1,111 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+
+#include <yyjson.h>
+
+#include "inference/manager_state.h"
+#include "utils/mutex.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+class DeviceAgent;
+class Engine;
+
+// Brings the state of this machine into line with what the host and the user want. It polls: once
+// a second it makes a pass over everything and does the first thing that is due; most steps end the
+// pass at once, so that one pass does one large job and the next starts from the top. All
+// installation, download and process control happen here and nowhere else, on the one thread that
+// runs it. When nothing changed, a pass costs one request to the host and one comparison of texts.
+//
+// A pass:
+//      1  shutdown test and sleep         9  reset action
+//      2  utility provider               10  clear-cache action
+//      3  cloud connection               11  retry action
+//      4  cloud system identifier        12  device list
+//      5  manager application            13  device parameters
+//      6  manager status                 14  walk of the device agents
+//      7  runtime reselection            15  start and stop decision
+//      8  runtime selection              16  start of the manager
+//
+// Requests to the host and the cloud hold the thread until they end; shutdown is seen between
+// passes only.
+class RuntimeManagerLoop
+{
+public:
+    explicit RuntimeManagerLoop(
+        Engine& engine, std::chrono::milliseconds pause = std::chrono::seconds(1));
+
+    // Makes passes until the engine shuts down, then stops the manager application. A pass that
+    // throws is logged and lost, and the next one tries again. Does not throw.
+    void run();
+
+    enum class PassEnd
+    {
+        leaveLoop, // the engine shuts down
+        cutShort, // by the step that had something to do or to wait for
+        complete,
+    };
+
+    // One pass; throws what its steps throw.
+    PassEnd runPass();
+
+private:
+    // What outlives a pass.
+    struct State
+    {
+        bool firstPass = true;
+        std::string lastDevicesParameters; // as they were last applied
+    };
+
+    // What one pass finds.
+    struct Pass
+    {
+        ManagerState managerStatus = ManagerState::Stopped; // at step 6
+        bool retryDownloads = false;
+        std::string devicesParameters; // the host's device list, as it came
+        ManagerState desired = ManagerState::Stopped; // or Running
+    };
+
+    // The steps; each says whether the pass goes on.
+    bool waitForTurn();
+    bool hostIsReachable();
+    bool connectToCloud();
+    bool siteIsKnown();
+    bool provideManager();
+    bool checkManager(Pass& pass);
+    bool serveReselection(const Pass& pass);
+    bool provideRuntime();
+    bool serveReset();
+    bool serveClearCache(const Pass& pass);
+    bool serveRetry(Pass& pass);
+    bool fetchDevices(Pass& pass);
+    bool applyDevicesIfChanged(Pass& pass);
+    bool walkAgents(Pass& pass);
+    bool startOrStopManager(const Pass& pass);
+
+    // Parts of steps.
+    bool configureServer();
+    void installRuntime(const std::string& name);
+    bool applyDevicesParameters(
+        yyjson_val* devices, const std::string& mimeType, bool runtimeChanged);
+    DeviceAgent* findAgent(const std::string& deviceId); // the registry's lock is held
+    bool anyAgentIsActive(); // likewise
+    void startManager();
+    void stopManager();
+
+    template <class Work>
+    void guarded(Work work);
+    void leave();
+
+    Engine& m_engine;
+    const std::chrono::milliseconds m_pause;
+    State m_state;
+};
+
+// The engine's background thread.
+void runtimeManagerLoop(Engine& engine);
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

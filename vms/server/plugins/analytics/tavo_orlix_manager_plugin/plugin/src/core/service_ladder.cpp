@@ -1,0 +1,142 @@
+// The steps of a pass that bring the machine to where inference can run: cloud connection, first
+// configuration of the server, manager application, runtime. A pass that finds a rung missing works
+// on it and goes no further.
+
+#include <string>
+#include <vector>
+
+#include "core/engine.h"
+#include "core/loop_decisions.h"
+#include "core/runtime_manager_loop.h"
+#include "remote/cloud_client.h"
+#include "remote/host_rest_client.h"
+#include "utils/json.h"
+#include "utils/log.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+// Once connected the engine stays so: this and what hangs on it are done once in its life.
+bool RuntimeManagerLoop::connectToCloud()
+{
+    std::atomic<int>& state = m_engine.cloudConnectionState;
+    if (state == kCloudConnected)
+        return true;
+    log_info("Checking cloud connection\n");
+    checkCloudConnection(state, m_engine.utilityProvider());
+    if (state != kCloudConnected)
+    {
+        log_info("Server/Site not connected to cloud.\n");
+        return false;
+    }
+    return configureServer();
+}
+
+bool RuntimeManagerLoop::configureServer()
+{
+    const JsonDocument document = getServerParameters(m_engine.utilityProvider());
+    if (!document)
+    {
+        log_info("Error: Failed to get server parameters from API.\n");
+        return false;
+    }
+    yyjson_val* const server = yyjson_doc_get_root(document.get());
+    const bool firstTime = !pluginParameters(server);
+    m_engine.patchServerParameters();
+    if (firstTime)
+    {
+        log_info(
+            "First time server is being configured. Setting devices to default if necessary.\n");
+        resetDevices(
+            m_engine.utilityProvider(), getDevicesWithoutConfiguration(m_engine.utilityProvider()));
+        return false;
+    }
+    if (m_engine.siteIdChanged(server))
+    {
+        log_info("Detected change in Site ID! Will reset all initialized devices.\n");
+        resetDevices(
+            m_engine.utilityProvider(), getDevicesWithConfiguration(m_engine.utilityProvider()));
+    }
+    return true;
+}
+
+bool RuntimeManagerLoop::siteIsKnown()
+{
+    if (cloudSystemId(m_engine.utilityProvider()))
+        return true;
+    log_info("Could not get the server cloud ID.\n");
+    return false;
+}
+
+bool RuntimeManagerLoop::provideManager()
+{
+    ManagerInstallation& installation = m_engine.m_managerInstallation;
+    if (installation.managerInstallState() == ManagerInstallState::installed)
+        return true;
+    log_info("Checking installation\n");
+    if (installation.checkInstallation() == ManagerInstallState::notInstalled)
+        installation.install(m_engine.m_messageBoard);
+    return false;
+}
+
+bool RuntimeManagerLoop::serveReselection(const Pass& pass)
+{
+    RuntimesManager& runtimes = m_engine.m_runtimesManager;
+    if (runtimes.status() != RuntimeStatus::reselectRequested)
+        return true;
+    if (pass.managerStatus == ManagerState::Running)
+    {
+        log_info("Reselecting runtime while Orlix Manager is running. Stopping...\n");
+        stopManager();
+    }
+    runtimes.uninstall();
+    patchRuntimeInformation(m_engine.utilityProvider(), "", "");
+    return false;
+}
+
+bool RuntimeManagerLoop::provideRuntime()
+{
+    RuntimesManager& runtimes = m_engine.m_runtimesManager;
+    const RuntimeStatus status = runtimes.status();
+    if (status == RuntimeStatus::installed)
+        return true;
+    if (status == RuntimeStatus::reselectRequested) // a moment ago: the next pass serves it
+        return false;
+    if (runtimes.isRuntimeInstalled())
+    {
+        runtimes.setStatus(RuntimeStatus::installed);
+        return false;
+    }
+    std::vector<std::string> compatible = runtimes.getCompatibleRuntimes("");
+    switch (decideRuntimeStep(runtimes.status(), compatible.size()))
+    {
+        case RuntimeStep::wait:
+            return false;
+        case RuntimeStep::offerChoice:
+            runtimes.setAvailableRuntimes(std::move(compatible));
+            runtimes.setStatus(RuntimeStatus::waitingForChoice);
+            return false;
+        case RuntimeStep::carryOn:
+            return true;
+        case RuntimeStep::installTheOnlyOne:
+            installRuntime(compatible.front());
+            return true;
+        case RuntimeStep::installChosen:
+            installRuntime(runtimes.chosenRuntime());
+            return true;
+    }
+    return false;
+}
+
+// The name is saved and told to the host even if the installation failed; the status then says so.
+void RuntimeManagerLoop::installRuntime(const std::string& name)
+{
+    if (name.empty())
+        return;
+    RuntimesManager& runtimes = m_engine.m_runtimesManager;
+    runtimes.install(name, m_engine.m_messageBoard, /*useSubfolder*/ false);
+    runtimes.saveInstalledRuntimeName(name);
+    patchRuntimeInformation(m_engine.utilityProvider(), name, runtimes.getMimeType(name));
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

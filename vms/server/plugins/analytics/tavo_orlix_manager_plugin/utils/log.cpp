@@ -1,0 +1,331 @@
+#include "utils/log.h"
+
+#include <atomic>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <new>
+
+#include "utils/clock.h"
+#include "utils/files.h"
+#include "utils/mutex.h"
+#include "utils/system_error.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+namespace
+{
+
+constexpr std::uint64_t kSizeLimit = 10'000'000; // bytes of the start log, and of a main log
+
+// Read before anything else, and without the lock: a silent line must cost next to nothing.
+std::atomic<int> logVerbosity{1};
+std::atomic<bool> logToConsole{false};
+std::atomic<bool> logToFile{true};
+
+std::atomic<std::uint64_t> lastTimeUs{0}; // of the previous line; approximate under load
+
+struct LineTime
+{
+    std::uint64_t nowMs;
+    std::uint64_t sinceLastUs; // 0 for the first line of the process
+};
+
+LineTime nextLineTime()
+{
+    const std::uint64_t now = time_now_us();
+    const std::uint64_t last = lastTimeUs.exchange(now, std::memory_order_relaxed);
+    return {now / 1000, last != 0 && now > last ? now - last : 0};
+}
+
+// Straight to the stream, without a buffer of our own. Gives the bytes written.
+[[gnu::format(printf, 4, 0)]] std::uint64_t writeTo(
+    std::FILE* stream, const std::string& prefix, const LineTime& time, const char* format,
+    std::va_list arguments)
+{
+    const int head = std::fprintf(
+        stream, "%s%llu %09llu: ", prefix.c_str(), static_cast<unsigned long long>(time.nowMs),
+        static_cast<unsigned long long>(time.sinceLastUs));
+    const int text = std::vfprintf(stream, format, arguments);
+    if (head < 0 || text < 0)
+        std::printf("Failed to write to log file!\n");
+    return static_cast<std::uint64_t>(head < 0 ? 0 : head) +
+        static_cast<std::uint64_t>(text < 0 ? 0 : text);
+}
+
+FileStream openLog(const std::string& path, bool append)
+{
+    FileStream file(append ? file_open_append(path.c_str()) : file_open_write(path.c_str()));
+    if (file)
+        file_allow_all(file.get());
+    return file;
+}
+
+// The two files and their rotation.
+class LogFiles
+{
+public:
+    void open(
+        const std::string& startPath, const std::string& mainPath, const std::string& prefix,
+        bool toFile) EXCLUDES(m_mutex);
+    void close() EXCLUDES(m_mutex);
+
+    [[nodiscard]] std::string prefix() EXCLUDES(m_mutex);
+
+    [[gnu::format(printf, 3, 0)]] void writeLine(
+        const LineTime& time, const char* format, std::va_list arguments) EXCLUDES(m_mutex);
+
+private:
+    void closeStreams() REQUIRES(m_mutex);
+    std::FILE* streamForLine() REQUIRES(m_mutex);
+    bool rotate() REQUIRES(m_mutex);
+
+    Mutex m_mutex;
+    bool m_isOpen GUARDED_BY(m_mutex) = false;
+    std::string m_prefix GUARDED_BY(m_mutex);
+    std::string m_startPath GUARDED_BY(m_mutex);
+    std::string m_mainPath GUARDED_BY(m_mutex);
+    std::string m_oldPath GUARDED_BY(m_mutex);
+    FileStream m_start GUARDED_BY(m_mutex);
+    FileStream m_main GUARDED_BY(m_mutex);
+    bool m_startFinished GUARDED_BY(m_mutex) = false;
+    std::uint64_t m_bytes GUARDED_BY(m_mutex) = 0; // written to the current file
+};
+
+void LogFiles::open(
+    const std::string& startPath, const std::string& mainPath, const std::string& prefix,
+    bool toFile)
+{
+    const MutexLock lock(m_mutex);
+    closeStreams();
+    m_prefix = prefix;
+    m_startPath = startPath;
+    m_mainPath = mainPath;
+    m_startFinished = false;
+    m_bytes = 0;
+    m_isOpen = true;
+    if (!toFile)
+        return;
+    m_start = openLog(m_startPath, /*append*/ false);
+    if (!m_start)
+        std::printf("Failed to initialise logfile: %s\n", m_startPath.c_str());
+    m_main = openLog(m_mainPath, /*append*/ false);
+    if (!m_main)
+        std::printf("Failed to initialise logfile: %s\n", m_mainPath.c_str());
+    m_oldPath = m_mainPath + ".old";
+}
+
+void LogFiles::close()
+{
+    const MutexLock lock(m_mutex);
+    closeStreams();
+    m_startFinished = true;
+    m_bytes = 0;
+    m_isOpen = false;
+    // Nothing is left to be freed when the library is unloaded.
+    for (std::string* const text : {&m_prefix, &m_startPath, &m_mainPath, &m_oldPath})
+        std::string().swap(*text);
+}
+
+void LogFiles::closeStreams()
+{
+    m_start.reset();
+    m_main.reset();
+}
+
+std::string LogFiles::prefix()
+{
+    const MutexLock lock(m_mutex);
+    return m_prefix;
+}
+
+void LogFiles::writeLine(const LineTime& time, const char* format, std::va_list arguments)
+{
+    const MutexLock lock(m_mutex);
+    if (!m_isOpen || !logToFile.load(std::memory_order_relaxed))
+        return;
+    std::FILE* const stream = streamForLine();
+    if (!stream)
+        return;
+    m_bytes += writeTo(stream, m_prefix, time, format, arguments);
+    if (logVerbosity.load(std::memory_order_relaxed) >= 2)
+    {
+        std::fflush(stream);
+        std::fflush(stdout);
+    }
+}
+
+// The start log until it has the limit, then the main log; a line that passes a limit is whole.
+std::FILE* LogFiles::streamForLine()
+{
+    if (!m_startFinished)
+    {
+        if (m_bytes >= kSizeLimit)
+        {
+            m_startFinished = true;
+            m_bytes = 0;
+            m_start.reset();
+        }
+        else if (m_start)
+        {
+            return m_start.get();
+        }
+    }
+    if (!m_main)
+    {
+        m_main = openLog(m_mainPath, /*append*/ true);
+        if (!m_main)
+        {
+            std::fprintf(stderr, "Error creating log file");
+            return nullptr;
+        }
+    }
+    if (m_bytes > kSizeLimit && !rotate())
+        return nullptr;
+    return m_main.get();
+}
+
+bool LogFiles::rotate()
+{
+    m_main.reset();
+    std::remove(m_oldPath.c_str()); // there is none at the first rotation
+    if (std::rename(m_mainPath.c_str(), m_oldPath.c_str()) != 0)
+    {
+        std::fprintf(stderr, "Error renaming file: %s\n", SystemErrorText(errno).c_str());
+        return false;
+    }
+    m_main = openLog(m_mainPath, /*append*/ false);
+    if (!m_main)
+    {
+        std::fprintf(stderr, "Error creating log file");
+        return false;
+    }
+    m_bytes = 0;
+    return true;
+}
+
+// Never destroyed: threads of the host may log until the process has ended.
+LogFiles& logFiles()
+{
+    alignas(LogFiles) static std::byte memory[sizeof(LogFiles)];
+    static LogFiles* const files = new (memory) LogFiles;
+    return *files;
+}
+
+[[gnu::format(printf, 1, 0)]] void writeLine(const char* format, std::va_list arguments)
+{
+    const bool console = logToConsole.load(std::memory_order_relaxed);
+    const bool file = logToFile.load(std::memory_order_relaxed);
+    if (logVerbosity.load(std::memory_order_relaxed) == 0 || (!console && !file))
+        return;
+    const LineTime time = nextLineTime();
+    if (console)
+    {
+        std::va_list copy;
+        va_copy(copy, arguments);
+        writeTo(stdout, logFiles().prefix(), time, format, copy);
+        va_end(copy);
+    }
+    if (file)
+        logFiles().writeLine(time, format, arguments);
+}
+
+} // namespace
+
+void log_init(
+    const std::string& startLogPath, const std::string& mainLogPath, const std::string& prefix,
+    bool console, bool file, int verbosity)
+{
+    logFiles().open(startLogPath, mainLogPath, prefix, file);
+    logToConsole.store(console, std::memory_order_relaxed);
+    logToFile.store(file, std::memory_order_relaxed);
+    logVerbosity.store(verbosity, std::memory_order_relaxed);
+}
+
+void log_close()
+{
+    logToConsole.store(false, std::memory_order_relaxed);
+    logToFile.store(false, std::memory_order_relaxed);
+    logVerbosity.store(0, std::memory_order_relaxed);
+    logFiles().close();
+}
+
+void log_info(const char* format, ...)
+{
+    if (logVerbosity.load(std::memory_order_relaxed) == 0)
+        return;
+    std::va_list arguments;
+    va_start(arguments, format);
+    writeLine(format, arguments);
+    va_end(arguments);
+}
+
+void log_debug(const char* format, ...)
+{
+    if (logVerbosity.load(std::memory_order_relaxed) <= 1)
+        return;
+    std::va_list arguments;
+    va_start(arguments, format);
+    writeLine(format, arguments);
+    va_end(arguments);
+}
+
+void log_error(const char* format, ...)
+{
+    std::va_list arguments;
+    va_start(arguments, format);
+    std::va_list copy;
+    va_copy(copy, arguments);
+    std::vfprintf(stderr, format, copy);
+    va_end(copy);
+    writeLine(format, arguments);
+    va_end(arguments);
+}
+
+void print_out(const char* format, ...)
+{
+    std::va_list arguments;
+    va_start(arguments, format);
+    std::vprintf(format, arguments);
+    va_end(arguments);
+}
+
+std::string log_format_alloc(std::size_t firstSize, const char* format, ...)
+{
+    std::string text(firstSize, '\0');
+    std::va_list arguments;
+    va_start(arguments, format);
+    std::va_list copy;
+    va_copy(copy, arguments);
+    const int needed = std::vsnprintf(text.data(), text.size(), format, copy);
+    va_end(copy);
+    const std::size_t length = needed < 0 ? 0 : static_cast<std::size_t>(needed);
+    const bool tooSmall = needed >= 0 && length >= firstSize;
+    text.resize(tooSmall ? length + 1 : length);
+    if (tooSmall)
+    {
+        std::vsnprintf(text.data(), text.size(), format, arguments);
+        text.resize(length);
+    }
+    va_end(arguments);
+    return text;
+}
+
+bool log_size_of_file(const std::string& path, std::uint32_t& size)
+{
+    std::error_code error;
+    const std::uintmax_t whole = std::filesystem::file_size(path, error);
+    if (error)
+    {
+        std::printf(
+            "An unexpected error occurred accessing log file: %s %s\n", path.c_str(),
+            error.message().c_str());
+        return false;
+    }
+    size = static_cast<std::uint32_t>(whole & 0xFFFFFFFF);
+    return true;
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,0 +1,266 @@
+#include "utils/sockets.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include "utils/deadline.h"
+#include "utils/log.h"
+#include "utils/socket_calls.h"
+#include "utils/system_error.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+namespace
+{
+
+using Status = Transferred::Status;
+
+constexpr timeval kTimeout{socket_timeout.seconds, socket_timeout.microseconds};
+
+int descriptorOf(SocketHandle socket)
+{
+    return static_cast<int>(socket);
+}
+
+SocketHandle handleOf(int descriptor)
+{
+    return descriptor < 0 ? kInvalidSocket : static_cast<SocketHandle>(descriptor);
+}
+
+bool setTimeout(int descriptor, int option)
+{
+    return setsockopt(descriptor, SOL_SOCKET, option, &kTimeout, sizeof kTimeout) == 0;
+}
+
+// As much of the path as an address holds beside its terminator.
+std::string pathInAddress(const std::string& path)
+{
+    return std::string(path.c_str()).substr(0, sizeof(sockaddr_un::sun_path) - 1);
+}
+
+sockaddr_un addressOf(const std::string& path)
+{
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    const std::string fitting = pathInAddress(path);
+    std::memcpy(address.sun_path, fitting.data(), fitting.size());
+    return address;
+}
+
+// The whole address is passed in all cases; the path in it ends with its terminator.
+const sockaddr* generic(const sockaddr_un& address)
+{
+    return reinterpret_cast<const sockaddr*>(&address);
+}
+
+// A connection that a signal interrupts was not made: there was no room in the listener's queue.
+bool connectTo(int descriptor, const sockaddr_un& address)
+{
+    const Deadline deadline(kSocketTimeoutMs);
+    while (connect(descriptor, generic(address), sizeof address) != 0)
+    {
+        if (errno != EINTR || deadline.hasPassed())
+            return false;
+    }
+    return true;
+}
+
+// Gives up on a socket for the error that was logged, and leaves it in errno.
+SocketHandle giveUp(int descriptor, int error)
+{
+    close(descriptor);
+    errno = error;
+    return kInvalidSocket;
+}
+
+// Waits for less than the socket's own time-outs.
+Transferred waitFor(int descriptor, short events, int timeoutMs)
+{
+    pollfd polled{descriptor, events, 0};
+    const int ready = poll(&polled, 1, timeoutMs);
+    if (ready > 0)
+        return {Status::done};
+    if (ready == 0)
+        return {Status::timedOut};
+    return {errno == EINTR ? Status::interrupted : Status::waitFailed};
+}
+
+Transferred transferred(ssize_t count)
+{
+    if (count >= 0)
+        return {Status::done, static_cast<std::size_t>(count)};
+    if (errno == EAGAIN)
+        return {Status::timedOut};
+    return {errno == EINTR ? Status::interrupted : Status::failed};
+}
+
+bool isShortage(int error)
+{
+    return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM;
+}
+
+} // namespace
+
+SocketHandle socket_connect(const std::string& path)
+{
+    const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (descriptor < 0)
+    {
+        log_info("Warning: socket() creation failed\n");
+        return kInvalidSocket;
+    }
+    setTimeout(descriptor, SO_SNDTIMEO);
+    setTimeout(descriptor, SO_RCVTIMEO);
+    if (!connectTo(descriptor, addressOf(path)))
+    {
+        const int error = errno;
+        const SystemErrorText text(error);
+        log_info(
+            "Warning: Connect to socket [%s] failed: %.*s\n", path.c_str(), text.length(),
+            text.c_str());
+        return giveUp(descriptor, error);
+    }
+    return handleOf(descriptor);
+}
+
+SocketHandle socket_listen(const std::string& path)
+{
+    socket_unlink(path); // one of an earlier run would block the bind
+    const sockaddr_un address = addressOf(path);
+    const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (descriptor < 0)
+    {
+        const SystemErrorText error(errno);
+        log_info("Error: Sender socket error: %.*s\n", error.length(), error.c_str());
+        return kInvalidSocket;
+    }
+    if (bind(descriptor, generic(address), sizeof address) != 0)
+    {
+        const int error = errno;
+        const SystemErrorText text(error);
+        log_info("Error: Sender socket bind error: %.*s\n", text.length(), text.c_str());
+        return giveUp(descriptor, error);
+    }
+    if (!setTimeout(descriptor, SO_RCVTIMEO))
+    {
+        const int error = errno;
+        const SystemErrorText text(error);
+        log_info("Error: Failed to set receive timeout: %.*s\n", text.length(), text.c_str());
+        return giveUp(descriptor, error);
+    }
+    if (!setTimeout(descriptor, SO_SNDTIMEO))
+    {
+        const int error = errno;
+        const SystemErrorText text(error);
+        log_info("Error: Failed to set send timeout: %.*s\n", text.length(), text.c_str());
+        return giveUp(descriptor, error);
+    }
+    if (listen(descriptor, 0x7fffffff) != 0)
+    {
+        const int error = socket_error_to_errno(errno);
+        log_info("Error: Sender socket listen error.\n");
+        return giveUp(descriptor, error);
+    }
+    return handleOf(descriptor);
+}
+
+SocketHandle socket_accept(SocketHandle listeningSocket)
+{
+    // The socket's own time-out bounds the wait, and its shutdown ends it.
+    const int descriptor = descriptorOf(listeningSocket);
+    const int accepted = accept4(descriptor, nullptr, nullptr, SOCK_CLOEXEC);
+    if (accepted >= 0)
+    {
+        setTimeout(accepted, SO_RCVTIMEO); // not inherited
+        return handleOf(accepted);
+    }
+    const int error = errno;
+    if (error == EAGAIN || error == EINTR)
+    {
+        errno = ETIMEDOUT;
+    }
+    else if (error != EINVAL && error != EBADF) // shut down or closed otherwise
+    {
+        const SystemErrorText text(error);
+        log_info("Error: Accept failed: %.*s\n", text.length(), text.c_str());
+        // The connection is still there, and would fail the next call at once: let a tick go by,
+        // unless the socket is shut down meanwhile.
+        if (isShortage(error))
+            waitFor(descriptor, 0, kSocketTimeoutMs);
+        errno = error;
+    }
+    return kInvalidSocket;
+}
+
+Transferred socket_receive_some(SocketHandle socket, void* target, std::size_t size, int timeoutMs)
+{
+    const int descriptor = descriptorOf(socket);
+    if (timeoutMs >= kSocketTimeoutMs)
+        return transferred(recv(descriptor, target, size, 0));
+    const Transferred waited = waitFor(descriptor, POLLIN, timeoutMs);
+    if (waited.status != Status::done)
+        return waited;
+    return transferred(recv(descriptor, target, size, MSG_DONTWAIT));
+}
+
+void socket_set_send_timeout(SocketHandle socket)
+{
+    setTimeout(descriptorOf(socket), SO_SNDTIMEO);
+}
+
+Transferred socket_send_some(
+    SocketHandle socket, std::span<const char> first, std::span<const char> second, int timeoutMs)
+{
+    const int descriptor = descriptorOf(socket);
+    if (timeoutMs < kSocketTimeoutMs)
+    {
+        const Transferred waited = waitFor(descriptor, POLLOUT, timeoutMs);
+        if (waited.status != Status::done)
+            return waited;
+    }
+    iovec parts[2] = {
+        {const_cast<char*>(first.data()), first.size()},
+        {const_cast<char*>(second.data()), second.size()}};
+    msghdr message = {};
+    message.msg_iov = parts;
+    message.msg_iovlen = 2;
+    const int wait = timeoutMs < kSocketTimeoutMs ? MSG_DONTWAIT : 0;
+    return transferred(sendmsg(descriptor, &message, MSG_NOSIGNAL | wait));
+}
+
+int socket_close(SocketHandle socket)
+{
+    return close(descriptorOf(socket));
+}
+
+void socket_shutdown(SocketHandle socket)
+{
+    shutdown(descriptorOf(socket), SHUT_RDWR);
+}
+
+void socket_unlink(const std::string& path)
+{
+    unlink(pathInAddress(path).c_str());
+}
+
+int sockets_start()
+{
+    return 0;
+}
+
+int sockets_stop()
+{
+    return 0;
+}
+
+int socket_error_to_errno(int systemError)
+{
+    return systemError;
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

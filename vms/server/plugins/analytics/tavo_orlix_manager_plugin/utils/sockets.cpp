@@ -1,0 +1,220 @@
+#include "utils/sockets.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "utils/deadline.h"
+#include "utils/log.h"
+#include "utils/socket_calls.h"
+#include "utils/system_error.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+namespace
+{
+
+using Status = Transferred::Status;
+
+constexpr std::size_t kHeaderSize = sizeof(std::uint32_t);
+
+// Takes most messages other than frames whole.
+constexpr std::size_t kReadAheadSize = 8 * 1024;
+
+// Repeats an interrupted receive, within its own time-out and the message's deadline.
+Transferred receiveSome(
+    SocketHandle socket, void* target, std::size_t size, const Deadline& messageDeadline)
+{
+    int timeoutMs = std::min(messageDeadline.remainingMs(), kSocketTimeoutMs);
+    if (timeoutMs == 0)
+        return {Status::timedOut};
+    const Deadline deadline(timeoutMs);
+    for (;;)
+    {
+        const Transferred received = socket_receive_some(socket, target, size, timeoutMs);
+        if (received.status == Status::waitFailed)
+        {
+            const SystemErrorText error(last_socket_error());
+            log_info("Warning: Poll failed: %.*s\n", error.length(), error.c_str());
+        }
+        if (received.status != Status::interrupted)
+            return received;
+        timeoutMs = deadline.remainingMs();
+    }
+}
+
+// False when the message ends here.
+bool receiveBody(SocketHandle socket, std::span<char> body, const Deadline& deadline)
+{
+    while (!body.empty())
+    {
+        const Transferred received = receiveSome(socket, body.data(), body.size(), deadline);
+        if (received.status != Status::done)
+        {
+            print_out("Warning: Error when receiving socket message!\n");
+            return false;
+        }
+        if (received.count == 0)
+            return false;
+        body = body.subspan(received.count);
+    }
+    return true;
+}
+
+// Gives the bytes that came with the header, or -1.
+std::ptrdiff_t receiveHeader(SocketHandle socket, std::span<char> target, const Deadline& deadline)
+{
+    const Transferred received = receiveSome(socket, target.data(), target.size(), deadline);
+    if (received.status == Status::failed)
+    {
+        const SystemErrorText error(last_socket_error());
+        log_info(
+            "Warning: Could not receive size of incoming message: %.*s\n", error.length(),
+            error.c_str());
+    }
+    if (received.status != Status::done || received.count < kHeaderSize)
+        return -1;
+    return static_cast<std::ptrdiff_t>(received.count);
+}
+
+} // namespace
+
+bool ReceiveBuffer::grow(std::uint32_t size)
+{
+    if (size > kMaxMessageSize)
+        return false;
+    // Fresh pages of the system are zero already, so that a large size that was only announced
+    // costs no memory until the body comes.
+    std::unique_ptr<char, Free> data(static_cast<char*>(std::calloc(size, 1)));
+    if (!data)
+        return false;
+    if (m_data)
+        std::memcpy(data.get(), m_data.get(), std::min(m_capacity, size));
+    m_data = std::move(data);
+    m_capacity = size;
+    return true;
+}
+
+SocketHandle socket_accept_message(
+    SocketHandle listeningSocket, ReceiveBuffer& buffer, MessagePlace place)
+{
+    const SocketHandle accepted = socket_accept(listeningSocket);
+    if (accepted == kInvalidSocket)
+        return kInvalidSocket;
+    log_info("Receiving on connection...\n");
+    socket_receive_message(accepted, buffer, place);
+    return accepted;
+}
+
+void socket_receive_message(SocketHandle socket, ReceiveBuffer& buffer, MessagePlace place)
+{
+    const Deadline deadline(kMessageDeadlineMs);
+    char start[kReadAheadSize];
+    const std::ptrdiff_t received = receiveHeader(
+        socket, {start, place == MessagePlace::sole ? kReadAheadSize : kHeaderSize}, deadline);
+    if (received < 0)
+        return;
+    std::uint32_t size = 0;
+    std::memcpy(&size, start, kHeaderSize);
+    buffer.setAnnouncedSize(size);
+    if (size == 0)
+        return;
+    if ((size > buffer.capacity() || !buffer.data()) && !buffer.grow(size))
+    {
+        print_out(
+            "Error: Could not allocate buffer with length: %d. Ignoring message.\n",
+            static_cast<int>(size));
+        return;
+    }
+    const std::size_t ahead =
+        std::min<std::size_t>(static_cast<std::size_t>(received) - kHeaderSize, size);
+    std::memcpy(buffer.data(), start + kHeaderSize, ahead);
+    receiveBody(socket, {buffer.data() + ahead, size - ahead}, deadline);
+}
+
+bool socket_send_message(SocketHandle socket, const void* data, std::uint32_t size)
+{
+    socket_set_send_timeout(socket);
+    const Deadline deadline(kMessageDeadlineMs);
+    char sizeBytes[kHeaderSize];
+    std::memcpy(sizeBytes, &size, kHeaderSize);
+    std::span<const char> header(sizeBytes);
+    std::span<const char> body(static_cast<const char*>(data), size);
+    while (!header.empty() || !body.empty())
+    {
+        const int leftMs = deadline.remainingMs();
+        const Transferred sent = leftMs == 0
+            ? Transferred{Status::timedOut}
+            : socket_send_some(socket, header, body, std::min(leftMs, kSocketTimeoutMs));
+        if (sent.status == Status::interrupted)
+            continue;
+        if (sent.status != Status::done)
+        {
+            print_out("Warning: send to socket failed\n");
+            return false;
+        }
+        if (sent.count == 0)
+        {
+            print_out("Warning: Could not send header!\n");
+            return false;
+        }
+        const std::size_t ofHeader = std::min(sent.count, header.size());
+        header = header.subspan(ofHeader);
+        body = body.subspan(sent.count - ofHeader);
+    }
+    return true;
+}
+
+void socket_send_once(const std::string& path, const void* data, std::uint32_t size)
+{
+    // Without a test in between: a send on no socket fails, and has told so, like any other.
+    const SocketHandle socket = socket_connect(path);
+    socket_send_message(socket, data, size);
+    socket_close(socket);
+}
+
+std::uint32_t socket_request(
+    const std::string& path, const void* data, std::uint32_t size, ReceiveBuffer& buffer)
+{
+    const SocketHandle socket = socket_connect(path);
+    if (socket == kInvalidSocket)
+    {
+        errno = socket_error_to_errno(last_socket_error());
+        return 0;
+    }
+    buffer.setAnnouncedSize(0);
+    errno = 0;
+    if (socket_send_message(socket, data, size))
+        socket_receive_message(socket, buffer, MessagePlace::sole);
+    const int error = socket_error_to_errno(last_socket_error());
+    socket_close(socket);
+    errno = error;
+    return static_cast<std::uint32_t>(buffer.message().size());
+}
+
+int socket_serve(
+    const std::string& path, const SocketCallback& callback, const std::atomic<bool>& stop)
+{
+    const SocketHandle listeningSocket = socket_listen(path);
+    if (listeningSocket == kInvalidSocket)
+    {
+        errno = socket_error_to_errno(last_socket_error());
+        return 1;
+    }
+    ReceiveBuffer buffer;
+    while (!stop)
+    {
+        const SocketHandle connection = socket_accept_message(listeningSocket, buffer);
+        if (connection == kInvalidSocket)
+            continue;
+        if (!stop)
+            callback(buffer.message(), connection);
+        if (socket_close(connection) != 0)
+            log_info("Warning: Sender socket close error!\n");
+    }
+    socket_close(listeningSocket);
+    socket_unlink(path);
+    return 0;
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

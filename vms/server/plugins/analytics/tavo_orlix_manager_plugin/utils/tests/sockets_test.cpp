@@ -1,0 +1,367 @@
+#include "utils/sockets.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/socket.h>
+#include <vector>
+
+#include "test_support.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix::test
+{
+namespace
+{
+
+std::string textOf(const ReceiveBuffer& buffer)
+{
+    const std::span<const char> message = buffer.message();
+    return {message.data(), message.size()};
+}
+
+bool send(SocketHandle socket, const std::string& text)
+{
+    return socket_send_message(socket, text.data(), static_cast<std::uint32_t>(text.size()));
+}
+
+// Bytes as they are, without a frame record.
+void sendRaw(SocketHandle socket, const std::string& bytes)
+{
+    ASSERT_EQ(
+        static_cast<ssize_t>(bytes.size()),
+        ::send(static_cast<int>(socket), bytes.data(), bytes.size(), MSG_NOSIGNAL));
+}
+
+std::string sizeWord(std::uint32_t size)
+{
+    std::string word(sizeof size, '\0');
+    std::memcpy(word.data(), &size, sizeof size);
+    return word;
+}
+
+class SocketsTest : public testing::Test
+{
+protected:
+    SocketsTest() :
+        m_listening(socket_listen(m_path))
+    {}
+    ~SocketsTest() override
+    {
+        for (const SocketHandle socket : m_opened)
+            socket_close(socket);
+        socket_close(m_listening);
+        socket_unlink(m_path);
+    }
+
+    SocketHandle connected()
+    {
+        m_opened.push_back(socket_connect(m_path));
+        EXPECT_NE(kInvalidSocket, m_opened.back());
+        return m_opened.back();
+    }
+
+    SocketHandle accept(MessagePlace place = MessagePlace::oneOfSeveral)
+    {
+        m_opened.push_back(socket_accept_message(m_listening, m_buffer, place));
+        EXPECT_NE(kInvalidSocket, m_opened.back());
+        return m_opened.back();
+    }
+
+    void hold(const std::string& message)
+    {
+        ASSERT_TRUE(send(connected(), message));
+        accept();
+        ASSERT_EQ(message, textOf(m_buffer));
+    }
+
+    TempFolder m_folder;
+    const std::string m_path = m_folder.file("sock");
+    const SocketHandle m_listening;
+    std::vector<SocketHandle> m_opened;
+    ReceiveBuffer m_buffer;
+};
+
+TEST_F(SocketsTest, messagesFollowOneAnotherOnAConnection)
+{
+    for (const MessagePlace place : {MessagePlace::oneOfSeveral, MessagePlace::sole})
+    {
+        const SocketHandle client = connected();
+        ASSERT_TRUE(send(client, "first"));
+        if (place == MessagePlace::oneOfSeveral)
+        {
+            ASSERT_TRUE(send(client, ""));
+            ASSERT_TRUE(send(client, std::string(20'000, 'x')));
+        }
+        const SocketHandle server = accept(place);
+        EXPECT_EQ("first", textOf(m_buffer));
+        if (place == MessagePlace::oneOfSeveral)
+        {
+            socket_receive_message(server, m_buffer);
+            EXPECT_EQ("", textOf(m_buffer));
+            EXPECT_EQ(0, std::memcmp("first", m_buffer.data(), 5)); // untouched
+            socket_receive_message(server, m_buffer);
+            EXPECT_EQ(std::string(20'000, 'x'), textOf(m_buffer));
+        }
+        ASSERT_TRUE(send(server, "answer"));
+        ReceiveBuffer answer;
+        socket_receive_message(client, answer, place);
+        EXPECT_EQ("answer", textOf(answer));
+    }
+}
+
+TEST_F(SocketsTest, aLargeMessageTravelsInParts)
+{
+    std::string large(3'000'000, '\0');
+    for (std::size_t i = 0; i < large.size(); ++i)
+        large[i] = static_cast<char>(i * 7);
+    const SocketHandle client = connected();
+    std::thread sender([&] { EXPECT_TRUE(send(client, large)); });
+    accept(MessagePlace::sole);
+    sender.join();
+    EXPECT_TRUE(large == textOf(m_buffer));
+    const char* const memory = m_buffer.data();
+    hold("small");
+    EXPECT_EQ(memory, m_buffer.data()); // kept
+    EXPECT_EQ(large.size(), m_buffer.capacity());
+}
+
+TEST_F(SocketsTest, anIncompleteMessageLeavesWhatTheTableSays)
+{
+    const struct
+    {
+        const char* name;
+        std::string bytes;
+        std::string left; // of "previous"
+    } cases[] = {
+        {"nothing", "", "previous"},
+        {"half a header", sizeWord(3).substr(0, 2), "previous"},
+        {"no message", sizeWord(0), ""},
+        {"a header alone", sizeWord(4), "prev"},
+        {"part of a body", sizeWord(4) + "XY", "XYev"},
+        {"larger than the buffer", sizeWord(11) + "XY", std::string("XYevious\0\0\0", 11)},
+        {"too large for any buffer", sizeWord(kMaxMessageSize + 1) + "XY", "previous"},
+        {"the largest size word", sizeWord(0xFFFFFFFF), "previous"},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        m_buffer = ReceiveBuffer();
+        hold("previous");
+        const SocketHandle client = connected();
+        sendRaw(client, c.bytes);
+        socket_shutdown(client); // nothing is left to be waited for
+        accept();
+        EXPECT_EQ(c.left, textOf(m_buffer));
+    }
+}
+
+TEST_F(SocketsTest, aPeerThatSaysNothingCostsASecondAndTheMessageStays)
+{
+    hold("previous");
+    connected();
+    const CapturedLog log;
+    accept();
+    EXPECT_EQ("previous", textOf(m_buffer));
+    EXPECT_EQ("Receiving on connection...\n", log.text());
+}
+
+TEST_F(SocketsTest, aMessageThatTricklesIsGivenUp)
+{
+    const SocketHandle client = connected();
+    sendRaw(client, sizeWord(1000));
+    std::atomic<bool> givenUp{false};
+    std::size_t sent = 0;
+    std::thread trickle(
+        [&]
+        {
+            for (; sent < 1000 && !givenUp; ++sent)
+            {
+                sendRaw(client, "x");
+                std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            }
+        });
+    testing::internal::CaptureStdout();
+    accept();
+    givenUp = true;
+    trickle.join();
+    EXPECT_EQ(
+        "Warning: Error when receiving socket message!\n", testing::internal::GetCapturedStdout());
+    EXPECT_LT(sent, 1000u);
+    EXPECT_EQ(
+        std::string(sent - 5, 'x') + std::string(1000 - sent, '\0'),
+        textOf(m_buffer).erase(sent - 5, 5)); // zero where nothing came
+}
+
+TEST_F(SocketsTest, nothingIsReceivedIntoABufferThatWasRefused)
+{
+    sendRaw(connected(), sizeWord(0xFFFFFFFF) + "XY");
+    testing::internal::CaptureStdout();
+    accept();
+    EXPECT_EQ(
+        "Error: Could not allocate buffer with length: -1. Ignoring message.\n",
+        testing::internal::GetCapturedStdout());
+    EXPECT_EQ(nullptr, m_buffer.data());
+    EXPECT_TRUE(m_buffer.message().empty());
+}
+
+TEST_F(SocketsTest, anAcceptWithoutAConnectionTimesOutSilently)
+{
+    const CapturedLog log;
+    errno = 0;
+    EXPECT_EQ(kInvalidSocket, socket_accept_message(m_listening, m_buffer));
+    EXPECT_EQ(ETIMEDOUT, errno);
+    EXPECT_EQ("", log.text());
+}
+
+TEST_F(SocketsTest, aShutdownEndsTheWaitForConnections)
+{
+    const CapturedLog log;
+    std::atomic<int> ends{0};
+    std::thread waiting(
+        [&]
+        {
+            // Time-outs may come before the shutdown does.
+            while (socket_accept_message(m_listening, m_buffer) == kInvalidSocket &&
+                   errno == ETIMEDOUT)
+            {}
+            ends = errno;
+        });
+    socket_shutdown(m_listening);
+    waiting.join();
+    EXPECT_EQ(EINVAL, ends);
+    EXPECT_EQ("", log.text());
+}
+
+// A host may use signals whose handlers interrupt calls of the system.
+TEST_F(SocketsTest, signalsDoNotLoseAMessage)
+{
+    struct sigaction handler = {};
+    struct sigaction before = {};
+    handler.sa_handler = [](int) {};
+    sigaction(SIGUSR1, &handler, &before);
+    const SocketHandle client = connected();
+    sendRaw(client, sizeWord(6));
+    const pthread_t receiver = pthread_self();
+    std::thread interrupts(
+        [&]
+        {
+            for (int i = 0; i < 200; ++i)
+            {
+                pthread_kill(receiver, SIGUSR1);
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                if (i == 20)
+                    sendRaw(client, "abc");
+                if (i == 40)
+                    sendRaw(client, "def");
+            }
+        });
+    accept();
+    interrupts.join();
+    sigaction(SIGUSR1, &before, nullptr);
+    EXPECT_EQ("abcdef", textOf(m_buffer));
+}
+
+TEST_F(SocketsTest, aSendToNobodyFailsWithoutASignal)
+{
+    const SocketHandle client = connected();
+    socket_shutdown(accept());
+    testing::internal::CaptureStdout();
+    EXPECT_FALSE(send(client, "x"));
+    EXPECT_FALSE(send(kInvalidSocket, ""));
+    EXPECT_EQ(
+        "Warning: send to socket failed\nWarning: send to socket failed\n",
+        testing::internal::GetCapturedStdout());
+}
+
+TEST_F(SocketsTest, aSendThatNobodyTakesEnds)
+{
+    const SocketHandle client = connected();
+    const std::string large(10'000'000, 'x');
+    testing::internal::CaptureStdout();
+    EXPECT_FALSE(send(client, large));
+    EXPECT_EQ("Warning: send to socket failed\n", testing::internal::GetCapturedStdout());
+}
+
+TEST_F(SocketsTest, noChildInheritsASocket)
+{
+    const SocketHandle client = connected();
+    for (const SocketHandle socket : {m_listening, client, accept()})
+        EXPECT_TRUE(fcntl(static_cast<int>(socket), F_GETFD) & FD_CLOEXEC);
+}
+
+TEST(SocketPathTest, aFailedConnectIsToldAndACommandIsLostQuietly)
+{
+    const TempFolder folder;
+    const std::string path = folder.file("none");
+    const CapturedLog log;
+    EXPECT_EQ(kInvalidSocket, socket_connect(path));
+    const std::string line =
+        "Warning: Connect to socket [" + path + "] failed: No such file or directory\n";
+    EXPECT_EQ(line, log.text());
+    socket_send_once(path, "x", 1);
+    EXPECT_EQ(line + line, log.text());
+}
+
+TEST(SocketPathTest, longPathsAreCutAlikeOnBothSidesAndFilesReplaced)
+{
+    const TempFolder folder;
+    const std::string cut = folder.file(std::string(200, 'p')).substr(0, 107);
+    std::ofstream(cut) << "in the way";
+    for (const std::size_t extra : {0, 1, 100})
+    {
+        const std::string path = cut + std::string(extra, 'q');
+        const SocketHandle listening = socket_listen(path);
+        ASSERT_NE(kInvalidSocket, listening);
+        EXPECT_TRUE(std::filesystem::is_socket(cut));
+        const SocketHandle client = socket_connect(path);
+        EXPECT_NE(kInvalidSocket, client);
+        socket_close(client);
+        socket_close(listening);
+        socket_unlink(path);
+        EXPECT_FALSE(std::filesystem::exists(cut));
+    }
+}
+
+TEST(SocketPathTest, aPathThatCannotBeBoundIsTold)
+{
+    const TempFolder folder;
+    const CapturedLog log;
+    EXPECT_EQ(kInvalidSocket, socket_listen(folder.file("none/sock")));
+    EXPECT_EQ("Error: Sender socket bind error: No such file or directory\n", log.text());
+}
+
+TEST(SocketServeTest, requestsAreAnsweredUntilTheEnd)
+{
+    const TempFolder folder;
+    const std::string path = folder.file("sock");
+    std::atomic<bool> stop{false};
+    std::thread server(
+        [&]
+        {
+            EXPECT_EQ(
+                0,
+                socket_serve(
+                    path,
+                    [](std::span<const char> message, SocketHandle connection)
+                    {
+                        std::string answer(message.data(), message.size());
+                        send(connection, answer + answer);
+                    },
+                    stop));
+        });
+    ASSERT_TRUE(comesTrue([&] { return std::filesystem::exists(path); }));
+    ReceiveBuffer answer;
+    EXPECT_TRUE(comesTrue([&] { return socket_request(path, "ab", 2, answer) != 0; }));
+    EXPECT_EQ("abab", textOf(answer));
+    stop = true;
+    server.join();
+    EXPECT_EQ(0u, socket_request(path, "ab", 2, answer));
+    EXPECT_EQ(ENOENT, errno);
+    EXPECT_EQ(1, socket_serve(folder.file("none/sock"), nullptr, stop));
+    EXPECT_EQ(ENOENT, errno);
+}
+
+} // namespace
+} // namespace tavo::vms_server_plugins::analytics::orlix::test

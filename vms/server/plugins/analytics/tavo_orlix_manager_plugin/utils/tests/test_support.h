@@ -1,0 +1,100 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <string>
+#include <system_error>
+#include <thread>
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "utils/log.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix::test
+{
+
+// A name that no other test and no other run has.
+inline std::string uniqueName(const std::string& purpose)
+{
+    static std::atomic<int> counter{0};
+    return "orlix_test_" + purpose + "_" + std::to_string(getpid()) + "_" +
+        std::to_string(counter++);
+}
+
+// A folder of the test's own, gone with it.
+class TempFolder
+{
+public:
+    TempFolder() :
+        m_path(std::filesystem::temp_directory_path() / uniqueName("dir"))
+    {
+        std::filesystem::create_directories(m_path);
+    }
+    ~TempFolder()
+    {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_path, ignored);
+    }
+    TempFolder(const TempFolder&) = delete;
+    TempFolder& operator=(const TempFolder&) = delete;
+
+    [[nodiscard]] std::string file(const std::string& name) const
+    {
+        return (m_path / name).string();
+    }
+
+private:
+    std::filesystem::path m_path;
+};
+
+inline std::string contentOf(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+// The log as the code under test writes it, at the highest verbosity.
+class CapturedLog
+{
+public:
+    CapturedLog() { log_init(m_path, m_folder.file("main.log"), "", false, true, 2); }
+    ~CapturedLog() { log_close(); }
+    CapturedLog(const CapturedLog&) = delete;
+    CapturedLog& operator=(const CapturedLog&) = delete;
+
+    // The texts of all lines so far, without their heads.
+    [[nodiscard]] std::string text() const
+    {
+        std::istringstream lines(contentOf(m_path));
+        std::string all;
+        for (std::string line; std::getline(lines, line);)
+            all += line.substr(line.find(": ") + 2) + "\n";
+        return all;
+    }
+
+private:
+    TempFolder m_folder;
+    const std::string m_path = m_folder.file("start.log");
+};
+
+// Waits for what another thread or process brings about; false if it has not come in 20 seconds.
+inline bool comesTrue(const std::function<bool()>& condition)
+{
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!condition())
+    {
+        if (std::chrono::steady_clock::now() > end)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix::test
