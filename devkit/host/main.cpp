@@ -1,0 +1,35 @@
+#include <exception>
+#include <iostream>
+
+#include <tavo/sdk/helpers/lib_context.h>
+
+#include "host.h"
+#include "options.h"
+
+namespace
+{
+
+constexpr int kExitNoMetadata = 3;
+constexpr int kExitFailure = 2;
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    using namespace tavo::devkit;
+
+    Options options;
+    if (const std::optional<int> exitCode = parseOptions(argc, argv, &options))
+        return *exitCode;
+    tavo::sdk::libContext().setName("tavo_host");
+    try
+    {
+        Host host(std::move(options));
+        return host.run() ? 0 : kExitNoMetadata;
+    }
+    catch (const std::exception& error)
+    {
+        std::cerr << "tavo_host: " << error.what() << std::endl;
+        return kExitFailure;
+    }
+}

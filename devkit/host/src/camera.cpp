@@ -1,0 +1,65 @@
+#include "camera.h"
+
+#include "clock.h"
+#include "metadata.h"
+#include "video_frame.h"
+
+namespace tavo::devkit
+{
+
+Camera::Camera(
+    int index, sdk::Ptr<sdk::analytics::IConsumingDeviceAgent> agent, CameraStatistics& statistics,
+    Annotator* annotator, Console& console) :
+    m_index(index),
+    m_agent(std::move(agent)),
+    m_statistics(statistics),
+    m_annotator(annotator),
+    m_console(console)
+{}
+
+void Camera::start()
+{
+    m_thread = std::jthread([this](std::stop_token stop) { run(std::move(stop)); });
+}
+
+void Camera::stop()
+{
+    m_thread = {};
+}
+
+void Camera::offerPicture(PicturePtr picture)
+{
+    if (m_queue.offer(std::move(picture)))
+        m_statistics.onFrameLost();
+}
+
+void Camera::pushPicture(PicturePtr picture, std::stop_token stop)
+{
+    m_queue.push(std::move(picture), std::move(stop));
+}
+
+void Camera::run(std::stop_token stop)
+{
+    while (PicturePtr picture = m_queue.take(stop))
+        pushFrame(std::move(picture));
+}
+
+void Camera::pushFrame(PicturePtr picture)
+{
+    const int64_t timestampUs = m_clock.next(wallClockUs());
+    if (m_annotator)
+        m_annotator->onFrame(timestampUs, picture);
+    const auto frame = sdk::makePtr<VideoFrame>(std::move(picture), timestampUs);
+    sdk::Result<void> result;
+    m_agent->doPushDataPacket(&result, frame.get());
+    m_statistics.onFrameSent(result.isOk());
+    if (result.isOk())
+        return;
+    const std::string failure = takeText(result.errorMessage);
+    if (failure == m_lastFailure)
+        return;
+    m_lastFailure = failure;
+    m_console.line("camera " + std::to_string(m_index) + ": frame refused: " + failure);
+}
+
+} // namespace tavo::devkit

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <string>
+#include <thread>
+
+#include <tavo/sdk/analytics/i_consuming_device_agent.h>
+#include <tavo/sdk/ptr.h>
+
+#include "annotator.h"
+#include "console.h"
+#include "frame_queue.h"
+#include "pacing.h"
+#include "statistics.h"
+#include "video_feed.h"
+
+namespace tavo::devkit
+{
+
+// One camera: takes the feed's pictures and pushes them to the device agent as its own frames, on a
+// thread of its own.
+class Camera : public PictureTaker
+{
+public:
+    // `statistics`, `annotator` (may be null) and `console` are not owned and outlive the camera.
+    Camera(
+        int index, sdk::Ptr<sdk::analytics::IConsumingDeviceAgent> agent,
+        CameraStatistics& statistics, Annotator* annotator, Console& console);
+
+    void start();
+
+    // Ends the thread and waits for it: no frame is pushed any more.
+    void stop();
+
+    // PictureTaker:
+    void offerPicture(PicturePtr picture) override;
+    void pushPicture(PicturePtr picture, std::stop_token stop) override;
+
+private:
+    void run(std::stop_token stop);
+    void pushFrame(PicturePtr picture);
+
+private:
+    const int m_index;
+    const sdk::Ptr<sdk::analytics::IConsumingDeviceAgent> m_agent;
+    CameraStatistics& m_statistics;
+    Annotator* const m_annotator;
+    Console& m_console;
+    FrameQueue m_queue;
+    StrictClock m_clock; // the thread's alone, like the next
+    std::string m_lastFailure;
+    std::jthread m_thread; // last: it uses all of the above
+};
+
+} // namespace tavo::devkit

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <ostream>
+#include <string>
+#include <string_view>
+
+#include "json.h"
+#include "metadata.h"
+
+namespace tavo::devkit
+{
+
+// Writes what the library produces, one JSON object a line. Every line has "kind", "receivedUs"
+// (wall clock), and, where a camera is concerned, "camera" and "device". Any thread; a line is
+// written whole.
+class MetadataSink
+{
+public:
+    // Which camera a line is about.
+    struct Origin
+    {
+        int camera = 0;
+        std::string deviceId;
+    };
+
+    // An empty name writes nowhere, "-" to standard output. Throws std::runtime_error when the file
+    // cannot be opened.
+    explicit MetadataSink(const std::string& file);
+    ~MetadataSink();
+
+    // Makes what has been written visible to others.
+    void flush();
+
+    void writeMetadata(const Origin& origin, const Metadata& metadata);
+
+    // A JSON text of the library's, which goes in as a value of its own, or as a text when it is no
+    // JSON. Without a camera, `origin` is null.
+    void writeDocument(std::string_view kind, const Origin* origin, std::string_view json);
+
+    void writeDiagnostic(
+        const Origin* origin, int level, std::string_view caption, std::string_view description);
+
+    void writeActionResponse(
+        const Origin& origin, std::string_view url, std::string_view messageToUser);
+
+private:
+    [[nodiscard]] bool isWriting() const { return m_out != nullptr; }
+    void writeLine(const yyjson_mut_doc& document);
+
+private:
+    std::mutex m_mutex;
+    std::unique_ptr<std::ostream> m_file;
+    std::ostream* m_out = nullptr; // null: writes nowhere
+};
+
+} // namespace tavo::devkit

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <stop_token>
+#include <thread>
+
+#include <tavo/sdk/i_utility_provider.h>
+#include <tavo/sdk/ptr.h>
+
+#include "record_store.h"
+#include "rest_api.h"
+
+namespace tavo::devkit
+{
+
+// Serves the library's REST requests one after another on a thread of its own, as a server would.
+class RestService
+{
+public:
+    using CompletionHandler = sdk::IUtilityProvider4::IHttpRequestCompletionHandler;
+
+    // The store is not owned and outlives this object.
+    explicit RestService(RecordStore& store);
+
+    // Serves what is waiting, then ends. Nobody may submit any more.
+    ~RestService();
+
+    // Returns at once. Any thread.
+    void submit(RestRequest request, sdk::Ptr<CompletionHandler> handler);
+
+private:
+    struct Job
+    {
+        RestRequest request;
+        sdk::Ptr<CompletionHandler> handler;
+    };
+
+    void run(std::stop_token stop);
+
+private:
+    RecordStore& m_store;
+    std::mutex m_mutex;
+    std::condition_variable_any m_changed;
+    std::deque<Job> m_jobs;
+    std::jthread m_thread; // last: it uses all of the above
+};
+
+} // namespace tavo::devkit

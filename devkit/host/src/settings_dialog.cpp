@@ -1,0 +1,182 @@
+#include "settings_dialog.h"
+
+#include <algorithm>
+
+#include <tavo/sdk/helpers/ref_countable.h>
+#include <tavo/sdk/helpers/string_map.h>
+#include <tavo/sdk/i_active_setting_changed_action.h>
+
+#include "metadata.h"
+
+namespace tavo::devkit
+{
+
+namespace
+{
+
+class Press : public sdk::RefCountable<sdk::IActiveSettingChangedAction>
+{
+public:
+    Press(std::string name, const SettingValues& values) :
+        m_name(std::move(name)),
+        m_values(sdk::makePtr<sdk::StringMap>(values))
+    {}
+
+    // IActiveSettingChangedAction:
+    const char* activeSettingName() const override { return m_name.c_str(); }
+    const sdk::IStringMap* settingsValues() const override
+    {
+        m_values->addRef();
+        return m_values.get();
+    }
+    const sdk::IStringMap* params() const override { return nullptr; }
+
+private:
+    const std::string m_name;
+    const sdk::Ptr<sdk::StringMap> m_values;
+};
+
+std::string onOneLine(std::string text)
+{
+    std::replace(text.begin(), text.end(), '\n', ' ');
+    return text;
+}
+
+void describeItems(yyjson_val* items, std::vector<std::string>* lines)
+{
+    size_t index = 0;
+    size_t count = 0;
+    yyjson_val* item = nullptr;
+    yyjson_arr_foreach(items, index, count, item)
+    {
+        yyjson_val* const visible = yyjson_obj_get(item, "visible");
+        if (yyjson_is_false(visible))
+            continue;
+        const std::string type = stringMember(item, "type");
+        if (type == "Banner")
+            lines->push_back(
+                onOneLine(stringMember(item, "icon") + ": " + stringMember(item, "text")));
+        else if (type == "Button")
+            lines->push_back("button " + stringMember(item, "name"));
+        describeItems(yyjson_obj_get(item, "items"), lines);
+    }
+}
+
+} // namespace
+
+SettingsDialog::SettingsDialog(
+    sdk::Ptr<sdk::analytics::IConsumingDeviceAgent> agent, MetadataSink::Origin origin,
+    SettingValues userValues, Surroundings surroundings) :
+    m_agent(std::move(agent)),
+    m_origin(std::move(origin)),
+    m_userValues(std::move(userValues)),
+    m_surroundings(surroundings)
+{}
+
+void SettingsDialog::refresh()
+{
+    SettingValues values = storedValues();
+    const auto result = m_agent->pluginSideSettings();
+    if (!result.isOk())
+        return fail("pluginSideSettings", result.errorMessage);
+    takeResponse(result.value, &values);
+    m_surroundings.store.put(RecordKind::settings, m_origin.deviceId, toJson(values));
+}
+
+void SettingsDialog::apply()
+{
+    refresh();
+    SettingValues values = storedValues();
+    for (const auto& [name, value] : m_userValues)
+        values[name] = value;
+    send(values);
+}
+
+void SettingsDialog::press(const std::string& button)
+{
+    SettingValues values = storedValues();
+    sdk::Result<const sdk::IActiveSettingChangedResponse*> result;
+    m_agent->getSettingsOnActiveSettingChange(&result, sdk::makePtr<Press>(button, values).get());
+    if (!result.isOk())
+        return fail(button, result.errorMessage);
+    const sdk::Ptr<const sdk::IActiveSettingChangedResponse> response(result.value);
+    if (!response)
+        return;
+
+    if (const sdk::Ptr<const sdk::IActionResponse> action{response->actionResponse()})
+    {
+        const std::string url = action->actionUrl();
+        m_surroundings.sink.writeActionResponse(m_origin, url, action->messageToUser());
+        m_surroundings.console.line(button + " opens " + url);
+    }
+    const SettingValues before = values;
+    takeResponse(response->settingsResponse(), &values);
+    if (values != before)
+        send(values);
+}
+
+SettingValues SettingsDialog::storedValues() const
+{
+    return parseSettingValues(
+        m_surroundings.store.find(RecordKind::settings, m_origin.deviceId).value_or("{}"));
+}
+
+// Takes over the reference. Values of the response replace those of the same name.
+void SettingsDialog::takeResponse(const sdk::ISettingsResponse* response, SettingValues* values)
+{
+    const sdk::Ptr<const sdk::ISettingsResponse> owner(response);
+    if (!owner)
+        return;
+    for (const auto& [name, value] : takeMap(owner->values()))
+        (*values)[name] = value;
+    for (const auto& [name, text] : takeMap(owner->errors()))
+        m_surroundings.console.line("Setting " + name + ": " + text);
+    if (const std::string model = takeText(owner->model()); !model.empty())
+        showModel(model);
+}
+
+void SettingsDialog::showModel(const std::string& model)
+{
+    if (model == m_lastModel)
+        return;
+    m_lastModel = model;
+    m_surroundings.sink.writeDocument("settingsModel", &m_origin, model);
+    if (!m_surroundings.showBanners)
+        return;
+    std::vector<std::string> lines = describeModel(model);
+    if (lines == m_lastLines)
+        return;
+    m_lastLines = std::move(lines);
+    std::string text = "dialog of camera " + std::to_string(m_origin.camera) + ":";
+    for (const std::string& line : m_lastLines)
+        text += "\n    " + line;
+    m_surroundings.console.line(text);
+}
+
+void SettingsDialog::send(const SettingValues& values)
+{
+    m_surroundings.store.put(RecordKind::settings, m_origin.deviceId, toJson(values));
+    const auto map = sdk::makePtr<sdk::StringMap>(values);
+    const auto result = m_agent->setSettings(map.get());
+    if (!result.isOk())
+        return fail("setSettings", result.errorMessage);
+    SettingValues answer = values;
+    takeResponse(result.value, &answer);
+    if (answer != values)
+        m_surroundings.store.put(RecordKind::settings, m_origin.deviceId, toJson(answer));
+}
+
+void SettingsDialog::fail(const std::string& what, const sdk::IString* message)
+{
+    m_surroundings.console.line(what + " failed: " + takeText(message));
+}
+
+std::vector<std::string> describeModel(std::string_view model)
+{
+    const JsonDocument document = parseJson(model);
+    std::vector<std::string> lines;
+    describeItems(yyjson_obj_get(yyjson_doc_get_root(document.get()), "items"), &lines);
+    return lines;
+}
+
+} // namespace tavo::devkit

@@ -1,0 +1,102 @@
+#include "video_feed.h"
+
+#include <stdexcept>
+
+#include "clock.h"
+#include "video_source.h"
+
+namespace tavo::devkit
+{
+
+VideoFeed::VideoFeed(
+    std::string url, std::optional<FrameSize> size, std::vector<PictureTaker*> takers) :
+    m_url(std::move(url)),
+    m_size(size),
+    m_takers(std::move(takers))
+{}
+
+void VideoFeed::start()
+{
+    m_thread = std::jthread([this](std::stop_token stop) { run(std::move(stop)); });
+}
+
+void VideoFeed::stop()
+{
+    m_thread = {};
+}
+
+std::string VideoFeed::failure() const
+{
+    const std::lock_guard lock(m_failureMutex);
+    return m_failure;
+}
+
+void VideoFeed::run(std::stop_token stop)
+{
+    constexpr int64_t kReopenPauseUs = 1'000'000;
+    while (!stop.stop_requested())
+    {
+        std::string reason = m_url + ": there is no picture in it";
+        bool played = false;
+        try
+        {
+            played = playRound(stop);
+        }
+        catch (const std::runtime_error& error)
+        {
+            reason = error.what();
+        }
+        if (stop.stop_requested())
+            return;
+        if (isLive(m_url))
+        {
+            if (!sleepUntilUs(steadyClockUs() + kReopenPauseUs, stop))
+                return;
+        }
+        else if (!played)
+        {
+            return fail(std::move(reason));
+        }
+    }
+}
+
+// Plays the video from its beginning to its end. Tells whether there was a picture.
+bool VideoFeed::playRound(std::stop_token stop)
+{
+    VideoSource source(m_url, m_size, stop);
+    m_mediaClock.beginRound();
+    bool played = false;
+    while (const std::shared_ptr<Picture> picture = source.next())
+    {
+        played = true;
+        picture->mediaUs = m_mediaClock.next(picture->mediaUs, source.pictureDurationUs());
+        if (!m_fast)
+        {
+            const int64_t dueUs = m_pacer.dueUs(picture->mediaUs, steadyClockUs());
+            if (!sleepUntilUs(dueUs, stop))
+                break;
+        }
+        publish(picture, stop);
+    }
+    return played;
+}
+
+void VideoFeed::publish(PicturePtr picture, std::stop_token stop)
+{
+    const bool fast = m_fast;
+    for (PictureTaker* const taker : m_takers)
+    {
+        if (fast)
+            taker->pushPicture(picture, stop);
+        else
+            taker->offerPicture(picture);
+    }
+}
+
+void VideoFeed::fail(std::string text)
+{
+    const std::lock_guard lock(m_failureMutex);
+    m_failure = std::move(text);
+}
+
+} // namespace tavo::devkit

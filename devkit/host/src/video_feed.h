@@ -1,0 +1,67 @@
+#pragma once
+
+#include <atomic>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "options.h"
+#include "pacing.h"
+#include "picture.h"
+
+namespace tavo::devkit
+{
+
+// What a feed gives its pictures to. Called on the feed's thread.
+class PictureTaker
+{
+public:
+    virtual ~PictureTaker() = default;
+
+    // Takes the picture or leaves it, but does not wait.
+    virtual void offerPicture(PicturePtr picture) = 0;
+
+    // Waits until it can take the picture or a stop is requested.
+    virtual void pushPicture(PicturePtr picture, std::stop_token stop) = 0;
+};
+
+// Decodes a video once, over and over, for all cameras, on a thread of its own. A live URL that
+// ends is opened again.
+class VideoFeed
+{
+public:
+    // The takers are not owned and outlive the feed.
+    VideoFeed(std::string url, std::optional<FrameSize> size, std::vector<PictureTaker*> takers);
+
+    void start();
+
+    // From now on as fast as all takers take, instead of at the video's pace. Any thread.
+    void goFast() { m_fast = true; }
+
+    // Ends the thread and waits for it. Does nothing when it has ended.
+    void stop();
+
+    // Why there are no more pictures; empty while there are. Any thread.
+    [[nodiscard]] std::string failure() const;
+
+private:
+    void run(std::stop_token stop);
+    [[nodiscard]] bool playRound(std::stop_token stop);
+    void publish(PicturePtr picture, std::stop_token stop);
+    void fail(std::string text);
+
+private:
+    const std::string m_url;
+    const std::optional<FrameSize> m_size;
+    const std::vector<PictureTaker*> m_takers;
+    MediaClock m_mediaClock; // the thread's alone, like the next
+    FramePacer m_pacer;
+    std::atomic<bool> m_fast = false;
+    mutable std::mutex m_failureMutex;
+    std::string m_failure;
+    std::jthread m_thread; // last: it uses all of the above
+};
+
+} // namespace tavo::devkit
