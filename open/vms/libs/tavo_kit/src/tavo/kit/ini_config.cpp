@@ -57,7 +57,7 @@ std::optional<int> parseInt(std::string_view text)
 
 // Calls `handle` with the number and the text of each line that the parser would pass over without
 // a word.
-template<class Handler>
+template <class Handler>
 void forEachUnreadableLine(std::string_view content, Handler handle)
 {
     constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
@@ -78,7 +78,9 @@ void forEachUnreadableLine(std::string_view content, Handler handle)
 
 } // namespace
 
-IniConfig::IniConfig(std::string iniFileName) : m_iniFileName(std::move(iniFileName)) {}
+IniConfig::IniConfig(std::string iniFileName) :
+    m_iniFileName(std::move(iniFileName))
+{}
 
 std::filesystem::path IniConfig::iniFilePath() const
 {
@@ -152,7 +154,8 @@ void IniConfig::apply(const std::string& content)
         return report("is not a file of options; all options have their defaults");
 
     forEachUnreadableLine(
-        content, [this](int number, std::string_view line)
+        content,
+        [this](int number, std::string_view line)
         { report("line " + std::to_string(number) + " is no option: " + std::string(line)); });
 
     CSimpleIniCaseA::TNamesDepend sections;
@@ -179,8 +182,8 @@ void IniConfig::applyValue(std::string_view name, std::string_view value)
     const auto reportBadValue = [&](const char* expected)
     {
         report(
-            "option " + std::string(name) + " needs " + expected + ", not \"" + std::string(value)
-            + "\"; it keeps its default. " + param->description);
+            "option " + std::string(name) + " needs " + expected + ", not \"" + std::string(value) +
+            "\"; it keeps its default. " + param->description);
     };
 
     if (const auto* const boolParam = std::get_if<BoolParam>(&param->target))

@@ -1,5 +1,5 @@
-// An absolute URL. Blanks and other characters that a URL may not have are percent-encoded where it
-// is made; escapes that are there stay as they are.
+// An absolute URL. Blanks and what is not ASCII are percent-encoded where it is made; escapes that
+// are there stay as they are.
 // Constant after construction: any thread may read it.
 #pragma once
 

@@ -34,8 +34,7 @@ public:
         {
             const timespec noWait{};
             while (sigtimedwait(&m_sigpipe, nullptr, &noWait) == -1 && errno == EINTR)
-            {
-            }
+            {}
         }
         pthread_sigmask(SIG_SETMASK, &m_formerMask, nullptr);
     }

@@ -42,7 +42,8 @@ public:
     HttpClient& operator=(const HttpClient&) = delete;
 
     // For the requests that follow: one limit for connecting, for sending, and for each wait that
-    // brings nothing. A transfer that goes on may take as long as it likes.
+    // brings nothing. A transfer that goes on may take as long as it likes. Zero and less mean the
+    // default.
     void setAllTimeouts(std::chrono::milliseconds timeout);
 
     // For the requests that follow, beside those of earlier calls. A name or value with a line

@@ -1,0 +1,270 @@
+#include <tavo/network/http/transfer.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <string_view>
+#include <utility>
+
+#include <tavo/network/socket_guards.h>
+
+namespace tavo::network::http
+{
+
+namespace
+{
+
+using Clock = std::chrono::steady_clock;
+
+// Once this much waits to be pulled, the transfer rests.
+constexpr size_t kMaxWaitingBytes = 256 * 1024;
+
+// Of libcurl's own buffer.
+constexpr long kReceiveBufferSize = 64 * 1024;
+
+// How long one wait for the network may last before limits are looked at again.
+constexpr std::chrono::milliseconds kMaxWait{1000};
+
+void initialiseOnce()
+{
+    // Never undone: the host may use the library, too.
+    static const CURLcode result = curl_global_init(CURL_GLOBAL_DEFAULT);
+    static_cast<void>(result); // a failure shows as no handle
+}
+
+// The file of trusted authorities that the environment names, or null.
+const char* authoritiesFile()
+{
+    for (const char* const name : {"CURL_CA_BUNDLE", "SSL_CERT_FILE"})
+    {
+        const char* const path = std::getenv(name);
+        if (path && *path)
+            return path;
+    }
+    return nullptr;
+}
+
+// No proxy that the environment names can reach these.
+bool isThisMachine(const std::string& host)
+{
+    return host == "localhost" || host == "127.0.0.1" || host == "[::1]";
+}
+
+bool isSafeInHead(const std::string& text)
+{
+    constexpr std::string_view kBreaking("\r\n\0", 3);
+    return text.find_first_of(kBreaking) == std::string::npos;
+}
+
+} // namespace
+
+HttpClient::Transfer::Transfer(ssl::CertificateCheck certificateCheck) :
+    m_certificateCheck(certificateCheck)
+{
+    initialiseOnce();
+    m_multi.reset(curl_multi_init());
+}
+
+HttpClient::Transfer::~Transfer()
+{
+    abandon();
+}
+
+void HttpClient::Transfer::addHeader(const std::string& name, const std::string& value)
+{
+    if (name.empty() || !isSafeInHead(name) || !isSafeInHead(value))
+        return;
+    // In libcurl's notation, a colon with nothing behind it takes a header away.
+    m_headerLines.push_back(value.empty() ? name + ";" : name + ": " + value);
+}
+
+bool HttpClient::Transfer::start(const Url& url, const PostBody* body)
+{
+    abandon();
+    m_head = {};
+    m_bytes.clear();
+    m_isPaused = false;
+
+    if (!setOptions(url, body) || curl_multi_add_handle(m_multi.get(), m_easy.get()) != CURLM_OK)
+        return false;
+    m_result.reset();
+
+    runUntil([this] { return m_head.response().has_value(); });
+    return m_head.response().has_value();
+}
+
+bool HttpClient::Transfer::waitForBytes()
+{
+    if (m_bytes.empty() && m_isPaused && !m_result)
+    {
+        m_isPaused = false;
+        curl_easy_pause(m_easy.get(), CURLPAUSE_CONT); // delivers what it had held back
+    }
+    runUntil([this] { return !m_bytes.empty(); });
+    return !m_bytes.empty();
+}
+
+std::string HttpClient::Transfer::takeBytes()
+{
+    return std::exchange(m_bytes, {});
+}
+
+void HttpClient::Transfer::abandon()
+{
+    if (!m_result)
+        end(CURLE_ABORTED_BY_CALLBACK);
+    m_bytes.clear();
+}
+
+bool HttpClient::Transfer::setOptions(const Url& url, const PostBody* body)
+{
+    m_easy.reset(curl_easy_init());
+    if (!m_multi || !m_easy || !url.isValid())
+        return false;
+
+    bool areSet = true;
+    const auto set = [this, &areSet](CURLoption option, auto value)
+    { areSet = curl_easy_setopt(m_easy.get(), option, value) == CURLE_OK && areSet; };
+
+    set(CURLOPT_URL, url.toString().c_str());
+    set(CURLOPT_PROTOCOLS_STR, "http,https");
+    set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+    set(CURLOPT_FOLLOWLOCATION, 0L);
+    set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+    set(CURLOPT_BUFFERSIZE, kReceiveBufferSize);
+    if (isThisMachine(url.host()))
+        set(CURLOPT_PROXY, "");
+
+    // What the process is spared.
+    set(CURLOPT_NOSIGNAL, 1L);
+    set(
+        CURLOPT_OPENSOCKETFUNCTION,
+        +[](void* /*client*/, curlsocktype /*purpose*/, curl_sockaddr* address)
+        { return openSocket(*address); });
+
+    const bool verifies = m_certificateCheck == ssl::CertificateCheck::verify;
+    set(CURLOPT_SSL_VERIFYPEER, verifies ? 1L : 0L);
+    set(CURLOPT_SSL_VERIFYHOST, verifies ? 2L : 0L);
+    set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
+    if (const char* const authorities = authoritiesFile())
+        set(CURLOPT_CAINFO, authorities);
+
+    set(CURLOPT_HEADERDATA, this);
+    set(
+        CURLOPT_HEADERFUNCTION,
+        +[](char* bytes, size_t /*one*/, size_t size, void* self) -> size_t {
+            return static_cast<Transfer*>(self)->onHeadLine({bytes, size}) ? size : 0;
+        });
+    set(CURLOPT_WRITEDATA, this);
+    set(
+        CURLOPT_WRITEFUNCTION,
+        +[](char* bytes, size_t /*one*/, size_t size, void* self) -> size_t
+        { return static_cast<Transfer*>(self)->onBytes(bytes, size); });
+
+    m_requestHeaders.reset();
+    if (body)
+    {
+        set(CURLOPT_POST, 1L);
+        set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body->bytes.size()));
+        set(CURLOPT_COPYPOSTFIELDS, body->bytes.data());
+        append(&m_requestHeaders, "Expect:"); // a server that does not know it costs a second
+        if (isSafeInHead(body->contentType))
+            append(&m_requestHeaders, "Content-Type: " + body->contentType);
+    }
+    for (const std::string& line : m_headerLines)
+        append(&m_requestHeaders, line);
+    set(CURLOPT_HTTPHEADER, m_requestHeaders.get());
+
+    return areSet;
+}
+
+template <class Condition>
+void HttpClient::Transfer::runUntil(Condition isReached)
+{
+    curl_off_t formerAmount = amountMoved();
+    Clock::time_point limit = Clock::now() + m_timeout;
+    while (!m_result && !isReached())
+    {
+        performStep();
+        if (m_result || isReached())
+            return;
+
+        const Clock::time_point now = Clock::now();
+        if (const curl_off_t amount = amountMoved(); amount != formerAmount)
+        {
+            formerAmount = amount;
+            limit = now + m_timeout;
+        }
+        else if (now >= limit)
+        {
+            return end(CURLE_OPERATION_TIMEDOUT);
+        }
+
+        const auto wait = std::clamp(
+            std::chrono::ceil<std::chrono::milliseconds>(limit - now), std::chrono::milliseconds(1),
+            kMaxWait);
+        if (curl_multi_poll(m_multi.get(), nullptr, 0, static_cast<int>(wait.count()), nullptr) !=
+            CURLM_OK)
+            return end(CURLE_FAILED_INIT);
+    }
+}
+
+void HttpClient::Transfer::performStep()
+{
+    int runningCount = 0;
+    if (curl_multi_perform(m_multi.get(), &runningCount) != CURLM_OK)
+        return end(CURLE_FAILED_INIT);
+
+    int waitingCount = 0;
+    while (const CURLMsg* const message = curl_multi_info_read(m_multi.get(), &waitingCount))
+    {
+        if (message->msg == CURLMSG_DONE)
+            return end(message->data.result);
+    }
+}
+
+// Of the request and the response; connecting counts for nothing.
+curl_off_t HttpClient::Transfer::amountMoved() const
+{
+    long requestHead = 0;
+    long responseHead = 0;
+    curl_off_t sent = 0;
+    curl_off_t received = 0;
+    curl_easy_getinfo(m_easy.get(), CURLINFO_REQUEST_SIZE, &requestHead);
+    curl_easy_getinfo(m_easy.get(), CURLINFO_HEADER_SIZE, &responseHead);
+    curl_easy_getinfo(m_easy.get(), CURLINFO_SIZE_UPLOAD_T, &sent);
+    curl_easy_getinfo(m_easy.get(), CURLINFO_SIZE_DOWNLOAD_T, &received);
+    return requestHead + responseHead + sent + received;
+}
+
+void HttpClient::Transfer::end(CURLcode result)
+{
+    curl_multi_remove_handle(m_multi.get(), m_easy.get());
+    m_result = result;
+}
+
+bool HttpClient::Transfer::onHeadLine(std::string_view line)
+{
+    return m_head.addLine(line);
+}
+
+size_t HttpClient::Transfer::onBytes(const char* bytes, size_t size)
+{
+    if (m_bytes.size() >= kMaxWaitingBytes)
+    {
+        m_isPaused = true;
+        return CURL_WRITEFUNC_PAUSE;
+    }
+    m_bytes.append(bytes, size);
+    return size;
+}
+
+void HttpClient::Transfer::append(HeaderList* list, const std::string& line)
+{
+    if (curl_slist* const longer = curl_slist_append(list->get(), line.c_str()))
+    {
+        static_cast<void>(list->release());
+        list->reset(longer);
+    }
+}
+
+} // namespace tavo::network::http

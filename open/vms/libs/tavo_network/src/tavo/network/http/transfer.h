@@ -1,0 +1,100 @@
+// One client's connection to libcurl: a request at a time, driven by the thread that calls.
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <curl/curl.h>
+
+#include <tavo/network/http/head_parser.h>
+#include <tavo/network/http/http_client.h>
+
+namespace tavo::network::http
+{
+
+struct PostBody
+{
+    const std::string& contentType;
+    const std::string& bytes;
+};
+
+class HttpClient::Transfer
+{
+public:
+    explicit Transfer(ssl::CertificateCheck certificateCheck);
+    ~Transfer();
+
+    Transfer(const Transfer&) = delete;
+    Transfer& operator=(const Transfer&) = delete;
+
+    void setTimeout(std::chrono::milliseconds timeout) { m_timeout = timeout; }
+    void addHeader(const std::string& name, const std::string& value);
+
+    // Ends the request before, if there is one, and runs until the head is there. `body` is null
+    // for GET.
+    bool start(const Url& url, const PostBody* body);
+
+    const std::optional<Response>& response() const { return m_head.response(); }
+
+    // Runs until there is a byte or nothing more will come, which makes it false.
+    bool waitForBytes();
+
+    // What has come since the last call.
+    std::string takeBytes();
+
+    // Whether the response has come to its proper end.
+    bool isWhole() const { return m_result == CURLE_OK; }
+
+    // Ends the request as one that failed; what has come of its body is dropped.
+    void abandon();
+
+private:
+    bool setOptions(const Url& url, const PostBody* body);
+
+    // Runs until the request has ended, `isReached` says so, or nothing has moved for the time-out.
+    template <class Condition>
+    void runUntil(Condition isReached);
+    void performStep();
+    curl_off_t amountMoved() const;
+    void end(CURLcode result);
+
+    bool onHeadLine(std::string_view line);
+    size_t onBytes(const char* bytes, size_t size);
+
+private:
+    struct EasyDeleter
+    {
+        void operator()(CURL* easy) const { curl_easy_cleanup(easy); }
+    };
+
+    struct MultiDeleter
+    {
+        void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
+    };
+
+    struct ListDeleter
+    {
+        void operator()(curl_slist* list) const { curl_slist_free_all(list); }
+    };
+
+    using HeaderList = std::unique_ptr<curl_slist, ListDeleter>;
+    static void append(HeaderList* list, const std::string& line);
+
+    const ssl::CertificateCheck m_certificateCheck;
+    std::chrono::milliseconds m_timeout = kDefaultTimeout;
+    std::vector<std::string> m_headerLines;
+
+    // Of the current request. The handle is in `m_multi` as long as m_result is empty.
+    HeaderList m_requestHeaders;
+    HeadParser m_head;
+    std::string m_bytes;
+    bool m_isPaused = false;
+    std::optional<CURLcode> m_result = CURLE_OK; // empty: goes on
+
+    std::unique_ptr<CURLM, MultiDeleter> m_multi; // before the handle: outlives it
+    std::unique_ptr<CURL, EasyDeleter> m_easy;
+};
+
+} // namespace tavo::network::http

@@ -1,0 +1,61 @@
+#include <tavo/utils/url.h>
+
+#include <memory>
+
+#include <curl/curl.h>
+
+namespace tavo
+{
+
+namespace
+{
+
+struct CurlUrlDeleter
+{
+    void operator()(CURLU* url) const { curl_url_cleanup(url); }
+};
+
+struct CurlTextDeleter
+{
+    void operator()(char* text) const { curl_free(text); }
+};
+
+// Empty if the URL has no such part.
+std::string part(CURLU* url, CURLUPart what)
+{
+    char* raw = nullptr;
+    const CURLUcode code = curl_url_get(url, what, &raw, 0);
+    const std::unique_ptr<char, CurlTextDeleter> text(raw);
+    return code == CURLUE_OK && text ? text.get() : "";
+}
+
+// Left to the parser, blanks of a query would become plus signs.
+std::string withBlanksEncoded(std::string_view text)
+{
+    std::string result;
+    result.reserve(text.size());
+    for (const char c : text)
+        c == ' ' ? result.append("%20") : result.append(1, c);
+    return result;
+}
+
+} // namespace
+
+Url::Url(std::string_view text)
+{
+    if (text.find('\0') != std::string_view::npos)
+        return;
+
+    const std::unique_ptr<CURLU, CurlUrlDeleter> url(curl_url());
+    const std::string encoded = withBlanksEncoded(text);
+    constexpr unsigned int kFlags = CURLU_URLENCODE | CURLU_NON_SUPPORT_SCHEME;
+    if (!url || curl_url_set(url.get(), CURLUPART_URL, encoded.c_str(), kFlags) != CURLUE_OK)
+        return;
+
+    m_scheme = part(url.get(), CURLUPART_SCHEME);
+    m_host = part(url.get(), CURLUPART_HOST);
+    m_path = part(url.get(), CURLUPART_PATH);
+    m_text = part(url.get(), CURLUPART_URL);
+}
+
+} // namespace tavo
