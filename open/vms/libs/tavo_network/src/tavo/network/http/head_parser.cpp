@@ -1,5 +1,6 @@
 #include <tavo/network/http/head_parser.h>
 
+#include <algorithm>
 #include <charconv>
 #include <utility>
 

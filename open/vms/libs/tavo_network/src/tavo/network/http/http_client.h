@@ -10,8 +10,9 @@
 //         file << client.fetchMessageBodyBuffer();
 //
 // HTTP/1.1 over plain TCP or TLS. Redirects are answers like any other and are not followed.
-// Each call ends at the latest when nothing has come or gone for the time-out. One client belongs
-// to one thread at a time, and makes one request at a time; a new request ends the one before.
+// Each call ends at the latest when nothing has come or gone for the time-out, or when the system
+// has given up looking for a host's name. One client belongs to one thread at a time, and makes one
+// request at a time; a new request ends the one before.
 // No operation throws, other than for lack of memory.
 #pragma once
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -157,8 +158,9 @@ bool HttpClient::Transfer::setOptions(const Url& url, const PostBody* body)
     set(CURLOPT_WRITEDATA, this);
     set(
         CURLOPT_WRITEFUNCTION,
-        +[](char* bytes, size_t /*one*/, size_t size, void* self) -> size_t
-        { return static_cast<Transfer*>(self)->onBytes(bytes, size); });
+        +[](char* bytes, size_t /*one*/, size_t size, void* self) -> size_t {
+            return static_cast<Transfer*>(self)->onBytes({bytes, size});
+        });
 
     m_requestHeaders.reset();
     if (body)
@@ -242,20 +244,32 @@ void HttpClient::Transfer::end(CURLcode result)
     m_result = result;
 }
 
-bool HttpClient::Transfer::onHeadLine(std::string_view line)
+// The two below are called by libcurl, through which no exception may pass.
+
+size_t HttpClient::Transfer::onHeadLine(std::string_view line) noexcept
+try
 {
-    return m_head.addLine(line);
+    return m_head.addLine(line) ? line.size() : 0;
+}
+catch (const std::bad_alloc&)
+{
+    return 0; // ends the transfer
 }
 
-size_t HttpClient::Transfer::onBytes(const char* bytes, size_t size)
+size_t HttpClient::Transfer::onBytes(std::string_view bytes) noexcept
+try
 {
     if (m_bytes.size() >= kMaxWaitingBytes)
     {
         m_isPaused = true;
         return CURL_WRITEFUNC_PAUSE;
     }
-    m_bytes.append(bytes, size);
-    return size;
+    m_bytes.append(bytes);
+    return bytes.size();
+}
+catch (const std::bad_alloc&)
+{
+    return 0; // ends the transfer
 }
 
 void HttpClient::Transfer::append(HeaderList* list, const std::string& line)

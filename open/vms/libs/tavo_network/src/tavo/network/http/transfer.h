@@ -5,6 +5,8 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include <curl/curl.h>
 
@@ -60,8 +62,8 @@ private:
     curl_off_t amountMoved() const;
     void end(CURLcode result);
 
-    bool onHeadLine(std::string_view line);
-    size_t onBytes(const char* bytes, size_t size);
+    size_t onHeadLine(std::string_view line) noexcept;
+    size_t onBytes(std::string_view bytes) noexcept;
 
 private:
     struct EasyDeleter

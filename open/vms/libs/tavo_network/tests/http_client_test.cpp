@@ -1,0 +1,372 @@
+#include <tavo/network/http/http_client.h>
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <future>
+#include <thread>
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "scripted_server.h"
+
+namespace tavo::network::http
+{
+
+namespace
+{
+
+using namespace std::chrono_literals;
+using test::Connection;
+using test::ScriptedServer;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+// Reads the request, answers with `response` and closes.
+ScriptedServer::Script answer(std::string response)
+{
+    return [response = std::move(response)](Connection& connection)
+    {
+        connection.readRequest();
+        connection.write(response);
+    };
+}
+
+TEST(HttpClient, givesHeadAndBody)
+{
+    const struct
+    {
+        const char* name;
+        const char* response;
+        const char* statusLine;
+        const char* body;
+    } kCases[] = {
+        {"length", "HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\nbody", "HTTP/1.1 200 OK", "body"},
+        {"no length", "HTTP/1.0 200 OK\r\n\r\nbody", "HTTP/1.0 200 OK", "body"},
+        {"chunks and trailer",
+         "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n"
+         "2\r\nbo\r\n2\r\ndy\r\n0\r\nX-Late: 1\r\n\r\n",
+         "HTTP/1.1 200 OK", "body"},
+        {"no body", "HTTP/1.1 204 No Content\r\n\r\n", "HTTP/1.1 204 No Content", ""},
+        {"empty body", "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n", "HTTP/1.1 200 OK", ""},
+        {"not found", "HTTP/1.1 404 Not Found\r\nContent-Length: 4\r\n\r\ngone",
+         "HTTP/1.1 404 Not Found", "gone"},
+        {"redirect is not followed",
+         "HTTP/1.1 302 Found\r\nLocation: /other\r\nContent-Length: 0\r\n\r\n",
+         "HTTP/1.1 302 Found", ""},
+        {"interim head first",
+         "HTTP/1.1 103 Early Hints\r\nX-Early: 1\r\n\r\n"
+         "HTTP/1.1 200\r\nContent-Length: 1\r\n\r\nb",
+         "HTTP/1.1 200", "b"}};
+    for (const auto& c : kCases)
+    {
+        SCOPED_TRACE(c.name);
+        const ScriptedServer server(answer(c.response));
+        HttpClient client(ssl::kDefaultCertificateCheck);
+        ASSERT_TRUE(client.doGet(server.url()));
+        EXPECT_EQ(client.response()->statusLine.toString(), c.statusLine);
+        EXPECT_EQ(getHeaderValue(client.response()->headers, "X-Early"), "");
+        EXPECT_EQ(client.eof(), std::string(c.body).empty());
+        EXPECT_EQ(client.fetchEntireMessageBody(), c.body);
+        EXPECT_TRUE(client.eof());
+        EXPECT_EQ(server.connectionCount(), 1);
+    }
+}
+
+TEST(HttpClient, sendsWhatItIsGiven)
+{
+    std::promise<std::string> request;
+    const ScriptedServer server(
+        [&request](Connection& connection)
+        {
+            request.set_value(connection.readRequest());
+            connection.write("HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n");
+        });
+    HttpClient client(ssl::kDefaultCertificateCheck);
+    client.addAdditionalHeader("User-Agent", "agent/1");
+    client.addAdditionalHeader("Authorization", "");
+    client.addAdditionalHeader("X-Split", "a\r\nX-Injected: b");
+    const std::string body = std::string("nul \0 in it ", 12) + std::string(3'000'000, 'x');
+    ASSERT_TRUE(client.doPost(server.url("/a b?c=d e"), "application/json", body));
+
+    const std::string text = request.get_future().get();
+    const std::string head = text.substr(0, text.find("\r\n\r\n") + 4);
+    EXPECT_THAT(head, testing::StartsWith("POST /a%20b?c=d%20e HTTP/1.1\r\n"));
+    EXPECT_THAT(head, HasSubstr("\r\nContent-Type: application/json\r\n"));
+    EXPECT_THAT(head, HasSubstr("\r\nUser-Agent: agent/1\r\n"));
+    EXPECT_THAT(head, HasSubstr("\r\nAuthorization:\r\n"));
+    EXPECT_THAT(head, Not(HasSubstr("X-Injected")));
+    EXPECT_THAT(head, Not(HasSubstr("Expect")));
+    EXPECT_TRUE(text.substr(head.size()) == body);
+}
+
+TEST(HttpClient, hasNoResponseWhenNoHeadCame)
+{
+    const struct
+    {
+        const char* name;
+        ScriptedServer::Script script;
+    } kCases[] = {
+        {"closed at once", [](Connection&) {}},
+        {"silent", [](Connection& connection) { connection.waitForClose(); }},
+        {"half a head",
+         [](Connection& connection)
+         {
+             connection.write("HTTP/1.1 200 OK\r\nContent-Le");
+             connection.waitForClose();
+         }},
+        {"no HTTP", answer("SSH-2.0-server\r\n")},
+        {"endless head",
+         [](Connection& connection)
+         {
+             connection.write("HTTP/1.1 200 OK\r\n");
+             while (connection.write("X-Name: " + std::string(1000, 'x') + "\r\n"))
+             {}
+         }}};
+    for (const auto& c : kCases)
+    {
+        SCOPED_TRACE(c.name);
+        const ScriptedServer server(c.script);
+        HttpClient client(ssl::kDefaultCertificateCheck);
+        client.setAllTimeouts(300ms);
+        EXPECT_FALSE(client.doGet(server.url()));
+        EXPECT_EQ(client.response(), nullptr);
+        EXPECT_TRUE(client.eof());
+        EXPECT_EQ(client.fetchMessageBodyBuffer(), "");
+        EXPECT_EQ(client.fetchEntireMessageBody(), std::nullopt);
+    }
+}
+
+TEST(HttpClient, refusesWhatIsNoWebAddress)
+{
+    for (const char* const url :
+         {"", "localhost/x", "file:///etc/hostname", "ftp://localhost/x",
+          "http://localhost:1/nobody-listens"})
+    {
+        SCOPED_TRACE(url);
+        HttpClient client(ssl::kAcceptAnyCertificate);
+        EXPECT_FALSE(client.doGet(Url(url)));
+        EXPECT_EQ(client.response(), nullptr);
+    }
+}
+
+TEST(HttpClient, givesWhatCameOfABrokenBody)
+{
+    const struct
+    {
+        const char* name;
+        const char* head;
+        bool isReset;
+        bool isStalled;
+    } kCases[] = {
+        {"cut", "Content-Length: 100\r\n\r\nhalf", false, false},
+        {"cut in a chunk", "Transfer-Encoding: chunked\r\n\r\n10\r\nhalf", false, false},
+        {"stalled", "Content-Length: 100\r\n\r\nhalf", false, true},
+        {"reset", "Content-Length: 100\r\n\r\nhalf", true, false}};
+    for (const auto& c : kCases)
+    {
+        SCOPED_TRACE(c.name);
+        std::promise<void> halfIsHere;
+        std::future<void> mayGoOn = halfIsHere.get_future();
+        std::atomic<bool> isFirst = true;
+        const ScriptedServer server(
+            [&](Connection& connection)
+            {
+                connection.readRequest();
+                connection.write(std::string("HTTP/1.1 200 OK\r\n") + c.head);
+                if (c.isStalled)
+                    return connection.waitForClose();
+                if (isFirst.exchange(false))
+                    mayGoOn.wait();
+                if (c.isReset)
+                    connection.resetAtClose();
+            });
+        HttpClient client(ssl::kDefaultCertificateCheck);
+        client.setAllTimeouts(300ms);
+        ASSERT_TRUE(client.doGet(server.url()));
+        std::string body;
+        while (body.size() < 4 && !client.eof())
+            body += client.fetchMessageBodyBuffer();
+        EXPECT_EQ(body, "half");
+        halfIsHere.set_value();
+        EXPECT_TRUE(client.eof());
+
+        ASSERT_TRUE(client.doGet(server.url()));
+        EXPECT_EQ(client.fetchEntireMessageBody(), std::nullopt);
+        EXPECT_EQ(client.response()->statusLine.statusCode, 200);
+    }
+}
+
+TEST(HttpClient, timeoutLimitsSilenceAndNotTheTransfer)
+{
+    const ScriptedServer server(
+        [](Connection& connection)
+        {
+            connection.readRequest();
+            connection.write("HTTP/1.1 200 OK\r\nContent-Length: 6\r\n\r\n");
+            for (int i = 0; i < 6; ++i)
+            {
+                std::this_thread::sleep_for(250ms); // the slowness is what is tested
+                connection.write("x");
+            }
+        });
+    HttpClient client(ssl::kDefaultCertificateCheck);
+    client.setAllTimeouts(1000ms);
+    ASSERT_TRUE(client.doGet(server.url()));
+    EXPECT_EQ(client.fetchEntireMessageBody(), "xxxxxx");
+}
+
+TEST(HttpClient, restsWhileNobodyPulls)
+{
+    constexpr size_t kSize = 60'000'000;
+    std::promise<size_t> sentUnpulled;
+    const ScriptedServer server(
+        [&](Connection& connection)
+        {
+            connection.readRequest();
+            connection.write(
+                "HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(kSize) + "\r\n\r\n");
+            const size_t sent = connection.writeUntilFull(kSize);
+            sentUnpulled.set_value(sent);
+            connection.write(std::string(kSize - sent, 'x'));
+        });
+    HttpClient client(ssl::kDefaultCertificateCheck);
+    ASSERT_TRUE(client.doGet(server.url()));
+    EXPECT_LT(sentUnpulled.get_future().get(), kSize / 2);
+
+    size_t received = 0;
+    size_t largest = 0;
+    while (!client.eof())
+    {
+        const std::string buffer = client.fetchMessageBodyBuffer();
+        received += buffer.size();
+        largest = std::max(largest, buffer.size());
+    }
+    EXPECT_EQ(received, kSize);
+    EXPECT_LE(largest, 512u * 1024);
+}
+
+TEST(HttpClient, boundsTheEntireBody)
+{
+    for (const size_t excess : {0, 1})
+    {
+        SCOPED_TRACE(excess);
+        const ScriptedServer server(answer(
+            "HTTP/1.1 200 OK\r\n\r\n" + std::string(HttpClient::kMaxEntireBodySize + excess, 'x')));
+        HttpClient client(ssl::kDefaultCertificateCheck);
+        ASSERT_TRUE(client.doGet(server.url()));
+        EXPECT_EQ(client.fetchEntireMessageBody().has_value(), excess == 0);
+        EXPECT_TRUE(client.eof());
+    }
+}
+
+TEST(HttpClient, startsAnewWithEachRequest)
+{
+    const ScriptedServer server(answer("HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\nbody"));
+    HttpClient client(ssl::kDefaultCertificateCheck);
+    ASSERT_TRUE(client.doGet(server.url()));
+    ASSERT_TRUE(client.doGet(server.url())); // the first body was left unread
+    EXPECT_EQ(client.fetchEntireMessageBody(), "body");
+    EXPECT_FALSE(client.doGet(Url("http://localhost:1/")));
+    EXPECT_EQ(client.response(), nullptr);
+}
+
+TEST(HttpClient, opensItsSocketCloseOnExec)
+{
+    std::promise<int> clientPort;
+    const ScriptedServer server(
+        [&](Connection& connection)
+        {
+            connection.readRequest();
+            clientPort.set_value(connection.clientPort());
+            connection.write("HTTP/1.1 200 OK\r\nContent-Length: 1\r\n\r\n");
+            connection.waitForClose();
+        });
+    HttpClient client(ssl::kDefaultCertificateCheck);
+    ASSERT_TRUE(client.doGet(server.url()));
+
+    const int port = clientPort.get_future().get();
+    int found = 0;
+    for (int descriptor = 0; descriptor < 256; ++descriptor)
+    {
+        sockaddr_in address{};
+        socklen_t size = sizeof(address);
+        if (getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &size) == 0 &&
+            address.sin_family == AF_INET && ntohs(address.sin_port) == port)
+        {
+            ++found;
+            EXPECT_TRUE(fcntl(descriptor, F_GETFD) & FD_CLOEXEC);
+        }
+    }
+    EXPECT_EQ(found, 1);
+}
+
+TEST(HttpClient, survivesAServerThatHangsUpWhileItSends)
+{
+    ASSERT_NE(std::signal(SIGPIPE, SIG_DFL), SIG_ERR); // as in a host that handles nothing
+    const test::Identity identity = test::makeIdentity();
+    for (const test::Identity* const tls : {static_cast<const test::Identity*>(nullptr), &identity})
+    {
+        const ScriptedServer server([](Connection& connection) { connection.resetAtClose(); }, tls);
+        HttpClient client(ssl::kAcceptAnyCertificate);
+        EXPECT_FALSE(client.doPost(server.url(), "text/plain", std::string(20'000'000, 'x')));
+    }
+}
+
+TEST(HttpClientTls, checksTheCertificateUnlessToldOtherwise)
+{
+    const test::Identity identity = test::makeIdentity();
+    const std::string authorities =
+        testing::TempDir() + "http_client_tls_" + std::to_string(getpid()) + ".pem";
+    FILE* const file = fopen(authorities.c_str(), "we");
+    ASSERT_NE(file, nullptr);
+    fputs(identity.certificate.c_str(), file);
+    fclose(file);
+    const ScriptedServer server(
+        answer("HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\nbody"), &identity);
+
+    const struct
+    {
+        const char* name;
+        ssl::CertificateCheck check;
+        const char* authoritiesVariable; // null: the system's
+        const char* host;
+        bool isAccepted;
+    } kCases[] = {
+        {"unknown", ssl::kDefaultCertificateCheck, nullptr, "localhost", false},
+        {"unknown, any", ssl::kAcceptAnyCertificate, nullptr, "localhost", true},
+        {"known by one name", ssl::kDefaultCertificateCheck, "SSL_CERT_FILE", "localhost", true},
+        {"known by the other", ssl::kDefaultCertificateCheck, "CURL_CA_BUNDLE", "localhost", true},
+        {"wrong host", ssl::kDefaultCertificateCheck, "SSL_CERT_FILE", "127.0.0.1", false},
+        {"wrong host, any", ssl::kAcceptAnyCertificate, "SSL_CERT_FILE", "127.0.0.1", true}};
+    for (const auto& c : kCases)
+    {
+        SCOPED_TRACE(c.name);
+        unsetenv("SSL_CERT_FILE");
+        unsetenv("CURL_CA_BUNDLE");
+        if (c.authoritiesVariable)
+            setenv(c.authoritiesVariable, authorities.c_str(), /*overwrite*/ 1);
+        HttpClient client(c.check);
+        EXPECT_EQ(client.doGet(server.url("/", c.host)), c.isAccepted);
+        EXPECT_EQ(client.response() != nullptr, c.isAccepted);
+        EXPECT_EQ(client.fetchEntireMessageBody().value_or(""), c.isAccepted ? "body" : "");
+    }
+    unlink(authorities.c_str());
+}
+
+TEST(HttpHeaders, areFoundWhateverTheirCase)
+{
+    const HttpHeaders headers = {{"X-Key", "first"}, {"x-key", "second"}};
+    EXPECT_EQ(getHeaderValue(headers, "x-KEY"), "first");
+    EXPECT_EQ(getHeaderValue(headers, "x-ke"), "");
+    EXPECT_EQ(getHeaderValue(headers, "x-keys"), "");
+}
+
+} // namespace
+
+} // namespace tavo::network::http
