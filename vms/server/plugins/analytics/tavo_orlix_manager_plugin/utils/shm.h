@@ -3,8 +3,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <memory>
-#include <span>
 #include <string>
 
 // Named shared memory segments. A segment is reserved large, so that it can grow under its name and
@@ -53,18 +51,11 @@ public:
     [[nodiscard]] std::size_t committedSize() const;
 
 private:
-    friend class ShmViewMaker; // of the platform's source
+    friend struct ShmCalls; // the platform's
 
     char* m_address = nullptr;
     std::size_t m_length = 0; // mapped bytes
     ShmHandle m_handle = kNoShm; // the view's own
-};
-
-// A part of a message that is written to a segment.
-struct ShmPiece
-{
-    const void* data = nullptr; // not owned
-    std::size_t size = 0;
 };
 
 // Creates a segment with a new random name and commits `payloadSize` + 4 bytes. Five names are
@@ -111,13 +102,13 @@ void shm_remove(const ShmSegment& segment);
 
 [[nodiscard]] std::string shm_name(const ShmSegment& segment);
 
+// Stores the size and gives the place of the payload, which the caller fills next. Null, with one
+// warning and nothing stored, if the payload does not fit what is committed.
+[[nodiscard]] char* shm_write_begin(const ShmView& view, std::uint32_t size);
+
 // Writes size and payload. False, with one warning, if it does not fit what is committed.
 [[nodiscard]] bool shm_write(const ShmSegment& segment, const void* data, std::uint32_t size);
 [[nodiscard]] bool shm_write_attached(const ShmView& view, const void* data, std::uint32_t size);
-
-// The same for a payload in several pieces, which saves their joining. The pieces do not overlap
-// the view.
-[[nodiscard]] bool shm_write_attached(const ShmView& view, std::span<const ShmPiece> pieces);
 
 // A read-only view in which `data` and `size` tell the payload; not attached on failure. A size
 // word that says more than is committed is cut to that.

@@ -206,7 +206,7 @@ TEST_F(LogTest, linesSurviveOpeningAndClosingOnOtherThreads)
                 }
             });
     }
-    for (int i = 0; i < 50; ++i)
+    for (int i = 0; i < 300; ++i)
     {
         open(i % 3);
         log_close();

@@ -1,0 +1,159 @@
+#include "utils/shm.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+#include "utils/shm_calls.h"
+
+// The size of the segment's file is what is committed; every view maps the whole reserve, so that
+// a segment that has grown shows in views that exist.
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+namespace
+{
+
+constexpr int kFirstDescriptor = 3; // a handle is never 0, also in a host without standard streams
+
+std::string systemName(const std::string& name)
+{
+    return "/" + name;
+}
+
+ShmHandle handleOf(int descriptor)
+{
+    if (descriptor < 0)
+        return kNoShm;
+    if (descriptor >= kFirstDescriptor)
+        return descriptor;
+    const int moved = fcntl(descriptor, F_DUPFD_CLOEXEC, kFirstDescriptor);
+    close(descriptor);
+    return moved < 0 ? kNoShm : moved;
+}
+
+int descriptorOf(ShmHandle handle)
+{
+    return static_cast<int>(handle);
+}
+
+// Allocates the pages now, since a page that cannot be had when it is touched ends the process.
+bool allocate(int descriptor, std::size_t size)
+{
+    for (;;)
+    {
+        const int error = posix_fallocate(descriptor, 0, static_cast<off_t>(size));
+        if (error == 0)
+            return true;
+        if (error != EINTR)
+        {
+            errno = error;
+            return false;
+        }
+    }
+}
+
+} // namespace
+
+ShmView::~ShmView()
+{
+    if (m_address)
+    {
+        munmap(m_address, m_length);
+        close(descriptorOf(m_handle));
+    }
+}
+
+std::size_t ShmView::committedSize() const
+{
+    struct stat status = {};
+    if (!m_address || fstat(descriptorOf(m_handle), &status) != 0)
+        return 0;
+    return std::min(static_cast<std::size_t>(status.st_size), m_length);
+}
+
+ShmHandle ShmCalls::create(const std::string& name, bool mustBeNew)
+{
+    const int flags = O_RDWR | O_CREAT | O_CLOEXEC | (mustBeNew ? O_EXCL : 0);
+    return handleOf(::shm_open(systemName(name).c_str(), flags, S_IRUSR | S_IWUSR));
+}
+
+bool ShmCalls::isNameTaken(int systemError)
+{
+    return systemError == EEXIST;
+}
+
+ShmHandle ShmCalls::open(const std::string& name)
+{
+    return handleOf(::shm_open(systemName(name).c_str(), O_RDWR | O_CLOEXEC, 0));
+}
+
+ShmView ShmCalls::map(ShmHandle handle, bool readOnly)
+{
+    ShmView view;
+    if (handle == kNoShm)
+    {
+        errno = EBADF;
+        return view;
+    }
+    const int own = fcntl(descriptorOf(handle), F_DUPFD_CLOEXEC, kFirstDescriptor);
+    if (own < 0)
+        return view;
+    const int protection = readOnly ? PROT_READ : PROT_READ | PROT_WRITE;
+    void* const address = mmap(nullptr, kShmReservedSize, protection, MAP_SHARED, own, 0);
+    if (address == MAP_FAILED)
+    {
+        const int error = errno;
+        close(own);
+        errno = error;
+        return view;
+    }
+    view.m_address = static_cast<char*>(address);
+    view.m_length = kShmReservedSize;
+    view.m_handle = own;
+    return view;
+}
+
+bool ShmCalls::commit(const ShmView& view, std::size_t size)
+{
+    if (size > view.m_length)
+    {
+        errno = ENOMEM;
+        return false;
+    }
+    return allocate(descriptorOf(view.m_handle), size);
+}
+
+bool ShmCalls::isWritable(const ShmView& view, std::size_t size)
+{
+    const int descriptor = descriptorOf(view.m_handle);
+    struct stat status = {};
+    if (size > view.m_length || fstat(descriptor, &status) != 0 ||
+        size > static_cast<std::size_t>(status.st_size))
+    {
+        return false;
+    }
+    // A creator that has only set the file's size has left holes, which cost memory at the first
+    // touch.
+    constexpr std::size_t kBlock = 512;
+    return static_cast<std::size_t>(status.st_blocks) * kBlock >= size ||
+        allocate(descriptor, size);
+}
+
+int shm_close(ShmSegment& segment)
+{
+    if (segment.handle == kNoShm)
+        return -1;
+    return close(descriptorOf(std::exchange(segment.handle, kNoShm)));
+}
+
+void shm_remove(const ShmSegment& segment)
+{
+    shm_unlink(systemName(segment.name).c_str());
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix
