@@ -1,0 +1,79 @@
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "remote/record_lists.h"
+#include "remote/response_text.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+TEST(FirstBodyLine, IsCutOutOfTheResponse)
+{
+    const struct
+    {
+        const char* name;
+        std::string_view response;
+        std::string_view line;
+    } kCases[] = {
+        {"one line", "HTTP/1.1 200 OK\r\nA: b\r\n\r\n{\"a\":1}", "{\"a\":1}"},
+        {"line feeds alone", "HTTP/1.1 200 OK\nA: b\n\n{}", "{}"},
+        {"two lines", "HTTP/1.1 200 OK\r\n\r\nfirst\nsecond", "first"},
+        {"carriage return stays", "HTTP/1.1 200 OK\r\n\r\nfirst\r\nsecond", "first\r"},
+        {"blank line is the end", "HTTP/1.1 204 No Content\r\n\r\n", ""},
+        {"lone carriage return at the end", "HTTP/1.1 204 No Content\r\n\r", ""},
+        {"empty first line of the body", "HTTP/1.1 200 OK\r\n\r\n\r\nlate", "\r"},
+        {"head without an end", "HTTP/1.1 200 OK\r\nA: b\r\n", "HTTP/1.1 200 OK\r\nA: b\r\n"},
+        {"no response at all", "Error: Result has no value.", "Error: Result has no value."},
+        {"blank begins a line", "A: b\r\n \r\nc\r\n\r\nd", "d"},
+        {"nothing", "", ""}};
+    for (const auto& c : kCases)
+    {
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(c.line, firstBodyLine(c.response));
+    }
+}
+
+TEST(RecordLists, TakeWhatIsAListOfDevicesAndLeaveTheRest)
+{
+    const std::string both =
+        R"({"id":"both","parameters":{"tavoAI":{"models":[],"pipelines":[]}}})";
+    const struct
+    {
+        const char* name;
+        std::string devices;
+        std::vector<std::string> with;
+        std::vector<std::string> without;
+    } kCases[] = {
+        {"nothing", "", {}, {}},
+        {"web page", "<html>", {}, {}},
+        {"cut off", "[" + both, {}, {}},
+        {"no array", both, {}, {}},
+        {"elements of other types", R"([1,null,"a",[],{},)" + both + "]", {"both"}, {}},
+        {"parameters of another type", R"([{"id":"a","parameters":[{"tavoAI":{}}]}])", {}, {}},
+        {"not activated", R"([{"id":"a","parameters":{}},{"id":"b"}])", {}, {}},
+        {"empty", R"([{"id":"a","parameters":{"tavoAI":{}}}])", {}, {"a"}},
+        {"of another type", R"([{"id":"a","parameters":{"tavoAI":"x"}}])", {}, {"a"}},
+        {"models only", R"([{"id":"a","parameters":{"tavoAI":{"models":1}}}])", {"a"}, {"a"}},
+        {"pipelines only",
+         R"([{"id":"a","parameters":{"tavoAI":{"pipelines":null}}}])",
+         {"a"},
+         {"a"}},
+        {"no id",
+         R"([{"parameters":{"tavoAI":{}}},{"id":7,"parameters":{"tavoAI":{"models":1}}}])",
+         {},
+         {}},
+        {"in order",
+         "[" + both + R"(,{"id":"a","parameters":{"tavoAI":{"models":1}}},)" + both + "]",
+         {"both", "a", "both"},
+         {"a"}}};
+    for (const auto& c : kCases)
+    {
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(c.with, devicesWithConfiguration(c.devices));
+        EXPECT_EQ(c.without, devicesWithoutConfiguration(c.devices));
+    }
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix
