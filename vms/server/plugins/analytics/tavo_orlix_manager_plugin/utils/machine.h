@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "utils/platform_names.h"
+
 // Plain facts about this machine. What follows from them is decided elsewhere. No state; any thread
 // may call; nothing throws.
 
@@ -35,7 +37,8 @@ enum class ProcessorKind : std::uint16_t
 // The processor's answer; whether the system lets programs use it is not asked.
 [[nodiscard]] bool machine_has_avx2();
 
-// The loader finds a library of that name, or of that name with a version behind it.
+// The loader finds a library of that name, or of that name with a version number behind it. The
+// library is loaded for a moment.
 [[nodiscard]] bool machine_has_library(const std::string& name);
 
 struct PciDevice
@@ -44,8 +47,10 @@ struct PciDevice
     std::uint16_t vendor = 0;
 };
 
-// All devices whose vendor can be read. False, with the system's error code, when there is no list.
-[[nodiscard]] bool machine_pci_devices(std::vector<PciDevice>& devices, int& systemError);
+// All devices below `root`, which has the form of kPciDeviceRoot, whose vendor can be read. False,
+// with the system's error code, when there is no list.
+[[nodiscard]] bool machine_pci_devices(
+    std::vector<PciDevice>& devices, int& systemError, const char* root = kPciDeviceRoot);
 
 // The names of all entries of a folder that are no folders themselves; empty when it cannot be
 // read.

@@ -74,7 +74,6 @@ private:
 
     std::vector<mpack_node_data_t> m_nodes;
     mpack_tree_t m_tree;
-    bool m_parsed = false;
 };
 
 // A writer into a buffer that grows.
@@ -89,7 +88,7 @@ public:
     // For the mpack_write functions, until close.
     [[nodiscard]] mpack_writer_t* writer() { return &m_writer; }
 
-    // To be called once, before the bytes are used. Without it nothing is kept.
+    // Before the bytes are used. After an error there are none.
     mpack_error_t close();
 
     [[nodiscard]] std::span<const char> bytes() const { return {m_data, m_size}; }
@@ -101,6 +100,7 @@ private:
     mpack_writer_t m_writer;
     char* m_data = nullptr; // owned once closed
     std::size_t m_size = 0;
+    mpack_error_t m_error = mpack_ok;
     bool m_open = true;
 };
 

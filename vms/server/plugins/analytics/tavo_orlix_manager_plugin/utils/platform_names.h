@@ -16,6 +16,9 @@ extern const char* const kArchiveTag; // the platform in the name of the applica
 // replaced; the path may hold anything but a double quote.
 extern const char* const kMakeFolderCommand;
 
+// Where the system lists its PCI devices.
+extern const char* const kPciDeviceRoot;
+
 // Where a toolkit tells its version when CUDA_PATH is not set; empty where there is no such place.
 extern const char* const kCudaVersionFile;
 

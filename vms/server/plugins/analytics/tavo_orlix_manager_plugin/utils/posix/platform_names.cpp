@@ -16,6 +16,7 @@ const char* const kArchiveTag = "linux";
 const char* const kMakeFolderCommand =
     "sh -c \"IFS=; set -f; rm -rf -- $1 && mkdir -p -- $1\" sh \"{folder_path}\"";
 
+const char* const kPciDeviceRoot = "/sys/bus/pci/devices";
 const char* const kCudaVersionFile = "/usr/local/cuda/version.json";
 const char* const kHailoDeviceFolder = "/sys/class/hailo_chardev";
 
