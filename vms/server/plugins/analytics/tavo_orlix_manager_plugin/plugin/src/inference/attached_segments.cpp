@@ -27,7 +27,11 @@ std::shared_ptr<AttachedSegment> attach(std::string_view name)
 bool AttachedSegment::write(const MessageBuffer& message)
 {
     const MutexLock lock(m_writeLock);
-    return shm_write_attached(m_view, message.pieces());
+    char* const payload = shm_write_begin(m_view, static_cast<std::uint32_t>(message.size()));
+    if (!payload)
+        return false;
+    message.copyTo(payload);
+    return true;
 }
 
 void AttachedSegments::startRun()

@@ -115,7 +115,8 @@ bool OrlixManagerInterface::decryptModel(const AssignedModel& model)
     log_debug(
         "Decrypting model file %s with key %s to %s\n", model.modelPath.c_str(),
         model.keyPath.c_str(), model.runtimePath.c_str());
-    const bool decrypted = decryptModelFile({key.get(), keySize}, model.modelPath, model.runtimePath);
+    const bool decrypted =
+        decryptModelFile({key.get(), keySize}, model.modelPath, model.runtimePath);
     OPENSSL_cleanse(key.get(), keySize);
     if (!decrypted)
     {

@@ -1,9 +1,27 @@
 #include "inference/message_buffer.h"
 
 #include "inference/protocol.h"
+#include "utils/copy_to_shared.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
+
+void MessageBuffer::copyTo(char* target) const
+{
+    SharedCopy copy(target, size());
+    copy.append(m_encoded.data(), m_imageOffset);
+    const std::size_t rowSize = std::size_t{m_image.width} * protocol::kChannels;
+    if (m_image.lineSize == rowSize)
+    {
+        copy.append(m_image.pixels, m_imageSize);
+    }
+    else
+    {
+        for (std::size_t row = 0; row < m_image.height; ++row)
+            copy.append(m_image.pixels + row * m_image.lineSize, rowSize);
+    }
+    copy.append(m_encoded.data() + m_imageOffset, m_encodedSize - m_imageOffset);
+}
 
 void MessageBuffer::growMemory()
 {
@@ -13,29 +31,15 @@ void MessageBuffer::growMemory()
 
 void MessageBuffer::set(std::size_t encodedSize, std::size_t imageOffset, const InputImage& image)
 {
-    clear();
-    add(m_encoded.data(), imageOffset);
-    const std::size_t rowSize = std::size_t{image.width} * protocol::kChannels;
-    if (image.lineSize == rowSize)
-        add(image.pixels, rowSize * image.height);
-    else
-        for (std::size_t row = 0; row < image.height; ++row)
-            add(image.pixels + row * image.lineSize, rowSize);
-    add(m_encoded.data() + imageOffset, encodedSize - imageOffset);
+    m_encodedSize = encodedSize;
+    m_imageOffset = imageOffset;
+    m_imageSize = std::size_t{image.width} * protocol::kChannels * image.height;
+    m_image = image;
 }
 
 void MessageBuffer::clear()
 {
-    m_pieces.clear();
-    m_size = 0;
-}
-
-void MessageBuffer::add(const void* data, std::size_t size)
-{
-    if (size == 0)
-        return;
-    m_pieces.push_back({data, size});
-    m_size += size;
+    set(0, 0, InputImage{});
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

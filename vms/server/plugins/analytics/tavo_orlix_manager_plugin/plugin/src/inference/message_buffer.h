@@ -5,8 +5,6 @@
 #include <span>
 #include <vector>
 
-#include "utils/shm.h"
-
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
@@ -21,7 +19,7 @@ struct InputImage
 
 // One input message on its way to the manager application. What is encoded lies in memory that is
 // kept from frame to frame; the pixels are not copied into it: they stay in the frame until the
-// pieces are put together in the segment, so the road of a frame has one copy of them.
+// message is put together in the segment, so the road of a frame has one copy of them.
 //
 // Made by createInputMessage, taken by OrlixManagerInterface::sendInput. The frame must live until
 // then. One thread at a time.
@@ -29,10 +27,11 @@ class MessageBuffer
 {
 public:
     // Bytes of the whole message; 0 when there is none.
-    [[nodiscard]] std::size_t size() const { return m_size; }
+    [[nodiscard]] std::size_t size() const { return m_encodedSize + m_imageSize; }
 
-    // The message in its order. Valid until the next change.
-    [[nodiscard]] std::span<const ShmPiece> pieces() const { return m_pieces; }
+    // Puts the message together: size() bytes, the image's rows packed. Written past the caches, as
+    // memory that another process reads next.
+    void copyTo(char* target) const;
 
     // For whoever encodes: the memory for all but the pixels.
     [[nodiscard]] std::span<char> memory() { return m_encoded; }
@@ -47,14 +46,14 @@ public:
     void clear();
 
 private:
-    void add(const void* data, std::size_t size);
-
     // Enough for a device with a pipeline of a few models and a few masks.
     static constexpr std::size_t kInitialMemory = 16 * 1024;
 
     std::vector<char> m_encoded = std::vector<char>(kInitialMemory);
-    std::vector<ShmPiece> m_pieces; // of m_encoded and of the frame
-    std::size_t m_size = 0;
+    std::size_t m_encodedSize = 0;
+    std::size_t m_imageOffset = 0;
+    std::size_t m_imageSize = 0;
+    InputImage m_image;
 };
 
 } // namespace tavo::vms_server_plugins::analytics::orlix
