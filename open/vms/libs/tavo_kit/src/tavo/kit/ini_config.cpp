@@ -7,8 +7,10 @@
 #include <system_error>
 #include <utility>
 
-// Texts are taken as the bytes they are.
+// Texts are taken as the bytes they are, and the parser is compiled here: as a shared library it
+// would bring one more for the host to load.
 #define SI_NO_CONVERSION
+#define SI_IMPLEMENTATION
 #include <SimpleIni.h>
 
 #include <tavo/kit/debug.h>

@@ -1,0 +1,144 @@
+#include <tavo/kit/ini_config.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+namespace tavo::kit
+{
+
+namespace
+{
+
+namespace fs = std::filesystem;
+
+struct Options : IniConfig
+{
+    Options() :
+        IniConfig("options.ini")
+    {
+        regBoolParam(&isOn, true, "isOn", "A switch.");
+        regStringParam(&text, "default", "text", "A text.");
+        regIntParam(&number, 7, "number", "A number.");
+        reload();
+    }
+
+    bool isOn = false;
+    const char* text = nullptr;
+    int number = 0;
+};
+
+class IniConfigTest : public ::testing::Test
+{
+protected:
+    IniConfigTest()
+    {
+        fs::create_directories(m_folder);
+        setenv("TAVO_INI_DIR", m_folder.c_str(), /*overwrite*/ 1);
+    }
+
+    ~IniConfigTest() override { fs::remove_all(m_folder); }
+
+    void write(const std::string& content) const
+    {
+        std::ofstream(m_folder / "options.ini", std::ios::binary) << content;
+    }
+
+    const fs::path m_folder =
+        fs::path(testing::TempDir()) / ("ini_config_test_" + std::to_string(getpid()));
+};
+
+TEST_F(IniConfigTest, readsWhatMakesSenseAndReportsWhatDoesNot)
+{
+    const std::string nul("isOn=false\n\0", 12);
+    const struct
+    {
+        const char* name;
+        std::string content;
+        bool isOn;
+        const char* text;
+        int number;
+        const char* report; // part of what is told; empty: nothing
+    } kCases[] = {
+        {"empty", "", true, "default", 7, ""},
+        {"all", "isOn=false\ntext=a b=c\nnumber=-3\n", false, "a b=c", -3, ""},
+        {"blanks and line ends", " isOn = 0 \r\n\r\n\ttext\t=\tx \r\nnumber=8", false, "x", 8, ""},
+        {"comments, section, mark", "\xEF\xBB\xBF# a\n; b\n[part]\nnumber=8\n", true, "default", 8,
+         ""},
+        {"empty text", "text=\n", true, "", 7, ""},
+        {"upper case", "isOn=FALSE\n", false, "default", 7, ""},
+        {"last one counts", "number=8\nnumber=9\n", true, "default", 9, ""},
+        {"no boolean", "isOn=maybe\nnumber=8\n", true, "default", 8,
+         "isOn needs true or false, not \"maybe\""},
+        {"no number", "number=8 apples\n", true, "default", 7,
+         "number needs a whole number, not \"8 apples\""},
+        {"too large", "number=99999999999\n", true, "default", 7, "needs a whole number"},
+        {"unknown", "nmber=8\n", true, "default", 7, "unknown option nmber"},
+        {"names have a case", "Number=8\n", true, "default", 7, "unknown option Number"},
+        {"no option", "number=8\n\njust words\n", true, "default", 8,
+         "line 3 is no option: just words"},
+        {"binary", nul, true, "default", 7, "not a text file"},
+        {"huge", std::string(2'000'000, '#'), true, "default", 7, "not a text file"}};
+    for (const auto& c : kCases)
+    {
+        SCOPED_TRACE(c.name);
+        write(c.content);
+        testing::internal::CaptureStderr();
+        const Options options;
+        const std::string told = testing::internal::GetCapturedStderr();
+        EXPECT_EQ(options.isOn, c.isOn);
+        EXPECT_STREQ(options.text, c.text);
+        EXPECT_EQ(options.number, c.number);
+        EXPECT_THAT(told, testing::HasSubstr(c.report));
+        EXPECT_EQ(told.empty(), *c.report == '\0') << told;
+    }
+}
+
+TEST_F(IniConfigTest, hasDefaultsWithoutAFile)
+{
+    testing::internal::CaptureStderr();
+    const Options options;
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(options.number, 7);
+}
+
+TEST_F(IniConfigTest, reportsAFolderInPlaceOfTheFile)
+{
+    fs::create_directory(m_folder / "options.ini");
+    testing::internal::CaptureStderr();
+    const Options options;
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr("is not a file"));
+    EXPECT_EQ(options.number, 7);
+}
+
+TEST_F(IniConfigTest, reloadsAndKeepsTextsAlive)
+{
+    write("text=first\nnumber=8\n");
+    Options options;
+    const char* const first = options.text;
+    write("text=second\n");
+    options.reload();
+    EXPECT_STREQ(options.text, "second");
+    EXPECT_EQ(options.number, 7);
+    EXPECT_STREQ(first, "first");
+}
+
+TEST_F(IniConfigTest, looksWhereTheEnvironmentSays)
+{
+    setenv("XDG_CONFIG_HOME", "/config", 1);
+    setenv("HOME", "/home/someone", 1);
+    EXPECT_EQ(Options().iniFilePath(), m_folder / "options.ini");
+    unsetenv("TAVO_INI_DIR");
+    EXPECT_EQ(Options().iniFilePath(), "/config/tavo_ini/options.ini");
+    setenv("XDG_CONFIG_HOME", "", 1);
+    EXPECT_EQ(Options().iniFilePath(), "/home/someone/.config/tavo_ini/options.ini");
+    unsetenv("HOME");
+    EXPECT_EQ(Options().iniFilePath(), "");
+}
+
+} // namespace
+
+} // namespace tavo::kit
