@@ -69,13 +69,17 @@ public:
     CapturedLog(const CapturedLog&) = delete;
     CapturedLog& operator=(const CapturedLog&) = delete;
 
-    // The texts of all lines so far, without their heads.
+    // The texts of all lines so far, without their heads. A line of a text that has several has
+    // none.
     [[nodiscard]] std::string text() const
     {
         std::istringstream lines(contentOf(m_path));
         std::string all;
         for (std::string line; std::getline(lines, line);)
-            all += line.substr(line.find(": ") + 2) + "\n";
+        {
+            const std::size_t head = line.find(": ");
+            all += (head == std::string::npos ? line : line.substr(head + 2)) + "\n";
+        }
         return all;
     }
 
