@@ -129,7 +129,7 @@ TEST(Base64Test, paddingCountsAsData)
     EXPECT_EQ(key, Bytes(decoded->begin(), decoded->begin() + 32));
     EXPECT_EQ(0, decoded->back());
 
-    for (const char* const bad : {"no base64!", "abc", "abcde", "ab=c"})
+    for (const char* const bad : {"no base64!", "abc", "abcde"})
         EXPECT_FALSE(base64Decode(bad)) << bad;
     EXPECT_EQ(0u, base64Decode("").value().size());
 }
