@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include <mpack.h>
@@ -19,6 +20,8 @@
 #include "device_agent/device_settings.h"
 #include "device_agent/frame_clock.h"
 #include "device_agent/pipeline_tree.h"
+#include "device_agent/setting_values.h"
+#include "device_agent/settings_model_builder.h"
 #include "device_agent/throughput.h"
 #include "device_agent/tracker.h"
 #include "inference/message_buffer.h"
@@ -28,6 +31,7 @@ namespace tavo::vms_server_plugins::analytics::orlix
 {
 
 class Engine;
+struct DeviceModels;
 
 // One camera that has the integration switched on: takes its frames and settings from the host and
 // gives back metadata, manifests and settings models. The camera's lasting configuration lies in
@@ -88,38 +92,41 @@ protected:
     // The catalogue without a pipeline's classes: these come with the first pushed manifest.
     std::string manifestString() const override;
     bool pushUncompressedVideoFrame(
-        sdk::Ptr<const sdk::analytics::IUncompressedVideoFrame> frame) override;
+        sdk::Ptr<const sdk::analytics::IUncompressedVideoFrame> videoFrame) override;
     // Throws std::invalid_argument or std::out_of_range for a time that is no number.
     sdk::Result<const sdk::ISettingsResponse*> settingsReceived() override;
 
 private:
-    using SettingValues = std::map<std::string, std::string>;
-    using AgentErrors = std::map<std::int32_t, std::string>;
-
     // Frames.
     [[nodiscard]] bool frameMayPass() const REQUIRES(settingsLock());
-    [[nodiscard]] bool makeInputMessage(const InputImage& image, std::uint64_t timestampUs)
+    void warnOfAge(std::uint64_t passedAtUs, std::uint64_t timestampUs) const;
+    [[nodiscard]] bool imageToSend(
+        const sdk::analytics::IUncompressedVideoFrame& frame, InputImage& image) const
         REQUIRES(settingsLock());
+    [[nodiscard]] bool makeInputMessage(const InputImage& image, std::uint64_t timestampUs)
+        REQUIRES(settingsLock()) EXCLUDES(m_pipelineLock);
 
     // Results.
     void measureThroughput(std::uint64_t timestampUs, sdk::analytics::EventMetadataPacket& events)
         REQUIRES(settingsLock());
     void handleObjects(mpack_node_t root, std::uint64_t timestampUs) REQUIRES(settingsLock());
-    void handleEvents(mpack_node_t root, sdk::analytics::EventMetadataPacket& events)
+    void addEvents(mpack_node_t root, sdk::analytics::EventMetadataPacket& events)
         REQUIRES(settingsLock());
 
     // Pipelines.
-    [[nodiscard]] std::string adminUrlFromOverride() const;
-    [[nodiscard]] std::unique_ptr<PipelineTree> readPipelines(yyjson_val* tavoAi);
-    void setAgentError(std::int32_t key, const std::string& text);
-    [[nodiscard]] AgentErrors agentErrors() const;
+    [[nodiscard]] std::optional<std::string> readAdminUrl(yyjson_val* tavoAi) const;
+    [[nodiscard]] std::unique_ptr<PipelineTree> readPipelines(yyjson_val* pipelines);
+    void adoptPipelines(std::unique_ptr<PipelineTree> tree, const DeviceModels& models)
+        REQUIRES(settingsLock()) EXCLUDES(m_pipelineLock);
+    void setAgentError(std::int32_t key, const std::string& text) EXCLUDES(m_agentErrorsMutex);
+    void clearAgentError(std::int32_t key) EXCLUDES(m_agentErrorsMutex);
+    [[nodiscard]] AgentErrors agentErrors() const EXCLUDES(m_agentErrorsMutex);
     void writeModelNms(const std::map<std::string, float>& newValues);
 
-    // Settings.
+    // Settings and buttons.
     void applySettings() EXCLUDES(settingsLock());
-    void selectPipeline(const std::string& uuid, MutexLock& lock) REQUIRES(settingsLock());
-    void applyModelNms(const SettingValues& current) REQUIRES(settingsLock());
-    [[nodiscard]] std::string settingsModel(const DeviceSettings& settings) const;
+    void carryOut(const std::string& buttonName, SettingValues& values);
+    void chooseLibrary(const std::string& library);
 
     // Constant after construction.
     const std::string m_deviceId;

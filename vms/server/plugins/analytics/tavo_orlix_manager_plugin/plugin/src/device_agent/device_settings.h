@@ -10,6 +10,9 @@
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
+// What selectedPipeline holds when the device's pipeline is none of those that the cloud offers.
+inline constexpr char kCustomPipeline[] = "Custom";
+
 // A pipeline that the cloud offers for a device.
 struct PipelineOption
 {
@@ -48,7 +51,7 @@ struct DeviceSettings
     std::vector<std::vector<float>> masks; // each x, y, x, y, ...
     std::vector<float> cropBox; // x1, y1, x2, y2 with x1 <= x2, y1 <= y2, or empty
     std::vector<PipelineOption> availablePipelines;
-    std::string selectedPipeline; // an option's uuid, or "Custom"
+    std::string selectedPipeline; // an option's uuid, or kCustomPipeline
     std::vector<ModelNmsEntry> modelNms;
 };
 

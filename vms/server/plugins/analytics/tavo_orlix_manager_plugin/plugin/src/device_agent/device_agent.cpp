@@ -1,0 +1,52 @@
+#include "device_agent/device_agent.h"
+
+#include <tavo/sdk/uuid.h>
+
+#include "core/engine.h"
+#include "core/ini.h"
+#include "device_agent/manifest_builder.h"
+#include "device_agent/settings_cache.h"
+#include "utils/log.h"
+
+// Frames are in frame_intake.cpp, results in result_handling.cpp, pipelines in pipelines.cpp,
+// settings in settings_processing.cpp, buttons in active_settings.cpp.
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+DeviceAgent::DeviceAgent(
+    const sdk::analytics::IDeviceInfo* deviceInfo, std::size_t deviceNumber, Engine* engine,
+    std::string settingsCacheDir) :
+    ConsumingDeviceAgent(deviceInfo, ini().enableOutput),
+    m_deviceId(sdk::Uuid::fromText(deviceInfo->id()).toText()),
+    m_deviceName(deviceInfo->name()),
+    m_deviceNumber(deviceNumber),
+    m_engine(engine),
+    m_settingsCachePath(settingsCachePath(settingsCacheDir, m_deviceId))
+{
+    log_debug("Device agent started: %s\n", m_deviceId.c_str());
+    log_debug("Device agent loading settings\n");
+    {
+        const MutexLock lock(settingsLock());
+        m_settingsValues = loadSettingsCache(m_settingsCachePath);
+    }
+    log_debug("Device agent processing settings\n");
+    setPluginEnabled(true);
+}
+
+DeviceAgent::~DeviceAgent()
+{
+    log_info("Destroying Device Agent %zu\n", static_cast<std::size_t>(m_deviceNumber));
+    m_engine->removeDeviceAgent(static_cast<std::size_t>(m_deviceNumber));
+    setPluginEnabled(false);
+    const MutexLock lock(m_pipelineLock);
+    m_pipelineTree.reset();
+    m_pipelineParsed = false;
+}
+
+std::string DeviceAgent::manifestString() const
+{
+    return deviceManifestBuilder(DeviceSettings(), m_engine->managerInterface());
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

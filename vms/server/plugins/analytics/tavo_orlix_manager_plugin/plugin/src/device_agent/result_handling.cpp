@@ -1,0 +1,130 @@
+// The road of a result: from a decoded message to the packets that the host gets. All of it runs
+// on the listener's thread under settingsLock(), which the host's handler is called with.
+
+#include <iterator>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <tavo/sdk/ptr.h>
+
+#include "device_agent/class_objects.h"
+#include "device_agent/device_agent.h"
+#include "device_agent/events.h"
+#include "device_agent/node_text.h"
+#include "device_agent/object_packet.h"
+#include "inference/protocol.h"
+#include "utils/clock.h"
+#include "utils/log.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+namespace
+{
+
+namespace key = protocol::key;
+
+constexpr std::int64_t kEventDurationUs = 1'000'000;
+
+bool isVisualised(const DeviceSettings& settings, const std::string& className)
+{
+    const auto entry = settings.visualiseClasses.find(className);
+    return entry == settings.visualiseClasses.end() || entry->second;
+}
+
+} // namespace
+
+// 1. Ignore a result without a timestamp, also one that cannot be read.
+// 2. Start the packet of all its events.
+// 3. Measure the throughput.
+// 4. Hand over the objects.
+// 5. Add what was counted, scored and detected, and hand over the events.
+void DeviceAgent::handleResultMessage(mpack_node_t root)
+{
+    const MutexLock lock(settingsLock());
+    const std::uint64_t timestampUs = mpack_node_u64(mpack_node_map_cstr(root, key::kTimestamp));
+    if (timestampUs == 0)
+    {
+        // Without a line end, as operators know it.
+        log_info("Warning: Timestamp of 0 received. Ignoring input message.");
+        return;
+    }
+
+    auto events = sdk::makePtr<sdk::analytics::EventMetadataPacket>();
+    events->setTimestampUs(packetTimestampUs(timestampUs));
+    events->setDurationUs(kEventDurationUs);
+
+    measureThroughput(timestampUs, *events);
+    if (mpack_node_map_contains_cstr(root, key::kBoxes))
+        handleObjects(root, timestampUs);
+    addEvents(root, *events);
+    pushMetadataPacket(std::move(events));
+}
+
+void DeviceAgent::measureThroughput(
+    std::uint64_t timestampUs, sdk::analytics::EventMetadataPacket& events)
+{
+    const auto figures = m_throughput.note(time_now_us(), m_frameClock.passedAtUs(timestampUs));
+    if (!figures)
+        return;
+    log_info("Device %s average FPS: %.2fFPS\n", m_deviceId.c_str(), figures->fps);
+    addFpsEvent(*figures, events);
+}
+
+void DeviceAgent::handleObjects(mpack_node_t root, std::uint64_t timestampUs)
+{
+    const std::int64_t width = mpack_node_i64(mpack_node_map_cstr(root, key::kWidth));
+    const std::int64_t height = mpack_node_i64(mpack_node_map_cstr(root, key::kHeight));
+    const mpack_node_t boxes = mpack_node_map_cstr(root, key::kBoxes);
+    const mpack_node_t metadata = mpack_node_map_cstr_optional(root, key::kObjectsMetaData);
+    const std::size_t classCount = mpack_node_map_count(boxes);
+    log_debug("Device agent received bboxes classes: %zu\n", classCount);
+
+    ObjectsByClass objects;
+    objects.reserve(classCount);
+    for (std::size_t i = 0; i < classCount; ++i)
+    {
+        const std::string className(readName(mpack_node_map_key_at(boxes, i)));
+        if (mpack_node_error(root) != mpack_ok)
+            break; // the classes read so far still go out
+        if (!isVisualised(m_settings, className))
+        {
+            log_debug("Not visualising class: %s\n", className.c_str());
+            continue;
+        }
+        const mpack_node_t classMetadata = metadataWithIds(metadata, className);
+        const bool hasIds = !mpack_node_is_missing(classMetadata);
+        const mpack_node_t classBoxes = mpack_node_map_value_at(boxes, i);
+        log_debug(
+            "Class %s has num coordinates: %zu\n", className.c_str(),
+            mpack_node_bin_size(classBoxes) / sizeof(float));
+
+        auto detections = readClassObjects(classBoxes, classMetadata, className, timestampUs);
+        if (!hasIds)
+            m_tracker.trackClass(detections, className);
+        std::vector<TrackedObject>& objectsOfClass = objects[className];
+        objectsOfClass.insert(
+            objectsOfClass.end(), std::make_move_iterator(detections.begin()),
+            std::make_move_iterator(detections.end()));
+    }
+
+    if (auto packet = buildObjectPacket(objects, timestampUs, width, height, m_settings))
+        pushMetadataPacket(std::move(packet));
+}
+
+void DeviceAgent::addEvents(mpack_node_t root, sdk::analytics::EventMetadataPacket& events)
+{
+    if (mpack_node_map_contains_cstr(root, key::kCounts))
+    {
+        addCountedEvent(
+            readCounts(mpack_node_map_cstr(root, key::kCounts)), m_countHistory, events);
+    }
+    if (mpack_node_map_contains_cstr(root, key::kScores))
+        addCategoryEvent(readBestLabel(mpack_node_map_cstr(root, key::kScores)), events);
+    if (mpack_node_map_contains_cstr(root, key::kEvents))
+        addCustomEvents(mpack_node_map_cstr(root, key::kEvents), events);
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix
