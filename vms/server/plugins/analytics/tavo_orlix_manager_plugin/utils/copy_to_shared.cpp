@@ -32,7 +32,8 @@ void streamLines(char* target, const char* source, std::size_t lines)
     auto* from = reinterpret_cast<const __m128i*>(source);
     for (std::size_t i = 0; i < lines; ++i, to += 4, from += 4)
     {
-        _mm_prefetch(reinterpret_cast<const char*>(from) + kAhead, _MM_HINT_NTA);
+        const std::uintptr_t ahead = reinterpret_cast<std::uintptr_t>(from) + kAhead;
+        _mm_prefetch(reinterpret_cast<const char*>(ahead), _MM_HINT_NTA);
         const __m128i a = _mm_loadu_si128(from);
         const __m128i b = _mm_loadu_si128(from + 1);
         const __m128i c = _mm_loadu_si128(from + 2);
