@@ -10,7 +10,7 @@ extern "C" {
 #include <libswscale/swscale.h>
 }
 
-// Owners for libav's objects, and its error texts.
+// Owners for libav's objects, and what it says.
 
 namespace tavo::devkit
 {
@@ -27,6 +27,12 @@ using CodecContext = std::unique_ptr<AVCodecContext, LibavDeleter>;
 using Frame = std::unique_ptr<AVFrame, LibavDeleter>;
 using Packet = std::unique_ptr<AVPacket, LibavDeleter>;
 using Scaler = std::unique_ptr<SwsContext, LibavDeleter>;
+
+// Leaves what fails for good to the exceptions, and broken pictures to the eye.
+inline void quietLibav()
+{
+    av_log_set_level(AV_LOG_FATAL);
+}
 
 [[nodiscard]] inline std::string libavErrorText(int code)
 {

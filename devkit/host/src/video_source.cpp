@@ -130,6 +130,7 @@ VideoSource::VideoSource(
     m_stream(std::make_unique<Stream>())
 {
     Stream& stream = *m_stream;
+    quietLibav();
     stream.stop = std::move(stop);
     stream.size = size;
     stream.input = openInput(url, &stream.stop);

@@ -54,7 +54,8 @@ struct VideoWriter::Output
     Packet packet{av_packet_alloc()};
     Scaler scaler;
     int64_t firstUs = -1;
-    int64_t nextPts = 0;
+    int64_t lastPts = -1; // in the encoder's time base, like the next
+    int64_t step = 1;     // between the last two pictures
 
     void openEncoder(int width, int height);
     void encode(const AVFrame* next);
@@ -93,6 +94,8 @@ void VideoWriter::Output::encode(const AVFrame* next)
         if (code == AVERROR(EAGAIN) || code == AVERROR_EOF)
             return;
         check(code, file);
+        // Some containers show the last picture only for as long as it says.
+        packet->duration = step;
         av_packet_rescale_ts(packet.get(), encoder->time_base, stream->time_base);
         packet->stream_index = stream->index;
         check(av_interleaved_write_frame(context.get(), packet.get()), file);
@@ -103,6 +106,7 @@ VideoWriter::VideoWriter(const std::string& file, int width, int height) :
     m_output(std::make_unique<Output>())
 {
     Output& output = *m_output;
+    quietLibav();
     output.file = file;
     AVFormatContext* context = nullptr;
     check(avformat_alloc_output_context2(&context, nullptr, nullptr, file.c_str()), file);
@@ -142,8 +146,10 @@ void VideoWriter::write(const uint8_t* pixels, int width, int height, int lineSi
         output.firstUs = timeUs;
     const int64_t pts =
         av_rescale_q(timeUs - output.firstUs, {1, 1'000'000}, output.encoder->time_base);
-    frame.pts = std::max(pts, output.nextPts);
-    output.nextPts = frame.pts + 1;
+    frame.pts = std::max(pts, output.lastPts + 1);
+    if (output.lastPts >= 0)
+        output.step = frame.pts - output.lastPts;
+    output.lastPts = frame.pts;
     frame.quality = output.encoder->global_quality;
     output.encode(&frame);
 }

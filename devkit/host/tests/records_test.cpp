@@ -1,0 +1,137 @@
+#include <gtest/gtest.h>
+
+#include "json.h"
+#include "json_merge.h"
+#include "record_store.h"
+#include "records.h"
+#include "temp_folder.h"
+
+namespace tavo::devkit
+{
+
+TEST(JsonMerge, appliesAPatchMemberByMember)
+{
+    const struct
+    {
+        const char* name;
+        const char* original;
+        const char* patch;
+        const char* expected;
+    } kCases[] = {
+        {"adds", R"({"a":1})", R"({"b":2})", R"({"a":1,"b":2})"},
+        {"replaces in place", R"({"a":1,"b":2})", R"({"a":{"x":[1]}})", R"({"a":{"x":[1]},"b":2})"},
+        {"null removes", R"({"a":1,"b":2})", R"({"a":null,"c":null})", R"({"b":2})"},
+        {"goes deep", R"({"p":{"t":{"x":1,"y":2}}})", R"({"p":{"t":{"x":null,"z":3}}})",
+         R"({"p":{"t":{"y":2,"z":3}}})"},
+        {"an array is a value", R"({"a":[1,2,3]})", R"({"a":[4]})", R"({"a":[4]})"},
+        {"an object replaces what is none", R"({"a":"x"})", R"({"a":{"b":1,"c":null}})",
+         R"({"a":{"b":1}})"},
+        {"no change, no byte", R"({"a":1,"b":{"c":0.5}})", R"({"b":{"c":0.5}})",
+         R"({"a":1,"b":{"c":0.5}})"},
+        {"a patch that is no object replaces all", R"({"a":1})", R"([7])", R"([7])"},
+    };
+    for (const auto& c : kCases)
+    {
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(mergePatch(c.original, c.patch), c.expected);
+    }
+    EXPECT_EQ(mergePatch("{}", "{"), std::nullopt);
+    EXPECT_EQ(mergePatch("", "{}"), std::nullopt);
+}
+
+// Both stores behave alike.
+class RecordStoreTest : public testing::TestWithParam<bool>
+{
+protected:
+    std::unique_ptr<RecordStore> open() const
+    {
+        return GetParam() ? openDatabaseRecordStore(m_folder.file("records.db"))
+                          : makeMemoryRecordStore();
+    }
+
+private:
+    TempFolder m_folder;
+};
+
+TEST_P(RecordStoreTest, keepsTextsByKindAndIdInTheOrderOfTheirFirstPut)
+{
+    const auto store = open();
+    store->put(RecordKind::device, "b", "1");
+    store->put(RecordKind::device, "a", "2");
+    store->put(RecordKind::settings, "b", "3");
+    store->put(RecordKind::device, "b", R"({"t":"'; zwölf"})");
+
+    EXPECT_EQ(store->find(RecordKind::device, "b"), R"({"t":"'; zwölf"})");
+    EXPECT_EQ(store->find(RecordKind::settings, "b"), "3");
+    EXPECT_EQ(store->find(RecordKind::server, "b"), std::nullopt);
+    EXPECT_EQ(store->ids(RecordKind::device), (std::vector<std::string>{"b", "a"}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Stores, RecordStoreTest, testing::Bool());
+
+TEST(DatabaseRecordStore, findsItsRecordsAgain)
+{
+    const TempFolder folder;
+    openDatabaseRecordStore(folder.file("records.db"))->put(RecordKind::server, "this", "{}");
+    const auto again = openDatabaseRecordStore(folder.file("records.db"));
+    EXPECT_EQ(again->find(RecordKind::server, "this"), "{}");
+}
+
+TEST(DatabaseRecordStore, saysWhyItCannotOpen)
+{
+    EXPECT_THROW((void)openDatabaseRecordStore("/nowhere/at/all/records.db"), std::runtime_error);
+}
+
+TEST(SeedRecords, makesWhatIsMissingAndKeepsWhatIsThere)
+{
+    const auto store = makeMemoryRecordStore();
+    seedRecords(*store, R"({"cloudAuthToken": "t", "devices": [{"id": "{ABC}", "name": "x"}]})", 3);
+    ASSERT_EQ(
+        store->ids(RecordKind::device),
+        (std::vector<std::string>{"{ABC}", defaultDeviceId(0), defaultDeviceId(1)}));
+    EXPECT_EQ(store->find(RecordKind::device, "{ABC}"), R"({"id":"{ABC}","name":"x"})");
+    EXPECT_EQ(readIdentity(*store).cloudAuthToken, "t");
+    EXPECT_FALSE(readIdentity(*store).cloudSystemId.empty());
+
+    // The next start, with the same file: patched records stay, the identity is taken anew.
+    store->put(RecordKind::device, "{ABC}", R"({"id":"{ABC}","name":"patched"})");
+    seedRecords(*store, R"({"cloudSystemId": "", "devices": [{"id": "abc", "name": "x"}]})", 1);
+    EXPECT_EQ(store->ids(RecordKind::device).size(), 3u);
+    EXPECT_EQ(store->find(RecordKind::device, "{ABC}"), R"({"id":"{ABC}","name":"patched"})");
+    EXPECT_EQ(readIdentity(*store).cloudAuthToken, "t");
+    EXPECT_EQ(readIdentity(*store).cloudSystemId, "");
+}
+
+TEST(SeedRecords, refusesWhatIsOfNoUse)
+{
+    for (const char* text : {"{", "[]", R"({"devices": [{"name": "no id"}]})"})
+    {
+        SCOPED_TRACE(text);
+        EXPECT_THROW(seedRecords(*makeMemoryRecordStore(), text, 1), std::runtime_error);
+    }
+}
+
+// The plugin processes such a device's parameters without asking the cloud for anything.
+TEST(DefaultRecords, describeADeviceThatTheCloudHasConfigured)
+{
+    const auto store = makeMemoryRecordStore();
+    seedRecords(*store, {}, 1);
+    const JsonDocument device =
+        parseJson(store->find(RecordKind::device, defaultDeviceId(0)).value_or(""));
+    const auto at = [&](const char* pointer) { return yyjson_doc_ptr_get(device.get(), pointer); };
+    EXPECT_STREQ(
+        yyjson_get_str(at("/parameters/tavoAI/models/0/NamedOutput/0/Name")),
+        "bboxes-format:xyxy;0:person");
+    EXPECT_TRUE(yyjson_is_arr(at("/parameters/tavoAI/models/0/Downloads")));
+    EXPECT_TRUE(yyjson_equals(
+        at("/parameters/tavoAI/models/0/UUID"), at("/parameters/tavoAI/pipelines/0/modelUUID")));
+    EXPECT_TRUE(yyjson_is_str(at("/parameters/tavoAI/deviceAdmin")));
+
+    const JsonDocument server =
+        parseJson(store->find(RecordKind::server, kServerRecordId).value_or(""));
+    EXPECT_EQ(
+        yyjson_get_str(yyjson_doc_ptr_get(server.get(), "/parameters/tavoAI/siteID")),
+        readIdentity(*store).cloudSystemId);
+}
+
+} // namespace tavo::devkit
