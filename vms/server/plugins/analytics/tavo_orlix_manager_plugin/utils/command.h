@@ -15,7 +15,8 @@ struct CommandResult
 };
 
 // Runs a command and waits for its end, without a time-out. No shell is involved: a line that needs
-// one must name it. Any thread may call; nothing throws.
+// one must name it. The command has no standard input; what it leaves running ends with it, and
+// both with this process. Any thread may call; nothing throws.
 [[nodiscard]] CommandResult runCommand(const std::string& commandLine);
 
 // The words of a line: split at blanks, except between double quotes, which are dropped. There is

@@ -19,6 +19,7 @@ inline constexpr PipeHandle kInvalidPipe = -1;
 struct PipeEnd
 {
     PipeHandle handle = kInvalidPipe;
+    bool dataReady = false; // pipe_wait_any saw a byte here while it served another pair
 
     PipeEnd() = default;
     explicit PipeEnd(PipeHandle owned) :
@@ -70,10 +71,10 @@ int pipe_write_byte(const PipePair& pair, int side, std::uint8_t byte);
 // Waits `seconds` for a byte. Gives it, kPipeTimeout, or kPipeFailed.
 [[nodiscard]] int pipe_read_byte_timeout(const PipePair& pair, int side, int seconds);
 
-// Waits a second for a byte on any of the pairs. Gives the index of the pair that `byte` came from,
-// or pairs.size() if none came.
+// Waits a second for a byte on any of the pairs, of which none is passed over for long. Gives the
+// index of the pair that `byte` came from, or pairs.size() if none came.
 [[nodiscard]] std::size_t pipe_wait_any(
-    std::span<const PipePair* const> pairs, int side, std::uint8_t* byte);
+    std::span<PipePair* const> pairs, int side, std::uint8_t* byte);
 
 // All that can be read now, without waiting; nothing when a read fails.
 [[nodiscard]] std::optional<std::string> pipe_read_text(const PipeEnd& end);

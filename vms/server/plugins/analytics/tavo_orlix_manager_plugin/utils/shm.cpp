@@ -1,13 +1,13 @@
 #include "utils/shm.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstring>
 #include <random>
 #include <utility>
 
 #include "utils/clock.h"
 #include "utils/copy_to_shared.h"
+#include "utils/handle_text.h"
 #include "utils/log.h"
 #include "utils/shm_calls.h"
 #include "utils/system_error.h"
@@ -213,16 +213,7 @@ const char* shm_read_attached(const ShmView& view, std::uint32_t& size, const ch
 
 bool shm_from_string(const std::string& text, ShmHandle& handle)
 {
-    const char* first = text.data();
-    const char* const last = first + text.size();
-    if (text.starts_with("0x"))
-        first += 2;
-    ShmHandle parsed = kNoShm;
-    const auto result = std::from_chars(first, last, parsed, 16);
-    if (result.ec != std::errc() || result.ptr != last)
-        return false;
-    handle = parsed;
-    return true;
+    return handle_from_string(text, handle);
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,0 +1,218 @@
+#include "utils/posix/kept_program.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <string>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <vector>
+
+#include "utils/deadline.h"
+#include "utils/posix/keeper/protocol.h"
+#include "utils/posix/keeper_file.h"
+
+extern char** environ;
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+namespace
+{
+
+constexpr int kAnswerMs = 10'000; // for what takes a few milliseconds
+constexpr int kEndMs = 2'000; // likewise; a tree that resists is left to its keeper
+
+// How the keeper is to be started: the host's descriptors, signals and session are not its own.
+class SpawnPlan
+{
+public:
+    SpawnPlan()
+    {
+        posix_spawn_file_actions_init(&m_actions);
+        posix_spawnattr_init(&m_attributes);
+        sigset_t all;
+        sigset_t none;
+        sigfillset(&all);
+        sigemptyset(&none);
+        posix_spawnattr_setsigdefault(&m_attributes, &all);
+        posix_spawnattr_setsigmask(&m_attributes, &none);
+        posix_spawnattr_setflags(
+            &m_attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSID);
+    }
+    ~SpawnPlan()
+    {
+        posix_spawn_file_actions_destroy(&m_actions);
+        posix_spawnattr_destroy(&m_attributes);
+    }
+    SpawnPlan(const SpawnPlan&) = delete;
+    SpawnPlan& operator=(const SpawnPlan&) = delete;
+
+    void setStream(int target, ProgramStream stream)
+    {
+        if (stream.kind == ProgramStream::nowhere)
+            posix_spawn_file_actions_addopen(&m_actions, target, "/dev/null", O_RDWR, 0);
+        else if (stream.kind == ProgramStream::descriptor)
+            give(target, stream.number);
+    }
+    void give(int target, int descriptor)
+    {
+        posix_spawn_file_actions_adddup2(&m_actions, descriptor, target);
+    }
+
+    // Gives errno, or 0.
+    [[nodiscard]] int run(pid_t& process, int file, char* const* arguments) const
+    {
+        const std::string path = "/proc/self/fd/" + std::to_string(file);
+        return posix_spawn(&process, path.c_str(), &m_actions, &m_attributes, arguments, environ);
+    }
+
+private:
+    posix_spawn_file_actions_t m_actions;
+    posix_spawnattr_t m_attributes;
+};
+
+// Repeats an interrupted wait. True when there is something to be received, or the other end is
+// gone.
+bool isReadable(int descriptor, int timeoutMs)
+{
+    const Deadline deadline(timeoutMs);
+    for (;;)
+    {
+        pollfd polled{descriptor, POLLIN, 0};
+        const int ready = poll(&polled, 1, timeoutMs < 0 ? -1 : deadline.remainingMs());
+        if (ready >= 0 || errno != EINTR)
+            return ready > 0;
+    }
+}
+
+// False, with nothing changed, when the keeper has ended.
+bool receive(int socket, KeeperMessage& message)
+{
+    return recv(socket, &message, sizeof message, MSG_DONTWAIT) == sizeof message;
+}
+
+std::vector<char*> keeperArguments(const std::string& host, const char* const* arguments)
+{
+    std::vector<char*> all{const_cast<char*>("orlix_keeper"), const_cast<char*>(host.c_str())};
+    for (; *arguments; ++arguments)
+        all.push_back(const_cast<char*>(*arguments));
+    all.push_back(nullptr);
+    return all;
+}
+
+} // namespace
+
+KeptProgram KeptProgram::start(
+    const char* const* arguments, ProgramStream output, ProgramStream errors, StartFailure& failure)
+{
+    KeptProgram program;
+    if (program.spawnKeeper(arguments, output, errors, failure))
+        failure = program.takeAnswer();
+    return program;
+}
+
+bool KeptProgram::spawnKeeper(
+    const char* const* arguments, ProgramStream output, ProgramStream errors, StartFailure& failure)
+{
+    failure = {StartFailure::noKeeper, 0};
+    int ends[2];
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0)
+    {
+        failure.systemError = errno;
+        return false;
+    }
+    m_socket.reset(ends[0]);
+    const UniqueDescriptor keeperEnd = aboveStandard(UniqueDescriptor(ends[1]));
+    SpawnPlan plan;
+    plan.setStream(STDIN_FILENO, {ProgramStream::nowhere});
+    plan.setStream(STDOUT_FILENO, output);
+    plan.setStream(STDERR_FILENO, errors);
+    plan.give(kKeeperSocket, keeperEnd.get());
+    const std::string host = std::to_string(getpid());
+    const std::vector<char*> keeper = keeperArguments(host, arguments);
+    for (int attempt = 0; attempt < kKeeperAttempts; ++attempt)
+    {
+        const UniqueDescriptor file = openKeeper(attempt, arguments[0]);
+        failure.systemError = file ? plan.run(m_keeper, file.get(), keeper.data()) : errno;
+        if (failure.systemError == 0)
+        {
+            m_keeperDescriptor.reset(static_cast<int>(syscall(SYS_pidfd_open, m_keeper, 0)));
+            return true;
+        }
+    }
+    m_keeper = 0;
+    return false;
+}
+
+StartFailure KeptProgram::takeAnswer()
+{
+    KeeperMessage message = {};
+    if (!isReadable(m_socket.get(), kAnswerMs))
+        return {StartFailure::noKeeper, ETIMEDOUT};
+    if (!receive(m_socket.get(), message))
+        return {StartFailure::noKeeper, ECHILD};
+    if (message.event == kKeeperStarted)
+    {
+        m_program = message.value;
+        return {};
+    }
+    return {
+        message.event == kKeeperNoJob ? StartFailure::noJob : StartFailure::noProgram,
+        message.value};
+}
+
+KeptProgram::~KeptProgram()
+{
+    if (m_keeper != 0)
+        endKeeper();
+}
+
+KeptProgram::KeptProgram(KeptProgram&& other) noexcept :
+    m_keeper(std::exchange(other.m_keeper, 0)),
+    m_program(other.m_program),
+    m_keeperDescriptor(std::move(other.m_keeperDescriptor)),
+    m_socket(std::move(other.m_socket)),
+    m_hasEnded(other.m_hasEnded),
+    m_exitCode(other.m_exitCode)
+{}
+
+bool KeptProgram::waitForEnd(int timeoutMs)
+{
+    if (m_hasEnded || !isReadable(m_socket.get(), timeoutMs))
+        return m_hasEnded;
+    // A keeper that was killed took the program along.
+    KeeperMessage message = {};
+    if (receive(m_socket.get(), message))
+        m_exitCode = message.value;
+    m_hasEnded = true;
+    return true;
+}
+
+bool KeptProgram::kill()
+{
+    const char byte = kKeeperKill;
+    return send(m_socket.get(), &byte, 1, MSG_NOSIGNAL | MSG_DONTWAIT) == 1;
+}
+
+// The keeper ends once its tree is gone. It is this process's child and must be collected, but by
+// nothing that could hit another child of the host, and without counting on it: the host may ignore
+// SIGCHLD, or collect all children itself.
+void KeptProgram::endKeeper()
+{
+    shutdown(m_socket.get(), SHUT_WR);
+    const Deadline deadline(kEndMs);
+    KeeperMessage message = {};
+    bool isEnded = false;
+    while (!isEnded && isReadable(m_socket.get(), deadline.remainingMs()))
+        isEnded = !receive(m_socket.get(), message);
+    const int wait = isEnded ? 0 : WNOHANG;
+    siginfo_t ignored = {};
+    if (m_keeperDescriptor)
+        waitid(P_PIDFD, static_cast<id_t>(m_keeperDescriptor.get()), &ignored, WEXITED | wait);
+    else
+        waitid(P_PID, static_cast<id_t>(m_keeper), &ignored, WEXITED | wait);
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

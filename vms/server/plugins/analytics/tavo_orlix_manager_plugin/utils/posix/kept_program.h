@@ -1,0 +1,82 @@
+#pragma once
+
+#include <optional>
+#include <sys/types.h>
+
+#include "utils/posix/unique_descriptor.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+// Where one of a program's standard streams goes.
+struct ProgramStream
+{
+    enum Kind
+    {
+        nowhere,
+        inherited,
+        descriptor, // `number`, not owned
+    };
+
+    Kind kind = nowhere;
+    int number = -1;
+};
+
+// Why a program was not started.
+struct StartFailure
+{
+    enum Stage
+    {
+        none,
+        noKeeper, // nothing that could hold it
+        noJob, // the keeper cannot
+        noProgram,
+    };
+
+    Stage stage = none;
+    int systemError = 0;
+};
+
+// A program under a keeper, which ends the program and all that it has started at the end of this
+// object, or of this process. Knows the program's end without the help of SIGCHLD. One thread at a
+// time.
+class KeptProgram
+{
+public:
+    // `arguments` ends with a null pointer. Only a result without a failure may be used.
+    [[nodiscard]] static KeptProgram start(
+        const char* const* arguments, ProgramStream output, ProgramStream errors,
+        StartFailure& failure);
+
+    KeptProgram() = default;
+    ~KeptProgram();
+    KeptProgram(KeptProgram&& other) noexcept;
+    KeptProgram& operator=(KeptProgram&&) = delete;
+
+    [[nodiscard]] pid_t pid() const { return m_program; }
+
+    // Waits for the program's end; forever with a negative time-out. True if it has ended, and then
+    // exitCode() tells how, unless the keeper was killed.
+    [[nodiscard]] bool waitForEnd(int timeoutMs);
+    [[nodiscard]] std::optional<int> exitCode() const { return m_exitCode; }
+
+    // Ends the program and all that it has started, without waiting. False if that cannot be asked
+    // for.
+    [[nodiscard]] bool kill();
+
+private:
+    [[nodiscard]] bool spawnKeeper(
+        const char* const* arguments, ProgramStream output, ProgramStream errors,
+        StartFailure& failure);
+    [[nodiscard]] StartFailure takeAnswer();
+    void endKeeper();
+
+    pid_t m_keeper = 0; // a child of this process, whose end may be collected by others
+    pid_t m_program = 0;
+    UniqueDescriptor m_keeperDescriptor; // of its process; blank on a system without such
+    UniqueDescriptor m_socket;
+    bool m_hasEnded = false;
+    std::optional<int> m_exitCode;
+};
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "utils/process.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+// As process_start, for arguments that were looked at.
+[[nodiscard]] ProcessRecord process_start_checked(
+    const char* const* arguments, bool console, PipeEnd* errorPipe);
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,0 +1,98 @@
+#include "utils/pipes.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "test_support.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix::test
+{
+namespace
+{
+
+constexpr int kUp = 1;
+constexpr int kDown = 2;
+
+PipePair newPair()
+{
+    int status = -1;
+    PipePair pair = pipe_pair_new(status);
+    EXPECT_EQ(0, status);
+    return pair;
+}
+
+TEST(PipesTest, bytesTravelOnBothSides)
+{
+    const PipePair pair = newPair();
+    for (const int side : {kUp, kDown})
+    {
+        EXPECT_EQ(1, pipe_write_byte(pair, side, static_cast<std::uint8_t>(side + 40)));
+        EXPECT_EQ(side + 40, pipe_read_byte(pair, side));
+        EXPECT_EQ(253, pipe_read_byte_timeout(pair, side, 0));
+        EXPECT_EQ(1, pipe_write_byte(pair, side, 7));
+        EXPECT_EQ(7, pipe_read_byte_timeout(pair, side, 20));
+    }
+    EXPECT_TRUE(fcntl(static_cast<int>(pair.upRead.handle), F_GETFD) & FD_CLOEXEC);
+    EXPECT_TRUE(fcntl(static_cast<int>(pair.downWrite.handle), F_GETFD) & FD_CLOEXEC);
+}
+
+TEST(PipesTest, aSideIsClosedAsItsPartyUsesIt)
+{
+    PipePair pair = newPair();
+    pipe_close_side(pair, 2);
+    EXPECT_EQ(kInvalidPipe, pair.upWrite.handle);
+    EXPECT_EQ(kInvalidPipe, pair.downRead.handle);
+    EXPECT_EQ(kPipeEmpty, pipe_read_byte(pair, kUp));
+    EXPECT_EQ(kPipeTimeout, pipe_read_byte_timeout(pair, kUp, 0));
+    EXPECT_EQ(0, pipe_write_byte(pair, kDown, 1)); // without a signal
+    pipe_close_side(pair, 1);
+    EXPECT_EQ(kPipeFailed, pipe_read_byte(pair, kUp));
+    EXPECT_EQ(kPipeFailed, pipe_read_byte_timeout(pair, kUp, 0));
+}
+
+TEST(PipesTest, noPairIsPassedOver)
+{
+    PipePair first = newPair();
+    PipePair second = newPair();
+    PipePair* const pairs[] = {&first, &second};
+    std::uint8_t byte = 0;
+    pipe_write_byte(first, kUp, 1);
+    pipe_write_byte(first, kUp, 2);
+    pipe_write_byte(second, kUp, 3);
+    EXPECT_EQ(0u, pipe_wait_any(pairs, kUp, &byte));
+    EXPECT_EQ(1, byte);
+    EXPECT_EQ(1u, pipe_wait_any(pairs, kUp, &byte));
+    EXPECT_EQ(3, byte);
+    EXPECT_EQ(0u, pipe_wait_any(pairs, kUp, &byte));
+    EXPECT_EQ(2, byte);
+    EXPECT_EQ(2u, pipe_wait_any(pairs, kUp, &byte)); // after a second
+    EXPECT_EQ(2u, pipe_wait_any(pairs, kUp, nullptr));
+    EXPECT_EQ(EINVAL, errno);
+    EXPECT_EQ(0u, pipe_wait_any({}, kUp, &byte));
+}
+
+TEST(PipesTest, textIsAllThatCanBeReadNow)
+{
+    const PipePair pair = newPair();
+    EXPECT_EQ("", pipe_read_text(pair.upRead));
+    const std::string text(5000, 'x');
+    ASSERT_EQ(5000, write(static_cast<int>(pair.upWrite.handle), text.data(), text.size()));
+    EXPECT_EQ(text, pipe_read_text(pair.upRead));
+    EXPECT_EQ(std::nullopt, pipe_read_text(pipe_end_new()));
+}
+
+TEST(PipesTest, anEndIsFoundByItsPrintedHandle)
+{
+    PipePair pair = newPair();
+    char text[32];
+    std::snprintf(text, sizeof text, "%p", reinterpret_cast<void*>(pair.upRead.handle));
+    PipeEnd found = pipe_end_from_string(text);
+    EXPECT_EQ(pair.upRead.handle, found.handle);
+    pair.upRead.handle = kInvalidPipe; // it has one owner
+    EXPECT_EQ(kInvalidPipe, pipe_end_from_string("0xFFFF").handle);
+    EXPECT_EQ(kInvalidPipe, pipe_end_from_string("nothing").handle);
+}
+
+} // namespace
+} // namespace tavo::vms_server_plugins::analytics::orlix::test

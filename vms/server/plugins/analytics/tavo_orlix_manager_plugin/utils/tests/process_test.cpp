@@ -1,0 +1,367 @@
+#include "utils/process.h"
+
+#include <csignal>
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+#include "test_support.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix::test
+{
+namespace
+{
+
+ProcessRecord startShell(const std::string& script, PipeEnd* errorPipe = nullptr)
+{
+    return process_start(
+        std::vector<std::string>{"sh", "-c", script}, /*console*/ false, errorPipe);
+}
+
+// Neither running nor waiting to be collected.
+bool isGone(pid_t process)
+{
+    return kill(process, 0) != 0 && errno == ESRCH;
+}
+
+// A program that starts what is hardest to find again, and tells the ids of all in files: a child;
+// one with a session of its own; a grandchild whose parent has ended, likewise; one that ignores
+// what can be ignored.
+class ProcessTree
+{
+public:
+    ~ProcessTree()
+    {
+        for (const pid_t process : m_processes)
+            kill(process, SIGKILL); // gone already, unless the test has failed
+    }
+
+    [[nodiscard]] std::string script() const
+    {
+        const std::string sleep = "exec sleep 1000";
+        return "echo $$ > " + file(0) + "; sleep 1000 & echo $! > " + file(1) +
+            "; setsid sh -c 'echo $$ > " + file(2) + "; " + sleep + "' & " +
+            "(setsid sh -c 'echo $$ > " + file(3) + "; " + sleep + "' &) ; " +
+            "sh -c 'trap \"\" TERM INT HUP QUIT; echo $$ > " + file(4) +
+            "; while :; do sleep 1; done' & " + sleep;
+    }
+
+    // False if not all of it has come to life.
+    [[nodiscard]] bool waitForLife()
+    {
+        for (int i = 0; i < kProcesses; ++i)
+        {
+            if (!comesTrue([&] { return contentOf(file(i)).ends_with("\n"); }))
+                return false;
+            m_processes.push_back(std::stoi(contentOf(file(i))));
+        }
+        return true;
+    }
+
+    [[nodiscard]] bool endsWhole() const
+    {
+        return comesTrue(
+            [this]
+            {
+                for (const pid_t process : m_processes)
+                {
+                    if (!isGone(process))
+                        return false;
+                }
+                return true;
+            });
+    }
+
+    // False once the test is over.
+    [[nodiscard]] bool isNeeded() const { return std::filesystem::exists(m_folder.file("")); }
+
+private:
+    static constexpr int kProcesses = 5;
+
+    [[nodiscard]] std::string file(int index) const { return m_folder.file(std::to_string(index)); }
+
+    TempFolder m_folder;
+    std::vector<pid_t> m_processes;
+};
+
+// Runs `body` in a process of its own that stands in for a host; it is gone with the test.
+class StandInHost
+{
+public:
+    explicit StandInHost(const std::function<void()>& body) :
+        m_pid(fork())
+    {
+        if (m_pid == 0)
+        {
+            body();
+            for (;;)
+                pause();
+        }
+    }
+    ~StandInHost() { end(SIGKILL); }
+
+    void end(int signal)
+    {
+        if (m_pid <= 0)
+            return;
+        kill(m_pid, signal);
+        waitpid(m_pid, nullptr, 0);
+        m_pid = 0;
+    }
+
+private:
+    pid_t m_pid;
+};
+
+TEST(ProcessTest, noProcessOutlivesItsHost)
+{
+    for (const int signal : {SIGKILL, SIGTERM, SIGSEGV})
+    {
+        SCOPED_TRACE(signal);
+        ProcessTree tree;
+        ProcessRecord record;
+        StandInHost host(
+            [&]
+            {
+                // What the host forks on its own holds copies of all descriptors.
+                if (fork() == 0)
+                {
+                    while (tree.isNeeded())
+                        usleep(5000);
+                    _exit(0);
+                }
+                record = startShell(tree.script());
+                ::signal(SIGSEGV, SIG_DFL); // a sanitizer's handler takes its time
+            });
+        ASSERT_TRUE(tree.waitForLife());
+        host.end(signal);
+        EXPECT_TRUE(tree.endsWhole());
+    }
+}
+
+TEST(ProcessTest, aKillReachesTheWholeTree)
+{
+    ProcessTree tree;
+    ProcessRecord record = startShell(tree.script());
+    ASSERT_TRUE(process_started(record));
+    ASSERT_TRUE(tree.waitForLife());
+    EXPECT_EQ(9, process_kill(record));
+    EXPECT_EQ(9, process_wait(record, 20));
+    EXPECT_TRUE(tree.endsWhole());
+}
+
+TEST(ProcessTest, whatAProcessLeavesRunningEndsWithItsJob)
+{
+    for (const bool byWait : {true, false})
+    {
+        SCOPED_TRACE(byWait);
+        const TempFolder folder;
+        const std::string file = folder.file("pid");
+        ProcessRecord record =
+            startShell("setsid sh -c 'echo $$ > " + file + "; exec sleep 1000' & exit 4");
+        ASSERT_TRUE(comesTrue([&] { return contentOf(file).ends_with("\n"); }));
+        const pid_t left = std::stoi(contentOf(file));
+        if (byWait)
+        {
+            EXPECT_EQ(4, process_wait(record, 20));
+            EXPECT_EQ(nullptr, record.job);
+        }
+        else
+        {
+            int exitCode = 0;
+            EXPECT_TRUE(comesTrue([&] { return !process_is_running(record, exitCode); }));
+            EXPECT_EQ(4, exitCode);
+            EXPECT_FALSE(isGone(left));
+            record = startShell("exit 0"); // overwrites the record
+        }
+        EXPECT_TRUE(comesTrue([&] { return isGone(left); }));
+    }
+}
+
+TEST(ProcessTest, aKilledKeeperTakesTheProgramAlong)
+{
+    ProcessRecord record = startShell("exec sleep 1000");
+    ASSERT_TRUE(process_started(record));
+    const auto pid = static_cast<pid_t>(record.pid);
+    std::istringstream status(contentOf("/proc/" + std::to_string(pid) + "/stat"));
+    pid_t keeper = 0;
+    std::string skipped;
+    status >> skipped >> skipped >> skipped >> keeper;
+    ASSERT_EQ(0, kill(keeper, SIGKILL));
+    int exitCode = 0;
+    const CapturedLog log;
+    EXPECT_TRUE(comesTrue([&] { return !process_is_running(record, exitCode); }));
+    EXPECT_EQ(1, exitCode);
+    EXPECT_EQ("Error: Could not get exit code of process: No child processes\n", log.text());
+    EXPECT_TRUE(comesTrue(
+        [&]
+        {
+            const std::string state = contentOf("/proc/" + std::to_string(pid) + "/stat");
+            return state.empty() || state.find(") Z ") != std::string::npos;
+        }));
+}
+
+TEST(ProcessTest, theEndIsToldOnce)
+{
+    const struct
+    {
+        const char* script;
+        int exitCode;
+    } cases[] = {
+        {"exit 0", 0},
+        {"exit 255", 255},
+        {"kill -SEGV $$", 128 + SIGSEGV},
+        {"kill -KILL $$", 128 + SIGKILL}};
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.script);
+        ProcessRecord waited = startShell(c.script);
+        EXPECT_EQ(c.exitCode, process_wait(waited, 20));
+
+        ProcessRecord asked = startShell(c.script);
+        int exitCode = 0;
+        EXPECT_TRUE(comesTrue([&] { return !process_is_running(asked, exitCode); }));
+        EXPECT_EQ(c.exitCode, exitCode);
+        exitCode = 77;
+        const CapturedLog log;
+        EXPECT_FALSE(process_is_running(asked, exitCode));
+        EXPECT_EQ(77, exitCode);
+        EXPECT_EQ(-1, process_wait(asked, 0));
+        EXPECT_NE(nullptr, asked.job);
+        EXPECT_EQ(-1, process_kill(asked));
+        EXPECT_EQ(
+            "Warning: Could not get process handle: No such process\n"
+            "Warning: Could not get process handle to terminate: No such process\n",
+            log.text());
+    }
+}
+
+TEST(ProcessTest, aLiveProcessIsSeenAlive)
+{
+    ProcessRecord record = startShell("exec sleep 1000");
+    int exitCode = 0;
+    EXPECT_TRUE(process_is_running(record, exitCode));
+    EXPECT_EQ(259, exitCode);
+    EXPECT_EQ(-2, process_wait(record, 0));
+    EXPECT_NE(nullptr, record.job);
+}
+
+TEST(ProcessTest, theHostsWayWithItsChildrenDoesNotMatter)
+{
+    using Handler = void (*)(int);
+    const Handler ignore = SIG_IGN;
+    const Handler collectAll = [](int)
+    {
+        while (waitpid(-1, nullptr, WNOHANG) > 0)
+        {}
+    };
+    for (const Handler handler : {ignore, collectAll})
+    {
+        struct sigaction action = {};
+        struct sigaction before = {};
+        action.sa_handler = handler;
+        ASSERT_EQ(0, sigaction(SIGCHLD, &action, &before));
+        ProcessRecord record = startShell("exit 5");
+        EXPECT_EQ(5, process_wait(record, 20));
+        record = startShell("exec sleep 1000");
+        int exitCode = 0;
+        EXPECT_TRUE(process_is_running(record, exitCode));
+        EXPECT_EQ(9, process_kill(record));
+        EXPECT_EQ(9, process_wait(record, 20));
+        sigaction(SIGCHLD, &before, nullptr);
+    }
+}
+
+TEST(ProcessTest, aFullErrorPipeLosesTextAndStallsNobody)
+{
+    PipeEnd errors;
+    ProcessRecord record = startShell(
+        "echo first words >&2; i=0; while [ $i -lt 16000 ]; do "
+        "echo a line of sixty four bytes, as an application may "
+        "write many >&2; i=$((i+1)); done; exit 3",
+        &errors);
+    EXPECT_EQ(3, process_wait(record, 60));
+    const std::string text = pipe_read_text(errors).value_or("failed");
+    EXPECT_TRUE(text.starts_with("first words\na line of")) << text.substr(0, 100);
+    EXPECT_GT(text.size(), 4000u);
+    EXPECT_LT(text.size(), 1'000'000u);
+}
+
+TEST(ProcessTest, theChildHasACleanStart)
+{
+    const TempFolder folder;
+    const std::string file = folder.file("state");
+    struct sigaction before = {};
+    struct sigaction ignore = {};
+    ignore.sa_handler = SIG_IGN;
+    sigaction(SIGTERM, &ignore, &before);
+    sigset_t blocked;
+    sigset_t maskBefore;
+    sigfillset(&blocked);
+    pthread_sigmask(SIG_BLOCK, &blocked, &maskBefore);
+    const int leaky = open("/dev/null", O_RDONLY); // as a host may open it
+    ProcessRecord record = startShell(
+        "exec > " + file + "; grep SigBlk /proc/self/status; ls /proc/$$/fd; cat; kill -TERM $$");
+    pthread_sigmask(SIG_SETMASK, &maskBefore, nullptr);
+    sigaction(SIGTERM, &before, nullptr);
+    close(leaky);
+    EXPECT_EQ(128 + SIGTERM, process_wait(record, 20));
+    EXPECT_EQ("SigBlk:\t0000000000000000\n0\n1\n2\n", contentOf(file));
+}
+
+TEST(ProcessTest, whatCannotBeStartedIsTold)
+{
+    PipeEnd errors;
+    const CapturedLog log;
+    const char* const none[] = {nullptr};
+    const char* const empty[] = {"", "", nullptr};
+    const char* const missing[] = {"/none/program", nullptr};
+    const std::vector<const char*> endless(1025, "x");
+    for (const char* const* arguments : {none, empty, missing, endless.data()})
+    {
+        const ProcessRecord record = process_start(arguments, true, &errors);
+        EXPECT_FALSE(process_started(record));
+        EXPECT_EQ(nullptr, record.job);
+        EXPECT_EQ(kInvalidPipe, errors.handle);
+    }
+    EXPECT_EQ(
+        "Error! Argument string length is 0.\n"
+        "Error! Argument string length is 0.\n"
+        "Error: Could not start process: No such file or directory\n"
+        "Too many input arguments! Array needs to be terminated with a NULL pointer.\n",
+        log.text());
+}
+
+TEST(ProcessTest, argumentsArriveAsTheyAre)
+{
+    PipeEnd errors;
+    ProcessRecord record = process_start(
+        std::vector<std::string>{"sh", "-c", "printf '%s|' \"$@\" >&2", "sh", "a b", "", "\"*'"},
+        false, &errors);
+    EXPECT_EQ(0, process_wait(record, 20));
+    EXPECT_EQ("a b||\"*'|", pipe_read_text(errors));
+}
+
+TEST(ProcessTest, nothingIsLeftBehind)
+{
+    const auto openDescriptors = []
+    {
+        const std::filesystem::directory_iterator begin("/proc/self/fd");
+        return std::distance(begin, std::filesystem::directory_iterator());
+    };
+    const auto before = openDescriptors();
+    for (int i = 0; i < 3; ++i)
+    {
+        PipeEnd errors;
+        ProcessRecord record = startShell("exit 0", &errors);
+        EXPECT_EQ(0, process_wait(record, 20));
+        EXPECT_FALSE(process_started(process_start(std::vector<std::string>{"/none"}, false)));
+    }
+    EXPECT_EQ(before, openDescriptors());
+    EXPECT_EQ(-1, waitpid(-1, nullptr, WNOHANG)); // no child, not even an ended one
+    EXPECT_EQ(ECHILD, errno);
+}
+
+} // namespace
+} // namespace tavo::vms_server_plugins::analytics::orlix::test
