@@ -8,7 +8,6 @@ find_package(yyjson REQUIRED CONFIG)
 find_package(MPack REQUIRED)
 find_package(Qt6 REQUIRED COMPONENTS Core)
 find_path(SIMPLEINI_INCLUDE_DIR SimpleIni.h REQUIRED)
-find_library(SIMPLEINI_LIBRARY simpleini REQUIRED)
 
 if(TAVO_BUILD_TESTS OR TAVO_BUILD_DEVKIT)
     pkg_check_modules(CPP_HTTPLIB REQUIRED IMPORTED_TARGET cpp-httplib)
