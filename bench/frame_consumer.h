@@ -1,0 +1,42 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+
+#include <sys/types.h>
+
+namespace tavo::bench
+{
+
+// The other side of a frame's hand-over, in a process of its own as in real life: answers every
+// announcement with the name of its one segment, reads the whole of what was written after the
+// completion message, and sleeps in between. Ends with its parent.
+class FrameConsumer
+{
+public:
+    // Forks, so no thread may run yet. Listens below `folder`.
+    explicit FrameConsumer(const std::string& folder);
+    ~FrameConsumer();
+    FrameConsumer(const FrameConsumer&) = delete;
+    FrameConsumer& operator=(const FrameConsumer&) = delete;
+
+    [[nodiscard]] const std::string& socketPath() const { return m_socketPath; }
+    [[nodiscard]] const std::string& segmentName() const { return m_segmentName; }
+
+    // Waits until it has read what was sent so far, and then sleeps.
+    void waitUntilAsleep();
+
+private:
+    struct Shared;
+
+    [[noreturn]] void run(int listeningSocket);
+
+    std::string m_socketPath;
+    std::string m_segmentName;
+    Shared* m_shared = nullptr; // with the child
+    std::uint64_t m_waitedFor = 0;
+    pid_t m_child = -1;
+};
+
+} // namespace tavo::bench
