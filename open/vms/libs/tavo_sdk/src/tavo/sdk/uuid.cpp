@@ -1,5 +1,8 @@
 #include <tavo/sdk/uuid.h>
 
+#include <algorithm>
+#include <mutex>
+
 #include <tavo/sdk/helpers/random_bytes.h>
 
 namespace tavo::sdk
@@ -23,6 +26,31 @@ int hexDigit(char c)
         return c - 'A' + 10;
     return -1;
 }
+
+// Asks the system for many bytes at once: new ids are made on the road of a result, where a system
+// call for each would be the larger part of the work.
+class RandomUuidSource
+{
+public:
+    Uuid next()
+    {
+        Uuid result;
+        const std::lock_guard lock(m_mutex);
+        if (m_unusedCount == 0)
+        {
+            fillWithRandomBytes(m_bytes);
+            m_unusedCount = m_bytes.size();
+        }
+        m_unusedCount -= result.bytes.size();
+        std::copy_n(m_bytes.begin() + m_unusedCount, result.bytes.size(), result.bytes.begin());
+        return result;
+    }
+
+private:
+    std::mutex m_mutex; // leaf, over all below
+    std::array<std::uint8_t, 64 * 16> m_bytes;
+    size_t m_unusedCount = 0;
+};
 
 } // namespace
 
@@ -55,8 +83,8 @@ Uuid Uuid::fromText(std::string_view text)
 
 Uuid Uuid::random()
 {
-    Uuid result;
-    fillWithRandomBytes(result.bytes);
+    static RandomUuidSource source;
+    Uuid result = source.next();
     result.bytes[6] = static_cast<std::uint8_t>((result.bytes[6] & 0x0F) | 0x40); // version 4
     result.bytes[8] = static_cast<std::uint8_t>((result.bytes[8] & 0x3F) | 0x80); // variant
     return result;
