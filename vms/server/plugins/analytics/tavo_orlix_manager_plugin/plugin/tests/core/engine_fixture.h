@@ -1,0 +1,222 @@
+#pragma once
+
+#include <cstdlib>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <tavo/sdk/analytics/i_device_info.h>
+
+#include "core/engine.h"
+#include "core/ini.h"
+#include "core/plugin.h"
+#include "fake_host.h"
+#include "http_server.h"
+#include "temporary_folder.h"
+#include "utils/mutex.h"
+#include "utils/platform_names.h"
+#include "utils/tests/test_support.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+class FakeDevice : public sdk::RefCountable<sdk::analytics::IDeviceInfo>
+{
+public:
+    explicit FakeDevice(std::string id) :
+        m_id(std::move(id))
+    {}
+
+    const char* id() const override { return m_id.c_str(); }
+    const char* vendor() const override { return ""; }
+    const char* model() const override { return ""; }
+    const char* firmware() const override { return ""; }
+    const char* name() const override { return "camera"; }
+    const char* url() const override { return ""; }
+    const char* login() const override { return ""; }
+    const char* password() const override { return ""; }
+    std::int32_t channelNumber() const override { return 0; }
+    const char* sharedId() const override { return ""; }
+    const char* logicalId() const override { return ""; }
+
+private:
+    const std::string m_id;
+};
+
+// A cloud that keeps what it is asked to reset, and resets nothing.
+class FakeCloud
+{
+public:
+    FakeCloud()
+    {
+        m_server.handlers.Get(
+            ".*",
+            [](const httplib::Request&, httplib::Response& response)
+            { response.set_content("[]", "application/json"); });
+        m_server.handlers.Post(
+            "/reset/",
+            [this](const httplib::Request& request, httplib::Response& response)
+            {
+                MutexLock lock(m_mutex);
+                m_resets.push_back(request.body);
+                response.set_content("{}", "application/json");
+            });
+        m_server.start();
+    }
+
+    [[nodiscard]] std::string url() const { return m_server.url(""); }
+
+    // The request bodies since the last call.
+    std::vector<std::string> takeResets()
+    {
+        MutexLock lock(m_mutex);
+        return std::exchange(m_resets, {});
+    }
+
+private:
+    Mutex m_mutex;
+    std::vector<std::string> m_resets GUARDED_BY(m_mutex);
+    LoopbackHttpServer m_server; // last: its thread uses the others
+};
+
+// A plugin and its engine in a folder of the test's own, between a stand-in host and a stand-in
+// cloud. The storage of runtimes and of the application cannot be reached.
+class EngineTest : public ::testing::Test
+{
+protected:
+    EngineTest()
+    {
+        const char* const temp = std::getenv("TMPDIR");
+        m_previousTemp = temp ? std::optional<std::string>(temp) : std::nullopt;
+        std::filesystem::create_directory(m_folder.path("tmp"));
+        setenv("TMPDIR", m_folder.path("tmp").c_str(), 1);
+
+        m_cloudUrl = m_cloud.url();
+        ini().CloudAPI = m_cloudUrl.c_str();
+        ini().RuntimesStorageURL = "http://127.0.0.1:1";
+        ini().OrlixManagerStorageURL = "http://127.0.0.1:1";
+        ini().logVerbosityLevel = 2;
+        m_host->home = m_folder.path("home");
+        m_host->setToken("token-1");
+        m_host->body = [this](const FakeHost::Request& request)
+        {
+            MutexLock lock(m_recordsMutex);
+            if (request.method == "GET" && request.path == "/rest/v4/servers/this")
+                return m_serverRecord;
+            if (request.method == "GET" && request.path.starts_with("/rest/v4/devices?"))
+                return m_deviceRecords;
+            return std::string("{}");
+        };
+        m_plugin = sdk::Ptr<sdk::IPlugin>(createTavoPlugin());
+        m_plugin->setUtilityProvider(m_host.get());
+    }
+
+    ~EngineTest() override
+    {
+        m_engine.reset();
+        if (m_previousTemp)
+            setenv("TMPDIR", m_previousTemp->c_str(), 1);
+        else
+            unsetenv("TMPDIR");
+    }
+
+    sdk::analytics::IIntegration& integration()
+    {
+        return *static_cast<sdk::analytics::IIntegration*>(m_plugin.get());
+    }
+
+    // Made at the first call.
+    Engine& engine()
+    {
+        if (!m_engine)
+        {
+            const auto result = integration().obtainEngine();
+            m_engine = sdk::Ptr<Engine>(static_cast<Engine*>(result.value));
+        }
+        return *m_engine;
+    }
+
+    sdk::Ptr<sdk::analytics::IDeviceAgent> obtainAgent(const std::string& deviceId)
+    {
+        const auto device = sdk::makePtr<FakeDevice>(deviceId);
+        return sdk::Ptr<sdk::analytics::IDeviceAgent>(
+            engine().doObtainDeviceAgent(device.get()).value);
+    }
+
+    [[nodiscard]] std::string log() const
+    {
+        return m_folder.read(kWorking + "orlix_plugin_start.log");
+    }
+
+    [[nodiscard]] int logged(const std::string& line) const
+    {
+        const std::string text = log();
+        int count = 0;
+        for (std::size_t at = 0; (at = text.find(line, at)) != std::string::npos; ++at)
+            ++count;
+        return count;
+    }
+
+    bool comesIntoLog(const std::string& line, int times = 1) const
+    {
+        return test::comesTrue([&] { return logged(line) >= times; });
+    }
+
+    void setServerRecord(const std::string& record)
+    {
+        MutexLock lock(m_recordsMutex);
+        m_serverRecord = record;
+    }
+
+    void setDeviceRecords(const std::string& records)
+    {
+        MutexLock lock(m_recordsMutex);
+        m_deviceRecords = records;
+    }
+
+    // The bodies of the patches of the server's record since the last call.
+    std::vector<std::string> takeServerPatches()
+    {
+        const auto requests = m_host->requests("PATCH /rest/v4/servers/this");
+        std::vector<std::string> bodies;
+        for (; m_patchesSeen < requests.size(); ++m_patchesSeen)
+            bodies.push_back(requests[m_patchesSeen].body);
+        return bodies;
+    }
+
+    // Both executables, the application being one of the shell's scripts.
+    void installManager(const std::string& script = "exec sleep 100")
+    {
+        m_folder.writeScript(kBin + kManagerExecutable, script);
+        m_folder.writeScript(kBin + kEngineExecutable, "");
+        std::filesystem::create_directory(m_folder.path(kWorking + "orlix_manager/etc"));
+    }
+
+    void installRuntime()
+    {
+        m_folder.write(kBin + kRuntimeLibrary, "");
+        m_folder.write(kBin + "installed_runtime.txt", "Generic CPU");
+    }
+
+    const std::string kWorking = "home/tavo_orlix_manager/";
+    const std::string kBin = kWorking + "orlix_manager/bin/";
+
+    TemporaryFolder m_folder;
+    FakeCloud m_cloud;
+    std::string m_cloudUrl;
+    sdk::Ptr<FakeHost> m_host = sdk::makePtr<FakeHost>();
+    sdk::Ptr<sdk::IPlugin> m_plugin;
+    sdk::Ptr<Engine> m_engine;
+
+private:
+    std::optional<std::string> m_previousTemp;
+    std::size_t m_patchesSeen = 0;
+    Mutex m_recordsMutex;
+    std::string m_serverRecord GUARDED_BY(m_recordsMutex) =
+        R"({"parameters":{"tavoAI":{"siteID":"site-1"}}})";
+    std::string m_deviceRecords GUARDED_BY(m_recordsMutex) = "[]";
+};
+
+} // namespace tavo::vms_server_plugins::analytics::orlix
