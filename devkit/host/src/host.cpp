@@ -41,13 +41,13 @@ Host::Host(Options options) :
     m_sink(m_options.metadataFile),
     m_pendingPresses(m_options.presses)
 {
+    m_library = std::make_unique<Library>(m_options.plugin);
     openRecords();
     m_restService = std::make_unique<RestService>(*m_store);
     std::filesystem::create_directories(m_options.workDir);
     m_utilityProvider = sdk::makePtr<UtilityProvider>(
         readIdentity(*m_store), std::filesystem::absolute(m_options.workDir).string(),
         *m_restService);
-    m_library = std::make_unique<Library>(m_options.plugin);
     obtainEngine();
 
     m_annotator = makeAnnotator();
@@ -57,8 +57,6 @@ Host::Host(Options options) :
         obtainDevice(int(i), deviceIds[i]);
 }
 
-// What the library made goes before what it was made from, and the library's code goes last. The
-// engine still asks the REST service while it ends.
 Host::~Host()
 {
     stopVideo();
@@ -67,15 +65,13 @@ Host::~Host()
     m_devices.clear();
     m_engine.reset();
     m_plugin.reset();
-    m_annotator.reset();
     m_restService.reset();
-    if (m_library && m_library->liveObjects() != 0)
+    if (m_library->liveObjects() != 0)
     {
         m_console.line(
             "Objects of the library that were never released: " +
             std::to_string(m_library->liveObjects()));
     }
-    m_library.reset();
 }
 
 void Host::openRecords()

@@ -69,16 +69,17 @@ private:
     [[nodiscard]] CameraTotals allTotals() const;
 
 private:
-    // The order is that of construction; each uses what stands above it.
+    // Each uses what stands above it, to the end: the engine asks the REST service while it is
+    // being destroyed, and the library's code goes last.
     const Options m_options;
     Console m_console;
     MetadataSink m_sink;
     StopSignal m_stopSignal;
     std::unique_ptr<RecordStore> m_store;
     std::string m_settingsText; // of the settings file; empty without one
-    std::unique_ptr<RestService> m_restService;
-    sdk::Ptr<UtilityProvider> m_utilityProvider;
     std::unique_ptr<Library> m_library;
+    std::unique_ptr<RestService> m_restService; // may be in the library's code to its end
+    sdk::Ptr<UtilityProvider> m_utilityProvider;
     std::unique_ptr<Annotator> m_annotator; // null: nothing to draw
     sdk::Ptr<sdk::analytics::IIntegration> m_plugin;
     sdk::Ptr<sdk::analytics::IEngine> m_engine;
