@@ -1,5 +1,7 @@
 #include "inference/input_reply.h"
 
+#include <cstdint>
+
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
@@ -11,7 +13,7 @@ InputReply::InputReply(std::span<const char> message)
         return;
     mpack_tree_destroy(&m_tree);
     mpack_tree_init_data(&m_tree, message.data(), message.size());
-    mpack_tree_set_limits(&m_tree, message.size(), kMaxTreeNodes);
+    mpack_tree_set_limits(&m_tree, SIZE_MAX, kMaxTreeNodes);
     mpack_tree_parse(&m_tree);
 }
 
