@@ -1,0 +1,214 @@
+// A frame's hand-over, end to end: how long the thread that has the frame is held. Beside it,
+// taking turns with it in the same run, what it cannot do without:
+//   exchange    connect, three small messages, close, with bare system calls
+//   floor       the same, and one memcpy of the frame into the mapped segment
+//   two copies  the same, and a memcpy into other memory before it
+// The other side is a process of its own that sleeps between frames and reads every one.
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <vector>
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <benchmark/benchmark.h>
+
+#include "frame_consumer.h"
+#include "inference/input_message.h"
+#include "inference/orlix_manager_interface.h"
+#include "samples.h"
+#include "utils/json.h"
+#include "utils/log.h"
+
+namespace
+{
+
+using namespace tavo::vms_server_plugins::analytics::orlix;
+using tavo::bench::FrameConsumer;
+using tavo::bench::measureUs;
+using tavo::bench::Samples;
+
+struct Row
+{
+    int width;
+    int height;
+    Samples exchange;
+    Samples floor;
+    Samples twoCopies;
+    Samples handOver;
+};
+
+std::vector<std::unique_ptr<Row>> rows;
+FrameConsumer* consumer = nullptr;
+
+// A frame as a decoder leaves it: written a moment ago, at an offset that is no page's start.
+class Frames
+{
+public:
+    explicit Frames(std::size_t size) :
+        m_size(size)
+    {
+        for (auto& frame : m_frames)
+            frame.resize(size + kOffset);
+    }
+
+    const std::uint8_t* next()
+    {
+        auto& frame = m_frames[++m_count % m_frames.size()];
+        std::memset(frame.data() + kOffset, static_cast<int>(m_count), m_size);
+        return frame.data() + kOffset;
+    }
+
+private:
+    static constexpr std::size_t kOffset = 0x40;
+
+    const std::size_t m_size;
+    std::size_t m_count = 0;
+    std::vector<std::vector<std::uint8_t>> m_frames{4};
+};
+
+template <typename Write>
+void bareExchange(Write&& write)
+{
+    // As docs/protocol.md shows them; the size at the end is any.
+    static constexpr char announcement[38] =
+        "\x22\0\0\0\x83\xabmessageType\0\xaaInputIndex\3\xa4Size\xcd\1";
+    static constexpr char completion[13] = "\x9\0\0\0\x81\xa6Status";
+    const int connection = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    std::strncpy(address.sun_path, consumer->socketPath().c_str(), sizeof address.sun_path - 1);
+    if (connect(connection, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0)
+        std::abort();
+    char reply[256];
+    send(connection, announcement, sizeof announcement, MSG_NOSIGNAL);
+    if (recv(connection, reply, sizeof reply, 0) <= 0)
+        std::abort();
+    write();
+    send(connection, completion, sizeof completion, MSG_NOSIGNAL);
+    close(connection);
+}
+
+void handOver(benchmark::State& state)
+{
+    rows.push_back(std::make_unique<Row>());
+    Row& row = *rows.back();
+    row.width = static_cast<int>(state.range(0));
+    row.height = static_cast<int>(state.range(1));
+    const auto width = static_cast<std::uint32_t>(row.width);
+    const auto height = static_cast<std::uint32_t>(row.height);
+    const std::size_t size = std::size_t{width} * height * 3;
+
+    Frames frames(size);
+    std::vector<char> between(size);
+    ShmSegment segment;
+    shm_from_name(segment, consumer->segmentName());
+    shm_open(segment);
+    const ShmView view = shm_attach(segment);
+    char* const target = view.address() + kShmHeaderSize;
+    const auto size32 = static_cast<std::uint32_t>(size);
+    std::memcpy(view.address(), &size32, sizeof size32);
+
+    MessageBoard board;
+    OrlixManagerInterface manager(std::filesystem::temp_directory_path(), &board);
+    const auto document = parseJson(
+        R"([{"modelUUID":"6b8b7f2c","modelNMS":0.5,"Postprocessor":"LineCrossing","chains":[]}])");
+    const auto pipelines = PipelineTree::fromJson(yyjson_doc_get_root(document.get()));
+    const std::string id = "0b5b5d3f-0000-4000-8000-000000000001";
+    const std::string name = "Gate north";
+    DeviceSettings settings;
+    settings.line = {0.1f, 0.5f, 0.9f, 0.5f};
+    settings.masks = {{0.f, 0.f, 1.f, 0.f, 1.f, 1.f, 0.f, 1.f}};
+    MessageBuffer message;
+
+    for (auto _ : state)
+    {
+        row.exchange.add(measureUs([&]() { bareExchange([]() {}); }));
+        consumer->waitUntilAsleep();
+
+        const std::uint8_t* frame = frames.next();
+        row.floor.add(
+            measureUs([&]() { bareExchange([&]() { std::memcpy(target, frame, size); }); }));
+        consumer->waitUntilAsleep();
+
+        frame = frames.next();
+        row.twoCopies.add(measureUs(
+            [&]()
+            {
+                std::memcpy(between.data(), frame, size);
+                bareExchange([&]() { std::memcpy(target, between.data(), size); });
+            }));
+        consumer->waitUntilAsleep();
+
+        frame = frames.next();
+        const double us = measureUs(
+            [&]()
+            {
+                const InputImage image{frame, std::size_t{width} * 3, width, height};
+                if (!createInputMessage(
+                        image, {1, 3, id, name}, settings, pipelines.get(), message) ||
+                    !manager.sendInput(message, 3))
+                {
+                    state.SkipWithError("not handed over");
+                }
+            });
+        consumer->waitUntilAsleep();
+        row.handOver.add(us);
+        state.SetIterationTime(us / 1e6);
+    }
+    shm_close(segment);
+    state.counters["of_floor"] = row.handOver.median() / row.floor.median();
+    state.counters["of_two_copies"] = row.handOver.median() / row.twoCopies.median();
+}
+
+BENCHMARK(handOver)
+    ->ArgNames({"width", "height"})
+    ->Args({640, 360})
+    ->Args({1280, 720})
+    ->Args({1920, 1080})
+    ->Args({3840, 2160})
+    ->Iterations(300)
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond);
+
+void printTable()
+{
+    std::printf(
+        "\nMedians in microseconds\n%-12s%10s%10s%12s%10s%10s%10s%14s\n", "frame", "exchange",
+        "floor", "two copies", "hand-over", "p90", "/ floor", "/ two copies");
+    for (const auto& row : rows)
+    {
+        const std::string frame = std::to_string(row->width) + "x" + std::to_string(row->height);
+        std::printf(
+            "%-12s%10.0f%10.0f%12.0f%10.0f%10.0f%10.2f%14.2f\n", frame.c_str(),
+            row->exchange.median(), row->floor.median(), row->twoCopies.median(),
+            row->handOver.median(), row->handOver.at(0.9),
+            row->handOver.median() / row->floor.median(),
+            row->handOver.median() / row->twoCopies.median());
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    char folder[] = "/tmp/orlix_bench_XXXXXX";
+    if (!mkdtemp(folder))
+        return 1;
+    setenv("TMPDIR", folder, 1); // sockets of its own
+    log_init("", "", "", /*console*/ false, /*file*/ false, 1);
+    benchmark::Initialize(&argc, argv);
+    {
+        FrameConsumer theConsumer(folder);
+        consumer = &theConsumer;
+        benchmark::RunSpecifiedBenchmarks();
+    }
+    printTable();
+    std::filesystem::remove_all(folder);
+    return 0;
+}
