@@ -1,0 +1,95 @@
+// brunmod: the manager application. Takes frames on the module socket and runs the engine, brund.
+//
+// usage: brunmod -i <module socket> -o <plugin socket> [-l <0|1>] [-v <0|1|2>]
+
+#include <atomic>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "common/options.h"
+#include "common/program.h"
+#include "module/engine_process.h"
+#include "module/module_server.h"
+#include "module/segment_pool.h"
+#include "utils/log.h"
+#include "utils/process.h"
+#include "utils/sockets.h"
+
+namespace tavo::devkit
+{
+
+namespace orlix = vms_server_plugins::analytics::orlix;
+
+namespace
+{
+
+std::atomic<bool> stopRequested = false;
+
+// The listening socket and its file.
+class ModuleSocket
+{
+public:
+    explicit ModuleSocket(std::string path) :
+        m_path(std::move(path)),
+        m_socket(orlix::socket_listen(m_path))
+    {}
+    ~ModuleSocket()
+    {
+        if (m_socket == kInvalidSocket)
+            return;
+        orlix::socket_close(m_socket);
+        orlix::socket_unlink(m_path);
+    }
+    ModuleSocket(const ModuleSocket&) = delete;
+    ModuleSocket& operator=(const ModuleSocket&) = delete;
+
+    [[nodiscard]] SocketHandle socket() const { return m_socket; }
+
+private:
+    const std::string m_path;
+    const SocketHandle m_socket;
+};
+
+int run(const Options& options)
+{
+    const ModuleSocket moduleSocket(options.moduleSocket);
+    if (moduleSocket.socket() == kInvalidSocket)
+    {
+        orlix::log_error("Error! Cannot listen on %s\n", options.moduleSocket.c_str());
+        return EXIT_FAILURE;
+    }
+    SegmentRecord record(options.etcFolder() / "brunmod_segments.txt");
+    SegmentPool pool(record); // outlives the engine, which reads from its segments
+    EngineProcess engine(options);
+    ModuleServer server(moduleSocket.socket(), pool, engine);
+    if (server.serve(stopRequested) == ModuleServer::End::engineEnded)
+    {
+        // The plugin's crash report shows this.
+        orlix::log_error("Error! The engine has ended: %s\n", engine.howItEnded().c_str());
+        return EXIT_FAILURE;
+    }
+    orlix::log_info("Stopping.\n");
+    return EXIT_SUCCESS;
+}
+
+} // namespace
+} // namespace tavo::devkit
+
+int main(int argumentCount, char** arguments)
+{
+    using namespace tavo::devkit;
+
+    const auto options =
+        parseOptions(std::vector<std::string>(arguments + 1, arguments + argumentCount));
+    if (!options)
+        return EXIT_FAILURE;
+    ignore_broken_pipes();
+    orlix::process_set_signal_handler([](int) { stopRequested = true; });
+    orlix::sockets_start();
+    openLog(*options, "brunmod");
+    const int exitCode = run(*options);
+    orlix::log_close();
+    orlix::sockets_stop();
+    return exitCode;
+}
