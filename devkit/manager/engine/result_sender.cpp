@@ -1,0 +1,64 @@
+#include "engine/result_sender.h"
+
+#include <utility>
+
+#include "utils/log.h"
+#include "utils/sockets.h"
+
+namespace tavo::devkit
+{
+
+namespace orlix = vms_server_plugins::analytics::orlix;
+
+ResultSender::ResultSender(std::string pluginSocket) :
+    m_pluginSocket(std::move(pluginSocket)),
+    m_thread([this] { run(); })
+{}
+
+ResultSender::~ResultSender()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_stopping = true;
+    }
+    m_changed.notify_one();
+    m_thread.join();
+}
+
+void ResultSender::send(std::vector<char> message)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_waiting.size() == kMaxWaiting)
+        {
+            orlix::log_debug("Result dropped: the plugin does not follow.\n");
+            m_waiting.pop_front();
+        }
+        m_waiting.push_back(std::move(message));
+    }
+    m_changed.notify_one();
+}
+
+void ResultSender::run()
+{
+    std::unique_lock lock(m_mutex);
+    for (;;)
+    {
+        m_changed.wait(lock, [this] { return m_stopping || !m_waiting.empty(); });
+        if (m_stopping)
+            return;
+        const std::vector<char> message = std::move(m_waiting.front());
+        m_waiting.pop_front();
+        lock.unlock();
+        const orlix::SocketHandle socket = orlix::socket_connect(m_pluginSocket);
+        if (socket != orlix::kInvalidSocket) // else the reason is in the log
+        {
+            (void)orlix::socket_send_message(
+                socket, message.data(), static_cast<std::uint32_t>(message.size()));
+            orlix::socket_close(socket);
+        }
+        lock.lock();
+    }
+}
+
+} // namespace tavo::devkit
