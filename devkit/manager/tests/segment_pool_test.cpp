@@ -1,0 +1,149 @@
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstring>
+#include <filesystem>
+#include <string>
+
+#include "module/segment_pool.h"
+#include "temporary_folder.h"
+#include "utils/shm.h"
+
+namespace tavo::devkit
+{
+namespace
+{
+
+namespace orlix = vms_server_plugins::analytics::orlix;
+using namespace std::chrono_literals;
+
+bool exists(const std::string& name)
+{
+    orlix::ShmSegment segment;
+    orlix::shm_from_name(segment, name);
+    const bool isOpen = orlix::shm_open(segment);
+    orlix::shm_close(segment);
+    return isOpen;
+}
+
+class SegmentPoolTest : public testing::Test
+{
+protected:
+    orlix::TemporaryFolder m_folder;
+    SegmentRecord m_record{m_folder.path("segments.txt")};
+    SegmentPool::Clock::time_point m_now = SegmentPool::Clock::now();
+};
+
+TEST_F(SegmentPoolTest, whatIsInUseIsNamedToNobodyElse)
+{
+    SegmentPool pool(m_record);
+    const std::string first = pool.take(10'000, m_now);
+    const std::string second = pool.take(10'000, m_now);
+    ASSERT_FALSE(first.empty());
+    EXPECT_NE(first, second);
+    pool.giveBack(first, m_now);
+    EXPECT_EQ(pool.take(10'000, m_now), first);
+    EXPECT_EQ(pool.count(), 2u);
+}
+
+TEST_F(SegmentPoolTest, aSegmentGrowsUnderItsNameAndInViewsThatExist)
+{
+    SegmentPool pool(m_record);
+    const std::string name = pool.take(100'000, m_now);
+    orlix::ShmSegment segment;
+    orlix::shm_from_name(segment, name);
+    ASSERT_TRUE(orlix::shm_open(segment));
+    const orlix::ShmView view = orlix::shm_attach(segment);
+    orlix::shm_close(segment);
+    pool.giveBack(name, m_now);
+
+    EXPECT_EQ(pool.take(300'000, m_now), name);
+    EXPECT_GE(pool.capacity(name), 300'000u);
+    const std::string message(300'000, 'x');
+    EXPECT_TRUE(orlix::shm_write_attached(view, message.data(), 300'000));
+}
+
+TEST_F(SegmentPoolTest, sizesOfDifferentClassesDoNotShare)
+{
+    SegmentPool pool(m_record);
+    const std::string large = pool.take(1'000'000, m_now);
+    pool.giveBack(large, m_now);
+    const std::string small = pool.take(10'000, m_now);
+    EXPECT_NE(small, large);
+    pool.giveBack(small, m_now);
+    EXPECT_EQ(pool.take(900'000, m_now), large);
+    EXPECT_EQ(pool.take(12'000, m_now), small);
+}
+
+TEST_F(SegmentPoolTest, idleSegmentsEndAndOnlyConfirmedOnesAreToldToSenders)
+{
+    SegmentPool pool(m_record, {.maxSegments = 10, .idleTime = 5s});
+    const std::string confirmed = pool.take(10'000, m_now);
+    const std::string silent = pool.take(10'000, m_now);
+    const std::string inUse = pool.take(10'000, m_now);
+    pool.confirm(confirmed);
+    pool.confirm(inUse);
+    pool.giveBack(confirmed, m_now);
+    pool.giveBack(silent, m_now);
+
+    pool.removeIdle(m_now + 5s);
+    EXPECT_EQ(pool.count(), 3u);
+    pool.removeIdle(m_now + 6s);
+    EXPECT_EQ(pool.count(), 1u);
+    EXPECT_FALSE(exists(confirmed));
+    EXPECT_FALSE(exists(silent));
+    EXPECT_TRUE(exists(inUse));
+    EXPECT_EQ(pool.nextToDetach(), confirmed);
+    EXPECT_EQ(pool.nextToDetach(), "");
+    EXPECT_EQ(pool.removedForEngine().size(), 2u);
+    EXPECT_TRUE(pool.removedForEngine().empty());
+}
+
+TEST_F(SegmentPoolTest, beyondTheLimitTheLongestFreeMakesRoomOrNothingIsGiven)
+{
+    SegmentPool pool(m_record, {.maxSegments = 2, .idleTime = 1h});
+    const std::string first = pool.take(10'000, m_now);
+    const std::string second = pool.take(10'000, m_now);
+    EXPECT_EQ(pool.take(10'000, m_now), "");
+    pool.giveBack(second, m_now);
+    pool.giveBack(first, m_now + 1s);
+    const std::string large = pool.take(1'000'000, m_now + 2s);
+    EXPECT_FALSE(large.empty());
+    EXPECT_FALSE(exists(second));
+    EXPECT_TRUE(exists(first));
+}
+
+TEST_F(SegmentPoolTest, whatNoSegmentCanHoldIsNotGiven)
+{
+    SegmentPool pool(m_record);
+    EXPECT_EQ(pool.take(std::size_t(-1), m_now), "");
+    EXPECT_EQ(pool.take(0xC800000 - 3, m_now), "");
+    EXPECT_EQ(pool.count(), 0u);
+}
+
+TEST_F(SegmentPoolTest, anAbandonedSegmentIsNeverUsedAgain)
+{
+    SegmentPool pool(m_record);
+    const std::string name = pool.take(10'000, m_now);
+    pool.abandon(name);
+    EXPECT_FALSE(exists(name));
+    EXPECT_NE(pool.take(10'000, m_now), name);
+}
+
+TEST_F(SegmentPoolTest, whatAKilledRunLeftIsRemovedByTheNext)
+{
+    orlix::ShmSegment left;
+    orlix::shm_create_random(left, 1000);
+    {
+        SegmentRecord killed(m_folder.path("killed.txt"));
+        killed.add(left.name);
+    }
+    EXPECT_TRUE(exists(left.name));
+    const SegmentRecord next(m_folder.path("killed.txt"));
+    EXPECT_FALSE(exists(left.name));
+    EXPECT_EQ(std::filesystem::file_size(m_folder.path("killed.txt")), 0u);
+    orlix::shm_close(left);
+}
+
+} // namespace
+} // namespace tavo::devkit
