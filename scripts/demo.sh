@@ -97,8 +97,8 @@ play()
         options+=(--records "$work/records.json")
     fi
     say "Playing $camera for $seconds seconds"
-    # Its own options file, which is none: what the user keeps for the library stays out of this.
-    TAVO_INI_DIR=$work "$(find "$build_dir/devkit/host" -type f -name tavo_host)" "${options[@]}" \
+    # What the user keeps for the library stays out of this, and other hosts' sockets stay apart.
+    TAVO_INI_DIR=$work TMPDIR=$sockets "$(find "$build_dir/devkit/host" -type f -name tavo_host)" "${options[@]}" \
         2>&1 | tee "$output/host.log"
 }
 
@@ -118,6 +118,8 @@ mkdir -p "$output"
 output=$(cd "$output" && pwd)
 rm -rf "$output/demo_work"
 mkdir "$output/demo_work"
+sockets=$(mktemp -d /tmp/tavo_demo.XXXXXX) # short, as the names of sockets must be
+trap 'rm -rf "$sockets"' EXIT
 install_application "$output/demo_work/tavo_orlix_manager"
 play "$output/demo_work"
 show_results
