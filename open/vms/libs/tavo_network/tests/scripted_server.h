@@ -50,7 +50,6 @@ public:
 private:
     int read(char* bytes, int size);
 
-private:
     const int m_descriptor;
     SSL* const m_tls; // null over TCP
 };
@@ -70,7 +69,6 @@ private:
     void run();
     void serve(int descriptor);
 
-private:
     const Script m_script;
     SSL_CTX* m_tlsContext = nullptr;
     int m_listener = -1;

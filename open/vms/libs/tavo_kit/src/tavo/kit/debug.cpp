@@ -28,11 +28,11 @@ void printLine(std::string_view text)
 }
 
 void assertionFailed(
-    std::string_view condition, std::string_view message, const std::source_location& where)
+    std::string_view condition, std::string_view message, const char* file, int line)
 {
     std::string text = "ASSERTION FAILED: ";
-    text.append(withoutFolder(where.file_name())).append(":");
-    text.append(std::to_string(where.line())).append(" (").append(condition).append(")");
+    text.append(withoutFolder(file)).append(":");
+    text.append(std::to_string(line)).append(" (").append(condition).append(")");
     if (!message.empty())
         text.append(" ").append(message);
     printLine(text);

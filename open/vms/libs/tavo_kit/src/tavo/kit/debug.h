@@ -2,7 +2,6 @@
 // whole, in one go. Any thread may call.
 #pragma once
 
-#include <source_location>
 #include <string_view>
 
 namespace tavo::kit
@@ -13,18 +12,19 @@ namespace tavo::kit
 void printLine(std::string_view text);
 
 // Reports a broken assumption in the code and carries on: a server does not end for it.
-// `condition` is the text of what should have held, `message` says more if it is not empty.
+// `condition` is the text of what should have held, `message` says more if it is not empty, and the
+// place is the caller's.
 void assertionFailed(
-    std::string_view condition, std::string_view message = {},
-    const std::source_location& where = std::source_location::current());
+    std::string_view condition, std::string_view message = {}, const char* file = __builtin_FILE(),
+    int line = __builtin_LINE());
 
 // Gives `holds` back, after an assertionFailed if it is false.
 inline bool verify(
     bool holds, std::string_view condition, std::string_view message = {},
-    const std::source_location& where = std::source_location::current())
+    const char* file = __builtin_FILE(), int line = __builtin_LINE())
 {
     if (!holds)
-        assertionFailed(condition, message, where);
+        assertionFailed(condition, message, file, line);
     return holds;
 }
 

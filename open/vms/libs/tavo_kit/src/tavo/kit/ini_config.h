@@ -79,7 +79,6 @@ private:
     void applyValue(std::string_view name, std::string_view value);
     void report(const std::string& text) const;
 
-private:
     const std::string m_iniFileName;
     std::vector<Param> m_params;
     std::list<std::string> m_texts; // nothing is ever taken out

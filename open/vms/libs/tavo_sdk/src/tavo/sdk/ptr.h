@@ -83,7 +83,6 @@ private:
             m_object->addRef();
     }
 
-private:
     T* m_object = nullptr;
 };
 

@@ -65,7 +65,6 @@ private:
     size_t onHeadLine(std::string_view line) noexcept;
     size_t onBytes(std::string_view bytes) noexcept;
 
-private:
     struct EasyDeleter
     {
         void operator()(CURL* easy) const { curl_easy_cleanup(easy); }

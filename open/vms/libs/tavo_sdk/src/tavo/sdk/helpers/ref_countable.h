@@ -59,7 +59,6 @@ private:
             registry->notifyCreated(this, m_refCount.load(std::memory_order_relaxed));
     }
 
-private:
     mutable std::atomic<std::uint32_t> m_refCount{1};
     const RefCountable* const m_self = this;
     const IRefCountable* const m_delegate = nullptr;

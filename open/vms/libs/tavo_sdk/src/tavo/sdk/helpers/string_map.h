@@ -31,7 +31,6 @@ private:
     using Item = std::pair<std::string, std::string>;
     const Item* item(int index) const;
 
-private:
     std::vector<Item> m_items; // sorted by key, so that an index costs nothing
 };
 

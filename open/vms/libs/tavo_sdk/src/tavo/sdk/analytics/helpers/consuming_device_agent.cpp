@@ -35,7 +35,7 @@ std::string packetText(IMetadataPacket* packet)
 } // namespace
 
 ConsumingDeviceAgent::ConsumingDeviceAgent(
-    const IDeviceInfo* deviceInfo, bool enableOutput, std::string printPrefix) :
+    const IDeviceInfo* deviceInfo, bool enableOutput, const std::string& printPrefix) :
     m_output(
         enableOutput,
         makePrintPrefix(printPrefix, kPrefixTag, deviceInfo ? deviceInfo->name() : nullptr)),
@@ -111,21 +111,21 @@ void ConsumingDeviceAgent::getSettingsOnActiveSettingChange(
         *outResult = {};
 }
 
-bool ConsumingDeviceAgent::pushCompressedVideoFrame(
-    Ptr<const ICompressedVideoPacket> /*videoPacket*/)
+bool ConsumingDeviceAgent::pushCompressedVideoFrame(Ptr<const ICompressedVideoPacket> videoPacket)
 {
+    videoPacket.reset();
     return true;
 }
 
-bool ConsumingDeviceAgent::pushUncompressedVideoFrame(
-    Ptr<const IUncompressedVideoFrame> /*videoFrame*/)
+bool ConsumingDeviceAgent::pushUncompressedVideoFrame(Ptr<const IUncompressedVideoFrame> videoFrame)
 {
+    videoFrame.reset();
     return true;
 }
 
-bool ConsumingDeviceAgent::pushCustomMetadataPacket(
-    Ptr<const ICustomMetadataPacket> /*metadataPacket*/)
+bool ConsumingDeviceAgent::pushCustomMetadataPacket(Ptr<const ICustomMetadataPacket> metadataPacket)
 {
+    metadataPacket.reset();
     return true;
 }
 

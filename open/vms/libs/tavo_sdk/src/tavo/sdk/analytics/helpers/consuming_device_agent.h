@@ -48,7 +48,7 @@ protected:
     // `enableOutput`: whether lines that only tell what goes on are written. An empty prefix means
     // one made of the names of the library and the device.
     ConsumingDeviceAgent(
-        const IDeviceInfo* deviceInfo, bool enableOutput, std::string printPrefix = {});
+        const IDeviceInfo* deviceInfo, bool enableOutput, const std::string& printPrefix = {});
     ~ConsumingDeviceAgent() override;
 
     // the order is the ABI: append only
@@ -96,7 +96,6 @@ private:
     void processMetadataPackets(MetadataPackets metadataPackets) const;
     void processMetadataPacket(Ptr<IMetadataPacket> metadataPacket, int position) const;
 
-private:
     const Output m_output;
     const Ptr<const IDeviceInfo> m_deviceInfo;
     HostState<IDeviceAgent::IHandler> m_hostState;

@@ -112,8 +112,9 @@ Result<const ISettingsResponse*> Engine::settingsReceived()
 }
 
 Result<const IActionResponse*> Engine::getSettingsOnActiveSettingChange(
-    Ptr<const IAction> /*action*/, const std::map<std::string, std::string>& /*params*/)
+    Ptr<const IAction> action, const std::map<std::string, std::string>& /*params*/)
 {
+    action.reset();
     return {};
 }
 

@@ -44,7 +44,6 @@ protected:
 private:
     void logError(const std::string& text) const;
 
-private:
     const std::string m_integrationManifest;
     const CreateEngine m_createEngine;
     mutable std::mutex m_mutex; // leaf, over m_utilityProvider
