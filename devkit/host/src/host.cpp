@@ -5,6 +5,8 @@
 #include <iterator>
 #include <stdexcept>
 
+#include <tavo/sdk/helpers/string_map.h>
+
 #include "device_info.h"
 #include "engine_side.h"
 #include "metadata.h"
@@ -99,6 +101,9 @@ void Host::obtainEngine()
     m_engine->setHandler(sdk::makePtr<EngineHandler>(m_sink, m_console).get());
     m_sink.writeDocument(
         "engineManifest", nullptr, takeText(valueOrThrow("manifest", m_engine->manifest())));
+    // The engine has no settings of its own; a server hands over the empty set all the same.
+    const sdk::Ptr<const sdk::ISettingsResponse> answer(
+        valueOrThrow("setSettings", m_engine->setSettings(sdk::makePtr<sdk::StringMap>().get())));
     const sdk::Ptr<const sdk::ISettingsResponse> settings(
         valueOrThrow("pluginSideSettings", m_engine->pluginSideSettings()));
     if (settings)
