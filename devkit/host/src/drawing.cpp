@@ -66,7 +66,7 @@ void drawObjects(cv::Mat& picture, const std::vector<DetectedObject>& objects)
             toPixel(object.box.x + object.box.width, picture.cols),
             toPixel(object.box.y + object.box.height, picture.rows));
         const cv::Scalar colour = trackColour(object.trackId);
-        cv::rectangle(picture, from, to, colour, std::max(1, picture.cols / 500));
+        cv::rectangle(picture, from, to, colour, std::max(1, picture.cols / 350));
         const size_t dot = object.typeId.rfind('.');
         const std::string name =
             dot == std::string::npos ? object.typeId : object.typeId.substr(dot + 1);
