@@ -1,9 +1,10 @@
 #include "utils/log.h"
 
 #include <fcntl.h>
-#include <regex>
 #include <sys/stat.h>
 #include <vector>
+
+#include <gmock/gmock.h>
 
 #include "test_support.h"
 
@@ -42,9 +43,10 @@ TEST_F(LogTest, aLineHasItsHead)
     open(2);
     log_info("text %d\n", 7);
     log_debug("more\n");
-    const std::regex lines("ORLIX Plugin: \\d{13} \\d{9,}: text 7\n"
-                           "ORLIX Plugin: \\d{13} \\d{9,}: more\n");
-    EXPECT_TRUE(std::regex_match(contentOf(m_startPath), lines)) << contentOf(m_startPath);
+    EXPECT_THAT(
+        contentOf(m_startPath),
+        testing::MatchesRegex("ORLIX Plugin: [0-9]{13} [0-9]{9,}: text 7\n"
+                              "ORLIX Plugin: [0-9]{13} [0-9]{9,}: more\n"));
     EXPECT_EQ("", contentOf(m_mainPath));
 }
 
@@ -82,8 +84,7 @@ TEST_F(LogTest, consoleGetsTheSameLineAndPrintOutNoFile)
     log_info("seen\n");
     print_out("bare %s\n", "text");
     const std::string out = testing::internal::GetCapturedStdout();
-    EXPECT_TRUE(std::regex_match(out, std::regex("ORLIX Plugin: \\d+ \\d{9,}: seen\nbare text\n")))
-        << out;
+    EXPECT_THAT(out, testing::MatchesRegex("ORLIX Plugin: [0-9]{13} [0-9]{9,}: seen\nbare text\n"));
     log_close();
     EXPECT_EQ(std::string::npos, contentOf(m_startPath).find("bare"));
 }

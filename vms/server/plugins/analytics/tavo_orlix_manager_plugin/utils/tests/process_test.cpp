@@ -253,8 +253,10 @@ TEST(ProcessTest, theHostsWayWithItsChildrenDoesNotMatter)
     const Handler ignore = SIG_IGN;
     const Handler collectAll = [](int)
     {
+        const int error = errno;
         while (waitpid(-1, nullptr, WNOHANG) > 0)
-        {}
+            continue;
+        errno = error;
     };
     for (const Handler handler : {ignore, collectAll})
     {
