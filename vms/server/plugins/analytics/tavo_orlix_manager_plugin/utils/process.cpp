@@ -45,6 +45,7 @@ ProcessRecord process_start(
     const std::vector<std::string>& arguments, bool console, PipeEnd* errorPipe)
 {
     std::vector<const char*> pointers;
+    pointers.reserve(arguments.size() + 1);
     for (const std::string& argument : arguments)
         pointers.push_back(argument.c_str());
     pointers.push_back(nullptr);

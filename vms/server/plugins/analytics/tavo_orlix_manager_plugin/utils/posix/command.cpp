@@ -42,6 +42,7 @@ CommandResult runCommand(const std::string& commandLine)
     UniqueDescriptor writeEnd = aboveStandard(UniqueDescriptor(ends[1]));
     const std::vector<std::string> words = splitCommandLine(commandLine);
     std::vector<const char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (const std::string& word : words)
         arguments.push_back(word.c_str());
     arguments.push_back(nullptr);

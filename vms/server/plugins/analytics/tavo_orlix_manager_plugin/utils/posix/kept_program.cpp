@@ -14,8 +14,6 @@
 #include "utils/posix/keeper/protocol.h"
 #include "utils/posix/keeper_file.h"
 
-extern char** environ;
-
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 namespace

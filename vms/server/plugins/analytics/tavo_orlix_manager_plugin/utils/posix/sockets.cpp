@@ -40,7 +40,7 @@ bool setTimeout(int descriptor, int option)
 // As much of the path as an address holds beside its terminator.
 std::string pathInAddress(const std::string& path)
 {
-    return std::string(path.c_str()).substr(0, sizeof(sockaddr_un::sun_path) - 1);
+    return path.substr(0, std::min(path.find('\0'), sizeof(sockaddr_un::sun_path) - 1));
 }
 
 sockaddr_un addressOf(const std::string& path)

@@ -21,8 +21,8 @@ std::size_t system_error_text(int code, char* buffer, std::size_t size)
 {
     char own[256];
     const char* const text = strerror_r(code, own, sizeof own); // the form that gives a pointer
-    const std::size_t length = std::min(std::strlen(text), size);
-    std::memcpy(buffer, text, length);
+    const std::size_t length = strnlen(text, size);
+    std::copy_n(text, length, buffer);
     return length;
 }
 

@@ -66,6 +66,7 @@ TEST(RunCommandTest, theExitCodeIsKnownWhereTheHostIgnoresItsChildren)
 TEST(RunCommandTest, commandsRunAtTheSameTime)
 {
     std::vector<std::thread> threads;
+    threads.reserve(8);
     for (int i = 0; i < 8; ++i)
     {
         threads.emplace_back(

@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <vector>
 
 #include <gmock/gmock.h>
 
@@ -194,10 +193,10 @@ TEST_F(LogTest, everybodyMayReadAndWriteTheFilesAndNoChildInheritsThem)
 TEST_F(LogTest, linesSurviveOpeningAndClosingOnOtherThreads)
 {
     std::atomic<bool> end{false};
-    std::vector<std::thread> writers;
-    for (int i = 0; i < 3; ++i)
+    std::thread writers[3];
+    for (std::thread& writer : writers)
     {
-        writers.emplace_back(
+        writer = std::thread(
             [&end]
             {
                 while (!end)

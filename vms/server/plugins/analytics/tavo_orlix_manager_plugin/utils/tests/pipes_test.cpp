@@ -85,9 +85,8 @@ TEST(PipesTest, textIsAllThatCanBeReadNow)
 TEST(PipesTest, anEndIsFoundByItsPrintedHandle)
 {
     PipePair pair = newPair();
-    char text[32];
-    std::snprintf(text, sizeof text, "%p", reinterpret_cast<void*>(pair.upRead.handle));
-    PipeEnd found = pipe_end_from_string(text);
+    PipeEnd found = pipe_end_from_string(
+        log_format_alloc(32, "0x%llx", static_cast<unsigned long long>(pair.upRead.handle)));
     EXPECT_EQ(pair.upRead.handle, found.handle);
     pair.upRead.handle = kInvalidPipe; // it has one owner
     EXPECT_EQ(kInvalidPipe, pipe_end_from_string("0xFFFF").handle);

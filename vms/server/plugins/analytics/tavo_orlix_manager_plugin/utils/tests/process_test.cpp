@@ -302,7 +302,7 @@ TEST(ProcessTest, theChildHasACleanStart)
     sigset_t maskBefore;
     sigfillset(&blocked);
     pthread_sigmask(SIG_BLOCK, &blocked, &maskBefore);
-    const int leaky = open("/dev/null", O_RDONLY); // as a host may open it
+    const int leaky = open("/dev/null", O_RDONLY); // NOLINT(android-cloexec-open): as a host may
     ProcessRecord record = startShell(
         "exec > " + file + "; grep SigBlk /proc/self/status; ls /proc/$$/fd; cat; kill -TERM $$");
     pthread_sigmask(SIG_SETMASK, &maskBefore, nullptr);
