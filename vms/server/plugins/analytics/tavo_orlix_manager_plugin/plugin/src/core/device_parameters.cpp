@@ -19,6 +19,21 @@
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
+namespace
+{
+
+DeviceAgent* findAgent(const DeviceAgents& agents, const std::string& deviceId)
+{
+    for (const auto& [index, agent] : agents)
+    {
+        if (agent && sameDeviceId(agent->deviceId(), deviceId))
+            return agent;
+    }
+    return nullptr;
+}
+
+} // namespace
+
 bool RuntimeManagerLoop::serveReset()
 {
     std::string deviceId;
@@ -130,7 +145,7 @@ bool RuntimeManagerLoop::applyDevicesParameters(
             resetDevices(m_engine.utilityProvider(), {id});
             continue;
         }
-        DeviceAgent* const agent = findAgent(id);
+        DeviceAgent* const agent = findAgent(m_engine.m_deviceAgents, id);
         if (!agent)
             continue;
         agent->processDeviceParameters(device);
@@ -142,16 +157,6 @@ bool RuntimeManagerLoop::applyDevicesParameters(
     const bool rewritten = m_engine.m_managerInterface.updateSettings(
         models.takeList(), m_engine.m_assignedModels, runtimeChanged);
     return downloaded || rewritten;
-}
-
-DeviceAgent* RuntimeManagerLoop::findAgent(const std::string& deviceId)
-{
-    for (const auto& [index, agent] : m_engine.m_deviceAgents)
-    {
-        if (agent && sameDeviceId(agent->deviceId(), deviceId))
-            return agent;
-    }
-    return nullptr;
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -28,6 +28,10 @@ namespace tavo::vms_server_plugins::analytics::orlix
 class DeviceAgent;
 class Plugin;
 
+// The living agents by their index; none is owned. The index travels with frames and results, so
+// it is not used anew while its agent lives.
+using DeviceAgents = std::unordered_map<std::size_t, DeviceAgent*>;
+
 // The one long-lived object of the library: it owns every service that does not belong to a single
 // camera, the registry of device agents, and the library's two threads. The listener thread runs
 // from the constructor to the destructor; the runtime loop from the first device agent on, so that
@@ -105,8 +109,7 @@ private:
     bool m_runtimeLoopStarted GUARDED_BY(m_deviceAgentsMutex) = false;
     std::thread m_listenerThread;
     mutable Mutex m_deviceAgentsMutex;
-    std::unordered_map<std::size_t, DeviceAgent*> m_deviceAgents
-        GUARDED_BY(m_deviceAgentsMutex); // not owned
+    DeviceAgents m_deviceAgents GUARDED_BY(m_deviceAgentsMutex);
     std::atomic<SocketHandle> m_listeningSocket{kInvalidSocket}; // whoever exchanges it closes it
     std::string m_socketPath; // constant after construction
     std::atomic<bool> m_shuttingDown{false};

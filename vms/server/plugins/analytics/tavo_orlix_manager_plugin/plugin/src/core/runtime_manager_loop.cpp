@@ -13,6 +13,27 @@
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
+namespace
+{
+
+bool anyAgentIsActive(const DeviceAgents& agents)
+{
+    for (const auto& [index, agent] : agents)
+    {
+        if (!agent)
+        {
+            log_info("Something went terribly wrong casting a DeviceAgent %zu\n", index);
+            continue;
+        }
+        MutexLock lock(settingsLock());
+        if (agent->isActive())
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
 void runtimeManagerLoop(Engine& engine)
 {
     RuntimeManagerLoop(engine).run();
@@ -119,24 +140,9 @@ bool RuntimeManagerLoop::walkAgents(Pass& pass)
         else
             log_info("Something went terribly wrong casting a DeviceAgent %zu\n", index);
     }
-    pass.desired = anyAgentIsActive() ? ManagerState::Running : ManagerState::Stopped;
+    pass.desired =
+        anyAgentIsActive(m_engine.m_deviceAgents) ? ManagerState::Running : ManagerState::Stopped;
     return true;
-}
-
-bool RuntimeManagerLoop::anyAgentIsActive()
-{
-    for (const auto& [index, agent] : m_engine.m_deviceAgents)
-    {
-        if (!agent)
-        {
-            log_info("Something went terribly wrong casting a DeviceAgent %zu\n", index);
-            continue;
-        }
-        MutexLock lock(settingsLock());
-        if (agent->isActive())
-            return true;
-    }
-    return false;
 }
 
 bool RuntimeManagerLoop::startOrStopManager(const Pass& pass)

@@ -11,7 +11,6 @@
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
-class DeviceAgent;
 class Engine;
 
 // Brings the state of this machine into line with what the host and the user want. It polls: once
@@ -91,8 +90,6 @@ private:
     void installRuntime(const std::string& name);
     bool applyDevicesParameters(
         yyjson_val* devices, const std::string& mimeType, bool runtimeChanged);
-    DeviceAgent* findAgent(const std::string& deviceId); // the registry's lock is held
-    bool anyAgentIsActive(); // likewise
     void startManager();
     void stopManager();
 

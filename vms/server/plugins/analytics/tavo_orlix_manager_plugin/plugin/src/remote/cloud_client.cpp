@@ -41,8 +41,8 @@ bool succeeded(
     if (requestDone && status.statusCode == kStatusOk)
         return true;
 
-    std::string text = failure + " Endpoint:" + endpoint +
-        " Code: " + std::to_string(status.statusCode) + " Line: " + status.toString();
+    std::string text = failure + endpoint + " Code: " + std::to_string(status.statusCode) +
+        " Line: " + status.toString();
     if (const std::optional<std::string> body = client.fetchEntireMessageBody())
         text += " Body: " + *body;
     log_info("%s", text.c_str()); // without a line end, as operators know it
@@ -71,8 +71,8 @@ std::vector<PipelineOption> makeOptions(const std::string& pipelines)
     yyjson_arr_iter iterator = yyjson_arr_iter_with(yyjson_doc_get_root(document.get()));
     while (yyjson_val* const pipeline = yyjson_arr_iter_next(&iterator))
     {
-        if (!yyjson_is_obj(pipeline))
-            continue;
+        if (!yyjson_is_str(jsonMember(pipeline, "uuid")))
+            continue; // no pipeline: it could not be chosen
         PipelineOption option = makeOption(pipeline);
         log_info("Patch pipelines %s:\n%s\n", option.name.c_str(), option.patch.c_str());
         options.push_back(std::move(option));
@@ -150,7 +150,7 @@ std::vector<PipelineOption> getAvailablePipelines(
         cloudSystemId(provider).value_or("") + "/device/" + deviceId + "/available-pipelines";
 
     const bool done = client.doGet(endpoint);
-    if (!succeeded(client, done, endpoint, "Failed to fetch pipelines!"))
+    if (!succeeded(client, done, endpoint, "Failed to fetch pipelines! Endpoint:"))
         return {};
     const std::optional<std::string> body = client.fetchEntireMessageBody();
     if (!body)
@@ -173,7 +173,7 @@ void resetDevices(const UtilityProviderPtr& provider, const std::vector<std::str
     const std::string endpoint = std::string(ini().CloudAPI) + "/reset/";
 
     const bool done = client.doPost(endpoint, "application/json", body);
-    if (!succeeded(client, done, endpoint, "Failed to configure devices!"))
+    if (!succeeded(client, done, endpoint, "Failed to configure devices! Endpoint:"))
         return;
     if (const std::optional<std::string> answer = client.fetchEntireMessageBody())
         patchDevices(provider, *answer);
