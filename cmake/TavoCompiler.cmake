@@ -41,6 +41,10 @@ if(TAVO_SANITIZER)
     add_compile_options(-fsanitize=${TAVO_SANITIZER} -fno-omit-frame-pointer
         -fno-sanitize-recover=all)
     add_link_options(-fsanitize=${TAVO_SANITIZER})
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        # The instrumented code of std::regex and its like looks uninitialized to the compiler.
+        target_compile_options(tavo_warnings INTERFACE -Wno-maybe-uninitialized)
+    endif()
 endif()
 
 # The folder of a platform's sources; nothing outside these folders may ask where it runs.
