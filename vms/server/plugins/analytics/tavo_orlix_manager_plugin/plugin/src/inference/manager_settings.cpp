@@ -39,6 +39,8 @@ void replaceFile(const std::string& path, std::string_view content)
 {
     const std::string draft = path + ".new";
     std::error_code error;
+    // An application's archive may come without the folder.
+    std::filesystem::create_directories(pathFromUtf8(path).parent_path(), error);
     if (writeWhole(draft, content))
         std::filesystem::rename(pathFromUtf8(draft), pathFromUtf8(path), error);
     else

@@ -1,0 +1,115 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "agent_handler.h"
+#include "library.h"
+#include "record_store.h"
+#include "rest_service.h"
+#include "server.h"
+#include "settings_dialog.h"
+#include "statistics.h"
+#include "temporary_folder.h"
+#include "utility_provider.h"
+
+namespace tavo::devkit
+{
+
+// A server that has the built library loaded and one camera switched on before which something
+// moves, as long as it lives.
+class RunningHost
+{
+public:
+    RunningHost(const std::string& folder, RecordStore& store);
+    ~RunningHost();
+
+    void press(const std::string& button) { m_dialog->press(button); }
+    void apply() { m_dialog->apply(); }
+
+    // The visible banners and buttons of the dialog as a user would see it now, a line each.
+    [[nodiscard]] std::string dialog();
+
+    // Whether objects came since the last call.
+    [[nodiscard]] bool takeObjects();
+
+    // What the library produced so far, a JSON object a line.
+    [[nodiscard]] std::string produced();
+
+private:
+    void pushFrames(std::stop_token stop);
+
+    const std::string m_folder;
+    Console m_console{/*toStandardError*/ true};
+    MetadataSink m_sink;
+    CameraStatistics m_statistics;
+    std::uint64_t m_objectPackets = 0;
+    std::unique_ptr<Library> m_library;
+    std::unique_ptr<RestService> m_restService;
+    sdk::Ptr<UtilityProvider> m_provider;
+    sdk::Ptr<sdk::analytics::IIntegration> m_plugin;
+    sdk::Ptr<sdk::analytics::IEngine> m_engine;
+    sdk::Ptr<sdk::analytics::IConsumingDeviceAgent> m_agent;
+    sdk::Ptr<AgentHandler> m_handler;
+    std::unique_ptr<SettingsDialog> m_dialog;
+    std::jthread m_frames; // last: it uses all of the above
+};
+
+// The whole road on one machine: a cloud and a storage that serve the built application, runtimes
+// and one model of the application's own motion detector, and a server's records.
+class RoadTest : public testing::Test
+{
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    void startServices(bool encryptedModel);
+    void startHost();
+
+    // Brings a machine with nothing on it to the first objects, with a user's choice of a runtime.
+    void startFromNothing(bool encryptedModel);
+
+    // Fails the test when it is not so within half a minute.
+    void waitFor(const char* what, const std::function<bool()>& isSo);
+    void waitForDialog(const std::string& text);
+    void waitForObjects();
+
+    // JSON text of the host's record.
+    [[nodiscard]] std::string serverRecord() const;
+    [[nodiscard]] std::string deviceRecord() const;
+
+    void switchFault(const std::string& path, const std::string& kind);
+    void clearFaults();
+    void touchModels(const std::string& updatedAt);
+
+    // All requests to the services so far, a line each.
+    [[nodiscard]] std::string requests() const;
+
+    // What the camera sees, as a file.
+    void writeVideo() const;
+
+    // Process ids of the application's programs of this test.
+    [[nodiscard]] std::vector<int> processes(const std::string& program) const;
+
+    [[nodiscard]] std::string inManager(const std::string& name) const
+    {
+        return "home/tavo_orlix_manager/orlix_manager/" + name;
+    }
+
+    static constexpr char kModel[] = "what a model weighs";
+
+    vms_server_plugins::analytics::orlix::TemporaryFolder m_folder;
+    std::unique_ptr<RecordStore> m_store = openDatabaseRecordStore(m_folder.path("records.db"));
+    std::unique_ptr<Services> m_services;
+    std::thread m_server;
+    int m_port = 0;
+    std::unique_ptr<RunningHost> m_host;
+};
+
+} // namespace tavo::devkit

@@ -1,0 +1,194 @@
+// The built library driven as a host drives it, with real services, the real application and real
+// processes: from a machine with nothing on it to objects, and through what a user can do.
+
+#include <csignal>
+#include <filesystem>
+
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "road_fixture.h"
+
+namespace tavo::devkit
+{
+
+namespace
+{
+
+bool contains(const std::string& text, const std::string& part)
+{
+    return text.find(part) != std::string::npos;
+}
+
+std::size_t countOf(const std::string& text, const std::string& part)
+{
+    std::size_t count = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+        ++count;
+    return count;
+}
+
+} // namespace
+
+TEST_F(RoadTest, anEncryptedModelGoesFromTheCloudToObjectsAndLeavesNothingInTheClear)
+{
+    startFromNothing(/*encryptedModel*/ true);
+    EXPECT_TRUE(contains(serverRecord(), R"("pluginVersion":"4.6.66")")) << serverRecord();
+    EXPECT_TRUE(contains(serverRecord(), R"("name":"Generic CPU")")) << serverRecord();
+    EXPECT_TRUE(contains(serverRecord(), R"("siteID":"system")")) << serverRecord();
+    waitFor("runtimeActive", [&]() { return contains(serverRecord(), R"("runtimeActive":true)"); });
+    EXPECT_TRUE(contains(deviceRecord(), R"("PluginEnabled":true)")) << deviceRecord();
+    EXPECT_TRUE(contains(m_host->dialog(), "Active ORLIX Runtime: Generic CPU"));
+
+    EXPECT_EQ(kModel, m_folder.read("tmp/motion.bin"));
+    struct stat status = {};
+    ASSERT_EQ(0, stat(m_folder.path("tmp/motion.bin").c_str(), &status));
+    EXPECT_EQ(0600u, status.st_mode & 0777u);
+    EXPECT_FALSE(contains(m_folder.read(inManager("cache/encrypted/motion.bin")), kModel));
+    EXPECT_TRUE(contains(m_folder.read(inManager("etc/settings.json")), "/tmp/motion.bin"));
+
+    m_host.reset();
+    EXPECT_FALSE(m_folder.has("tmp/motion.bin"));
+    EXPECT_TRUE(contains(deviceRecord(), R"("PluginEnabled":false)")) << deviceRecord();
+
+    // The next start finds everything where it was.
+    const std::string before = requests();
+    startHost();
+    waitForObjects();
+    const std::string after = requests().substr(before.size());
+    for (const char* const path : {"/models/", "/apps/", "/runtimes/", "/reset/"})
+        EXPECT_FALSE(contains(after, path)) << after;
+}
+
+TEST_F(RoadTest, everyButtonOfTheDialogDoesWhatItSays)
+{
+    startFromNothing(/*encryptedModel*/ false);
+    waitForDialog("button selectAllButton");
+    const auto resets = [&]() { return countOf(requests(), "POST /dev/reset/"); };
+
+    m_host->press("deSelectAllButton");
+    m_host->press("manageDevice");
+    EXPECT_TRUE(contains(m_host->produced(), R"("kind":"actionResponse")")) << m_host->produced();
+    EXPECT_TRUE(contains(m_host->produced(), "/admin/device/"));
+
+    const std::string log = inManager("etc/brunmod_start.log");
+    m_host->press("triggerReferenceRunButton");
+    waitFor("reference run", [&]() { return contains(m_folder.read(log), "eference run"); });
+
+    for (const char* const button : {"resetSingleDeviceButton", "resetAllDevicesButton"})
+    {
+        SCOPED_TRACE(button);
+        const std::size_t before = resets();
+        m_host->press(button);
+        EXPECT_TRUE(contains(m_host->dialog(), "Device reset in progress."));
+        waitFor("reset", [&]() { return resets() == before + 1; });
+        waitFor(
+            "end of the text",
+            [&]() { return !contains(m_host->dialog(), "Device reset in progress."); });
+    }
+
+    // A changed model that cannot be fetched, then one that can, and a restart with it.
+    const std::vector<int> firstRun = processes("brunmod");
+    switchFault("/models/", "wrongDigest");
+    touchModels("2026-11-02T12:00:00");
+    m_host->press("resetAllDevicesButton");
+    waitForDialog("warning: Model digest in header does not match downloaded file hash.");
+    waitForDialog("button modelDownloadRetryButton");
+    EXPECT_EQ(kModel, m_folder.read(inManager("cache/unencrypted/motion.bin")));
+    clearFaults();
+    m_host->press("modelDownloadRetryButton");
+    waitFor(
+        "restart",
+        [&]()
+        {
+            const auto now = processes("brunmod");
+            return !now.empty() && now != firstRun;
+        });
+    waitForObjects();
+    EXPECT_FALSE(contains(m_host->dialog(), "warning: "));
+
+    m_host->press("reselectRuntimeButton");
+    waitForDialog("button libraryChoiceIntel");
+    EXPECT_FALSE(m_folder.has(inManager("bin/installed_runtime.txt")));
+    EXPECT_TRUE(contains(serverRecord(), R"("mimetypes":[""],"name":"")")) << serverRecord();
+    m_host->press("libraryChoiceIntel");
+    waitForObjects();
+    EXPECT_EQ("Intel", m_folder.read(inManager("bin/installed_runtime.txt")));
+
+    m_host->press("clearCacheButton");
+    waitForDialog("button libraryChoiceIntel"); // the application is there again by then
+    EXPECT_EQ(2u, countOf(requests(), "GET /apps/"));
+    m_host->press("libraryChoiceIntel");
+    waitForObjects();
+}
+
+TEST_F(RoadTest, aServiceThatFailsIsToldAndComesBackWhenItDoes)
+{
+    startServices(/*encryptedModel*/ false);
+    switchFault("/apps/", "cut");
+    startHost();
+    waitForDialog("info: The Tavo Orlix Manager could not be installed. Consult");
+    EXPECT_FALSE(m_folder.has("tmp/orlix_manager.tgz"));
+    clearFaults();
+    m_host.reset(); // a failed installation stays until the next start
+    startHost();
+    waitForDialog("button libraryChoiceGeneric CPU");
+
+    switchFault("/available-pipelines", "body"); // that is no JSON
+    switchFault("/runtimes/", "status");
+    m_host->press("libraryChoiceGeneric CPU");
+    waitForDialog("info: The ORLIX Plugin could not install the acceleration library.");
+    clearFaults();
+    switchFault("/available-pipelines", "body");
+    m_host->press("reselectRuntimeButton");
+    waitForDialog("button libraryChoiceGeneric CPU");
+    m_host->press("libraryChoiceGeneric CPU");
+    waitForDialog("warning: Could not fetch available pipelines from cloud.");
+    waitForObjects(); // what the device was reset to works without them
+}
+
+TEST_F(RoadTest, aKilledApplicationIsReportedAndRunsAgain)
+{
+    startFromNothing(/*encryptedModel*/ true);
+    const std::vector<int> running = processes("brunmod");
+    ASSERT_EQ(1u, running.size());
+    kill(running.front(), SIGKILL);
+    waitForDialog("warning: Detected Orlix Manager crash.");
+    waitForObjects();
+    EXPECT_NE(running, processes("brunmod"));
+    EXPECT_TRUE(m_folder.has(inManager("etc/brunmod_crash.log")));
+}
+
+TEST_F(RoadTest, aKilledHostTakesTheApplicationAlong)
+{
+    startFromNothing(/*encryptedModel*/ true);
+    m_host.reset();
+
+    // The stand-in host's own program, which never gets to its end.
+    writeVideo();
+    const pid_t host = fork();
+    ASSERT_GE(host, 0);
+    if (host == 0)
+    {
+        execl(
+            TAVO_HOST_FILE, TAVO_HOST_FILE, "--plugin", TAVO_PLUGIN_FILE, "--work-dir",
+            m_folder.path("home").c_str(), "--video", m_folder.path("video.mp4").c_str(),
+            "--database", m_folder.path("records.db").c_str(), nullptr);
+        _exit(127);
+    }
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (processes("brund").empty() && std::chrono::steady_clock::now() < end)
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_FALSE(processes("brund").empty());
+    EXPECT_TRUE(m_folder.has("tmp/motion.bin"));
+    kill(host, SIGKILL);
+    ASSERT_EQ(host, waitpid(host, nullptr, 0));
+
+    startHost(); // over whatever sockets are left
+    waitForObjects();
+    EXPECT_EQ(1u, processes("brunmod").size());
+    EXPECT_EQ(1u, processes("brund").size());
+}
+
+} // namespace tavo::devkit
