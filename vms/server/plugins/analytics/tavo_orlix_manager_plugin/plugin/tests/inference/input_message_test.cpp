@@ -87,6 +87,27 @@ TEST_F(InputMessageTest, CarriesTheFrameAndItsDevice)
     EXPECT_EQ(source.timestampUs, mpack_node_u64(message.at("Timestamp")));
 }
 
+// The bytes that docs/protocol.md shows to writers of an application.
+TEST_F(InputMessageTest, IsWhatTheProtocolsDocumentShows)
+{
+    const std::uint8_t redAndGreen[] = {255, 0, 0, 0, 255, 0};
+    image = {redAndGreen, 6, 2, 1};
+    const std::string id = "cam";
+    const std::string name = "Gate";
+    ASSERT_TRUE(
+        createInputMessage(image, {1'700'000'000'000'000, 3, id, name}, settings, nullptr, buffer));
+    using namespace std::string_literals;
+    EXPECT_EQ(
+        "\x8a\xa9ImageData\xc4\x06\xff\0\0\0\xff\0\xa9Pipelines\x90\xa5Width\x02\xa6Height\x01"
+        "\xa8"
+        "Channels\x03\xabmessageType\0\xaaInputIndex\x03\xa8"
+        "DeviceID\xa3"
+        "cam"
+        "\xaa"
+        "DeviceName\xa4Gate\xa9Timestamp\xcf\0\x06\x0a\x24\x18\x1e\x40\0"s,
+        joined(buffer));
+}
+
 TEST_F(InputMessageTest, PacksRowsThatLieFurtherApart)
 {
     const std::string packed = created();

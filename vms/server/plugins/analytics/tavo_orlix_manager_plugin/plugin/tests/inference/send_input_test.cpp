@@ -1,5 +1,8 @@
+#include <atomic>
 #include <cstring>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -215,6 +218,36 @@ TEST_F(SendInputTest, AFrameCannotOutliveItsSegmentsEnd)
     EXPECT_TRUE(segments.close(segment.name()));
     EXPECT_TRUE(held->write(message)); // still mapped, for whoever holds it
     EXPECT_FALSE(segments.close(segment.name()));
+}
+
+// Frames of several cameras, and an application that keeps to no order.
+TEST_F(SendInputTest, ClosingMeetsWriting)
+{
+    AttachedSegments segments;
+    const Segment segment(room());
+    std::atomic<int> running{3};
+    std::vector<std::thread> writers;
+    for (int i = 0; i < 3; ++i)
+    {
+        writers.emplace_back(
+            [&]()
+            {
+                for (int round = 0; round < 200; ++round)
+                {
+                    const auto attached = segments.find(segment.name());
+                    EXPECT_TRUE(attached && attached->write(message));
+                }
+                --running;
+            });
+    }
+    while (running > 0)
+    {
+        static_cast<void>(segments.close(segment.name()));
+        segments.startRun();
+    }
+    for (auto& writer : writers)
+        writer.join();
+    EXPECT_EQ(joined(message), segment.content());
 }
 
 TEST_F(SendInputTest, ANewRunMeansNewSegments)
