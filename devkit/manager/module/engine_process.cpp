@@ -55,9 +55,15 @@ EngineProcess::~EngineProcess()
 {
     if (!isAlive())
         return;
-    const bool isAsked = m_stream && m_stream->send(CommandMessage{protocol::Command::stop});
-    if (isAsked && orlix::process_wait(m_process, kStopSeconds) != orlix::kProcessWaitTimeout)
-        return;
+    if (m_stream && m_stream->send(CommandMessage{protocol::Command::stop}))
+    {
+        const int exitCode = orlix::process_wait(m_process, kStopSeconds);
+        if (exitCode != orlix::kProcessWaitTimeout)
+        {
+            orlix::log_info("The engine has stopped with exit code %d\n", exitCode);
+            return;
+        }
+    }
     orlix::log_info("Warning! The engine did not stop by itself.\n");
     orlix::process_kill(m_process);
     (void)orlix::process_wait(m_process, kKillSeconds); // what is left of it ends with its job
