@@ -65,62 +65,84 @@ Result FrameAnalyser::analyse(const InputFrame& frame)
     const std::vector<SeenObject> seen = withinMasks(detect(frame), frame);
     const std::vector<Track*> tracks = input.tracker.update(seen, frame.timestampUs);
 
-    Result result{
-        frame.inputIndex, frame.timestampUs, frame.rgb.size(), {}, wantsIds(frame), {}, {}};
+    Result result;
+    result.inputIndex = frame.inputIndex;
+    result.timestampUs = frame.timestampUs;
+    result.imageSize = frame.rgb.size();
+    result.hasIds = wantsIds(frame);
     for (std::size_t i = 0; i < seen.size(); ++i)
     {
         result.objects[seen[i].className].push_back(
             toResult(*tracks[i], seen[i].score, frame.timestampUs));
     }
+    watchLine(frame, tracks, result);
+    watchLoitering(frame, tracks, result);
+    watchDumping(frame, seen, input, result);
+    count(frame, seen, input, result);
+    return result;
+}
 
-    if (!frame.line.empty() && frame.hasProcessor(kLineCrossing))
+void FrameAnalyser::watchLine(
+    const InputFrame& frame, const std::vector<Track*>& tracks, Result& result)
+{
+    if (frame.line.empty() || !frame.hasProcessor(kLineCrossing))
+        return;
+    for (Track* const track : tracks)
     {
-        for (Track* const track : tracks)
-        {
-            if (crossesLine(*track, frame.line))
-            {
-                result.events.push_back(
-                    {kLineCrossingEvent, "Line crossed", track->className + " crossed the line"});
-            }
-        }
-    }
-    if (frame.loitering && frame.hasProcessor(kLoitering))
-    {
-        for (Track* const track : tracks)
-        {
-            if (loiters(*track, *frame.loitering, frame.timestampUs))
-            {
-                result.events.push_back(
-                    {kLoiteringEvent, "Loiterer detected",
-                     track->className + " in view for " +
-                         seconds(frame.timestampUs - track->firstSeenUs)});
-            }
-        }
-    }
-    if (frame.dumping && frame.hasProcessor(kDumping))
-    {
-        std::vector<const Track*> reports;
-        for (const Track* const left : input.dumping.update(frame, seen, reports))
-            result.objects[kAnomalyClass].push_back(toResult(*left, 1, frame.timestampUs));
-        for (const Track* const left : reports)
+        if (crossesLine(*track, frame.line))
         {
             result.events.push_back(
-                {kDumpingEvent, "Illegal dumping detected",
-                 left->className + " left behind for " +
-                     seconds(frame.timestampUs - left->restingSinceUs)});
+                {kLineCrossingEvent, "Line crossed", track->className + " crossed the line"});
         }
     }
-    if (frame.hasProcessor(kCounting))
+}
+
+void FrameAnalyser::watchLoitering(
+    const InputFrame& frame, const std::vector<Track*>& tracks, Result& result)
+{
+    if (!frame.loitering || !frame.hasProcessor(kLoitering))
+        return;
+    for (Track* const track : tracks)
     {
-        // A class that was counted once is told as 0 when it is gone.
-        for (const SeenObject& object : seen)
-            input.countedClasses.insert(object.className);
-        for (const std::string& className : input.countedClasses)
-            result.counts[className] = 0;
-        for (const SeenObject& object : seen)
-            ++result.counts[object.className];
+        if (loiters(*track, *frame.loitering, frame.timestampUs))
+        {
+            result.events.push_back(
+                {kLoiteringEvent, "Loiterer detected",
+                 track->className + " in view for " +
+                     seconds(frame.timestampUs - track->firstSeenUs)});
+        }
     }
-    return result;
+}
+
+void FrameAnalyser::watchDumping(
+    const InputFrame& frame, const std::vector<SeenObject>& seen, Input& input, Result& result)
+{
+    if (!frame.dumping || !frame.hasProcessor(kDumping))
+        return;
+    std::vector<const Track*> reports;
+    for (const Track* const left : input.dumping.update(frame, seen, reports))
+        result.objects[kAnomalyClass].push_back(toResult(*left, 1, frame.timestampUs));
+    for (const Track* const left : reports)
+    {
+        result.events.push_back(
+            {kDumpingEvent, "Illegal dumping detected",
+             left->className + " left behind for " +
+                 seconds(frame.timestampUs - left->restingSinceUs)});
+    }
+}
+
+void FrameAnalyser::count(
+    const InputFrame& frame, const std::vector<SeenObject>& seen, Input& input, Result& result)
+{
+    if (!frame.hasProcessor(kCounting))
+        return;
+    // A class that was counted once is told as 0 when it is gone.
+    for (const SeenObject& object : seen)
+        input.countedClasses.insert(object.className);
+    for (const std::string& className : input.countedClasses)
+        result.counts[className] = 0;
+    for (const SeenObject& object : seen)
+        ++result.counts[object.className];
 }
 
 void FrameAnalyser::takeReference()

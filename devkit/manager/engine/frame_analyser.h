@@ -43,6 +43,16 @@ private:
     Input& inputOf(const InputFrame& frame);
     std::vector<SeenObject> detect(const InputFrame& frame);
 
+    // Each adds to the result what its function finds, if the frame asks for it.
+    static void watchLine(
+        const InputFrame& frame, const std::vector<Track*>& tracks, Result& result);
+    static void watchLoitering(
+        const InputFrame& frame, const std::vector<Track*>& tracks, Result& result);
+    static void watchDumping(
+        const InputFrame& frame, const std::vector<SeenObject>& seen, Input& input, Result& result);
+    static void count(
+        const InputFrame& frame, const std::vector<SeenObject>& seen, Input& input, Result& result);
+
     ModelCatalogue& m_models;
     std::unordered_map<std::uint64_t, Input> m_inputs;
 };

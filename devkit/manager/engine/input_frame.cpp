@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
 #include "inference/protocol.h"
 #include "utils/log.h"
@@ -85,7 +86,11 @@ void readMasks(mpack_node_t root, InputFrame& frame)
     if (mpack_node_is_missing(masks))
         return;
     for (std::size_t i = 0; i < mpack_node_array_length(masks); ++i)
-        frame.masks.push_back(readPoints(mpack_node_array_at(masks, i)));
+    {
+        Polygon mask = readPoints(mpack_node_array_at(masks, i));
+        if (mask.size() > 2) // a figure that was never drawn does not blind the camera
+            frame.masks.push_back(std::move(mask));
+    }
     frame.masksExclude = optionalText(root, key::kMaskType) == kExclusive;
 }
 

@@ -138,7 +138,7 @@ void ModuleServer::read(Connection& connection)
     // The sender has closed, so it does not write any more, whether or not it has.
     connection.isDone = true;
     if (!connection.segment.empty())
-        m_pool.giveBack(connection.segment, Clock::now());
+        m_pool.giveBack(std::exchange(connection.segment, {}), Clock::now());
 }
 
 void ModuleServer::handle(Connection& connection, const InputAnnouncement& message)
