@@ -185,6 +185,15 @@ TEST_F(RoadTest, aKilledHostTakesTheApplicationAlong)
     kill(host, SIGKILL);
     ASSERT_EQ(host, waitpid(host, nullptr, 0));
 
+    const auto isGone = [&]()
+    {
+        return processes("brunmod").empty() && processes("brund").empty() &&
+            !m_folder.has("tmp/motion.bin");
+    };
+    while (!isGone() && std::chrono::steady_clock::now() < end)
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_TRUE(isGone()) << "a process or the decrypted model outlived its host";
+
     startHost(); // over whatever sockets are left
     waitForObjects();
     EXPECT_EQ(1u, processes("brunmod").size());

@@ -68,6 +68,10 @@ inline constexpr int kProcessWaitTimeout = -2;
 // there is no process any more.
 int process_kill(const ProcessRecord& record);
 
+// Has a file, by its absolute path, deleted when the job has ended, for what must not outlive it
+// even if this process is killed. Not every platform can; logs when it cannot be.
+void process_delete_at_end(const ProcessRecord& record, const std::string& path);
+
 using ProcessSignalHandler = void (*)(int signal);
 
 // For programs, never inside a host: installs `handler` for interruption, termination and abort.

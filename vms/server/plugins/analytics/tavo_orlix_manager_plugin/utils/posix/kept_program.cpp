@@ -194,6 +194,14 @@ bool KeptProgram::kill()
     return send(m_socket.get(), &byte, 1, MSG_NOSIGNAL | MSG_DONTWAIT) == 1;
 }
 
+bool KeptProgram::deleteAtEnd(const std::string& path)
+{
+    const std::string request = static_cast<char>(kKeeperDeleteAtEnd) + path;
+    return request.size() <= kKeeperMaxPath &&
+        send(m_socket.get(), request.data(), request.size(), MSG_NOSIGNAL | MSG_DONTWAIT) ==
+        static_cast<ssize_t>(request.size());
+}
+
 // The keeper ends once its tree is gone. It is this process's child and must be collected, but by
 // nothing that could hit another child of the host, and without counting on it: the host may ignore
 // SIGCHLD, or collect all children itself.

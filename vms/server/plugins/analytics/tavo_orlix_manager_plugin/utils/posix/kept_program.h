@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <string>
 #include <sys/types.h>
 
 #include "utils/posix/unique_descriptor.h"
@@ -63,6 +64,10 @@ public:
     // Ends the program and all that it has started, without waiting. False if that cannot be asked
     // for.
     [[nodiscard]] bool kill();
+
+    // Has the keeper delete a file, by its absolute path, when all of this has ended. False if that
+    // cannot be asked for.
+    [[nodiscard]] bool deleteAtEnd(const std::string& path);
 
 private:
     [[nodiscard]] bool spawnKeeper(

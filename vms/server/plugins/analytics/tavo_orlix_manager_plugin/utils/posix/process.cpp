@@ -169,6 +169,12 @@ int process_kill(const ProcessRecord& record)
     return record.job->program().kill() ? kProcessKilled : -1;
 }
 
+void process_delete_at_end(const ProcessRecord& record, const std::string& path)
+{
+    if (!record.job || !record.job->program().deleteAtEnd(path))
+        log_info("Warning: File cannot be tied to process: %s\n", path.c_str());
+}
+
 void process_set_signal_handler(ProcessSignalHandler handler)
 {
     struct sigaction action = {};

@@ -80,6 +80,9 @@ void OrlixManagerInterface::start(
     }
     ++m_startCount;
     log_info("Starting Orlix Manager: Count: %zu\n", static_cast<std::size_t>(m_startCount));
+    // Ends what a crashed application has left running, and with it the decrypted copies, which
+    // are made anew.
+    m_process = {};
     for (const auto& [id, model] : assignedModels)
     {
         if (!prepareModel(model))
@@ -115,6 +118,7 @@ bool OrlixManagerInterface::decryptModel(const AssignedModel& model)
     log_debug(
         "Decrypting model file %s with key %s to %s\n", model.modelPath.c_str(),
         model.keyPath.c_str(), model.runtimePath.c_str());
+    m_decryptedCopies.insert(model.runtimePath);
     const bool decrypted =
         decryptModelFile({key.get(), keySize}, model.modelPath, model.runtimePath);
     OPENSSL_cleanse(key.get(), keySize);
@@ -151,6 +155,8 @@ void OrlixManagerInterface::spawn(const std::string& pluginSocketPath)
         return;
     }
     m_process = std::move(process);
+    for (const std::string& copy : m_decryptedCopies)
+        process_delete_at_end(m_process, copy);
     m_stderrPipe = std::move(stderrPipe);
     m_startTimeMs = time_now_ms();
     m_state = ManagerState::Running;
@@ -185,6 +191,14 @@ void OrlixManagerInterface::stop(const AssignedModels& assignedModels)
         log_info("Deleting encrypted file: %s\n", model.runtimePath.c_str());
         deleteFile(model.runtimePath);
     }
+    deleteDecryptedCopies(); // of models that are not assigned any more
+}
+
+void OrlixManagerInterface::deleteDecryptedCopies()
+{
+    for (const std::string& copy : m_decryptedCopies)
+        deleteFile(copy);
+    m_decryptedCopies.clear();
 }
 
 ManagerState OrlixManagerInterface::checkRunning(

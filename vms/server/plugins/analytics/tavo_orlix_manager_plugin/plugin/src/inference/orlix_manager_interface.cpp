@@ -25,7 +25,11 @@ OrlixManagerInterface::OrlixManagerInterface(
     log_info("Using module socket path: %s\n", m_moduleSocketPath.c_str());
 }
 
-OrlixManagerInterface::~OrlixManagerInterface() = default;
+OrlixManagerInterface::~OrlixManagerInterface()
+{
+    m_process = {};
+    deleteDecryptedCopies();
+}
 
 void OrlixManagerInterface::sendReferenceRun()
 {

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <set>
 #include <string>
 
 #include <tavo/sdk/i_utility_provider.h>
@@ -34,7 +35,8 @@ public:
     // `messageBoard` is not owned and outlives this object.
     OrlixManagerInterface(const std::string& workingDirectory, MessageBoard* messageBoard);
 
-    // Detaches all segments. Does not stop the process: see the job in utils/process.h for that.
+    // Detaches all segments. Does not ask the application to stop: what is left of it ends with its
+    // job, and what is left of decrypted models is deleted.
     ~OrlixManagerInterface();
 
     OrlixManagerInterface(const OrlixManagerInterface&) = delete;
@@ -86,6 +88,7 @@ private:
     bool startFailed(const std::string& text);
     void spawn(const std::string& pluginSocketPath);
 
+    void deleteDecryptedCopies();
     void forgetCrash(const sdk::Ptr<sdk::IUtilityProvider>& provider);
     void reportCrash(int exitCode);
     void send(protocol::Command command);
@@ -97,6 +100,7 @@ private:
     MessageBoard* const m_messageBoard; // not owned
     std::atomic<ManagerState> m_state{ManagerState::Stopped};
     std::uint64_t m_startCount = 0;
+    std::set<std::string> m_decryptedCopies; // paths; deleted by the job too, if this dies
     std::uint64_t m_startTimeMs = 0; // wall clock of the last successful start
     ModelStamps m_changeTable; // as of the last write of the settings file
     const SmallMessage m_completionMessage = SmallMessage::completion();

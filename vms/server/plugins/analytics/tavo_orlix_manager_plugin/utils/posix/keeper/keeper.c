@@ -43,6 +43,8 @@ static int g_hostDescriptor; // readable once the host has ended; -1 where there
 static int g_children; // readable when a child has ended
 static pid_t g_program; // 0 once its end was told
 static bool g_killed;
+static char* g_files[64]; // to be deleted at the end
+static size_t g_fileCount;
 
 static void tell(uint32_t event, int32_t value)
 {
@@ -220,6 +222,34 @@ static void killTree(void)
     }
 }
 
+static void rememberFile(const char* path, size_t length)
+{
+    if (g_fileCount == sizeof g_files / sizeof *g_files)
+        return;
+    g_files[g_fileCount] = strndup(path, length);
+    if (g_files[g_fileCount])
+        ++g_fileCount;
+}
+
+static void deleteFiles(void)
+{
+    for (size_t i = 0; i < g_fileCount; ++i)
+        unlink(g_files[i]);
+}
+
+static void serve(const char* request, size_t length)
+{
+    if (request[0] == kKeeperKill)
+    {
+        g_killed = true;
+        killTree();
+    }
+    else if (request[0] == kKeeperDeleteAtEnd)
+    {
+        rememberFile(request + 1, length - 1);
+    }
+}
+
 // Until the host has let go of the tree or has ended.
 static void keep(void)
 {
@@ -237,15 +267,12 @@ static void keep(void)
         }
         if (events[0].revents != 0)
         {
-            char byte = 0;
-            const ssize_t count = recv(kKeeperSocket, &byte, 1, MSG_DONTWAIT);
+            static char request[kKeeperMaxPath];
+            const ssize_t count = recv(kKeeperSocket, request, sizeof request, MSG_DONTWAIT);
             if (count == 0 || (count < 0 && errno != EINTR && errno != EAGAIN))
                 return;
-            if (count == 1 && byte == kKeeperKill)
-            {
-                g_killed = true;
-                killTree();
-            }
+            if (count > 0)
+                serve(request, (size_t)count);
         }
     }
 }
@@ -281,5 +308,6 @@ int main(int argumentCount, char** arguments)
     // Also after a failure, so that this process's id means no other as long as the host uses it.
     keep();
     killTree();
+    deleteFiles();
     return EXIT_SUCCESS;
 }

@@ -32,11 +32,18 @@ struct KeeperMessage
     int32_t value;
 };
 
-// Host to keeper: one byte, to end the whole tree now. The end of the connection means the same,
-// and that the keeper ends after it.
+// Host to keeper, a packet each: a byte that says what, and for a file its absolute path behind it.
+// The end of the connection means that the whole tree ends, and after it the keeper.
 enum
 {
-    kKeeperKill = 'K'
+    kKeeperKill = 'K', // end the whole tree now
+    kKeeperDeleteAtEnd = 'D' // delete this file when the tree has ended at last
+};
+
+// With the byte ahead of it, and no terminator.
+enum
+{
+    kKeeperMaxPath = 4096
 };
 
 // The exit code of a program that was ended so.
