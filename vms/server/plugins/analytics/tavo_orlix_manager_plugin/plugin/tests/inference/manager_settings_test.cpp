@@ -96,8 +96,16 @@ TEST_F(ManagerSettingsTest, KeepsTheFileOfADocumentThatCannotBeTold)
 TEST_F(ManagerSettingsTest, ADiskThatRefusesIsNotNoticed)
 {
     std::filesystem::remove_all(folder.path("orlix_manager/etc"));
+    folder.write("orlix_manager/etc", "no folder");
     EXPECT_TRUE(update(models({{"m", "1"}})));
     EXPECT_FALSE(folder.has(kFile));
+}
+
+TEST_F(ManagerSettingsTest, MakesTheFoldersThatAnArchiveLeftOut)
+{
+    std::filesystem::remove_all(folder.path("orlix_manager"));
+    EXPECT_TRUE(update(models({{"m", "1"}})));
+    EXPECT_TRUE(folder.has(kFile));
 }
 
 TEST_F(ManagerSettingsTest, LoadsExternalProcessors)
