@@ -3,17 +3,29 @@
 //             come to the same in every round
 //   handler   from the message's bytes to the packet for the host, against a plain tree, a plain
 //             tracker and no kept memory; with ids in the message nothing is tracked
-// What is compared takes turns within one run.
+//   road      from the application's connect to the packets at the host, through a real engine and
+//             agent, against the same message to a thread that only receives it
+// What is compared takes turns within one run. See handoff_benchmark.cpp for busy machines.
 
+#include <atomic>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
 #include <memory>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 #include <benchmark/benchmark.h>
 #include <mpack.h>
 
+#include "agent_rig.h"
 #include "device_agent/class_objects.h"
 #include "device_agent/object_packet.h"
 #include "device_agent/overlap_matcher.h"
@@ -21,6 +33,7 @@
 #include "inference/protocol.h"
 #include "plain_tracker.h"
 #include "samples.h"
+#include "utils/clock.h"
 #include "utils/mpack_tree.h"
 
 namespace
@@ -241,6 +254,132 @@ void handler(benchmark::State& state)
     report(state, withIds ? "handler, with ids" : "handler, tracking", plain, ours);
 }
 
+sockaddr_un addressOf(const std::string& path)
+{
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+    return address;
+}
+
+// Receives messages with bare system calls, and does nothing with them.
+class BareReceiver
+{
+public:
+    explicit BareReceiver(const std::string& path) :
+        m_path(path)
+    {
+        const auto address = addressOf(path);
+        if (bind(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+            listen(m_socket, 16) != 0)
+        {
+            std::abort();
+        }
+        m_thread = std::thread([this]() { run(); });
+    }
+    ~BareReceiver()
+    {
+        shutdown(m_socket, SHUT_RDWR);
+        m_thread.join();
+        close(m_socket);
+    }
+
+    [[nodiscard]] const std::string& path() const { return m_path; }
+
+    void waitFor(std::uint32_t count) const
+    {
+        for (std::uint32_t now = m_count; now < count; now = m_count)
+            m_count.wait(now);
+    }
+
+private:
+    void run()
+    {
+        char message[64 * 1024];
+        for (;;)
+        {
+            const int connection = accept(m_socket, nullptr, nullptr);
+            if (connection < 0)
+                return;
+            while (recv(connection, message, sizeof message, 0) > 0)
+                continue;
+            close(connection);
+            ++m_count;
+            m_count.notify_all();
+        }
+    }
+
+    const std::string m_path;
+    const int m_socket = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    std::atomic<std::uint32_t> m_count{0};
+    std::thread m_thread;
+};
+
+// As the application does: header and body with one call.
+void sendResult(const std::string& path, const std::string& record)
+{
+    const int connection = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const auto address = addressOf(path);
+    if (connect(connection, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+        std::abort();
+    send(connection, record.data(), record.size(), MSG_NOSIGNAL);
+    close(connection);
+}
+
+std::string withHeader(const std::string& message)
+{
+    const auto size = static_cast<std::uint32_t>(message.size());
+    std::string record(sizeof size, '\0');
+    std::memcpy(record.data(), &size, sizeof size);
+    return record + message;
+}
+
+void road(benchmark::State& state)
+{
+    char folder[] = "/tmp/orlix_bench_XXXXXX";
+    if (!mkdtemp(folder))
+        std::abort();
+    setenv("TMPDIR", folder, 1);
+    Scene scene(street);
+    Samples plain;
+    Samples ours;
+    {
+        tavo::bench::AgentRig rig(folder);
+        BareReceiver receiver(std::string(folder) + "/bare.sock");
+        while (!std::filesystem::exists(rig.pluginSocketPath()))
+            usleep(1000);
+        std::uint32_t received = 0;
+        const auto handOver = [&](const std::vector<TrackedObject>& objects)
+        {
+            const auto record = withHeader(encodedResult(objects, time_now_us(), false));
+            plain.add(measureUs(
+                [&]()
+                {
+                    sendResult(receiver.path(), record);
+                    receiver.waitFor(++received);
+                }));
+            usleep(300); // both sleep again
+            const double us = measureUs(
+                [&]()
+                {
+                    sendResult(rig.pluginSocketPath(), record);
+                    rig.packets().waitFor(2 * received); // of objects and of events
+                });
+            usleep(300);
+            return us;
+        };
+        benchmark::DoNotOptimize(handOver(scene.tracks()));
+        for (auto _ : state)
+        {
+            const double us = handOver(scene.detections());
+            ours.add(us);
+            state.SetIterationTime(us / 1e6);
+        }
+    }
+    std::filesystem::remove_all(folder);
+    report(state, "road", plain, ours);
+}
+
 BENCHMARK(matching)
     ->ArgName("crowd")
     ->Arg(street)
@@ -250,6 +389,8 @@ BENCHMARK(matching)
     ->Unit(benchmark::kMicrosecond);
 BENCHMARK(handler)->ArgName("ids")->Arg(0)->Arg(1)->Iterations(3000)->UseManualTime()->Unit(
     benchmark::kMicrosecond);
+
+BENCHMARK(road)->Iterations(1000)->UseManualTime()->Unit(benchmark::kMicrosecond);
 
 void printTable()
 {

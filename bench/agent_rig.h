@@ -1,0 +1,87 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include <tavo/sdk/analytics/i_device_agent.h>
+#include <tavo/sdk/analytics/i_uncompressed_video_frame.h>
+#include <tavo/sdk/helpers/ref_countable.h>
+#include <tavo/sdk/ptr.h>
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+class DeviceAgent;
+class Engine;
+class Plugin;
+} // namespace tavo::vms_server_plugins::analytics::orlix
+
+namespace tavo::bench
+{
+
+// A host's frame around pixels that lie elsewhere.
+class BorrowedFrame : public sdk::RefCountable<sdk::analytics::IUncompressedVideoFrame>
+{
+public:
+    BorrowedFrame(const std::uint8_t* pixels, int width, int height) :
+        m_pixels(pixels),
+        m_width(width),
+        m_height(height)
+    {}
+
+    std::int64_t timestampUs() const override;
+    const char* data(int) const override { return reinterpret_cast<const char*>(m_pixels); }
+    int width() const override { return m_width; }
+    int height() const override { return m_height; }
+    int lineSize(int) const override { return m_width * 3; }
+    PixelFormat pixelFormat() const override { return PixelFormat::rgb; }
+    int planeCount() const override { return 1; }
+    int dataSize(int) const override { return m_width * m_height * 3; }
+
+private:
+    const std::uint8_t* const m_pixels; // not owned
+    const int m_width;
+    const int m_height;
+};
+
+// What the host gets; a benchmark waits here for the packets of a result.
+class PacketCounter : public sdk::RefCountable<sdk::analytics::IDeviceAgent::IHandler>
+{
+public:
+    void handleMetadata(sdk::analytics::IMetadataPacket* packet) override;
+    void handleIntegrationDiagnosticEvent(sdk::IIntegrationDiagnosticEvent*) override {}
+    void pushManifest(const sdk::IString*) override {}
+
+    // Sleeps until there are `count` in all.
+    void waitFor(std::uint32_t count) const;
+
+    [[nodiscard]] std::uint32_t count() const { return m_count; }
+
+private:
+    std::atomic<std::uint32_t> m_count{0};
+};
+
+// A real engine and a real agent that lets every frame pass, in a folder of their own. The host
+// gives them no provider, so they have nothing to do but frames and results.
+class AgentRig
+{
+public:
+    explicit AgentRig(const std::string& folder);
+    ~AgentRig();
+
+    // False if the agent refused it.
+    bool push(BorrowedFrame& frame);
+
+    [[nodiscard]] const std::string& pluginSocketPath() const { return m_pluginSocketPath; }
+    [[nodiscard]] PacketCounter& packets() { return *m_packets; }
+
+private:
+    const std::string m_pluginSocketPath;
+    const sdk::Ptr<PacketCounter> m_packets;
+    sdk::Ptr<vms_server_plugins::analytics::orlix::Plugin> m_plugin;
+    sdk::Ptr<vms_server_plugins::analytics::orlix::Engine> m_engine;
+    sdk::Ptr<vms_server_plugins::analytics::orlix::DeviceAgent> m_agent; // goes before the engine
+};
+
+} // namespace tavo::bench
