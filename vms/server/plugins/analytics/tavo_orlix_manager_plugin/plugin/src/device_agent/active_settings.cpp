@@ -15,6 +15,7 @@
 #include "core/engine.h"
 #include "device_agent/device_agent.h"
 #include "device_agent/settings_model_builder.h"
+#include "remote/text_helpers.h"
 #include "utils/log.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -49,8 +50,7 @@ void DeviceAgent::getSettingsOnActiveSettingChange(
 {
     log_debug("Active settings triggered\n");
     const MutexLock lock(settingsLock());
-    const char* const nameText = action->activeSettingName();
-    const std::string name = nameText ? nameText : "";
+    const std::string name = textOrEmpty(action->activeSettingName());
     log_debug("Active setting name: %s\n", name.c_str());
 
     if (name == button::kReferenceRun)

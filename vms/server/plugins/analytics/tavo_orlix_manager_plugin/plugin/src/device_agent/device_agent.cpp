@@ -6,6 +6,7 @@
 #include "core/ini.h"
 #include "device_agent/manifest_builder.h"
 #include "device_agent/settings_cache.h"
+#include "remote/text_helpers.h"
 #include "utils/log.h"
 
 // Frames are in frame_intake.cpp, results in result_handling.cpp, pipelines in pipelines.cpp,
@@ -19,7 +20,7 @@ DeviceAgent::DeviceAgent(
     std::string settingsCacheDir) :
     ConsumingDeviceAgent(deviceInfo, ini().enableOutput),
     m_deviceId(sdk::Uuid::fromText(deviceInfo->id()).toText()),
-    m_deviceName(deviceInfo->name()),
+    m_deviceName(textOrEmpty(deviceInfo->name())),
     m_deviceNumber(deviceNumber),
     m_engine(engine),
     m_settingsCachePath(settingsCachePath(settingsCacheDir, m_deviceId))

@@ -52,7 +52,7 @@ private:
     struct TrackColumns
     {
         std::vector<float> x1, y1, x2, y2, area;
-        std::vector<float> age; // at m_ageAtUs, in microseconds
+        std::vector<float> age; // at m_agesAtUs, in microseconds
         std::vector<float> intersection; // with the detection in hand
     };
 

@@ -1,6 +1,7 @@
 // The road of a result: from a decoded message to the packets that the host gets. All of it runs
 // on the listener's thread under settingsLock(), which the host's handler is called with.
 
+#include <algorithm>
 #include <iterator>
 #include <string>
 #include <string_view>
@@ -104,10 +105,12 @@ void DeviceAgent::handleObjects(mpack_node_t root, std::uint64_t timestampUs)
         auto detections = readClassObjects(classBoxes, classMetadata, className, timestampUs);
         if (!hasIds)
             m_tracker.trackClass(detections, className);
+        // A map that names a class twice has the objects of both entries.
         std::vector<TrackedObject>& objectsOfClass = objects[className];
-        objectsOfClass.insert(
-            objectsOfClass.end(), std::make_move_iterator(detections.begin()),
-            std::make_move_iterator(detections.end()));
+        if (objectsOfClass.empty())
+            objectsOfClass = std::move(detections);
+        else
+            std::move(detections.begin(), detections.end(), std::back_inserter(objectsOfClass));
     }
 
     if (auto packet = buildObjectPacket(objects, timestampUs, width, height, m_settings))
