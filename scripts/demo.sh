@@ -1,12 +1,15 @@
 #!/usr/bin/env bash
-# Shows the library at work: sets up, builds, and lets the stand-in host play a video of pedestrians
-# to it for a minute, with the reference application finding the people. Leaves a video with what was
+# Shows the library at work, from a server on which nothing is installed: sets up, builds, starts a
+# stand-in cloud and storage, and lets the stand-in host play a video of pedestrians to the library
+# for a minute. The library fetches the application, offers two runtimes, takes the choice that a
+# user would make, fetches and decrypts the model that the cloud assigned, and people are found. A
+# second, shorter run shows that it then finds everything in its place. Leaves a video with what was
 # found drawn into it, and a sheet of stills.
 #
 # usage: demo.sh [--camera FILE|URL] [--cameras N] [--seconds N] [--output FOLDER]
 #   --camera   play this instead: a file, or the address of a camera's stream
 #   --cameras  how many cameras show it at once (1)
-#   --seconds  how long (60)
+#   --seconds  how long the first run is (75)
 #   --output   where the results go (build/demo)
 set -euo pipefail
 
@@ -15,16 +18,19 @@ here=$(dirname "${BASH_SOURCE[0]}")
 . "$here/lib/common.sh"
 # shellcheck source=scripts/lib/assets.sh
 . "$here/lib/assets.sh"
-# shellcheck source=scripts/lib/demo_records.sh
-. "$here/lib/demo_records.sh"
 
-readonly kTargets=(tavo_orlix_manager_plugin tavo_host brunmod brund runtime_CPU)
+readonly kTargets=(tavo_orlix_manager_plugin tavo_host tavo_services runtime_packages
+    orlix_manager_archive)
+readonly kChoice="libraryChoiceGeneric CPU"
+readonly kChoiceSecond=8
+readonly kSecondRunSeconds=20
 
 camera=
 cameras=1
-seconds=60
+seconds=75
 build_dir=$(repo_dir)/build/release
 output=$(repo_dir)/build/demo
+services=
 
 usage()
 {
@@ -52,12 +58,8 @@ parse_options()
 
 set_up()
 {
-    if [ -n "$camera" ]; then
-        "$here/setup.sh" model
-    else
-        "$here/setup.sh" demo
-        camera=$(video_path)
-    fi
+    "$here/setup.sh" demo
+    [ -n "$camera" ] || camera=$(video_path)
 }
 
 build()
@@ -70,45 +72,89 @@ build()
     )
 }
 
-# install_application FOLDER: application, runtime and model, laid below the library's folder as it
-# would install them itself, so that nothing is asked of a cloud or storage.
-install_application()
+# start_services: on a port of the system's choice, which is then in $port.
+start_services()
 {
-    local root=$1/orlix_manager
-    cmake --install "$build_dir" --component orlix_manager --prefix "$1" >/dev/null
-    cp "$(find "$build_dir/devkit/services/CPU" -name '*RuntimeLibrary.so')" "$root/bin/"
-    printf 'Generic CPU' >"$root/bin/installed_runtime.txt"
-    if [ -f "$(model_path)" ]; then
-        mkdir -p "$root/cache/unencrypted"
-        cp "$(model_path)" "$root/cache/unencrypted/"
-    fi
+    local log=$output/services.log
+    "$build_dir/devkit/services/tavo_services" --token demo-token \
+        --catalogue "$(repo_dir)/devkit/services/catalogue.json" \
+        --files "$(dirname "$(model_path)")" \
+        --archive "$(find "$build_dir/devkit/manager" -maxdepth 1 -name 'orlix_manager-*.tgz')" \
+        --runtimes "$build_dir/devkit/services/runtimes" >"$log" 2>&1 &
+    services=$!
+    for _ in $(seq 100); do
+        port=$(sed -n 's/^serving on port \([0-9]*\)$/\1/p' "$log")
+        [ -z "$port" ] || return 0
+        kill -0 "$services" 2>/dev/null || break
+        sleep 0.1
+    done
+    die "the stand-in services did not start: $(cat "$log")"
 }
 
-# play WORK: runs the host, which shows a line a second.
+requests()
+{
+    curl -sS "http://127.0.0.1:$port/control/requests"
+}
+
+# A server that the library meets for the first time, and where its services are.
+prepare_server()
+{
+    local index separator=
+    {
+        printf '{"cloudSystemId": "demo-system", "cloudAuthToken": "demo-token",\n'
+        printf ' "server": {"id": "demo-server", "parameters": {}}, "devices": ['
+        for ((index = 1; index <= cameras; ++index)); do
+            printf '%s\n  {"id": "d3a0c5b4-6f1e-4b7a-9c28-%012d", "name": "Camera %d", "parameters": {}}' \
+                "$separator" "$index" "$index"
+            separator=,
+        done
+        printf '\n]}\n'
+    } >"$work/records.json"
+    cat >"$work/tavo_orlix_manager_plugin.ini" <<END
+CloudAPI=http://127.0.0.1:$port/dev
+RuntimesStorageURL=http://127.0.0.1:$port/runtimes
+OrlixManagerStorageURL=http://127.0.0.1:$port/apps
+modelDownloadSeconds=30
+END
+}
+
+# play SECONDS NAME [OPTION...]: runs the host, which shows a line a second. What the user keeps for
+# the library stays out of this, and other hosts' sockets stay apart.
 play()
 {
-    local work=$1 plugin options
-    plugin=$(find "$build_dir/vms" -name tavo_orlix_manager_plugin.so)
-    options=(--plugin "$plugin" --work-dir "$work" --video "$camera" --cameras "$cameras"
-        --seconds "$seconds" --realtime --metadata "$output/metadata.jsonl"
-        --annotated "$output/annotated.mp4" --contact-sheet "$output/contact_sheet.png")
-    if [ -f "$(model_path)" ]; then
-        demo_records "$cameras" "$(model_path)" >"$work/records.json"
-        options+=(--records "$work/records.json")
-    fi
-    say "Playing $camera for $seconds seconds"
-    # What the user keeps for the library stays out of this, and other hosts' sockets stay apart.
-    TAVO_INI_DIR=$work TMPDIR=$sockets "$(find "$build_dir/devkit/host" -type f -name tavo_host)" "${options[@]}" \
-        2>&1 | tee "$output/host.log"
+    local duration=$1 name=$2
+    shift 2
+    say "" "Playing $camera for $duration seconds"
+    TAVO_INI_DIR=$work TMPDIR=$sockets "$build_dir/devkit/host/tavo_host" \
+        --plugin "$(find "$build_dir/vms" -name tavo_orlix_manager_plugin.so)" \
+        --work-dir "$work" --video "$camera" --cameras "$cameras" --seconds "$duration" \
+        --records "$work/records.json" --database "$work/records.db" --realtime --show-dialog \
+        --metadata "$output/$name.jsonl" "$@" 2>&1 | tee "$output/$name.log"
 }
 
 show_results()
 {
-    say ""
-    say "Video with what was found:  $output/annotated.mp4"
-    say "Stills of it:               $output/contact_sheet.png"
-    say "All metadata, a line each:  $output/metadata.jsonl"
-    say "Logs:                       $output/host.log, and below $output/demo_work"
+    say "" \
+        "Fetched in the first run:   $(requests_like "$first_requests")" \
+        "Fetched in the second run:  $(requests_like "${all_requests#"$first_requests"}")" \
+        "" \
+        "Video with what was found:  $output/annotated.mp4" \
+        "Stills of it:               $output/contact_sheet.png" \
+        "All metadata, a line each:  $output/first_run.jsonl" \
+        "Logs:                       $output/*.log, and below $work/tavo_orlix_manager"
+}
+
+# requests_like TEXT: what of it was a download.
+requests_like()
+{
+    printf '%s\n' "$1" | grep -E '/(apps|runtimes|models)/' | sort | uniq -c | tr -s '\n ' '; ' \
+        | grep . || printf 'nothing\n'
+}
+
+clean_up()
+{
+    [ -z "$services" ] || kill "$services" 2>/dev/null || true
+    rm -rf "$sockets"
 }
 
 parse_options "$@"
@@ -116,10 +162,17 @@ set_up
 build
 mkdir -p "$output"
 output=$(cd "$output" && pwd)
-rm -rf "$output/demo_work"
-mkdir "$output/demo_work"
+work=$output/work
+rm -rf "$work"
+mkdir "$work"
 sockets=$(mktemp -d /tmp/tavo_demo.XXXXXX) # short, as the names of sockets must be
-trap 'rm -rf "$sockets"' EXIT
-install_application "$output/demo_work/tavo_orlix_manager"
-play "$output/demo_work"
+trap clean_up EXIT
+start_services
+prepare_server
+play "$seconds" first_run --annotated "$output/annotated.mp4" \
+    --contact-sheet "$output/contact_sheet.png" --press "*:$kChoice@$kChoiceSecond"
+first_requests=$(requests)
+say "" "And once more, with everything in its place:"
+play "$kSecondRunSeconds" second_run
+all_requests=$(requests)
 show_results

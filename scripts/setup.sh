@@ -28,7 +28,7 @@ readonly kDevkitPackages=(
     libavformat-dev libavcodec-dev libavutil-dev libswscale-dev
     # OpenCV's parts by name: libopencv-dev would bring half a desktop.
     libopencv-dnn-dev libopencv-objdetect-dev libopencv-imgproc-dev libopencv-imgcodecs-dev
-    libcpp-httplib-dev libcli11-dev libsqlite3-dev)
+    libcpp-httplib-dev libcli11-dev libsqlite3-dev curl)
 
 set_up_build()
 {

@@ -2,7 +2,7 @@
 # What every script here needs: messages, the two folders, and root where it must be.
 # Sourced, never run. Callers set `set -euo pipefail`.
 
-say() { printf '%s\n' "$*"; }
+say() { printf '%s\n' "$@"; }
 warn() { printf 'warning: %s\n' "$*" >&2; }
 
 # Ends the script; the message says what to do about it.
