@@ -253,18 +253,4 @@ TEST_F(ModelManagerTest, offersThatMakeNoSenseAreToldApart)
     EXPECT_EQ(1, m_requests);
 }
 
-TEST_F(ModelManagerTest, anOfferWithoutAFileNameIsNone)
-{
-    for (const char* const url : {"", "http://s.test/", "net.onnx", "http://s.test/.."})
-    {
-        const JsonDocument document = parseJson(
-            std::string(R"([{"RuntimeArchitecture":"application/x-onnx","Url":")") + url + "\"}]");
-        EXPECT_EQ(
-            "",
-            m_manager.selectDownload(yyjson_doc_get_root(document.get()), kMimeType, "id")
-                .modelPath)
-            << url;
-    }
-}
-
 } // namespace tavo::vms_server_plugins::analytics::orlix

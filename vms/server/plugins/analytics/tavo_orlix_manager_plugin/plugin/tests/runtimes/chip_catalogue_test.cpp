@@ -98,28 +98,9 @@ TEST(ChipCatalogueTest, aHailoDevicesTypeChoosesTheModelsItRuns)
         if (!c.mimeType)
             continue;
         EXPECT_EQ(c.mimeType, chip.getFirstMimeType("Hailo"));
-        EXPECT_EQ(std::vector<std::string>{"Hailo"}, chip.listRuntimes(c.mimeType));
-        EXPECT_TRUE(chip.listRuntimes("application/x-onnx").empty());
         EXPECT_EQ(
             kBuiltInBase + "HAILO/x86_64/Ubuntu/library-4.18.0.tar.gz",
             chip.getDownloadLink("Hailo"));
-        EXPECT_EQ("", chip.getDownloadLink("NVIDIA"));
-    }
-}
-
-TEST(ChipCatalogueTest, oneDeepxPackageServesEveryWindows)
-{
-    for (const auto& [machine, tail] :
-         {std::pair(kWindows, "DEEPX/x86_64/Windows/library-d.tar.gz"),
-          std::pair(kUbuntu, "DEEPX/x86_64/Ubuntu/22.04/library-d.tar.gz")})
-    {
-        Chip chip;
-        chip.chipName = "DEEPX";
-        chip.cpuArchitecture = CpuArchitecture::X86_64;
-        chip.driverVersion = "d";
-        chip.correctlyInstalled = true;
-        fileDeepxRuntime(chip, machine);
-        EXPECT_EQ(kBuiltInBase + tail, chip.getDownloadLink("DEEPX"));
     }
 }
 

@@ -133,15 +133,4 @@ TEST_F(ManagerInstallationTest, aFailureStaysUntilARemoval)
     EXPECT_TRUE(m_board.snapshot().empty());
 }
 
-TEST(ManagerArchiveUrlTest, theConfiguredFolderReplacesTheBuiltInOne)
-{
-    ini().OrlixManagerStorageURL = "";
-    EXPECT_EQ(
-        "https://storage.tavo.example/artifactory/orlix_open/ORLIXManager/v4-6/orlix_manager-x86_64-linux.tgz",
-        managerArchiveUrl());
-    ini().OrlixManagerStorageURL = "http://s.test/apps";
-    EXPECT_EQ("http://s.test/apps/orlix_manager-x86_64-linux.tgz", managerArchiveUrl());
-    ini().OrlixManagerStorageURL = "";
-}
-
 } // namespace tavo::vms_server_plugins::analytics::orlix
