@@ -34,10 +34,6 @@ if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
 endif()
 
 if(TAVO_SANITIZER)
-    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-        # With the sanitizers' checks in between it loses sight of what std::regex sets.
-        target_compile_options(tavo_warnings INTERFACE -Wno-maybe-uninitialized)
-    endif()
     add_compile_options(-fsanitize=${TAVO_SANITIZER} -fno-omit-frame-pointer
         -fno-sanitize-recover=all)
     add_link_options(-fsanitize=${TAVO_SANITIZER})
