@@ -29,12 +29,6 @@ using network::http::HttpClient;
 constexpr char kHttpTimeFormat[] = "%a, %d %b %Y %H:%M:%S GMT";
 constexpr std::string_view kMd5Prefix = "md5=";
 
-struct FileCloser
-{
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, FileCloser>;
-
 // One download under way, and what its steps share.
 class Transfer
 {
@@ -106,7 +100,7 @@ private:
         log_debug(
             "Got symmetric key length %zu for model saved to %s\n", key->size(),
             m_temporaryPath.c_str());
-        const File file(file_open_private(m_download.keyPath.c_str()));
+        const FileStream file(file_open_private(m_download.keyPath.c_str()));
         // Without its key the model will be refused when the application is started.
         if (!file || std::fwrite(key->data(), 1, key->size(), file.get()) != key->size() ||
             std::fflush(file.get()) != 0)
@@ -119,7 +113,7 @@ private:
     bool receive(std::optional<std::time_t>* lastModified)
     {
         *lastModified = parseLocalTime(header("Last-Modified"), kHttpTimeFormat);
-        File file(file_open_write(m_temporaryPath.c_str()));
+        FileStream file(file_open_write(m_temporaryPath.c_str()));
         if (!file)
         {
             log_info("Error opening file for writing\n");

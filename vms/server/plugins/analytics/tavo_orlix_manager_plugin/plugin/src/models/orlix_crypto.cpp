@@ -23,12 +23,6 @@ constexpr std::size_t kHashBlockSize = 4096;
 // Large enough that libcrypto's bulk code does the work; the cipher does not depend on it.
 constexpr std::size_t kCipherBlockSize = 64 * 1024;
 
-struct FileCloser
-{
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, FileCloser>;
-
 struct CipherContextDeleter
 {
     void operator()(EVP_CIPHER_CTX* context) const { EVP_CIPHER_CTX_free(context); }
@@ -117,13 +111,13 @@ std::optional<Bytes> failed(const char* text)
 bool decryptModelFile(
     std::string_view key, const std::string& inputPath, const std::string& outputPath)
 {
-    const File input(file_open_read(inputPath.c_str()));
+    const FileStream input(file_open_read(inputPath.c_str()));
     if (!input)
     {
         log_error("Error opening input file: %s\n", inputPath.c_str());
         return false;
     }
-    const File output(file_open_private(outputPath.c_str()));
+    const FileStream output(file_open_private(outputPath.c_str()));
     if (!output)
     {
         log_error("Error opening output file: %s\n", outputPath.c_str());
@@ -149,7 +143,7 @@ bool decryptModelFile(
 
 std::optional<Bytes> fileMd5(const std::string& path)
 {
-    const File file(file_open_read(path.c_str()));
+    const FileStream file(file_open_read(path.c_str()));
     if (!file)
     {
         log_error("Error opening file: %s\n", path.c_str());

@@ -1,8 +1,6 @@
 #include "runtimes/manager_installation.h"
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "core/deployment.h"
 #include "core/ini.h"
@@ -114,13 +112,14 @@ bool ManagerInstallation::filesAreComplete() const
 
 bool ManagerInstallation::logVersion() const
 {
-    std::ifstream file(m_installationDirectory + "/VERSION", std::ios::binary);
-    if (!file.is_open())
+    std::size_t size = 0;
+    const auto text = readFile(m_installationDirectory + "/VERSION", &size);
+    if (!text)
     {
         log_info("Error! Could not open Orlix Manager version file.\n");
         return false;
     }
-    const std::string version{std::istreambuf_iterator<char>(file), {}};
+    const std::string version(text.get(), size);
     if (!version.empty())
         log_info("Installed Orlix Manager version: %s\n", version.c_str());
     return true;

@@ -4,8 +4,6 @@
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <string>
 
@@ -13,6 +11,7 @@
 #include "remote/text_helpers.h"
 #include "runtimes/driver_probes.h"
 #include "utils/command.h"
+#include "utils/files.h"
 #include "utils/json.h"
 #include "utils/log.h"
 #include "utils/machine.h"
@@ -57,9 +56,10 @@ std::string environmentVariable(const char* name)
 // The file holds {"cuda": {"version": "12.4.0"}}.
 std::string versionInFile(const std::string& path)
 {
-    std::ifstream file(path, std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(file), {}};
-    const JsonDocument document = parseJson(text);
+    const FileStream file(file_open_read(path.c_str()));
+    if (!file)
+        return {};
+    const JsonDocument document(yyjson_read_fp(file.get(), YYJSON_READ_NOFLAG, nullptr, nullptr));
     yyjson_val* const cuda = jsonMember(yyjson_doc_get_root(document.get()), "cuda");
     return std::string(jsonText(jsonMember(cuda, "version")));
 }

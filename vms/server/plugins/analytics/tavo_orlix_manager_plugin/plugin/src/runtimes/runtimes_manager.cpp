@@ -1,10 +1,11 @@
 #include "runtimes/runtimes_manager.h"
 
 #include <algorithm>
-#include <fstream>
+#include <cstdio>
 #include <utility>
 
 #include "runtimes/chip_catalogue.h"
+#include "utils/files.h"
 #include "utils/log.h"
 #include "utils/paths.h"
 #include "utils/platform_names.h"
@@ -20,7 +21,15 @@ constexpr char kOpenMpLibrary[] = "libgomp.so";
 
 bool canBeOpened(const std::string& path)
 {
-    return std::ifstream(path, std::ios::binary).is_open();
+    return FileStream(file_open_read(path.c_str())) != nullptr;
+}
+
+std::string firstLine(std::FILE* file)
+{
+    std::string line;
+    for (int c = std::fgetc(file); c != EOF && c != '\n'; c = std::fgetc(file))
+        line += static_cast<char>(c);
+    return line;
 }
 
 } // namespace
@@ -179,10 +188,9 @@ void RuntimesManager::saveInstalledRuntimeName(const std::string& runtimeName)
         const MutexLock lock(m_namesMutex);
         m_installedRuntimeName = runtimeName;
     }
-    std::ofstream file(fileInBin(kInstalledRuntimeFile), std::ios::binary | std::ios::trunc);
-    if (file.is_open())
-        file << runtimeName;
-    else
+    const FileStream file(file_open_write(fileInBin(kInstalledRuntimeFile).c_str()));
+    if (!file ||
+        std::fwrite(runtimeName.data(), 1, runtimeName.size(), file.get()) != runtimeName.size())
         log_info("ERROR: Failed to save the installed runtime's name.\n");
     m_runtimeChanged.store(true);
 }
@@ -192,9 +200,8 @@ std::string RuntimesManager::getInstalledRuntimeName() const
     const MutexLock lock(m_namesMutex);
     if (m_installedRuntimeName.empty())
     {
-        std::ifstream file(fileInBin(kInstalledRuntimeFile), std::ios::binary);
-        if (file.is_open())
-            std::getline(file, m_installedRuntimeName);
+        if (const FileStream file{file_open_read(fileInBin(kInstalledRuntimeFile).c_str())})
+            m_installedRuntimeName = firstLine(file.get());
         else
             log_info("Warning: There is no installed runtime on this machine.\n");
     }
