@@ -75,12 +75,14 @@ SettingsDialog::SettingsDialog(
 
 void SettingsDialog::refresh()
 {
-    SettingValues values = storedValues();
+    const SettingValues before = storedValues();
     const auto result = m_agent->pluginSideSettings();
     if (!result.isOk())
         return fail("pluginSideSettings", result.errorMessage);
+    SettingValues values = before;
     takeResponse(result.value, &values);
-    m_surroundings.store.put(RecordKind::settings, m_origin.deviceId, toJson(values));
+    if (values != before)
+        m_surroundings.store.put(RecordKind::settings, m_origin.deviceId, toJson(values));
 }
 
 void SettingsDialog::apply()
