@@ -76,6 +76,7 @@ build()
 start_services()
 {
     local log=$output/services.log
+    : >"$log"
     "$build_dir/devkit/services/tavo_services" --token demo-token \
         --catalogue "$(repo_dir)/devkit/services/catalogue.json" \
         --files "$(dirname "$(model_path)")" \
