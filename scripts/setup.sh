@@ -3,10 +3,9 @@
 # through sudo; a second run changes nothing. What has no package is built into the cache folder:
 # $TAVO_CACHE_DIR, else $XDG_CACHE_HOME/tavo_orlix, else ~/.cache/tavo_orlix.
 #
-# usage: setup.sh [build|model|demo]
+# usage: setup.sh [build|demo]
 #   build   what compiling and testing need (the default)
-#   model   the same, and the model that the reference application finds people with
-#   demo    the same, and the video of the demonstration
+#   demo    the same, and the video and the model of the demonstration
 set -euo pipefail
 
 here=$(dirname "${BASH_SOURCE[0]}")
@@ -38,25 +37,15 @@ set_up_build()
     install_mpack
 }
 
-# The reference application finds people without a model too, only worse.
-set_up_model()
-{
-    (install_model) || warn "there is no model; people are found by OpenCV's own detector"
-}
-
 command -v apt-get >/dev/null || die "this set-up is for Debian 12: there is no apt-get here"
 mode=${1:-build}
 case $mode in
     build) set_up_build ;;
-    model)
-        set_up_build
-        set_up_model
-        ;;
     demo)
         set_up_build
-        set_up_model
         install_video
+        install_model
         ;;
-    *) die "usage: $0 [build|model|demo]" ;;
+    *) die "usage: $0 [build|demo]" ;;
 esac
 say "Set-up for '$mode' is complete"
