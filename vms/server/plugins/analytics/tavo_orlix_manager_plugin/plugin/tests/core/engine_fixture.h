@@ -1,7 +1,5 @@
 #pragma once
 
-#include <cstdlib>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -51,10 +49,6 @@ class FakeCloud
 public:
     FakeCloud()
     {
-        m_server.handlers.Get(
-            ".*",
-            [](const httplib::Request&, httplib::Response& response)
-            { response.set_content("[]", "application/json"); });
         m_server.handlers.Post(
             "/reset/",
             [this](const httplib::Request& request, httplib::Response& response)
@@ -88,12 +82,6 @@ class EngineTest : public ::testing::Test
 protected:
     EngineTest()
     {
-        const char* const temp = std::getenv("TMPDIR");
-        m_previousTemp = temp ? std::optional<std::string>(temp) : std::nullopt;
-        std::filesystem::create_directory(m_folder.path("tmp"));
-        setenv("TMPDIR", m_folder.path("tmp").c_str(), 1);
-
-        m_cloudUrl = m_cloud.url();
         ini().CloudAPI = m_cloudUrl.c_str();
         ini().RuntimesStorageURL = "http://127.0.0.1:1";
         ini().OrlixManagerStorageURL = "http://127.0.0.1:1";
@@ -113,14 +101,7 @@ protected:
         m_plugin->setUtilityProvider(m_host.get());
     }
 
-    ~EngineTest() override
-    {
-        m_engine.reset();
-        if (m_previousTemp)
-            setenv("TMPDIR", m_previousTemp->c_str(), 1);
-        else
-            unsetenv("TMPDIR");
-    }
+    ~EngineTest() override { m_engine.reset(); }
 
     sdk::analytics::IIntegration& integration()
     {
@@ -145,14 +126,9 @@ protected:
             engine().doObtainDeviceAgent(device.get()).value);
     }
 
-    [[nodiscard]] std::string log() const
-    {
-        return m_folder.read(kWorking + "orlix_plugin_start.log");
-    }
-
     [[nodiscard]] int logged(const std::string& line) const
     {
-        const std::string text = log();
+        const std::string text = m_folder.read(kWorking + "orlix_plugin_start.log");
         int count = 0;
         for (std::size_t at = 0; (at = text.find(line, at)) != std::string::npos; ++at)
             ++count;
@@ -186,12 +162,10 @@ protected:
         return bodies;
     }
 
-    // Both executables, the application being one of the shell's scripts.
-    void installManager(const std::string& script = "exec sleep 100")
+    void installManager()
     {
-        m_folder.writeScript(kBin + kManagerExecutable, script);
+        m_folder.writeScript(kBin + kManagerExecutable, "exec sleep 100");
         m_folder.writeScript(kBin + kEngineExecutable, "");
-        std::filesystem::create_directory(m_folder.path(kWorking + "orlix_manager/etc"));
     }
 
     void installRuntime()
@@ -204,14 +178,14 @@ protected:
     const std::string kBin = kWorking + "orlix_manager/bin/";
 
     TemporaryFolder m_folder;
+    ScopedTempPath m_temp{m_folder.path()};
     FakeCloud m_cloud;
-    std::string m_cloudUrl;
+    const std::string m_cloudUrl = m_cloud.url();
     sdk::Ptr<FakeHost> m_host = sdk::makePtr<FakeHost>();
     sdk::Ptr<sdk::IPlugin> m_plugin;
     sdk::Ptr<Engine> m_engine;
 
 private:
-    std::optional<std::string> m_previousTemp;
     std::size_t m_patchesSeen = 0;
     Mutex m_recordsMutex;
     std::string m_serverRecord GUARDED_BY(m_recordsMutex) =

@@ -5,100 +5,6 @@
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
-using ::testing::HasSubstr;
-using ::testing::Not;
-
-TEST_F(EngineTest, WithoutAnAgentOnlyTheListenerIsJoined)
-{
-    engine();
-    EXPECT_EQ(1, logged("Initialized engine. Plugin version: 4.6.66\n"));
-    EXPECT_TRUE(test::comesTrue([this] { return m_folder.has("tmp/orlix_plugin.sock"); }));
-    m_engine.reset();
-    EXPECT_EQ(2, logged("Waiting for socket listener to exit...\n"));
-    EXPECT_EQ(1, logged("Socket listener succesfully finished.\n"));
-    EXPECT_EQ(1, logged("Finalizing logging...\n"));
-    EXPECT_THAT(log(), Not(HasSubstr("untime loop")));
-    EXPECT_FALSE(m_folder.has("tmp/orlix_plugin.sock"));
-}
-
-TEST_F(EngineTest, GoesOnWithoutAListeningSocket)
-{
-    m_folder.write("tmp/orlix_plugin.sock/in_the_way", "");
-    engine();
-    EXPECT_TRUE(comesIntoLog("Error: Failed to create listening socket: "));
-    m_engine.reset();
-    EXPECT_EQ(1, logged("Socket listener succesfully finished.\n"));
-}
-
-TEST_F(EngineTest, WithoutATemporaryFolderThereIsNone)
-{
-    setenv("TMPDIR", m_folder.path("missing").c_str(), 1);
-    try
-    {
-        engine();
-        FAIL();
-    }
-    catch (const std::filesystem::filesystem_error& e)
-    {
-        EXPECT_THAT(e.what(), HasSubstr("temp_directory_path"));
-    }
-}
-
-TEST_F(EngineTest, OneEngineMayFollowAnother)
-{
-    for (int i = 0; i < 3; ++i)
-    {
-        engine();
-        m_engine.reset();
-        EXPECT_EQ(1, logged("Socket listener succesfully finished.\n"));
-    }
-}
-
-TEST_F(EngineTest, ItsDialogIsALinkToTheDocumentation)
-{
-    for (int i = 0; i < 2; ++i)
-    {
-        const sdk::Ptr<const sdk::ISettingsResponse> response(engine().pluginSideSettings().value);
-        const sdk::Ptr<const sdk::IString> model(response->model());
-        ASSERT_TRUE(model);
-        EXPECT_STREQ(
-            R"({"type":"Settings","items":[{"type":"Link","caption":"Orlix Manager documentation","url":"https://docs.tavo.example/orlix/manager"}]})",
-            model->str());
-    }
-}
-
-TEST_F(EngineTest, ARequestShowsItsProgressAndClearsTheWarnings)
-{
-    const std::string reset =
-        "Device reset in progress. Please wait a few moments and hit 'Refresh'.";
-    const struct
-    {
-        std::function<void(Engine&)> request;
-        const char* key;
-        std::string text;
-    } kCases[] = {
-        {[](Engine& e) { e.resetDevices(); }, "RESET_DEVICE", reset},
-        {[](Engine& e) { e.resetDevice("id"); }, "RESET_DEVICE", reset},
-        {[](Engine& e) { e.clearCache(); }, "CLEAR_CACHE",
-         "Plugin is clearing the cache. Please wait a few moments and hit 'Refresh'."},
-        {[](Engine& e) { e.retryDownloads(); }, "RETRY_DOWNLOADS",
-         "Plugin will retry model downloads. Please wait a few moments and hit 'Refresh'."}};
-    MessageBoard& board = engine().messageBoard();
-    for (const auto& c : kCases)
-    {
-        board.postMessage("W", "a warning", MessageType::warning);
-        c.request(engine());
-        const MessageBoard::Entries entries = board.snapshot();
-        ASSERT_EQ(1u, entries.size());
-        EXPECT_EQ(c.text, entries.at(c.key).text);
-        EXPECT_EQ(MessageType::message, entries.at(c.key).type);
-        board.removeMessage(c.key);
-    }
-    engine().requestRuntimeReselection();
-    EXPECT_EQ(RuntimeStatus::reselectRequested, engine().runtimesManager().status());
-    EXPECT_TRUE(board.snapshot().empty());
-}
-
 TEST_F(EngineTest, IndicesOfGoneAgentsAreTakenAgain)
 {
     std::vector<sdk::Ptr<sdk::analytics::IDeviceAgent>> agents;
@@ -162,6 +68,25 @@ TEST_F(EngineTest, AnExceptionCostsOnePass)
     EXPECT_TRUE(comesIntoLog("Unknown error in runtimeManagerLoop\n"));
     EXPECT_EQ(1, logged("Error in runtimeManagerLoop: no token today\n"));
     agent.reset();
+}
+
+TEST_F(EngineTest, TheHostOwnsTheOneReferenceOfWhatTheEntryPointGives)
+{
+    sdk::IPlugin* const plugin = createTavoPlugin();
+    EXPECT_EQ(2u, plugin->addRef());
+    EXPECT_EQ(1u, plugin->releaseRef());
+    EXPECT_TRUE(sdk::Ptr(plugin->queryInterface("tavo::sdk::analytics::IIntegration")));
+    EXPECT_FALSE(plugin->queryInterface("tavo::sdk::analytics::IEngine"));
+    EXPECT_EQ(0u, plugin->releaseRef());
+}
+
+TEST_F(EngineTest, WithoutAHomeThereIsNoEngine)
+{
+    m_host->home = "";
+    const auto result = integration().obtainEngine();
+    EXPECT_FALSE(result.isOk());
+    const sdk::Ptr<const sdk::IString> message(result.errorMessage);
+    EXPECT_STREQ("The host names no home directory", message->str());
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,13 +1,11 @@
 #pragma once
 
-#include <cstdlib>
-#include <memory>
-#include <optional>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "core/ini.h"
+#include "inference/message_buffer.h"
 #include "inference/orlix_manager_interface.h"
 #include "temporary_folder.h"
 #include "utils/tests/test_support.h"
@@ -15,27 +13,13 @@
 namespace tavo::vms_server_plugins::analytics::orlix::test
 {
 
-// The system's temporary folder, for as long as a test needs its own.
-class ScopedTemporaryDirectory
+// The message as its receiver has it.
+inline std::string joined(const MessageBuffer& message)
 {
-public:
-    explicit ScopedTemporaryDirectory(const std::string& path)
-    {
-        if (const char* old = std::getenv("TMPDIR"))
-            m_old = old;
-        setenv("TMPDIR", path.c_str(), 1);
-    }
-    ~ScopedTemporaryDirectory()
-    {
-        if (m_old)
-            setenv("TMPDIR", m_old->c_str(), 1);
-        else
-            unsetenv("TMPDIR");
-    }
-
-private:
-    std::optional<std::string> m_old;
-};
+    std::string bytes(message.size(), '\0');
+    message.copyTo(bytes.data());
+    return bytes;
+}
 
 // An OrlixManagerInterface whose sockets and files are this test's own.
 class ManagerFixture : public testing::Test
@@ -43,7 +27,7 @@ class ManagerFixture : public testing::Test
 protected:
     TemporaryFolder folder;
     CapturedLog log;
-    ScopedTemporaryDirectory temporaryDirectory{folder.path()};
+    ScopedTempPath temporaryDirectory{folder.path()};
     MessageBoard board;
     OrlixManagerInterface manager{folder.path(), &board};
 

@@ -7,10 +7,7 @@
 #include <thread>
 #include <vector>
 
-#include <mpack.h>
-
 #include "inference/protocol.h"
-#include "utils/mpack_tree.h"
 #include "utils/sockets.h"
 #include "utils/tests/test_support.h"
 
@@ -20,20 +17,17 @@ namespace tavo::vms_server_plugins::analytics::orlix::test
 // What the application answers to an announcement; empty names are left out.
 inline std::string encodedReply(const std::string& segment, const std::string& closedSegment = "")
 {
-    MpackGrowableWriter writer;
-    mpack_start_map(writer.writer(), (segment.empty() ? 0 : 1) + (closedSegment.empty() ? 0 : 1));
-    for (const auto& [key, name] :
-         {std::pair{protocol::key::kCloseSegment, closedSegment},
-          std::pair{protocol::key::kSegment, segment}})
+    const auto entry = [](const std::string& key, const std::string& name)
     {
-        if (name.empty())
-            continue;
-        mpack_write_cstr(writer.writer(), key);
-        mpack_write_str(writer.writer(), name.data(), static_cast<std::uint32_t>(name.size()));
-    }
-    mpack_finish_map(writer.writer());
-    EXPECT_EQ(mpack_ok, writer.close());
-    return {writer.bytes().data(), writer.bytes().size()};
+        const char head[] = {
+            '\xda', static_cast<char>(name.size() >> 8), static_cast<char>(name.size())};
+        return name.empty()
+            ? ""
+            : static_cast<char>(0xa0 + key.size()) + key + std::string(head, 3) + name;
+    };
+    return static_cast<char>(0x80 + !segment.empty() + !closedSegment.empty()) +
+        entry(protocol::key::kCloseSegment, closedSegment) +
+        entry(protocol::key::kSegment, segment);
 }
 
 // The application's end of the module socket, on a thread of its own: takes every connection's
@@ -41,7 +35,7 @@ inline std::string encodedReply(const std::string& segment, const std::string& c
 class ModulePeer
 {
 public:
-    using Reply = std::function<std::string(const std::string& message)>; // empty: no answer
+    using Reply = std::function<std::string()>; // empty: no answer
 
     explicit ModulePeer(const std::string& folder) :
         m_path(folder + "/" + protocol::kModuleSocketFile),
@@ -59,26 +53,27 @@ public:
 
     void reply(const std::string& bytes)
     {
-        reply([bytes](const std::string&) { return bytes; });
+        replyBy([bytes]() { return bytes; });
     }
-    void reply(Reply reply)
+    void replyBy(Reply reply)
     {
         const std::lock_guard lock(m_mutex);
         m_reply = std::move(reply);
     }
 
-    // Of all connections that have ended, in the order in which they came.
-    std::vector<std::string> messages()
-    {
-        const std::lock_guard lock(m_mutex);
-        return m_messages;
-    }
-
-    // The messages, once there are that many; what is there after a long while otherwise.
+    // Of all connections that have ended, once there are that many; what is there after a long
+    // while otherwise.
     std::vector<std::string> messages(std::size_t count)
     {
-        comesTrue([&]() { return messages().size() >= count; });
-        return messages();
+        std::vector<std::string> messages;
+        comesTrue(
+            [&]()
+            {
+                const std::lock_guard lock(m_mutex);
+                messages = m_messages;
+                return messages.size() >= count;
+            });
+        return messages;
     }
 
 private:
@@ -103,7 +98,7 @@ private:
             makeReply = m_reply;
         }
         std::vector<std::string> messages = {message};
-        const std::string answer = makeReply ? makeReply(message) : std::string();
+        const std::string answer = makeReply ? makeReply() : std::string();
         if (!answer.empty())
         {
             socket_send_message(

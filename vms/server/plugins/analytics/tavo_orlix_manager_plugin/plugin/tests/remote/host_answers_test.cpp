@@ -18,14 +18,11 @@ TEST(FirstBodyLine, IsCutOutOfTheResponse)
         std::string_view line;
     } kCases[] = {
         {"one line", "HTTP/1.1 200 OK\r\nA: b\r\n\r\n{\"a\":1}", "{\"a\":1}"},
-        {"line feeds alone", "HTTP/1.1 200 OK\nA: b\n\n{}", "{}"},
-        {"two lines", "HTTP/1.1 200 OK\r\n\r\nfirst\nsecond", "first"},
+        {"line feeds alone", "HTTP/1.1 200 OK\nA: b\n\nfirst\nsecond", "first"},
         {"carriage return stays", "HTTP/1.1 200 OK\r\n\r\nfirst\r\nsecond", "first\r"},
-        {"blank line is the end", "HTTP/1.1 204 No Content\r\n\r\n", ""},
         {"lone carriage return at the end", "HTTP/1.1 204 No Content\r\n\r", ""},
         {"empty first line of the body", "HTTP/1.1 200 OK\r\n\r\n\r\nlate", "\r"},
         {"head without an end", "HTTP/1.1 200 OK\r\nA: b\r\n", "HTTP/1.1 200 OK\r\nA: b\r\n"},
-        {"no response at all", "Error: Result has no value.", "Error: Result has no value."},
         {"blank begins a line", "A: b\r\n \r\nc\r\n\r\nd", "d"},
         {"nothing", "", ""}};
     for (const auto& c : kCases)
@@ -46,16 +43,12 @@ TEST(RecordLists, TakeWhatIsAListOfDevicesAndLeaveTheRest)
         std::vector<std::string> with;
         std::vector<std::string> without;
     } kCases[] = {
-        {"nothing", "", {}, {}},
         {"web page", "<html>", {}, {}},
         {"cut off", "[" + both, {}, {}},
-        {"no array", both, {}, {}},
         {"elements of other types", R"([1,null,"a",[],{},)" + both + "]", {"both"}, {}},
         {"parameters of another type", R"([{"id":"a","parameters":[{"tavoAI":{}}]}])", {}, {}},
         {"not activated", R"([{"id":"a","parameters":{}},{"id":"b"}])", {}, {}},
         {"empty", R"([{"id":"a","parameters":{"tavoAI":{}}}])", {}, {"a"}},
-        {"of another type", R"([{"id":"a","parameters":{"tavoAI":"x"}}])", {}, {"a"}},
-        {"models only", R"([{"id":"a","parameters":{"tavoAI":{"models":1}}}])", {"a"}, {"a"}},
         {"pipelines only",
          R"([{"id":"a","parameters":{"tavoAI":{"pipelines":null}}}])",
          {"a"},
@@ -64,10 +57,7 @@ TEST(RecordLists, TakeWhatIsAListOfDevicesAndLeaveTheRest)
          R"([{"parameters":{"tavoAI":{}}},{"id":7,"parameters":{"tavoAI":{"models":1}}}])",
          {},
          {}},
-        {"in order",
-         "[" + both + R"(,{"id":"a","parameters":{"tavoAI":{"models":1}}},)" + both + "]",
-         {"both", "a", "both"},
-         {"a"}}};
+        {"twice", "[" + both + "," + both + "]", {"both", "both"}, {}}};
     for (const auto& c : kCases)
     {
         SCOPED_TRACE(c.name);

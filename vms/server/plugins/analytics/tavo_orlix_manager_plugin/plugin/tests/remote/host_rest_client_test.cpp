@@ -4,19 +4,13 @@
 #include <stdexcept>
 #include <thread>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "fake_host.h"
-#include "remote/orlix_completion_handler.h"
-#include "remote/text_helpers.h"
 #include "utils/tests/test_support.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
-
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 using Handler = FakeHost::Handler;
 using Response = FakeHost::Response;
@@ -29,51 +23,6 @@ protected:
     sdk::Ptr<FakeHost> m_host = sdk::makePtr<FakeHost>();
     test::CapturedLog m_log;
 };
-
-TEST_F(HostRestClient, EachOperationSendsItsRequest)
-{
-    EXPECT_EQ("{}", getDevice(m_host, "{id}"));
-    EXPECT_EQ("{}", getDevicesParameters(m_host));
-    EXPECT_TRUE(getServerParameters(m_host));
-    EXPECT_THAT(getCloudUserIds(m_host), IsEmpty());
-    patchDevice(m_host, "{\"a\":1}", "id");
-    patchRuntimeInformation(m_host, "", "");
-    patchRuntimeInformation(m_host, "Intel", "openvino");
-    patchRuntimeActive(m_host, true);
-    patchRuntimeActive(m_host, false);
-
-    std::vector<std::string> seen;
-    for (const FakeHost::Request& request : m_host->requests())
-    {
-        EXPECT_EQ(1, request.kind);
-        EXPECT_EQ(request.method == "PATCH" ? "application/json" : "", request.mimeType);
-        seen.push_back(request.method + " " + request.path + " " + request.body);
-    }
-    EXPECT_THAT(
-        seen,
-        ElementsAre(
-            "GET /rest/v4/devices/{id} ", "GET /rest/v4/devices?serverId=server-1 ",
-            "GET /rest/v4/servers/this ", "GET /rest/v4/users ",
-            "PATCH /rest/v4/devices/id {\"a\":1}",
-            R"(PATCH /rest/v4/servers/this {"parameters":{"tavoAI":{"runtimeInformation":[{"mimetypes":[""],"name":""}]}}})",
-            R"(PATCH /rest/v4/servers/this {"parameters":{"tavoAI":{"runtimeInformation":[{"mimetypes":["openvino"],"name":"Intel"}]}}})",
-            R"(PATCH /rest/v4/servers/this {"parameters":{"tavoAI":{"runtimeActive":true}}})",
-            R"(PATCH /rest/v4/servers/this {"parameters":{"tavoAI":{"runtimeActive":false}}})"));
-}
-
-TEST_F(HostRestClient, WithoutAProviderNothingIsSent)
-{
-    EXPECT_EQ("", doRequest("/path", "GET", "", "", nullptr));
-    EXPECT_EQ("", getDevicesParameters(nullptr));
-    EXPECT_FALSE(getServerParameters(nullptr));
-    EXPECT_FALSE(cloudSystemId(nullptr));
-    EXPECT_EQ("", cloudAuthToken(nullptr));
-    EXPECT_EQ(
-        "Warning! doRequest called with invalid utility provider.\n"
-        "Warning! doRequest called with invalid utility provider.\n"
-        "Warning! doRequest called with invalid utility provider.\n",
-        m_log.text());
-}
 
 TEST_F(HostRestClient, ResultsOfTheHostAreReadAsTold)
 {
@@ -97,7 +46,6 @@ TEST_F(HostRestClient, ResultsOfTheHostAreReadAsTold)
         {"no value", [] { return Response(nullptr); }, "Error: Result has no value.", ""},
         {"empty value", [] { return Response(new sdk::String("")); }, "",
          "Warning! Could not get response from API.\n"},
-        {"empty body", [] { return Response(new sdk::String("HTTP/1.1 200 OK\r\n\r\n")); }, "", ""},
         {"web page",
          [] { return Response(new sdk::String("HTTP/1.1 401\r\n\r\n<html>\n</html>")); }, "<html>",
          ""}};
@@ -110,33 +58,6 @@ TEST_F(HostRestClient, ResultsOfTheHostAreReadAsTold)
         EXPECT_EQ(c.text, request());
         EXPECT_EQ(c.log, m_log.text().substr(logged.size()));
     }
-}
-
-TEST_F(HostRestClient, ALateAnswerFromAnotherThreadIsWaitedFor)
-{
-    std::jthread hostThread;
-    m_host->run = [&hostThread](const FakeHost::Request&, Handler* handler)
-    {
-        hostThread = std::jthread([kept = sdk::addRefToPtr(handler)]
-                                  { FakeHost::reply(kept.get(), "H\n\nlate"); });
-    };
-    EXPECT_EQ("late", request());
-}
-
-TEST_F(HostRestClient, ASecondAnswerHarmsNobody)
-{
-    sdk::Ptr<Handler> kept;
-    m_host->run = [&kept](const FakeHost::Request&, Handler* handler)
-    {
-        FakeHost::reply(handler, "H\n\nfirst");
-        FakeHost::reply(handler, "H\n\nsecond");
-        kept = sdk::addRefToPtr(handler);
-    };
-    EXPECT_EQ("first", request());
-    FakeHost::reply(kept.get(), "H\n\nthird"); // nobody waits any more
-    m_host->run = [](const FakeHost::Request&, Handler* handler)
-    { FakeHost::reply(handler, "H\n\nother"); };
-    EXPECT_EQ("other", request());
 }
 
 TEST_F(HostRestClient, AHostThatGivesTheRequestUpEndsTheWait)
@@ -165,8 +86,6 @@ TEST_F(HostRestClient, AHostThatThrowsIsAFailedRequest)
         "Http request failed: not today\nWarning! Could not get response from API.\n"
         "Warning! Dropped an answer of the host that nobody waits for.\n",
         m_log.text());
-    m_host->run = [](const FakeHost::Request&, Handler*) { throw 1; };
-    EXPECT_EQ("", request());
 }
 
 TEST_F(HostRestClient, RequestsOfAllThreadsRunOneAtATime)
@@ -187,18 +106,14 @@ TEST_F(HostRestClient, RequestsOfAllThreadsRunOneAtATime)
     };
     std::atomic<int> answered{0};
     {
-        std::vector<std::jthread> callers;
-        for (int i = 0; i < 4; ++i)
+        const auto call = [&]
         {
-            callers.emplace_back(
-                [&]
-                {
-                    for (int n = 0; n < 50; ++n)
-                        answered += request() == "body";
-                });
-        }
+            for (int n = 0; n < 50; ++n)
+                answered += request() == "body";
+        };
+        const std::jthread callers[] = {std::jthread(call), std::jthread(call), std::jthread(call)};
     }
-    EXPECT_EQ(200, answered);
+    EXPECT_EQ(150, answered);
     EXPECT_EQ(1, most);
 }
 
@@ -224,44 +139,6 @@ TEST_F(HostRestClient, NeitherHandlersNorAnswersAreLeaked)
     };
     EXPECT_EQ("body", request());
     EXPECT_EQ(0, alive);
-}
-
-TEST_F(HostRestClient, ListsSayWhatIsWrong)
-{
-    m_host->body = [](const FakeHost::Request&) { return ""; };
-    EXPECT_THAT(getDevicesWithConfiguration(m_host), IsEmpty());
-    EXPECT_THAT(getDevicesWithoutConfiguration(m_host), IsEmpty());
-    EXPECT_THAT(getCloudUserIds(m_host), IsEmpty());
-    m_host->body = [](const FakeHost::Request&)
-    { return R"([{"id":"a"},{"id":"b","parameters":{"tavoAI":{}}}])"; };
-    EXPECT_THAT(getDevicesWithConfiguration(m_host), IsEmpty());
-    EXPECT_THAT(getDevicesWithoutConfiguration(m_host), ElementsAre("b"));
-    m_host->body = [](const FakeHost::Request&)
-    { return R"([{"type":"cloud","id":"u1"},{"type":"local","id":"u2"},{"type":"cloud"}])"; };
-    EXPECT_THAT(getCloudUserIds(m_host), ElementsAre("u1"));
-    EXPECT_EQ(
-        "Warning! Could not patch default device parameters.\n"
-        "Warning! Could not patch default device parameters.\n"
-        "Warning! Could not get cloud users!\n"
-        "Device a not activated yet. Ignoring.\n"
-        "Device b has no configuration. Ignoring.\n"
-        "Device a not activated yet. Ignoring.\n"
-        "WARNING: User does not have ID\n",
-        m_log.text());
-}
-
-// The host's text is remote input: neither its depth nor its size may harm the process.
-TEST_F(HostRestClient, DeepAndHugeAnswersAreHarmless)
-{
-    const std::string deep = std::string(1'000'000, '[') + std::string(1'000'000, ']');
-    m_host->body = [&deep](const FakeHost::Request&) { return deep; };
-    const JsonDocument document = getServerParameters(m_host);
-    ASSERT_TRUE(document);
-    EXPECT_FALSE(pluginParameters(yyjson_doc_get_root(document.get())));
-    EXPECT_THAT(getDevicesWithConfiguration(m_host), IsEmpty());
-
-    auto [copy, inner] = makeParametersDocument(yyjson_doc_get_root(document.get()));
-    EXPECT_EQ(R"({"parameters":{"tavoAI":)" + deep + "}}", compactJson(copy.get()));
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -24,16 +24,11 @@ public:
 
     struct Request
     {
-        int kind;
-        std::string path;
-        std::string method;
-        std::string mimeType;
-        std::string body;
+        std::string path, method, body;
     };
 
     // To be set up before use.
     std::string home = "/nowhere";
-    const char* server = "server-1";
     std::function<std::string(const Request&)> body = [](const Request&) { return "{}"; };
     // Runs a request; by default answers at once with a head and what `body` says.
     std::function<void(const Request&, Handler*)> run = [this](const Request& request, Handler* to)
@@ -60,17 +55,16 @@ public:
     std::vector<Request> requests(const std::string& begin = "") const
     {
         MutexLock lock(m_mutex);
-        std::vector<Request> chosen;
-        for (const Request& request : m_requests)
-        {
-            if ((request.method + " " + request.path).starts_with(begin))
-                chosen.push_back(request);
-        }
+        std::vector<Request> chosen = m_requests;
+        std::erase_if(
+            chosen,
+            [&begin](const Request& request)
+            { return !(request.method + " " + request.path).starts_with(begin); });
         return chosen;
     }
 
     // IUtilityProvider:
-    const char* serverId() const override { return server; }
+    const char* serverId() const override { return "server-1"; }
 
     const sdk::IString* cloudSystemId() const override
     {
@@ -79,10 +73,10 @@ public:
     }
 
     void sendHttpRequest(
-        HttpRequestKind kind, const char* path, const char* method, const char* mimeType,
+        HttpRequestKind, const char* path, const char* method, const char* /*mimeType*/,
         const char* requestBody, Handler* handler) const override
     {
-        const Request request{static_cast<int>(kind), path, method, mimeType, requestBody};
+        const Request request{path, method, requestBody};
         {
             MutexLock lock(m_mutex);
             m_requests.push_back(request);

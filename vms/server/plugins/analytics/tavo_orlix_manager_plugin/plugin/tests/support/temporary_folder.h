@@ -63,4 +63,15 @@ private:
     std::string m_path;
 };
 
+// The system's temporary folder, for as long as a test needs its own.
+class ScopedTempPath
+{
+public:
+    explicit ScopedTempPath(const std::string& path) { setenv("TMPDIR", path.c_str(), 1); }
+    ~ScopedTempPath() { setenv("TMPDIR", m_old.c_str(), 1); }
+
+private:
+    const std::string m_old = std::filesystem::temp_directory_path();
+};
+
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,0 +1,203 @@
+// The steps of a pass, run one pass at a time.
+
+#include "core/runtime_manager_loop.h"
+
+#include "engine_fixture.h"
+#include "remote/cloud_client.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using PassEnd = RuntimeManagerLoop::PassEnd;
+
+class ServiceLadder : public EngineTest
+{
+protected:
+    PassEnd pass() { return m_loop.runPass(); }
+
+    RuntimeManagerLoop m_loop{engine(), std::chrono::milliseconds(0)};
+};
+
+TEST_F(ServiceLadder, WithoutATokenNothingElseIsDone)
+{
+    m_host->setToken("");
+    for (int i = 1; i <= 2; ++i)
+    {
+        EXPECT_EQ(PassEnd::cutShort, pass());
+        EXPECT_EQ(i, logged("Checking cloud connection\n"));
+        EXPECT_EQ(i, logged("Server/Site not connected to cloud.\n"));
+    }
+    EXPECT_THAT(m_host->requests(), IsEmpty());
+    m_host->setToken("token");
+    pass();
+    EXPECT_EQ(3, logged("Checking cloud connection\n"));
+    pass(); // once connected, no more
+    EXPECT_EQ(3, logged("Checking cloud connection\n"));
+}
+
+TEST_F(ServiceLadder, AFreshServerIsConfiguredAndItsDevicesReset)
+{
+    setServerRecord(R"({"id":"server-1","parameters":{}})");
+    setDeviceRecords(R"([{"id":"a","parameters":{"tavoAI":{}}},{"id":"b"}])");
+    EXPECT_EQ(PassEnd::cutShort, pass());
+    EXPECT_THAT(
+        takeServerPatches(),
+        ElementsAre(
+            R"({"parameters":{"tavoAI":{"pluginVersion":"4.6.66","runtimeInformation":[{"mimetypes":[""],"name":""}],"availablePostprocessors":null,"availablePreprocessors":null}}})",
+            R"({"parameters":{"tavoAI":{"pluginVersion":"4.6.66","runtimeInformation":[{"mimetypes":[""],"name":""}],"availablePreprocessors":{},"availablePostprocessors":{"LineCrossing":"Line Crossing","Object Counting":"Object Counting","Illegal Dumping":"Illegal Dumping","LoiteringDetection":"Loitering Detection"},"siteID":"site-1"}}})"));
+    EXPECT_THAT(
+        m_cloud.takeResets(),
+        ElementsAre(R"({"SystemId":"site-1","ServerId":"server-1","Devices":["a"]})"));
+    EXPECT_EQ(0, logged("Checking installation\n"));
+}
+
+TEST_F(ServiceLadder, OnlyAnotherSiteResetsTheDevices)
+{
+    const char* const kUnchanged = "Site ID didn't change\n";
+    const char* const kUnsaved = "Site ID not saved in parameters yet. Assuming unchanged.\n";
+    const struct
+    {
+        const char* server;
+        std::optional<std::string> site;
+        const char* log;
+        std::size_t resets;
+    } kCases[] = {
+        {R"({"parameters":{"tavoAI":{"siteID":"{site-1}"}}})", "site-1", kUnchanged, 0},
+        {R"({"parameters":{"tavoAI":{"siteID":"site-0"}}})", "site-1",
+         "Detected site ID change! site-0 -> site-1\n", 1},
+        {R"({"parameters":{"tavoAI":{"siteID":1}}})", "site-1", kUnsaved, 0},
+        {R"({"parameters":{"tavoAI":[]}})", "site-1", kUnsaved, 0},
+        {R"({"parameters":{"tavoAI":{"siteID":"site-0"}}})", std::nullopt,
+         "Could not get the server cloud ID.\n", 0},
+        {"<html>Bad gateway</html>", "site-1", "Error: Failed to get server parameters from API.\n",
+         0},
+        {R"({"parameters":[]})", "site-1", "First time server is being configured.", 1}};
+    for (const auto& c : kCases)
+    {
+        SCOPED_TRACE(c.server);
+        engine().cloudConnectionState = kCloudNeverChecked;
+        setServerRecord(c.server);
+        m_host->setSite(c.site);
+        const int before = logged(c.log);
+        EXPECT_EQ(PassEnd::cutShort, pass());
+        EXPECT_EQ(before + 1, logged(c.log));
+        EXPECT_EQ(c.resets, m_cloud.takeResets().size());
+    }
+}
+
+TEST_F(ServiceLadder, AmongSeveralRuntimesTheUserChooses)
+{
+    installManager();
+    RuntimesManager& runtimes = engine().runtimesManager();
+    pass();
+    ASSERT_LE(2u, runtimes.getCompatibleRuntimes("").size()) << "needs a machine of this kind";
+    EXPECT_EQ(PassEnd::cutShort, pass());
+    EXPECT_EQ(RuntimeStatus::waitingForChoice, runtimes.status());
+    EXPECT_THAT(runtimes.availableRuntimes(), ::testing::Contains("Generic CPU"));
+    EXPECT_THAT(m_host->requests("GET /rest/v4/devices?"), IsEmpty());
+    takeServerPatches();
+
+    runtimes.chooseRuntime("");
+    EXPECT_EQ(PassEnd::complete, pass()); // installs nothing, and the pass goes on
+    EXPECT_THAT(takeServerPatches(), IsEmpty());
+
+    // A choice that fails is saved and told all the same.
+    runtimes.chooseRuntime("Generic CPU");
+    EXPECT_EQ(PassEnd::complete, pass());
+    EXPECT_EQ(RuntimeStatus::installFailed, runtimes.status());
+    EXPECT_EQ("Generic CPU", m_folder.read(kBin + "installed_runtime.txt"));
+    EXPECT_THAT(
+        takeServerPatches(),
+        ElementsAre(
+            R"({"parameters":{"tavoAI":{"runtimeInformation":[{"mimetypes":["application/x-onnx"],"name":"Generic CPU"}]}}})"));
+
+    // Then only a new selection leads on: not even a request is served.
+    engine().clearCache();
+    EXPECT_EQ(PassEnd::cutShort, pass());
+    EXPECT_EQ(1u, engine().messageBoard().snapshot().count("CLEAR_CACHE"));
+    engine().requestRuntimeReselection();
+    EXPECT_EQ(PassEnd::cutShort, pass());
+    EXPECT_EQ(RuntimeStatus::notSelected, runtimes.status());
+}
+
+// The machine is in service.
+class DeviceParameters : public ServiceLadder
+{
+protected:
+    DeviceParameters()
+    {
+        installManager();
+        installRuntime();
+        while (pass() != PassEnd::complete)
+        {}
+        m_cloud.takeResets();
+        takeServerPatches();
+    }
+
+    std::size_t listRequests() const { return m_host->requests("GET /rest/v4/devices?").size(); }
+};
+
+TEST_F(DeviceParameters, APassWithoutNewsIsOneRequestAndOneComparison)
+{
+    EXPECT_EQ(1, logged("Parsing devices parameters: 1 1 0\n"));
+    const std::size_t requests = m_host->requests().size();
+    EXPECT_EQ(PassEnd::complete, pass());
+    EXPECT_EQ(PassEnd::complete, pass());
+    EXPECT_EQ(requests + 2, m_host->requests().size());
+    EXPECT_EQ(1, logged("Parsing devices parameters:"));
+    setDeviceRecords("[ ]"); // compared as a text
+    EXPECT_EQ(PassEnd::complete, pass());
+    EXPECT_EQ(1, logged("Parsing devices parameters: 1 0 0\n"));
+}
+
+TEST_F(DeviceParameters, AListThatDoesNotParseIsParsedAgain)
+{
+    setDeviceRecords("<html>");
+    EXPECT_EQ(PassEnd::cutShort, pass());
+    EXPECT_EQ(PassEnd::cutShort, pass());
+    EXPECT_EQ(2, logged("Error: Failed to parse devices parameters JSON.\n"));
+    setDeviceRecords("[]"); // as it was applied last
+    EXPECT_EQ(PassEnd::complete, pass());
+    EXPECT_EQ(2, logged("Parsing devices parameters: 1 0 0\n"));
+}
+
+TEST_F(DeviceParameters, AResetIsServedBeforeTheListIsRead)
+{
+    engine().resetDevice("device-7");
+    const std::size_t before = listRequests();
+    EXPECT_EQ(PassEnd::cutShort, pass());
+    EXPECT_EQ(before, listRequests());
+    EXPECT_TRUE(engine().messageBoard().snapshot().empty());
+    EXPECT_THAT(m_cloud.takeResets(), ElementsAre(HasSubstr(R"("Devices":["device-7"])")));
+    EXPECT_EQ(PassEnd::complete, pass()); // served once
+    EXPECT_THAT(m_cloud.takeResets(), IsEmpty());
+}
+
+TEST_F(DeviceParameters, DevicesOfTheWrongKindHarmNobody)
+{
+    const struct
+    {
+        const char* records;
+        std::size_t resets;
+    } kCases[] = {
+        {"{}", 0},
+        {"7", 0},
+        {R"([null,1,"a",[],{}])", 0},
+        {R"([{"id":"a","parameters":[]}])", 0},
+        {R"([{"id":"a","parameters":{"tavoAI":7}}])", 1},
+        {R"([{"id":"a","parameters":{"tavoAI":{"models":[]}}}])", 1},
+        {R"([{"id":7,"parameters":{"tavoAI":{}}},{"parameters":{"tavoAI":{}}}])", 0},
+        {R"([{"id":"a","parameters":{"tavoAI":{"models":7,"pipelines":null}}}])", 0}};
+    for (const auto& c : kCases)
+    {
+        SCOPED_TRACE(c.records);
+        setDeviceRecords(c.records);
+        EXPECT_EQ(PassEnd::complete, pass());
+        EXPECT_EQ(c.resets, m_cloud.takeResets().size());
+    }
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix
