@@ -1,10 +1,8 @@
 #include <tavo/network/http/http_client.h>
 
-#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <future>
-#include <thread>
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -53,7 +51,6 @@ TEST(HttpClient, givesHeadAndBody)
          "2\r\nbo\r\n2\r\ndy\r\n0\r\nX-Late: 1\r\n\r\n",
          "HTTP/1.1 200 OK", "body"},
         {"no body", "HTTP/1.1 204 No Content\r\n\r\n", "HTTP/1.1 204 No Content", ""},
-        {"empty body", "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n", "HTTP/1.1 200 OK", ""},
         {"not found", "HTTP/1.1 404 Not Found\r\nContent-Length: 4\r\n\r\ngone",
          "HTTP/1.1 404 Not Found", "gone"},
         {"redirect is not followed",
@@ -74,7 +71,6 @@ TEST(HttpClient, givesHeadAndBody)
         EXPECT_EQ(client.eof(), std::string(c.body).empty());
         EXPECT_EQ(client.fetchEntireMessageBody(), c.body);
         EXPECT_TRUE(client.eof());
-        EXPECT_EQ(server.connectionCount(), 1);
     }
 }
 
@@ -114,12 +110,6 @@ TEST(HttpClient, hasNoResponseWhenNoHeadCame)
     } kCases[] = {
         {"closed at once", [](Connection&) {}},
         {"silent", [](Connection& connection) { connection.waitForClose(); }},
-        {"half a head",
-         [](Connection& connection)
-         {
-             connection.write("HTTP/1.1 200 OK\r\nContent-Le");
-             connection.waitForClose();
-         }},
         {"no HTTP", answer("SSH-2.0-server\r\n")},
         {"endless head",
          [](Connection& connection)
@@ -161,30 +151,21 @@ TEST(HttpClient, givesWhatCameOfABrokenBody)
     {
         const char* name;
         const char* head;
-        bool isReset;
         bool isStalled;
     } kCases[] = {
-        {"cut", "Content-Length: 100\r\n\r\nhalf", false, false},
-        {"cut in a chunk", "Transfer-Encoding: chunked\r\n\r\n10\r\nhalf", false, false},
-        {"stalled", "Content-Length: 100\r\n\r\nhalf", false, true},
-        {"reset", "Content-Length: 100\r\n\r\nhalf", true, false}};
+        {"cut", "Content-Length: 100\r\n\r\nhalf", false},
+        {"cut in a chunk", "Transfer-Encoding: chunked\r\n\r\n10\r\nhalf", false},
+        {"stalled", "Content-Length: 100\r\n\r\nhalf", true}};
     for (const auto& c : kCases)
     {
         SCOPED_TRACE(c.name);
-        std::promise<void> halfIsHere;
-        std::future<void> mayGoOn = halfIsHere.get_future();
-        std::atomic<bool> isFirst = true;
         const ScriptedServer server(
-            [&](Connection& connection)
+            [&c](Connection& connection)
             {
                 connection.readRequest();
                 connection.write(std::string("HTTP/1.1 200 OK\r\n") + c.head);
                 if (c.isStalled)
-                    return connection.waitForClose();
-                if (isFirst.exchange(false))
-                    mayGoOn.wait();
-                if (c.isReset)
-                    connection.resetAtClose();
+                    connection.waitForClose();
             });
         HttpClient client(ssl::kDefaultCertificateCheck);
         client.setAllTimeouts(1000ms);
@@ -193,62 +174,12 @@ TEST(HttpClient, givesWhatCameOfABrokenBody)
         while (body.size() < 4 && !client.eof())
             body += client.fetchMessageBodyBuffer();
         EXPECT_EQ(body, "half");
-        halfIsHere.set_value();
         EXPECT_TRUE(client.eof());
 
         ASSERT_TRUE(client.doGet(server.url()));
         EXPECT_EQ(client.fetchEntireMessageBody(), std::nullopt);
         EXPECT_EQ(client.response()->statusLine.statusCode, 200);
     }
-}
-
-TEST(HttpClient, timeoutLimitsSilenceAndNotTheTransfer)
-{
-    const ScriptedServer server(
-        [](Connection& connection)
-        {
-            connection.readRequest();
-            connection.write("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\n");
-            for (int i = 0; i < 5; ++i)
-            {
-                std::this_thread::sleep_for(500ms); // the slowness is what is tested
-                connection.write("x");
-            }
-        });
-    HttpClient client(ssl::kDefaultCertificateCheck);
-    client.setAllTimeouts(2000ms);
-    ASSERT_TRUE(client.doGet(server.url()));
-    EXPECT_EQ(client.fetchEntireMessageBody(), "xxxxx");
-}
-
-TEST(HttpClient, restsWhileNobodyPulls)
-{
-    constexpr size_t kSize = 60'000'000;
-    std::promise<size_t> sentUnpulled;
-    const ScriptedServer server(
-        [&](Connection& connection)
-        {
-            connection.readRequest();
-            connection.write(
-                "HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(kSize) + "\r\n\r\n");
-            const size_t sent = connection.writeUntilFull(kSize);
-            sentUnpulled.set_value(sent);
-            connection.write(std::string(kSize - sent, 'x'));
-        });
-    HttpClient client(ssl::kDefaultCertificateCheck);
-    ASSERT_TRUE(client.doGet(server.url()));
-    EXPECT_LT(sentUnpulled.get_future().get(), kSize / 2);
-
-    size_t received = 0;
-    size_t largest = 0;
-    while (!client.eof())
-    {
-        const std::string buffer = client.fetchMessageBodyBuffer();
-        received += buffer.size();
-        largest = std::max(largest, buffer.size());
-    }
-    EXPECT_EQ(received, kSize);
-    EXPECT_LE(largest, 512u * 1024);
 }
 
 TEST(HttpClient, boundsTheEntireBody)
@@ -263,17 +194,6 @@ TEST(HttpClient, boundsTheEntireBody)
         EXPECT_EQ(client.fetchEntireMessageBody().has_value(), excess == 0);
         EXPECT_TRUE(client.eof());
     }
-}
-
-TEST(HttpClient, startsAnewWithEachRequest)
-{
-    const ScriptedServer server(answer("HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\nbody"));
-    HttpClient client(ssl::kDefaultCertificateCheck);
-    ASSERT_TRUE(client.doGet(server.url()));
-    ASSERT_TRUE(client.doGet(server.url())); // the first body was left unread
-    EXPECT_EQ(client.fetchEntireMessageBody(), "body");
-    EXPECT_FALSE(client.doGet(Url("http://localhost:1/")));
-    EXPECT_EQ(client.response(), nullptr);
 }
 
 TEST(HttpClient, opensItsSocketCloseOnExec)
@@ -309,62 +229,9 @@ TEST(HttpClient, opensItsSocketCloseOnExec)
 TEST(HttpClient, survivesAServerThatHangsUpWhileItSends)
 {
     ASSERT_NE(std::signal(SIGPIPE, SIG_DFL), SIG_ERR); // as in a host that handles nothing
-    const test::Identity identity = test::makeIdentity();
-    for (const test::Identity* const tls : {static_cast<const test::Identity*>(nullptr), &identity})
-    {
-        const ScriptedServer server([](Connection& connection) { connection.resetAtClose(); }, tls);
-        HttpClient client(ssl::kAcceptAnyCertificate);
-        EXPECT_FALSE(client.doPost(server.url(), "text/plain", std::string(20'000'000, 'x')));
-    }
-}
-
-TEST(HttpClientTls, checksTheCertificateUnlessToldOtherwise)
-{
-    const test::Identity identity = test::makeIdentity();
-    const std::string authorities =
-        testing::TempDir() + "http_client_tls_" + std::to_string(getpid()) + ".pem";
-    FILE* const file = fopen(authorities.c_str(), "we");
-    ASSERT_NE(file, nullptr);
-    fputs(identity.certificate.c_str(), file);
-    fclose(file);
-    const ScriptedServer server(
-        answer("HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\nbody"), &identity);
-
-    const struct
-    {
-        const char* name;
-        ssl::CertificateCheck check;
-        const char* authoritiesVariable; // null: the system's
-        const char* host;
-        bool isAccepted;
-    } kCases[] = {
-        {"unknown", ssl::kDefaultCertificateCheck, nullptr, "localhost", false},
-        {"unknown, any", ssl::kAcceptAnyCertificate, nullptr, "localhost", true},
-        {"known by one name", ssl::kDefaultCertificateCheck, "SSL_CERT_FILE", "localhost", true},
-        {"known by the other", ssl::kDefaultCertificateCheck, "CURL_CA_BUNDLE", "localhost", true},
-        {"wrong host", ssl::kDefaultCertificateCheck, "SSL_CERT_FILE", "127.0.0.1", false},
-        {"wrong host, any", ssl::kAcceptAnyCertificate, "SSL_CERT_FILE", "127.0.0.1", true}};
-    for (const auto& c : kCases)
-    {
-        SCOPED_TRACE(c.name);
-        unsetenv("SSL_CERT_FILE");
-        unsetenv("CURL_CA_BUNDLE");
-        if (c.authoritiesVariable)
-            setenv(c.authoritiesVariable, authorities.c_str(), /*overwrite*/ 1);
-        HttpClient client(c.check);
-        EXPECT_EQ(client.doGet(server.url("/", c.host)), c.isAccepted);
-        EXPECT_EQ(client.response() != nullptr, c.isAccepted);
-        EXPECT_EQ(client.fetchEntireMessageBody().value_or(""), c.isAccepted ? "body" : "");
-    }
-    unlink(authorities.c_str());
-}
-
-TEST(HttpHeaders, areFoundWhateverTheirCase)
-{
-    const HttpHeaders headers = {{"X-Key", "first"}, {"x-key", "second"}};
-    EXPECT_EQ(getHeaderValue(headers, "x-KEY"), "first");
-    EXPECT_EQ(getHeaderValue(headers, "x-ke"), "");
-    EXPECT_EQ(getHeaderValue(headers, "x-keys"), "");
+    const ScriptedServer server([](Connection&) {}); // what came unread resets it
+    HttpClient client(ssl::kAcceptAnyCertificate);
+    EXPECT_FALSE(client.doPost(server.url(), "text/plain", std::string(20'000'000, 'x')));
 }
 
 } // namespace

@@ -1,6 +1,5 @@
 #include <thread>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "host_doubles.h"
@@ -16,7 +15,6 @@ using test::refCount;
 class Probe : public test::Counted<IString>
 {
 public:
-    using test::Counted<IString>::Counted;
     const char* str() const override { return ""; }
 };
 
@@ -27,46 +25,24 @@ TEST(Counting, anInterfaceIsFoundByEachOfItsIdsAndCounted)
          {"tavo::sdk::analytics::IUncompressedVideoFrame1",
           "tavo::sdk::analytics::IUncompressedVideoFrame", "tavo::sdk::analytics::IDataPacket",
           "tavo::sdk::IRefCountable"})
-    {
-        SCOPED_TRACE(id);
-        const Ptr<IRefCountable> found(frame->queryInterface(id));
-        EXPECT_EQ(found.get(), frame.get());
-        EXPECT_EQ(refCount(frame.get()), 2u);
-    }
-    for (const char* const id : {"tavo::sdk::IString", "tavo::sdk::IRefCountabl", "", "*"})
-    {
+        EXPECT_EQ(Ptr(frame->queryInterface(id)).get(), frame.get()) << id;
+    for (const char* const id : {"tavo::sdk::IString", "tavo::sdk::IRefCountabl", ""})
         EXPECT_EQ(frame->queryInterface(id), nullptr);
-        EXPECT_EQ(refCount(frame.get()), 1u);
-    }
+    EXPECT_EQ(refCount(frame.get()), 1u);
     EXPECT_EQ(frame->queryInterface(nullptr), nullptr);
-}
-
-TEST(Counting, theLastReleaseDestroys)
-{
-    const auto* const probe = new Probe;
-    EXPECT_EQ(probe->addRef(), 2u);
-    EXPECT_EQ(probe->releaseRef(), 1u);
-    EXPECT_EQ(Probe::alive(), 1);
-    EXPECT_EQ(probe->releaseRef(), 0u);
-    EXPECT_EQ(Probe::alive(), 0);
 }
 
 TEST(Counting, anyThreadMayCount)
 {
     const auto probe = makePtr<Probe>();
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i)
+    const auto countUpAndDown = [&probe]
     {
-        threads.emplace_back(
-            [probe]
-            {
-                for (int k = 0; k < 1000; ++k)
-                    const Ptr<const IString> copy = probe;
-            });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
-    threads.clear();
+        for (int i = 0; i < 1000; ++i)
+            const Ptr<const IString> copy = probe;
+    };
+    std::thread other(countUpAndDown);
+    countUpAndDown();
+    other.join();
     EXPECT_EQ(refCount(probe.get()), 1u);
 }
 
@@ -104,7 +80,6 @@ TEST(Ptr, countsOnceForEachOfItsWays)
     const Ptr<IRefCountable> moved = std::move(second);
     EXPECT_EQ(refCount(first.get()), 3u);
     EXPECT_EQ(second, nullptr);
-    EXPECT_EQ(base, moved);
     first = *&first; // of itself
     EXPECT_EQ(refCount(first.get()), 3u);
     const Probe* const raw = first.releasePtr();
@@ -112,40 +87,6 @@ TEST(Ptr, countsOnceForEachOfItsWays)
     raw->releaseRef();
     EXPECT_EQ(interfaceCast<IString>(moved), base);
     EXPECT_EQ(interfaceCast<IStringMap>(moved), nullptr);
-    EXPECT_EQ(interfaceCast<IString>(static_cast<IRefCountable*>(nullptr)), nullptr);
-}
-
-TEST(Registry, hearsOfEachObject)
-{
-    class Registry : public IRefCountableRegistry
-    {
-    public:
-        void notifyCreated(const IRefCountable* object, std::uint32_t refCount) override
-        {
-            EXPECT_EQ(refCount, 1u);
-            created.push_back(object);
-        }
-        void notifyDestroyed(const IRefCountable* object, std::uint32_t refCount) override
-        {
-            EXPECT_EQ(refCount, 0u);
-            destroyed.push_back(object);
-        }
-
-        std::vector<const IRefCountable*> created;
-        std::vector<const IRefCountable*> destroyed;
-    };
-
-    Registry registry;
-    libContext().setRefCountableRegistry(&registry);
-    Ptr<Probe> probe = makePtr<Probe>();
-    const IRefCountable* const address = probe.get();
-    EXPECT_THAT(registry.created, testing::ElementsAre(address));
-    EXPECT_THAT(registry.destroyed, testing::IsEmpty());
-    probe.reset();
-    EXPECT_THAT(registry.destroyed, testing::ElementsAre(address));
-    testing::internal::CaptureStderr(); // about the registry that is set already
-    libContext().setRefCountableRegistry(nullptr);
-    testing::internal::GetCapturedStderr();
 }
 
 } // namespace

@@ -6,9 +6,7 @@
 
 #include <tavo/sdk/analytics/helpers/consuming_device_agent.h>
 #include <tavo/sdk/analytics/helpers/engine.h>
-#include <tavo/sdk/helpers/string.h>
 #include <tavo/sdk/helpers/string_map.h>
-#include <tavo/sdk/i_utility_provider.h>
 
 namespace tavo::sdk::test
 {
@@ -66,14 +64,26 @@ public:
     const char* logicalId() const override { return nullptr; }
 };
 
-class Frame : public Counted<analytics::IUncompressedVideoFrame>
+template <class PacketInterface>
+class Packet : public Counted<PacketInterface>
 {
 public:
-    explicit Frame(std::int64_t timestampUs) :
+    explicit Packet(std::int64_t timestampUs = 1) :
         m_timestampUs(timestampUs)
     {}
-
     std::int64_t timestampUs() const override { return m_timestampUs; }
+
+private:
+    const std::int64_t m_timestampUs;
+};
+
+// A packet of no kind that an agent knows.
+using UnknownPacket = Packet<analytics::IDataPacket>;
+
+class Frame : public Packet<analytics::IUncompressedVideoFrame>
+{
+public:
+    using Packet::Packet;
     const char* data(int plane) const override { return plane == 0 ? "RGBrgb" : nullptr; }
     int width() const override { return 2; }
     int height() const override { return 1; }
@@ -81,16 +91,12 @@ public:
     PixelFormat pixelFormat() const override { return PixelFormat::rgb; }
     int planeCount() const override { return 1; }
     int dataSize(int /*plane*/) const override { return 6; }
-
-private:
-    const std::int64_t m_timestampUs;
 };
 
 template <class PacketInterface>
-class BytesPacket : public Counted<PacketInterface>
+class BytesPacket : public Packet<PacketInterface>
 {
 public:
-    std::int64_t timestampUs() const override { return 1; }
     const char* codec() const override { return "codec"; }
     const char* data() const override { return ""; }
     int dataSize() const override { return 0; }
@@ -98,19 +104,6 @@ public:
 
 using CompressedPacket = BytesPacket<analytics::ICompressedVideoPacket>;
 using CustomPacket = BytesPacket<analytics::ICustomMetadataPacket>;
-
-// A packet of no kind that an agent knows.
-class UnknownPacket : public Counted<analytics::IDataPacket>
-{
-public:
-    explicit UnknownPacket(std::int64_t timestampUs = 1) :
-        m_timestampUs(timestampUs)
-    {}
-    std::int64_t timestampUs() const override { return m_timestampUs; }
-
-private:
-    const std::int64_t m_timestampUs;
-};
 
 class AgentHandler : public Counted<analytics::IDeviceAgent::IHandler>
 {
@@ -120,67 +113,16 @@ public:
         packets.emplace_back(metadataPacket);
     }
 
-    void handleIntegrationDiagnosticEvent(IIntegrationDiagnosticEvent* event) override
-    {
-        events.push_back(addRefToPtr(event));
-    }
-
-    void pushManifest(const IString* manifest) override { manifests.emplace_back(manifest->str()); }
+    void handleIntegrationDiagnosticEvent(IIntegrationDiagnosticEvent* /*event*/) override {}
+    void pushManifest(const IString* /*manifest*/) override {}
 
     std::vector<Ptr<analytics::IMetadataPacket>> packets;
-    std::vector<Ptr<IIntegrationDiagnosticEvent>> events;
-    std::vector<std::string> manifests;
 };
 
 class EngineHandler : public Counted<analytics::IEngine::IHandler>
 {
 public:
-    void handleIntegrationDiagnosticEvent(IIntegrationDiagnosticEvent* event) override
-    {
-        events.push_back(addRefToPtr(event));
-    }
-
-    std::vector<Ptr<IIntegrationDiagnosticEvent>> events;
-};
-
-class EngineInfo : public Counted<analytics::IEngineInfo>
-{
-public:
-    const char* id() const override { return "id"; }
-    const char* name() const override { return "Main"; }
-};
-
-class Action : public Counted<analytics::IAction>
-{
-public:
-    explicit Action(Ptr<const IStringMap> params) :
-        m_params(std::move(params))
-    {}
-
-    const char* actionId() const override { return "open"; }
-    Uuid objectTrackId() const override { return {{1}}; }
-    Uuid deviceId() const override { return {{2}}; }
-    std::int64_t timestampUs() const override { return 17; }
-    const IStringMap* params() const override { return Ptr(m_params).releasePtr(); }
-
-private:
-    const Ptr<const IStringMap> m_params;
-};
-
-class UtilityProvider : public Counted<IUtilityProvider>
-{
-public:
-    const char* serverId() const override { return "server"; }
-    const IString* cloudSystemId() const override { return nullptr; }
-    void sendHttpRequest(
-        HttpRequestKind kind, const char* path, const char* method, const char* mimeType,
-        const char* body, IHttpRequestCompletionHandler* handler) const override
-    {
-        handler->execute(
-            new String(std::to_string(static_cast<int>(kind)) + path + method + mimeType + body));
-    }
-    const char* cloudAuthToken() const override { return "token"; }
-    const IString* homeDirectory() const override { return new String("/home"); }
+    void handleIntegrationDiagnosticEvent(IIntegrationDiagnosticEvent* /*event*/) override {}
 };
 
 } // namespace tavo::sdk::test

