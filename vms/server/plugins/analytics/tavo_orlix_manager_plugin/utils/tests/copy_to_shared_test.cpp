@@ -38,32 +38,5 @@ TEST(CopyToSharedTest, theResultIsThatOfMemcpy)
     }
 }
 
-TEST(CopyToSharedTest, piecesAreJoined)
-{
-    const std::vector<char> source = randomBytes(300'000);
-    std::minstd_rand numbers(11);
-    for (const std::size_t largest : {3, 70, 200, 9000})
-    {
-        for (const std::size_t offset : {0, 1, 4, 60})
-        {
-            SCOPED_TRACE(testing::Message() << largest << " at " << offset);
-            std::vector<char> target(source.size() + 200, 'x');
-            std::vector<char> expected = target;
-            std::copy(source.begin(), source.end(), &expected[offset]);
-            {
-                SharedCopy copy(&target[offset], source.size());
-                for (std::size_t done = 0; done < source.size();)
-                {
-                    const std::size_t piece =
-                        std::min<std::size_t>(numbers() % (largest + 1), source.size() - done);
-                    copy.append(&source[done], piece);
-                    done += piece;
-                }
-            }
-            ASSERT_TRUE(expected == target);
-        }
-    }
-}
-
 } // namespace
 } // namespace tavo::vms_server_plugins::analytics::orlix::test

@@ -1,6 +1,5 @@
 #include "utils/mpack_tree.h"
 
-#include <cstring>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -25,17 +24,13 @@ std::string arrayOf(std::size_t count)
 TEST(MessageTreeTest, messagesOfAllSizesFollowOneAnother)
 {
     MessageTree tree;
-    for (const std::size_t count : {0, 10, 2046, 2047, 2048, 100'000, 3})
+    for (const std::size_t count : {10, 2046, 2047, 2048, 100'000, 3})
     {
         SCOPED_TRACE(count);
         const std::string bytes = arrayOf(count);
         ASSERT_EQ(mpack_ok, tree.parse(bytes));
         ASSERT_EQ(count, mpack_node_array_length(tree.root()));
-        if (count > 0)
-        {
-            EXPECT_EQ(
-                (count - 1) % 100, mpack_node_u32(mpack_node_array_at(tree.root(), count - 1)));
-        }
+        EXPECT_EQ((count - 1) % 100, mpack_node_u32(mpack_node_array_at(tree.root(), count - 1)));
         EXPECT_EQ(mpack_ok, tree.finish());
     }
 }
@@ -69,29 +64,6 @@ TEST(MessageTreeTest, whatAMessageMayHoldIsBounded)
     EXPECT_EQ(mpack_type_nil, mpack_node_type(tree.root()));
     const std::string deep(20'000'000, '\x91');
     EXPECT_EQ(mpack_error_too_big, tree.parse(deep));
-}
-
-TEST(MpackTreeTest, theBytesStayWithTheTree)
-{
-    MpackGrowableWriter writer;
-    mpack_write_cstr(writer.writer(), "text");
-    ASSERT_EQ(mpack_ok, writer.close());
-    const std::size_t size = writer.bytes().size();
-    MpackTree tree(writer.takeBytes(), size);
-    EXPECT_TRUE(writer.bytes().empty());
-    EXPECT_EQ(0, std::memcmp("text", mpack_node_str(tree.root()), 4));
-    EXPECT_NE(mpack_ok, MpackTree(nullptr, 0).error());
-}
-
-TEST(MpackGrowableWriterTest, anErrorLeavesNoBytes)
-{
-    MpackGrowableWriter writer;
-    mpack_write_cstr(writer.writer(), "text");
-    mpack_writer_flag_error(writer.writer(), mpack_error_data);
-    EXPECT_EQ(mpack_error_data, writer.close());
-    EXPECT_EQ(mpack_error_data, writer.close());
-    EXPECT_TRUE(writer.bytes().empty());
-    const MpackGrowableWriter neverClosed;
 }
 
 } // namespace
