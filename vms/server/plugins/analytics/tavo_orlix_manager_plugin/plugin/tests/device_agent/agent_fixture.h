@@ -1,9 +1,10 @@
 #pragma once
 
 #include <cstdlib>
+#include <filesystem>
 #include <map>
 #include <mutex>
-#include <optional>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -45,7 +46,7 @@ public:
 };
 inline constexpr char kDeviceId[] = "00010203-0405-0607-0809-0a0b0c0d0e0f";
 
-// Keeps what the agent hands to the host.
+// Keeps what the agent hands to the host. Results come on one thread, manifests on any.
 class FakeHandler : public sdk::RefCountable<sdk::analytics::IDeviceAgent::IHandler>
 {
 public:
@@ -53,11 +54,21 @@ public:
     void handleMetadata(sdk::analytics::IMetadataPacket* packet) override
     {
         const sdk::Ptr<sdk::analytics::IMetadataPacket> owned(packet);
-        const std::lock_guard lock(m_mutex);
-        if (auto objects = sdk::interfaceCast<sdk::analytics::IObjectMetadataPacket>(owned))
-            m_objectPackets.push_back(std::move(objects));
-        if (auto events = sdk::interfaceCast<sdk::analytics::IEventMetadataPacket>(owned))
-            m_eventPackets.push_back(std::move(events));
+        if (const auto objects = sdk::interfaceCast<sdk::analytics::IObjectMetadataPacket>(owned))
+        {
+            for (int i = 0; i < objects->count(); ++i)
+                keep(*sdk::Ptr<const sdk::analytics::IObjectMetadata>(objects->at(i)));
+        }
+        if (const auto events = sdk::interfaceCast<sdk::analytics::IEventMetadataPacket>(owned))
+        {
+            for (int i = 0; i < events->count(); ++i)
+            {
+                const sdk::Ptr<const sdk::analytics::IEventMetadata> event(events->at(i));
+                m_events.push_back(
+                    std::string(event->typeId()) + "|" + event->caption() + "|" +
+                    event->description());
+            }
+        }
     }
     void handleIntegrationDiagnosticEvent(sdk::IIntegrationDiagnosticEvent*) override {}
     void pushManifest(const sdk::IString* manifest) override
@@ -66,67 +77,31 @@ public:
         m_manifests.emplace_back(manifest->str());
     }
 
-    // What came since the last call.
-    auto takeObjects() { return take(m_objectPackets); }
-    auto takeEvents() { return take(m_eventPackets); }
-    auto takeManifests() { return take(m_manifests); }
+    // What came since the last call: "type x y w h attribute=value", "type|caption|description".
+    auto takeObjects() { return std::exchange(m_objects, {}); }
+    auto takeEvents() { return std::exchange(m_events, {}); }
+    auto takeManifests() { return std::exchange(m_manifests, {}); }
+
+    std::map<std::string, std::vector<sdk::Uuid>> trackIds; // of all objects so far, by type
 
 private:
-    template <typename T>
-    std::vector<T> take(std::vector<T>& from)
+    void keep(const sdk::analytics::IObjectMetadata& object)
     {
-        const std::lock_guard lock(m_mutex);
-        return std::exchange(from, {});
+        const auto box = object.boundingBox();
+        std::ostringstream text;
+        text << object.typeId() << " " << box.x << " " << box.y << " " << box.width << " "
+             << box.height;
+        for (int i = 0; i < object.attributeCount(); ++i)
+        {
+            const sdk::Ptr<const sdk::IAttribute> attribute(object.attribute(i));
+            text << " " << attribute->name() << "=" << attribute->value();
+        }
+        m_objects.push_back(text.str());
+        trackIds[object.typeId()].push_back(object.trackId());
     }
 
     std::mutex m_mutex;
-    std::vector<sdk::Ptr<sdk::analytics::IObjectMetadataPacket>> m_objectPackets;
-    std::vector<sdk::Ptr<sdk::analytics::IEventMetadataPacket>> m_eventPackets;
-    std::vector<std::string> m_manifests;
-};
-
-// The folder for temporary files, sockets among them, as this process sees it.
-class ScopedTemporaryDirectory
-{
-public:
-    explicit ScopedTemporaryDirectory(const std::string& path)
-    {
-        if (const char* const old = std::getenv("TMPDIR"))
-            m_old = old;
-        setenv("TMPDIR", path.c_str(), /*overwrite*/ 1);
-    }
-    ~ScopedTemporaryDirectory()
-    {
-        if (m_old)
-            setenv("TMPDIR", m_old->c_str(), /*overwrite*/ 1);
-        else
-            unsetenv("TMPDIR");
-    }
-    ScopedTemporaryDirectory(const ScopedTemporaryDirectory&) = delete;
-    ScopedTemporaryDirectory& operator=(const ScopedTemporaryDirectory&) = delete;
-
-private:
-    std::optional<std::string> m_old;
-};
-
-// The options that tests here change: the log has every line in its file at once.
-class ScopedOptions
-{
-public:
-    ScopedOptions() { ini().logVerbosityLevel = 2; }
-    ~ScopedOptions()
-    {
-        ini().logVerbosityLevel = m_verbosity;
-        ini().sendFramesOverride = false;
-        ini().DeviceAdminOverride = "";
-        ini().CloudAPI = m_cloudApi;
-    }
-    ScopedOptions(const ScopedOptions&) = delete;
-    ScopedOptions& operator=(const ScopedOptions&) = delete;
-
-private:
-    const int m_verbosity = ini().logVerbosityLevel;
-    const char* const m_cloudApi = ini().CloudAPI;
+    std::vector<std::string> m_objects, m_events, m_manifests;
 };
 
 // A real agent of a real engine, whose loop never starts: what it would do is done by the test.
@@ -138,9 +113,19 @@ protected:
 
     AgentTest()
     {
+        setenv("TMPDIR", folder.path().c_str(), /*overwrite*/ 1);
         m_plugin->setUtilityProvider(host.get());
         m_engine = sdk::makePtr<Engine>(m_plugin.get(), folder.path());
         startAgent();
+    }
+
+    ~AgentTest() override
+    {
+        agent.reset();
+        m_engine.reset();
+        setenv("TMPDIR", m_temporaryFolder.c_str(), /*overwrite*/ 1);
+        ini().sendFramesOverride = false;
+        ini().CloudAPI = m_cloudApi;
     }
 
     void startAgent()
@@ -166,7 +151,6 @@ protected:
     void processParameters(const std::string& tavoAi)
     {
         const JsonDocument record = parseJson(R"({"parameters": {"tavoAI": )" + tavoAi + "}}");
-        ASSERT_TRUE(record);
         agent->processDeviceParameters(yyjson_doc_get_root(record.get()));
     }
 
@@ -200,34 +184,18 @@ protected:
         return message.error();
     }
 
-    // All lines since the engine was made.
-    [[nodiscard]] std::string log() const { return folder.read("orlix_plugin_start.log"); }
-
-    [[nodiscard]] std::size_t countInLog(const std::string& line) const
+    [[nodiscard]] std::vector<FakeHost::Request> patches() const
     {
-        const std::string text = log();
-        std::size_t count = 0;
-        for (std::size_t at = text.find(line); at != std::string::npos;
-             at = text.find(line, at + 1))
-            ++count;
-        return count;
-    }
-
-    [[nodiscard]] std::vector<std::string> patches() const
-    {
-        std::vector<std::string> bodies;
-        for (const auto& request : host->requests("PATCH /rest/v4/devices/"))
-            bodies.push_back(request.body);
-        return bodies;
+        return host->requests("PATCH /rest/v4/devices/");
     }
 
     const TemporaryFolder folder;
-    const ScopedTemporaryDirectory temporaryDirectory{folder.path()};
-    const ScopedOptions options;
     const sdk::Ptr<FakeHost> host = sdk::makePtr<FakeHost>();
     const sdk::Ptr<FakeHandler> handler = sdk::makePtr<FakeHandler>();
 
 private:
+    const std::string m_temporaryFolder = std::filesystem::temp_directory_path();
+    const char* const m_cloudApi = ini().CloudAPI;
     const sdk::Ptr<Plugin> m_plugin = sdk::makePtr<Plugin>();
     sdk::Ptr<Engine> m_engine;
 

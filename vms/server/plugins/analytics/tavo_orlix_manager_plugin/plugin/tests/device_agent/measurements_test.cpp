@@ -1,51 +1,43 @@
-// The small records of the frame and result paths.
+// The small records of the frame and result paths, and the events that are made of them.
+#include <algorithm>
 #include <cstdint>
 #include <limits>
+#include <string>
 #include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "device_agent/count_history.h"
+#include "device_agent/events.h"
 #include "device_agent/frame_clock.h"
-#include "device_agent/object_packet.h"
-#include "device_agent/region_of_interest.h"
-#include "device_agent/throughput.h"
+#include "result_message.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
-namespace
-{
+using namespace test;
+using sdk::analytics::EventMetadataPacket;
+using testing::ElementsAre, testing::Pair;
+
+constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
 
 TEST(FrameClock, TheSmallestTimestampMakesRoom)
 {
     FrameClock clock;
     for (std::uint64_t i = 0; i < FrameClock::kSlots; ++i)
         clock.record(/*timestampUs*/ 100 - i, /*passedAtUs*/ 1000 + i);
-    EXPECT_EQ(1000u, clock.passedAtUs(100));
     EXPECT_EQ(1009u, clock.passedAtUs(91)) << "the smallest, although the last";
-    EXPECT_EQ(0u, clock.passedAtUs(101));
-
     clock.record(200, 5000);
     EXPECT_EQ(5000u, clock.passedAtUs(200));
     EXPECT_EQ(0u, clock.passedAtUs(91));
-    clock.record(201, 6000);
-    EXPECT_EQ(0u, clock.passedAtUs(92));
-    EXPECT_EQ(1000u, clock.passedAtUs(100));
-}
-
-TEST(Throughput, TheFirstResultHasNoFigures)
-{
-    Throughput throughput;
-    EXPECT_FALSE(throughput.note(1'000'000, 999'000));
-    EXPECT_TRUE(throughput.note(1'100'000, 0));
+    EXPECT_EQ(1008u, clock.passedAtUs(92));
 }
 
 TEST(Throughput, EmptySlotsCount)
 {
     Throughput throughput;
     std::uint64_t nowUs = 50'000'000;
-    (void)throughput.note(nowUs, nowUs);
+    EXPECT_FALSE(throughput.note(nowUs, nowUs)) << "the first result has no figures";
     // Ten frames a second, each 30 ms on its way.
     for (int i = 1; i <= 150; ++i)
     {
@@ -58,37 +50,13 @@ TEST(Throughput, EmptySlotsCount)
     }
 }
 
-TEST(Throughput, StaysDefinedWhereTheWordsDoNot)
-{
-    Throughput sameMoment;
-    (void)sameMoment.note(1000, 0);
-    EXPECT_EQ(std::numeric_limits<float>::infinity(), sameMoment.note(1000, 0)->fps);
-
-    Throughput clockSetBack;
-    (void)clockSetBack.note(10'000'000, 0);
-    const auto figures = clockSetBack.note(9'000'000, 9'500'000);
-    EXPECT_FLOAT_EQ(100'000'000.0f / 2147483647.0f, figures->fps) << "the sum ends at its limit";
-    EXPECT_EQ(-5000, figures->latencyUs);
-}
-
-TEST(CountHistory, ShowsTheMostFrequentOfTheLastTwenty)
-{
-    CountHistory history;
-    EXPECT_EQ(3u, history.add("car", 3));
-    EXPECT_EQ(3u, history.add("car", 3));
-    EXPECT_EQ(3u, history.add("car", 4));
-    for (int i = 0; i < 2; ++i)
-        (void)history.add("car", 4);
-    EXPECT_EQ(4u, history.add("car", 4)) << "four against two";
-    EXPECT_EQ(9u, history.add("person", 9)) << "names do not mix";
-}
-
-TEST(CountHistory, OfEquallyFrequentValuesTheOldestIsShown)
+TEST(CountHistory, ShowsTheMostFrequentOfTheLastTwentyAndTheOldestOfEquals)
 {
     CountHistory history;
     (void)history.add("car", 7);
     EXPECT_EQ(7u, history.add("car", 1));
     EXPECT_EQ(1u, history.add("car", 1));
+    EXPECT_EQ(9u, history.add("person", 9)) << "names do not mix";
     EXPECT_EQ(7u, history.add("car", 7)) << "two each, and 7 entered first";
     for (std::uint64_t i = 0; i < 16; ++i)
         EXPECT_EQ(7u, history.add("car", 100 + i)) << i;
@@ -96,60 +64,57 @@ TEST(CountHistory, OfEquallyFrequentValuesTheOldestIsShown)
     EXPECT_EQ(1u, history.add("car", 200));
 }
 
-TEST(RegionOfInterest, CutsEachCornerToAWholePixel)
+TEST(FpsEvent, WritesTwoSignificantDigits)
 {
-    const struct
-    {
-        int width, height;
-        std::vector<float> cropBox;
-        PixelRegion region;
-    } kCases[] = {
-        {640, 480, {0, 0, 1, 1}, {0, 0, 640, 480}},
-        {640, 480, {0.25f, 0.5f, 0.75f, 1}, {160, 240, 320, 240}},
-        // 1.0 to 2.9: the size is that of the cut corners.
-        {10, 10, {0.19f, 0.1f, 0.29f, 0.39f}, {1, 1, 1, 2}},
-        // Both corners in one pixel column.
-        {10, 10, {0.51f, 0, 0.59f, 1}, {5, 0, 0, 10}},
-        {0, -5, {0, 0, 1, 1}, {0, 0, 0, 0}},
+    EXPECT_EQ("\nThroughput: 12 FPS\n", fpsDescription({12.34f, 0}));
+    EXPECT_EQ("\nThroughput: 1.2e+02 FPS\nLatency: 0 ms", fpsDescription({123.4f, 999}));
+    EXPECT_EQ("\nThroughput: 0.0001 FPS\nLatency: -2 ms", fpsDescription({0.0001f, -2500}));
+}
+
+TEST(Counts, EndAtWhatCannotBeRead)
+{
+    Message wrongType(map({{"a", number(1)}, {"b", text("2")}, {"c", number(3)}}));
+    EXPECT_THAT(readCounts(wrongType.root()), ElementsAre(Pair("a", 1)));
+    EXPECT_EQ(mpack_error_type, wrongType.error());
+
+    Message longest(map({{std::string(1023, 'n'), number(1)}}));
+    EXPECT_EQ(1u, readCounts(longest.root()).size());
+    Message tooLong(map({{std::string(1024, 'n'), number(1)}}));
+    EXPECT_TRUE(readCounts(tooLong.root()).empty());
+    EXPECT_EQ(mpack_error_too_big, tooLong.error());
+}
+
+TEST(BestLabel, IsTheFirstOfTheBestScoresAboveZero)
+{
+    const std::pair<Value, std::string> kCases[] = {
+        {map({{"a", real(0.5f)}, {"b", real(0.9f)}, {"c", real(0.9f)}}), "b"},
+        {map({{"a", real(0)}, {"b", real(0)}}), ""},
+        {map({{"a", real(-1)}, {"b", number(1)}}), "b"},
+        {map({{"a", real(kNan)}, {"b", real(0.1f)}}), "b"},
     };
-    for (const auto& c : kCases)
+    for (const auto& [scores, label] : kCases)
     {
-        const PixelRegion region = regionOfInterest(c.width, c.height, c.cropBox);
-        EXPECT_EQ(c.region.left, region.left);
-        EXPECT_EQ(c.region.top, region.top);
-        EXPECT_EQ(c.region.width, region.width);
-        EXPECT_EQ(c.region.height, region.height);
+        Message message(scores);
+        EXPECT_EQ(label, readBestLabel(message.root()));
     }
 }
 
-TEST(FrameBox, MapsBackFromTheCrop)
+TEST(CustomEvents, PassOnWhatIsWholeUpToWhatCannotBeRead)
 {
-    const struct
-    {
-        const char* name;
-        ResultBox box;
-        std::vector<float> cropBox;
-        sdk::analytics::Rect rect;
-    } kCases[] = {
-        {"whole frame", {10, 20, 110, 220}, {}, {0.01f, 0.02f, 0.1f, 0.2f}},
-        {"lower right quarter",
-         {10, 20, 110, 220},
-         {0.5f, 0.5f, 1, 1},
-         {0.505f, 0.51f, 0.05f, 0.1f}},
-        {"corners exchanged", {110, 220, 10, 20}, {}, {0.11f, 0.22f, 0.1f, 0.2f}},
-        {"beyond the frame", {-100, 500, 2000, 1500}, {}, {-0.1f, 0.5f, 2.1f, 1}},
+    const auto event = [](Value id) {
+        return map({{"ID", id}, {"Caption", text("c")}, {"Description", text("d")}});
     };
-    for (const auto& c : kCases)
+    for (const Value& broken :
+         {event(number(1)), event(text(std::string("a\0b", 3))), text("no map")})
     {
-        SCOPED_TRACE(c.name);
-        const auto rect = frameBox(c.box, 1000, 1000, c.cropBox);
-        EXPECT_FLOAT_EQ(c.rect.x, rect.x);
-        EXPECT_FLOAT_EQ(c.rect.y, rect.y);
-        EXPECT_FLOAT_EQ(c.rect.width, rect.width);
-        EXPECT_FLOAT_EQ(c.rect.height, rect.height);
+        auto packet = sdk::makePtr<EventMetadataPacket>();
+        Message message(array(
+            {event(text("first")), map({{"ID", text("x")}, {"Caption", text("no more")}}), map({}),
+             event(text("second")), broken, event(text("third"))}));
+        addCustomEvents(message.root(), *packet);
+        EXPECT_EQ(2, packet->count());
+        EXPECT_EQ(mpack_error_type, message.error());
     }
 }
-
-} // namespace
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

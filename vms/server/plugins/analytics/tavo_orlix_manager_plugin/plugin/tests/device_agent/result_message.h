@@ -1,7 +1,6 @@
 #pragma once
 
 #include <functional>
-#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -56,14 +55,6 @@ inline Value array(const std::vector<Value>& values)
             value(writer);
         mpack_finish_array(writer);
     };
-}
-
-inline Value texts(const std::vector<std::string>& values)
-{
-    std::vector<Value> written;
-    for (const std::string& value : values)
-        written.push_back(text(value));
-    return array(written);
 }
 
 inline Value map(const Entries& entries)
