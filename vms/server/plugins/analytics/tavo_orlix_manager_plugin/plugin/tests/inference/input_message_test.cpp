@@ -1,5 +1,6 @@
 #include "inference/input_message.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <numeric>
@@ -94,6 +95,16 @@ TEST_F(InputMessageTest, SendsSettingsInTheirUnits)
 }
 
 // No pixel is read: these would lie far beyond any memory.
+TEST_F(InputMessageTest, PacksRowsThatLieFurtherApart)
+{
+    const std::string packed = created();
+    std::vector<std::uint8_t> padded(100, 0xff);
+    for (std::size_t row = 0; row < kHeight; ++row)
+        std::copy_n(pixels.begin() + row * kRow, kRow, padded.begin() + row * (kRow + 5));
+    image = {padded.data(), kRow + 5, kWidth, kHeight};
+    EXPECT_EQ(packed, created());
+}
+
 TEST_F(InputMessageTest, RefusesWhatNoSegmentCanHold)
 {
     const struct

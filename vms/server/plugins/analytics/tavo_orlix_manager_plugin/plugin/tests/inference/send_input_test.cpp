@@ -1,5 +1,6 @@
 #include <atomic>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -154,6 +155,33 @@ TEST_F(SendInputTest, LooksAgainAtASegmentThatWasTooSmall)
 }
 
 // Frames of several cameras, and an application that keeps to no order.
+TEST_F(SendInputTest, AttachesAnewWhatIsClosedInTheSameReply)
+{
+    const std::string key = test::uniqueName("shm");
+    auto segment = std::make_unique<Segment>(room(), key);
+    peer.reply(encodedReply(segment->name()));
+    ASSERT_TRUE(send());
+    segment.reset();
+    segment = std::make_unique<Segment>(room(), key);
+    peer.reply(encodedReply(segment->name(), segment->name()));
+    ASSERT_TRUE(send());
+    EXPECT_EQ(joined(message), segment->content());
+}
+
+TEST_F(SendInputTest, ANewRunMeansNewSegments)
+{
+    AttachedSegments segments;
+    const std::string key = test::uniqueName("shm");
+    auto segment = std::make_unique<Segment>(room(), key);
+    const std::string name = segment->name();
+    ASSERT_TRUE(segments.find(name)->write(message));
+    segment.reset();
+    segment = std::make_unique<Segment>(room(), key);
+    segments.startRun();
+    ASSERT_TRUE(segments.find(name)->write(message));
+    EXPECT_EQ(joined(message), segment->content());
+}
+
 TEST_F(SendInputTest, ClosingMeetsWriting)
 {
     AttachedSegments segments;
