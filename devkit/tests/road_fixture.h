@@ -62,7 +62,8 @@ private:
 };
 
 // The whole road on one machine: a cloud and a storage that serve the built application, runtimes
-// and one model of the application's own motion detector, and a server's records.
+// and one model of the application's own motion detector, and a server's records. The library reads
+// its options once in a process, so each test has a process of its own, as ctest gives it one.
 class RoadTest : public testing::Test
 {
 protected:
