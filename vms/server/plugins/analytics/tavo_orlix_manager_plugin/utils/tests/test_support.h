@@ -13,6 +13,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include "utils/log.h"
+
 namespace tavo::vms_server_plugins::analytics::orlix::test
 {
 
@@ -57,6 +59,34 @@ inline std::string contentOf(const std::string& path)
     text << file.rdbuf();
     return text.str();
 }
+
+// The log as the code under test writes it, at the highest verbosity.
+class CapturedLog
+{
+public:
+    CapturedLog() { log_init(m_path, m_folder.file("main.log"), "", false, true, 2); }
+    ~CapturedLog() { log_close(); }
+    CapturedLog(const CapturedLog&) = delete;
+    CapturedLog& operator=(const CapturedLog&) = delete;
+
+    // The texts of all lines so far, without their heads. A line of a text that has several has
+    // none.
+    [[nodiscard]] std::string text() const
+    {
+        std::istringstream lines(contentOf(m_path));
+        std::string all;
+        for (std::string line; std::getline(lines, line);)
+        {
+            const std::size_t head = line.find(": ");
+            all += (head == std::string::npos ? line : line.substr(head + 2)) + "\n";
+        }
+        return all;
+    }
+
+private:
+    TempFolder m_folder;
+    const std::string m_path = m_folder.file("start.log");
+};
 
 // How many descriptors this process has.
 inline auto openDescriptors()
