@@ -101,11 +101,11 @@ TEST(Tracker, FollowsAsThePlainWayDoes)
         {"few", 30, 3, 300, 0, 100'000, 0},
         {"crowd", 30, 70, 330, 0, 100'000, 0},
         {"more than are kept", 30, 260, 150, 0, 100'000, 0},
-        {"equal scores", 30, 40, 300, 100, 100'000, 0},
+        {"equal scores", 30, 60, 600, 300, 100'000, 0},
         {"all boxes the same", 30, 60, 1, 2000, 1, 0},
         {"times that do not go on", 30, 40, 200, 50, 0, 0},
         {"no boxes", 30, 70, 20, 0, 2, 0.3},
-        {"more pairs than are kept", 2, 1100, 2000, 0, 100'000, 0},
+        {"more pairs than are kept", 2, 1100, 2000, 20, 100'000, 0},
     };
     for (const auto& c : kCases)
     {
