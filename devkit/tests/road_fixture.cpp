@@ -147,7 +147,10 @@ void RoadTest::TearDown()
     m_host.reset();
     EXPECT_TRUE(processes("brunmod").empty());
     EXPECT_TRUE(processes("brund").empty());
-    EXPECT_TRUE(std::filesystem::is_empty(m_folder.path("tmp"))) << "something was left behind";
+    std::string leftBehind;
+    for (const auto& entry : std::filesystem::directory_iterator(m_folder.path("tmp")))
+        leftBehind += entry.path().filename().string() + " ";
+    EXPECT_EQ("", leftBehind);
     if (m_services)
         m_services->stop();
     if (m_server.joinable())
