@@ -13,6 +13,7 @@
 #include "remote/host_rest_client.h"
 #include "utils/log.h"
 #include "utils/platform_names.h"
+#include "utils/sockets.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -180,6 +181,7 @@ void OrlixManagerInterface::stop(const AssignedModels& assignedModels)
             "Warning! Orlix Manager did not exit gracefully: %d. Sending kill signal.\n", exitCode);
         process_kill(m_process);
         exitCode = process_wait(m_process, kKillSeconds);
+        socket_unlink(m_moduleSocketPath); // which the application cannot do any more
     }
     log_debug("Orlix Manager stopped with exit code %d\n", exitCode);
     m_state = ManagerState::Stopped;
