@@ -51,6 +51,13 @@ PicturePtr pictureAt(int step)
     return picture;
 }
 
+SettingValues userValues()
+{
+    SettingValues values = UserSettings::defaults().valuesFor(deviceId());
+    values["visualise_motion"] = "true";
+    return values;
+}
+
 } // namespace
 
 RunningHost::RunningHost(const std::string& folder, RecordStore& store) :
@@ -74,8 +81,7 @@ RunningHost::RunningHost(const std::string& folder, RecordStore& store) :
         origin, AgentHandler::Receivers{m_sink, m_statistics, m_console});
     m_agent->setHandler(m_handler.get());
     m_dialog = std::make_unique<SettingsDialog>(
-        m_agent, origin, UserSettings::defaults().valuesFor(deviceId()),
-        SettingsDialog::Surroundings{store, m_sink, m_console});
+        m_agent, origin, userValues(), SettingsDialog::Surroundings{store, m_sink, m_console});
     m_dialog->apply();
     m_frames = std::jthread([this](std::stop_token stop) { pushFrames(stop); });
 }
@@ -234,6 +240,11 @@ void RoadTest::waitForObjects()
 std::string RoadTest::serverRecord() const
 {
     return m_store->find(RecordKind::server, kServerRecordId).value_or("");
+}
+
+std::string RoadTest::settingsRecord() const
+{
+    return m_store->find(RecordKind::settings, deviceId()).value_or("");
 }
 
 std::string RoadTest::deviceRecord() const

@@ -84,6 +84,7 @@ protected:
     // JSON text of the host's record.
     [[nodiscard]] std::string serverRecord() const;
     [[nodiscard]] std::string deviceRecord() const;
+    [[nodiscard]] std::string settingsRecord() const;
 
     void switchFault(const std::string& path, const std::string& kind);
     void clearFaults();

@@ -67,7 +67,12 @@ TEST_F(RoadTest, everyButtonOfTheDialogDoesWhatItSays)
     waitForDialog("button selectAllButton");
     const auto resets = [&]() { return countOf(requests(), "POST /dev/reset/"); };
 
+    const auto shown = [&]() { return contains(settingsRecord(), R"("visualise_motion":"true")"); };
+    EXPECT_TRUE(shown()) << settingsRecord();
     m_host->press("deSelectAllButton");
+    EXPECT_FALSE(shown()) << settingsRecord();
+    m_host->press("selectAllButton");
+    EXPECT_TRUE(shown()) << settingsRecord();
     m_host->press("manageDevice");
     EXPECT_TRUE(contains(m_host->produced(), R"("kind":"actionResponse")")) << m_host->produced();
     EXPECT_TRUE(contains(m_host->produced(), "/admin/device/"));
