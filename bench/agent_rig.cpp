@@ -6,8 +6,8 @@
 
 #include <tavo/sdk/analytics/i_device_info.h>
 
+#include "core/base/ini.h"
 #include "core/engine.h"
-#include "core/ini.h"
 #include "core/plugin.h"
 #include "device_agent/device_agent.h"
 #include "inference/protocol.h"

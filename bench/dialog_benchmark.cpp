@@ -4,7 +4,7 @@
 
 #include <benchmark/benchmark.h>
 
-#include "device_agent/settings_model_builder.h"
+#include "device_agent/dialog/settings_model_builder.h"
 #include "remote/cloud_client.h"
 
 namespace

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "device_agent/overlap_matcher.h"
+#include "device_agent/objects/overlap_matcher.h"
 
 namespace tavo::bench
 {

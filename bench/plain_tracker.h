@@ -6,7 +6,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "device_agent/tracked_object.h"
+#include "device_agent/objects/tracked_object.h"
 
 namespace tavo::bench
 {

@@ -26,10 +26,10 @@
 #include <mpack.h>
 
 #include "agent_rig.h"
-#include "device_agent/class_objects.h"
-#include "device_agent/object_packet.h"
-#include "device_agent/overlap_matcher.h"
-#include "device_agent/tracker.h"
+#include "device_agent/objects/class_objects.h"
+#include "device_agent/objects/object_packet.h"
+#include "device_agent/objects/overlap_matcher.h"
+#include "device_agent/objects/tracker.h"
 #include "inference/protocol.h"
 #include "plain_tracker.h"
 #include "samples.h"

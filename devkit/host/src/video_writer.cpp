@@ -55,7 +55,7 @@ struct VideoWriter::Output
     Scaler scaler;
     int64_t firstUs = -1;
     int64_t lastPts = -1; // in the encoder's time base, like the next
-    int64_t step = 1;     // between the last two pictures
+    int64_t step = 1; // between the last two pictures
 
     void openEncoder(int width, int height);
     void encode(const AVFrame* next);

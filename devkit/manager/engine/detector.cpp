@@ -4,10 +4,10 @@
 
 #include <opencv2/imgproc.hpp>
 
-#include "coco_classes.h"
+#include "detectors/coco_classes.h"
+#include "detectors/hog_people.h"
+#include "detectors/nanodet.h"
 #include "engine/scene_background.h"
-#include "hog_people.h"
-#include "nanodet.h"
 
 namespace tavo::devkit
 {

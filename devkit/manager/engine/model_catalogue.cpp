@@ -7,7 +7,7 @@
 #include <iterator>
 #include <stdexcept>
 
-#include "nanodet.h"
+#include "detectors/nanodet.h"
 #include "utils/json.h"
 #include "utils/log.h"
 

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "coco_classes.h"
-#include "hog_people.h"
-#include "nanodet.h"
+#include "detectors/coco_classes.h"
+#include "detectors/hog_people.h"
+#include "detectors/nanodet.h"
 
 namespace tavo::devkit
 {

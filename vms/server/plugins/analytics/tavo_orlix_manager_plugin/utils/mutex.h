@@ -39,7 +39,11 @@ private:
 class SCOPED_CAPABILITY MutexLock
 {
 public:
-    explicit MutexLock(Mutex& mutex) ACQUIRE(mutex): m_mutex(mutex) { m_mutex.lock(); }
+    explicit MutexLock(Mutex& mutex) ACQUIRE(mutex) :
+        m_mutex(mutex)
+    {
+        m_mutex.lock();
+    }
     ~MutexLock() RELEASE()
     {
         if (m_held)

@@ -4,9 +4,9 @@
 #include <functional>
 #include <utility>
 
-#include "core/ini.h"
+#include "core/base/ini.h"
+#include "core/base/plugin_version.h"
 #include "core/plugin.h"
-#include "core/plugin_version.h"
 #include "core/runtime_manager_loop.h"
 #include "device_agent/device_agent.h"
 #include "device_agent/manifest_builder.h"

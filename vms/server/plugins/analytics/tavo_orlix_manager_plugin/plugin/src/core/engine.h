@@ -12,8 +12,8 @@
 #include <tavo/sdk/ptr.h>
 #include <yyjson.h>
 
-#include "core/assigned_model.h"
-#include "core/message_board.h"
+#include "core/base/assigned_model.h"
+#include "core/base/message_board.h"
 #include "inference/orlix_manager_interface.h"
 #include "models/model_manager.h"
 #include "runtimes/manager_installation.h"

@@ -3,7 +3,7 @@
 
 #include <tavo/sdk/helpers/settings_response.h>
 
-#include "core/deployment.h"
+#include "core/base/deployment.h"
 #include "core/engine.h"
 #include "utils/json.h"
 #include "utils/log.h"

@@ -5,7 +5,7 @@
 
 #include <yyjson.h>
 
-#include "core/assigned_model.h"
+#include "core/base/assigned_model.h"
 #include "models/model_manager.h"
 #include "utils/json.h"
 

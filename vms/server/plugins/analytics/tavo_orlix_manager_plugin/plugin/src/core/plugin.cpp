@@ -6,9 +6,9 @@
 
 #include <tavo/sdk/helpers/error.h>
 
+#include "core/base/ini.h"
+#include "core/base/plugin_version.h"
 #include "core/engine.h"
-#include "core/ini.h"
-#include "core/plugin_version.h"
 #include "remote/file_helpers.h"
 #include "remote/text_helpers.h"
 

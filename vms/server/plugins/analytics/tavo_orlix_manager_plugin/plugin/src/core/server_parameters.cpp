@@ -2,8 +2,8 @@
 #include <string>
 #include <vector>
 
+#include "core/base/plugin_version.h"
 #include "core/engine.h"
-#include "core/plugin_version.h"
 #include "remote/host_rest_client.h"
 #include "remote/text_helpers.h"
 #include "utils/json.h"

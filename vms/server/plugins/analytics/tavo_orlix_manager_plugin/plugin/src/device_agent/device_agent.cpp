@@ -2,10 +2,10 @@
 
 #include <tavo/sdk/uuid.h>
 
+#include "core/base/ini.h"
 #include "core/engine.h"
-#include "core/ini.h"
 #include "device_agent/manifest_builder.h"
-#include "device_agent/settings_cache.h"
+#include "device_agent/settings/settings_cache.h"
 #include "remote/text_helpers.h"
 #include "utils/log.h"
 

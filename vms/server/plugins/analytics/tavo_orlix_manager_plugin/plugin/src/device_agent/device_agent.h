@@ -15,15 +15,15 @@
 #include <tavo/sdk/analytics/helpers/event_metadata_packet.h>
 #include <tavo/sdk/ptr.h>
 
-#include "core/message_board.h"
-#include "device_agent/count_history.h"
-#include "device_agent/device_settings.h"
+#include "core/base/message_board.h"
+#include "device_agent/dialog/settings_model_builder.h"
+#include "device_agent/events/count_history.h"
+#include "device_agent/events/throughput.h"
 #include "device_agent/frame_clock.h"
-#include "device_agent/pipeline_tree.h"
-#include "device_agent/setting_values.h"
-#include "device_agent/settings_model_builder.h"
-#include "device_agent/throughput.h"
-#include "device_agent/tracker.h"
+#include "device_agent/objects/tracker.h"
+#include "device_agent/pipelines/pipeline_tree.h"
+#include "device_agent/settings/device_settings.h"
+#include "device_agent/settings/setting_values.h"
 #include "inference/message_buffer.h"
 #include "utils/mutex.h"
 

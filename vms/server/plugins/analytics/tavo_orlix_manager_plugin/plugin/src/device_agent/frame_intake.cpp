@@ -7,10 +7,10 @@
 
 #include <tavo/sdk/ptr.h>
 
+#include "core/base/ini.h"
 #include "core/engine.h"
-#include "core/ini.h"
 #include "device_agent/device_agent.h"
-#include "device_agent/region_of_interest.h"
+#include "device_agent/settings/region_of_interest.h"
 #include "inference/input_message.h"
 #include "inference/protocol.h"
 #include "remote/cloud_client.h"

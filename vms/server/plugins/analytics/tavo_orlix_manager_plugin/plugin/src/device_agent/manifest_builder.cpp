@@ -4,7 +4,7 @@
 #include <string_view>
 #include <utility>
 
-#include "device_agent/processors.h"
+#include "device_agent/pipelines/processors.h"
 #include "device_agent/type_ids.h"
 #include "remote/text_helpers.h"
 #include "utils/json.h"

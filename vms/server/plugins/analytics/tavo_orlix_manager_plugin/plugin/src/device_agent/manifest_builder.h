@@ -4,7 +4,7 @@
 
 #include <yyjson.h>
 
-#include "device_agent/device_settings.h"
+#include "device_agent/settings/device_settings.h"
 #include "inference/orlix_manager_interface.h"
 
 // The manifests, JSON texts by which the host learns what it may expect. No state; each text is

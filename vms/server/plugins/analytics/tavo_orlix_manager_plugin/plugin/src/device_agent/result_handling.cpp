@@ -10,11 +10,11 @@
 
 #include <tavo/sdk/ptr.h>
 
-#include "device_agent/class_objects.h"
 #include "device_agent/device_agent.h"
-#include "device_agent/events.h"
-#include "device_agent/node_text.h"
-#include "device_agent/object_packet.h"
+#include "device_agent/events/events.h"
+#include "device_agent/objects/class_objects.h"
+#include "device_agent/objects/object_packet.h"
+#include "device_agent/pipelines/node_text.h"
 #include "inference/protocol.h"
 #include "utils/clock.h"
 #include "utils/log.h"

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <string>
 
-#include "device_agent/device_settings.h"
-#include "device_agent/pipeline_tree.h"
+#include "device_agent/pipelines/pipeline_tree.h"
+#include "device_agent/settings/device_settings.h"
 #include "inference/message_buffer.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix

@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "inference/manager_files.h"
+#include "core/base/manager_files.h"
 #include "inference/protocol.h"
 #include "remote/file_helpers.h"
 #include "utils/log.h"

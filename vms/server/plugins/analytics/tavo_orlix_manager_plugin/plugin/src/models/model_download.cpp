@@ -13,7 +13,7 @@
 #include <tavo/network/http/http_client.h>
 #include <tavo/utils/url.h>
 
-#include "core/ini.h"
+#include "core/base/ini.h"
 #include "models/orlix_crypto.h"
 #include "utils/files.h"
 #include "utils/log.h"

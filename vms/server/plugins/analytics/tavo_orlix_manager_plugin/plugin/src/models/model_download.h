@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "core/message_board.h"
+#include "core/base/message_board.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {

@@ -9,7 +9,7 @@
 
 #include <yyjson.h>
 
-#include "core/message_board.h"
+#include "core/base/message_board.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {

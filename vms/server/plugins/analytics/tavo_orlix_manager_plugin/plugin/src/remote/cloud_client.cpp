@@ -5,8 +5,8 @@
 
 #include <tavo/network/http/http_client.h>
 
-#include "core/ini.h"
-#include "core/plugin_version.h"
+#include "core/base/ini.h"
+#include "core/base/plugin_version.h"
 #include "remote/text_helpers.h"
 #include "utils/log.h"
 

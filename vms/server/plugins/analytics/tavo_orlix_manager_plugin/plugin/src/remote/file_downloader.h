@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "core/message_board.h"
+#include "core/base/message_board.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {

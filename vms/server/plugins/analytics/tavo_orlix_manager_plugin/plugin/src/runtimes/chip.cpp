@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <string_view>
 
-#include "core/deployment.h"
-#include "core/ini.h"
+#include "core/base/deployment.h"
+#include "core/base/ini.h"
 #include "runtimes/templates.h"
 #include "utils/log.h"
 

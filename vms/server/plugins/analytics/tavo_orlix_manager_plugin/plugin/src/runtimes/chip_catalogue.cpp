@@ -1,7 +1,7 @@
 #include "runtimes/chip_catalogue.h"
 
-#include "core/deployment.h"
-#include "core/ini.h"
+#include "core/base/deployment.h"
+#include "core/base/ini.h"
 #include "runtimes/driver_probes.h"
 #include "utils/log.h"
 

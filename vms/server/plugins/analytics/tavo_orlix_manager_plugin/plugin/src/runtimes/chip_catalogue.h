@@ -4,7 +4,7 @@
 #include <string>
 #include <unordered_map>
 
-#include "core/message_board.h"
+#include "core/base/message_board.h"
 #include "runtimes/chip.h"
 #include "runtimes/machine_info.h"
 

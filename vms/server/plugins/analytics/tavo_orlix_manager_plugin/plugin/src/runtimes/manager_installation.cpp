@@ -2,8 +2,8 @@
 
 #include <filesystem>
 
-#include "core/deployment.h"
-#include "core/ini.h"
+#include "core/base/deployment.h"
+#include "core/base/ini.h"
 #include "remote/file_downloader.h"
 #include "remote/file_helpers.h"
 #include "runtimes/machine_info.h"

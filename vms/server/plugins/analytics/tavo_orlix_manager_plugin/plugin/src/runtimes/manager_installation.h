@@ -3,7 +3,7 @@
 #include <atomic>
 #include <string>
 
-#include "core/message_board.h"
+#include "core/base/message_board.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {

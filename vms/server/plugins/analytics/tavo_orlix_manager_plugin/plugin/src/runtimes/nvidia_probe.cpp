@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "core/deployment.h"
+#include "core/base/deployment.h"
 #include "remote/text_helpers.h"
 #include "runtimes/driver_probes.h"
 #include "utils/command.h"

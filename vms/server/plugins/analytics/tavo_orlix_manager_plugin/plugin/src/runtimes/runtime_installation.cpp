@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <system_error>
 
-#include "core/ini.h"
+#include "core/base/ini.h"
 #include "remote/file_downloader.h"
 #include "remote/file_helpers.h"
 #include "runtimes/chip_catalogue.h"

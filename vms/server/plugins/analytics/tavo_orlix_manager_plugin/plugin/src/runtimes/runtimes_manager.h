@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "core/message_board.h"
+#include "core/base/message_board.h"
 #include "runtimes/chip.h"
 #include "runtimes/machine_info.h"
 #include "runtimes/runtime_status.h"

@@ -7,8 +7,8 @@
 #include <gtest/gtest.h>
 #include <tavo/sdk/analytics/i_device_info.h>
 
+#include "core/base/ini.h"
 #include "core/engine.h"
-#include "core/ini.h"
 #include "core/plugin.h"
 #include "fake_host.h"
 #include "http_server.h"

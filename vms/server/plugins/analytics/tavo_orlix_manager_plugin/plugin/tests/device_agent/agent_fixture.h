@@ -16,8 +16,8 @@
 #include <tavo/sdk/analytics/i_object_metadata_packet.h>
 #include <tavo/sdk/helpers/string_map.h>
 
+#include "core/base/ini.h"
 #include "core/engine.h"
-#include "core/ini.h"
 #include "core/plugin.h"
 #include "device_agent/device_agent.h"
 #include "fake_host.h"

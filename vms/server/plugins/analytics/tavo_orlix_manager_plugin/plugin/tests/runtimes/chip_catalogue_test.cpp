@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/ini.h"
+#include "core/base/ini.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {

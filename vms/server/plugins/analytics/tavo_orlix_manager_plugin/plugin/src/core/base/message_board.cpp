@@ -1,0 +1,39 @@
+#include "core/base/message_board.h"
+
+#include "utils/log.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+void MessageBoard::postMessage(const std::string& key, const std::string& text, MessageType type)
+{
+    MutexLock lock(m_mutex);
+    if (type == MessageType::warning)
+        log_info("Adding warning: %s : %s\n", key.c_str(), text.c_str());
+    else
+        log_debug("Adding message: %s : %s\n", key.c_str(), text.c_str());
+    m_entries.insert_or_assign(key, Entry{type, text});
+}
+
+void MessageBoard::removeMessage(const std::string& key)
+{
+    MutexLock lock(m_mutex);
+    if (m_entries.erase(key) != 0)
+        log_debug("Removed message: %s \n", key.c_str());
+}
+
+void MessageBoard::clearWarnings()
+{
+    MutexLock lock(m_mutex);
+    log_debug("Clearing all warning messages.\n");
+    std::erase_if(
+        m_entries, [](const auto& entry) { return entry.second.type == MessageType::warning; });
+}
+
+MessageBoard::Entries MessageBoard::snapshot() const
+{
+    MutexLock lock(m_mutex);
+    return m_entries;
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

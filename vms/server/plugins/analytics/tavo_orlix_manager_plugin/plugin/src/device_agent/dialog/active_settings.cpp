@@ -1,0 +1,109 @@
+// The buttons of the settings dialog. All runs under settingsLock(), so that frames and results of
+// all devices wait; the requests to the engine only set flags and board entries, which the model
+// built behind them already shows.
+
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include <tavo/sdk/helpers/action_response.h>
+#include <tavo/sdk/helpers/active_setting_changed_response.h>
+#include <tavo/sdk/helpers/settings_response.h>
+#include <tavo/sdk/helpers/string_map.h>
+#include <tavo/sdk/ptr.h>
+
+#include "core/engine.h"
+#include "device_agent/device_agent.h"
+#include "device_agent/dialog/settings_model_builder.h"
+#include "remote/text_helpers.h"
+#include "utils/log.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+namespace
+{
+
+void setAllVisualisations(SettingValues& values, const char* value)
+{
+    for (auto& [name, present] : values)
+    {
+        if (name.starts_with(setting::kVisualisePrefix))
+            present = value;
+    }
+}
+
+// Opens no page by itself: the host does, without its proxy and the device's credentials.
+sdk::Ptr<sdk::ActionResponse> openPage(const std::string& url)
+{
+    log_info("Opening URL: %s\n", url.c_str());
+    auto response = sdk::makePtr<sdk::ActionResponse>();
+    response->setActionUrl(url);
+    return response;
+}
+
+} // namespace
+
+void DeviceAgent::getSettingsOnActiveSettingChange(
+    sdk::Result<const sdk::IActiveSettingChangedResponse*>* outResult,
+    const sdk::IActiveSettingChangedAction* action)
+{
+    log_debug("Active settings triggered\n");
+    const MutexLock lock(settingsLock());
+    const std::string name = textOrEmpty(action->activeSettingName());
+    log_debug("Active setting name: %s\n", name.c_str());
+
+    if (name == button::kReferenceRun)
+    {
+        m_engine->managerInterface().sendReferenceRun();
+        return; // the dialog stays as it is
+    }
+
+    auto response = sdk::makePtr<sdk::ActiveSettingChangedResponse>();
+    if (name == button::kManageDevice)
+    {
+        response->setActionResponse(openPage(m_settings.adminUrl));
+    }
+    else
+    {
+        SettingValues values;
+        const sdk::Ptr<const sdk::IStringMap> present(action->settingsValues());
+        static_cast<void>(sdk::toStdMap(present.get(), &values)); // none is no failure
+        carryOut(name, values);
+
+        auto settingsResponse = sdk::makePtr<sdk::SettingsResponse>();
+        settingsResponse->setValues(values);
+        settingsResponse->setModel(settingsModelBuilder(*m_engine, agentErrors(), m_settings));
+        response->setSettingsResponse(std::move(settingsResponse));
+    }
+    *outResult = response.releasePtr();
+}
+
+// A name that is not known only gets the dialog drawn anew.
+void DeviceAgent::carryOut(const std::string& buttonName, SettingValues& values)
+{
+    if (buttonName == button::kSelectAll)
+        setAllVisualisations(values, "true");
+    else if (buttonName == button::kDeselectAll)
+        setAllVisualisations(values, "false");
+    else if (buttonName == button::kReselectRuntime)
+        m_engine->requestRuntimeReselection();
+    else if (buttonName.starts_with(button::kLibraryChoicePrefix))
+        chooseLibrary(buttonName.substr(std::string_view(button::kLibraryChoicePrefix).size()));
+    else if (buttonName == button::kResetSingleDevice)
+        m_engine->resetDevice(m_deviceId);
+    else if (buttonName == button::kResetAllDevices)
+        m_engine->resetDevices();
+    else if (buttonName == button::kClearCache)
+        m_engine->clearCache();
+    else if (buttonName == button::kModelDownloadRetry)
+        m_engine->retryDownloads();
+}
+
+void DeviceAgent::chooseLibrary(const std::string& library)
+{
+    m_engine->runtimesManager().chooseRuntime(library);
+    log_info("User chose: %s\n", library.c_str());
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,0 +1,54 @@
+#include "device_agent/dialog/settings_model_builder.h"
+
+#include <utility>
+
+#include "core/engine.h"
+#include "device_agent/dialog/settings_model_parts.h"
+#include "remote/text_helpers.h"
+#include "utils/log.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+std::string settingsModelBuilder(
+    Engine& engine, const AgentErrors& agentErrors, const DeviceSettings& settings)
+{
+    DialogState state;
+    state.cloudConnectionState = engine.cloudConnectionState;
+    state.managerInstallState = engine.managerInstallation().managerInstallState();
+    state.runtimeStatus = engine.runtimesManager().status();
+    state.hostCustomizationKind = engine.hostCustomizationKind;
+    state.selectableLibraries = engine.runtimesManager().availableRuntimes();
+    state.installedRuntimeName = engine.runtimesManager().getInstalledRuntimeName();
+    state.board = engine.messageBoard().snapshot();
+    state.agentErrors = agentErrors;
+    state.externalPostprocessors = engine.managerInterface().loadExternalPostprocessors();
+    state.externalPreprocessors = engine.managerInterface().loadExternalPreprocessors();
+
+    std::string text = makeSettingsModel(state, settings);
+    log_info("Device Agent Settings Model: %s\n", text.c_str());
+    return text;
+}
+
+std::string makeSettingsModel(const DialogState& state, const DeviceSettings& settings)
+{
+    MutableJsonDocument document = newJsonDocument();
+    yyjson_mut_val* const root = yyjson_mut_obj(document.get());
+    yyjson_mut_doc_set_root(document.get(), root);
+    SettingsModel model{
+        state, settings, Item(document.get(), root).text("type", "Settings").items()};
+
+    addStateBanners(model);
+    addDeviceControls(model);
+    addBoard(model);
+    addOverview(model);
+    addVideoSettings(model);
+    addDetections(model);
+    const ExternalObjects externalObjects = addExternalProcessors(model);
+    addMasks(model);
+    addVisualisation(model, externalObjects);
+
+    return jsonToText(std::move(document));
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

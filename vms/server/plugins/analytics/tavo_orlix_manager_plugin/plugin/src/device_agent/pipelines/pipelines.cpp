@@ -1,0 +1,197 @@
+// A device's pipelines: where they come from, and how they reach the agent and the host's record.
+// Requests to host and cloud are made without m_pipelineLock.
+
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "core/base/ini.h"
+#include "core/engine.h"
+#include "device_agent/device_agent.h"
+#include "device_agent/manifest_builder.h"
+#include "device_agent/pipelines/model_nms.h"
+#include "device_agent/pipelines/pipeline_parsing.h"
+#include "remote/cloud_client.h"
+#include "remote/host_rest_client.h"
+#include "remote/text_helpers.h"
+#include "utils/json.h"
+#include "utils/log.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+namespace
+{
+
+constexpr std::uint64_t kMaxPipelineFetchAttempts = 6;
+
+// What users read in the settings dialog, by the key that posts and removes it.
+constexpr std::int32_t kNoPipelineError = 0;
+constexpr char kNoPipelineText[] =
+    "This device has no pipelines defined. Click on Manage Device or use the Cloud UI to configure pipelines for this device.\n";
+constexpr std::int32_t kBrokenPipelineError = 1;
+constexpr char kBrokenPipelineText[] =
+    "There was a problem parsing the configuration for this device. Click on Manage Device or use the Cloud UI to configure pipelines again. If the problem persists, contact support.\n";
+
+constexpr char kFetchFailedText[] =
+    "Could not fetch available pipelines from cloud. This could point to a network issue. Disable and enable the plugin when the problem is fixed to try again.";
+
+yyjson_val* tavoAiOf(yyjson_val* record)
+{
+    return jsonMember(jsonMember(record, "parameters"), "tavoAI");
+}
+
+} // namespace
+
+void DeviceAgent::setPluginEnabled(bool enabled)
+{
+    auto [document, tavoAi] = makeParametersDocument();
+    yyjson_mut_obj_add_bool(document.get(), tavoAi, "PluginEnabled", enabled);
+    patchDevice(m_engine->utilityProvider(), jsonToText(std::move(document)), m_deviceId);
+}
+
+void DeviceAgent::fetchAvailablePipelines(MessageBoard& board)
+{
+    const std::string boardKey = board_key::kFailedFetchPipelines + m_deviceId;
+    {
+        const MutexLock lock(settingsLock());
+        if (!m_settings.availablePipelines.empty())
+            return; // fetched once for the agent's life, as are the attempts counted
+        if (m_pipelineFetchAttempts++ >= kMaxPipelineFetchAttempts)
+        {
+            board.postMessage(boardKey, kFetchFailedText, MessageType::warning);
+            return;
+        }
+    }
+
+    auto pipelines = getAvailablePipelines(m_engine->utilityProvider(), m_deviceId);
+    if (pipelines.empty())
+    {
+        log_info("Device %s failed to fetch pipelines.\n", m_deviceId.c_str());
+        return;
+    }
+
+    board.removeMessage(boardKey);
+    const std::size_t count = pipelines.size();
+    {
+        const MutexLock lock(settingsLock());
+        m_settings.availablePipelines = std::move(pipelines);
+    }
+    log_info("Device %s got %zu available pipelines.\n", m_deviceId.c_str(), count);
+}
+
+// 1. Read the models, and where the device is managed; without that, nothing changes at all.
+// 2. Read the pipelines into a tree of their own.
+// 3. Under the locks, replace all that was derived from an earlier record.
+void DeviceAgent::processDeviceParameters(yyjson_val* root)
+{
+    yyjson_val* const tavoAi = tavoAiOf(root);
+    const DeviceModels models = readModels(jsonMember(tavoAi, "models"));
+    std::optional<std::string> adminUrl = readAdminUrl(tavoAi);
+    if (!adminUrl)
+        return;
+    clearAgentError(kNoPipelineError);
+    auto tree = readPipelines(jsonMember(tavoAi, "pipelines"));
+
+    const MutexLock lock(settingsLock());
+    yyjson_val* const selected = jsonMember(tavoAi, "selectedPipeline");
+    m_settings.selectedPipeline = yyjson_is_str(selected) ? jsonText(selected) : kCustomPipeline;
+    m_settings.adminUrl = std::move(*adminUrl);
+    m_settings.classes = detectionClasses(models.outputNames);
+    if (m_settingsReceivedOnce)
+        pushManifest(deviceManifestBuilder(m_settings, m_engine->managerInterface()));
+    adoptPipelines(std::move(tree), models);
+}
+
+void DeviceAgent::adoptPipelines(std::unique_ptr<PipelineTree> tree, const DeviceModels& models)
+{
+    const MutexLock lock(m_pipelineLock);
+    m_pipelineTree = std::move(tree);
+    if (!m_pipelineTree)
+        return; // m_pipelineParsed stays, so frames go on as they did, without a tree
+    m_pipelineParsed = true;
+    m_settings.pipelineDescription.clear();
+    m_settings.processors.clear();
+    m_settings.modelNms.clear();
+    parsePipelineNode(
+        m_pipelineTree->root(), m_settings.processors, models.names, m_settings.modelNms,
+        m_settings.pipelineDescription, 0);
+}
+
+std::optional<std::string> DeviceAgent::readAdminUrl(yyjson_val* tavoAi) const
+{
+    yyjson_val* const deviceAdmin = jsonMember(tavoAi, "deviceAdmin");
+    std::string url(jsonText(deviceAdmin));
+    log_info("Got device admin from parameters: %s\n", url.c_str());
+
+    const std::string override = ini().DeviceAdminOverride;
+    if (!override.empty())
+    {
+        const auto systemId = cloudSystemId(m_engine->utilityProvider());
+        url = override + "/system/" + systemId.value_or("") + "/device/" + m_deviceId;
+        log_info("Received override device admin: %s\n", url.c_str());
+        return url;
+    }
+    if (!yyjson_is_str(deviceAdmin))
+    {
+        log_info("Error! Device %s does not have an Admin URL!\n", m_deviceId.c_str());
+        return std::nullopt;
+    }
+    return url;
+}
+
+std::unique_ptr<PipelineTree> DeviceAgent::readPipelines(yyjson_val* pipelines)
+{
+    if (!pipelines)
+    {
+        log_info(
+            "Warning! Device %s does not have a pipeline object in parameters.\n",
+            m_deviceId.c_str());
+        setAgentError(kNoPipelineError, kNoPipelineText);
+        return nullptr;
+    }
+    log_debug("Parsing pipeline for %s\n", m_deviceId.c_str());
+    auto tree = PipelineTree::fromJson(pipelines);
+    if (!tree)
+    {
+        log_info("Error! Could not parse pipelines data for device.\n");
+        setAgentError(kBrokenPipelineError, kBrokenPipelineText);
+    }
+    return tree;
+}
+
+void DeviceAgent::setAgentError(std::int32_t key, const std::string& text)
+{
+    const MutexLock lock(m_agentErrorsMutex);
+    m_agentErrors[key] = text;
+}
+
+void DeviceAgent::clearAgentError(std::int32_t key)
+{
+    const MutexLock lock(m_agentErrorsMutex);
+    m_agentErrors.erase(key);
+}
+
+AgentErrors DeviceAgent::agentErrors() const
+{
+    const MutexLock lock(m_agentErrorsMutex);
+    return m_agentErrors;
+}
+
+void DeviceAgent::writeModelNms(const std::map<std::string, float>& newValues)
+{
+    const JsonDocument record = parseJson(getDevice(m_engine->utilityProvider(), m_deviceId));
+    yyjson_val* const pipelines =
+        jsonMember(tavoAiOf(yyjson_doc_get_root(record.get())), "pipelines");
+    // The host's answer may be an error's text, and pipelines may be a single node. Neither can be
+    // written back as an array, and an empty one would take the user's configuration away.
+    if (!yyjson_is_arr(pipelines))
+    {
+        log_info("Warning! Could not load last known settings\n");
+        return;
+    }
+    patchDevice(
+        m_engine->utilityProvider(), jsonToText(makeNmsPatch(pipelines, newValues)), m_deviceId);
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

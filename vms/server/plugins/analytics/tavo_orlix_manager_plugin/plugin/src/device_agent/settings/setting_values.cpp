@@ -1,0 +1,154 @@
+#include "device_agent/settings/setting_values.h"
+
+#include <utility>
+
+#include "device_agent/pipelines/processors.h"
+#include "device_agent/settings/figures.h"
+#include "utils/log.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+namespace
+{
+
+constexpr std::int64_t kDefaultLoiterTimeThreshold = 30; // seconds
+constexpr char kDefaultLoiterObjectClass[] = "person";
+constexpr char kDefaultMaskType[] = "inclusive";
+
+const std::string* find(const SettingValues& values, const std::string& name)
+{
+    const auto entry = values.find(name);
+    return entry == values.end() ? nullptr : &entry->second;
+}
+
+std::string textOr(const SettingValues& values, const char* name, const char* defaultText)
+{
+    const std::string* const value = find(values, name);
+    return value ? *value : defaultText;
+}
+
+bool isTrue(const std::string* value)
+{
+    return value && *value == "true";
+}
+
+// Without both of its settings dumping is off, while loitering has defaults: users never had to
+// set anything for the latter.
+void applyDumping(const SettingValues& values, DeviceSettings& settings)
+{
+    const std::string* const objectType = find(values, setting::kDumpingObjectType);
+    const std::string* const time = find(values, setting::kDumpingTime);
+    settings.dumpingEnabled =
+        hasProcessor(settings, kIllegalDumpingProcessor) && objectType && time;
+    settings.dumpingObjectType = objectType ? *objectType : std::string();
+    settings.dumpingTimeThreshold = time ? std::stoll(*time) : 0;
+}
+
+void applyLoitering(const SettingValues& values, DeviceSettings& settings)
+{
+    settings.loiteringEnabled = hasProcessor(settings, kLoiteringProcessor);
+    if (const std::string* const time = find(values, setting::kLoiterTime))
+    {
+        settings.loiterTimeThreshold = std::stoll(*time);
+    }
+    else
+    {
+        log_info("No default for loiter detection time. Defaulting to 30\n");
+        settings.loiterTimeThreshold = kDefaultLoiterTimeThreshold;
+    }
+    settings.loiterObjectClass =
+        textOr(values, setting::kLoiterObjectClass, kDefaultLoiterObjectClass);
+}
+
+// Keys with a prefix stand together, since the map is sorted.
+template <typename Use>
+void forEachWithPrefix(const SettingValues& values, const std::string& prefix, Use use)
+{
+    for (auto i = values.lower_bound(prefix); i != values.end() && i->first.starts_with(prefix);
+         ++i)
+    {
+        use(i->first, i->second);
+    }
+}
+
+void applyExternalProcessors(const SettingValues& values, DeviceSettings& settings)
+{
+    settings.externalProcessorSettings.clear();
+    forEachWithPrefix(
+        values, setting::kExternalProcessorPrefix,
+        [&](const std::string& key, const std::string& value)
+        { settings.externalProcessorSettings[key] = value; });
+}
+
+// Masks are numbered from 1, and the first number that is not there ends them.
+void applyMasks(const SettingValues& values, DeviceSettings& settings)
+{
+    settings.maskType = textOr(values, setting::kMaskType, kDefaultMaskType);
+    settings.masks.clear();
+    for (std::size_t n = 1;; ++n)
+    {
+        const std::string* const text = find(values, "polygon" + std::to_string(n) + ".figure");
+        if (!text)
+            break;
+        Figure polygon = parsePolygon(*text);
+        if (polygon.outcome == FigureOutcome::parsed)
+            settings.masks.push_back(std::move(polygon.coordinates));
+        else if (polygon.outcome == FigureOutcome::notJson)
+            log_info("Failed to parse polygon"); // without a line end, as operators know it
+    }
+}
+
+void applyLine(const SettingValues& values, DeviceSettings& settings)
+{
+    settings.line.clear();
+    const std::string* const text = find(values, setting::kLine);
+    if (!text)
+        return;
+    Figure line = parseLine(*text);
+    settings.line = std::move(line.coordinates);
+    if (line.outcome == FigureOutcome::notJson)
+        log_info("Failed to parse line settings"); // without a line end, as operators know it
+    if (line.outcome != FigureOutcome::parsed)
+        log_debug("No line crossing line specified.\n");
+}
+
+void applyCropBox(const SettingValues& values, DeviceSettings& settings)
+{
+    settings.cropBox.clear();
+    const std::string* const text = find(values, setting::kCropBox);
+    if (!text)
+        return;
+    Figure box = parseBox(*text);
+    settings.cropBox = std::move(box.coordinates);
+    if (box.outcome == FigureOutcome::notJson)
+        log_info("Failed to parse ROI box!"); // without a line end, as operators know it
+    else if (box.outcome != FigureOutcome::parsed)
+        log_info("Warning! Invalid ROI box definition received! %s\n", text->c_str());
+}
+
+void applyVisualisation(const SettingValues& values, DeviceSettings& settings)
+{
+    settings.visualiseClasses.clear();
+    const std::string prefix = setting::kVisualisePrefix;
+    forEachWithPrefix(
+        values, prefix,
+        [&](const std::string& key, const std::string& value)
+        { settings.visualiseClasses[key.substr(prefix.size())] = isTrue(&value); });
+}
+
+} // namespace
+
+void applySettingValues(const SettingValues& values, DeviceSettings& settings)
+{
+    settings.deviceActive = isTrue(find(values, setting::kDeviceActive));
+    applyDumping(values, settings);
+    applyLoitering(values, settings);
+    applyExternalProcessors(values, settings);
+    applyMasks(values, settings);
+    applyLine(values, settings);
+    applyCropBox(values, settings);
+    applyVisualisation(values, settings);
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,0 +1,12 @@
+#include "device_agent/settings/device_settings.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+Mutex& settingsLock()
+{
+    static Mutex mutex;
+    return mutex;
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,0 +1,115 @@
+// What the user entered: how it is stored, applied and answered.
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <tavo/sdk/helpers/settings_response.h>
+#include <tavo/sdk/ptr.h>
+
+#include "core/engine.h"
+#include "device_agent/device_agent.h"
+#include "device_agent/manifest_builder.h"
+#include "device_agent/pipelines/model_nms.h"
+#include "device_agent/settings/settings_cache.h"
+#include "remote/host_rest_client.h"
+#include "utils/json.h"
+#include "utils/log.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+namespace
+{
+
+std::vector<std::string> patchesOf(const DeviceSettings& settings, const std::string& uuid)
+{
+    std::vector<std::string> patches;
+    for (const PipelineOption& option : settings.availablePipelines)
+    {
+        if (option.uuid == uuid)
+            patches.push_back(option.patch);
+    }
+    return patches;
+}
+
+} // namespace
+
+// 1. Apply the values.
+// 2. Write changed sensitivities to the host. They work once the host's record comes back through
+//    the runtime loop.
+// 3. Tell the host the new manifest and the new dialog.
+sdk::Result<const sdk::ISettingsResponse*> DeviceAgent::settingsReceived()
+{
+    log_debug("Settings received from user\n");
+    const SettingValues current = currentSettings();
+    applySettings();
+
+    const MutexLock lock(settingsLock());
+    if (m_pipelineParsed)
+    {
+        const NmsChanges changes = readNmsChanges(m_settings.modelNms, current);
+        if (changes.changed)
+            writeModelNms(changes.values);
+    }
+
+    auto response = sdk::makePtr<sdk::SettingsResponse>();
+    response->setModel(settingsModelBuilder(*m_engine, agentErrors(), m_settings));
+    pushManifest(deviceManifestBuilder(m_settings, m_engine->managerInterface()));
+    response->setValues(current);
+    m_settingsReceivedOnce = true;
+    log_debug("Done processing GUI settings\n");
+    return response.releasePtr();
+}
+
+void DeviceAgent::applySettings()
+{
+    MutexLock lock(settingsLock());
+    const SettingValues current = currentSettings();
+    for (const auto& [name, value] : current)
+        m_settingsValues[name] = value;
+    saveSettingsCache(m_settingsCachePath, m_settingsValues);
+
+    const auto selected = current.find(setting::kSelectedPipeline);
+    if (selected != current.end())
+    {
+        if (selected->second != m_settings.selectedPipeline)
+        {
+            log_info("Detected change in pipeline selection.\n");
+            // Copied, as the options may change in the gap of the lock.
+            for (const std::string& patch : patchesOf(m_settings, selected->second))
+            {
+                patchDevice(m_engine->utilityProvider(), patch, m_deviceId);
+                const JsonDocument document = parseJson(patch);
+                log_info("Processing new parameters\n");
+                // The one gap in the lock: processDeviceParameters takes it by itself, and frames
+                // may come in between.
+                lock.unlock();
+                processDeviceParameters(yyjson_doc_get_root(document.get()));
+                lock.lock();
+            }
+        }
+        m_settings.selectedPipeline = selected->second;
+    }
+    applySettingValues(current, m_settings);
+}
+
+sdk::Result<const sdk::ISettingsResponse*> DeviceAgent::pluginSideSettings() const
+{
+    log_debug("Fetching plugin side settings\n");
+    DeviceSettings settings;
+    SettingValues values;
+    {
+        const MutexLock lock(settingsLock());
+        settings = m_settings;
+        values = m_settingsValues;
+    }
+    values[setting::kSelectedPipeline] = settings.selectedPipeline;
+
+    auto response = sdk::makePtr<sdk::SettingsResponse>();
+    response->setModel(settingsModelBuilder(*m_engine, agentErrors(), settings));
+    response->setValues(values);
+    return response.releasePtr();
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix
