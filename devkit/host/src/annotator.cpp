@@ -23,10 +23,11 @@ Annotator::Annotator(Output output) :
     m_thread([this](std::stop_token stop) { run(std::move(stop)); })
 {}
 
-void Annotator::onFrame(int64_t timestampUs, PicturePtr picture)
+void Annotator::onFrame(
+    const MetadataSink::Origin& /*camera*/, int64_t timestampUs, const PicturePtr& picture)
 {
     const std::lock_guard lock(m_mutex);
-    m_recent.emplace_back(timestampUs, std::move(picture));
+    m_recent.emplace_back(timestampUs, picture);
     if (m_recent.size() > kRecentFrames)
         m_recent.pop_front();
 }

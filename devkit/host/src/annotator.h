@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "contact_sheet.h"
+#include "frame_observer.h"
 #include "metadata.h"
 #include "picture.h"
 #include "video_writer.h"
@@ -22,7 +23,7 @@ namespace tavo::devkit
 // Finds the frame that a result belongs to, by its timestamp, draws the result on it and writes
 // pictures and video, on a thread of its own. Frames without a result are left out.
 // onFrame and onMetadata may be called from any thread and never wait for drawing or files.
-class Annotator
+class Annotator : public FrameObserver
 {
 public:
     struct Output
@@ -34,8 +35,9 @@ public:
 
     explicit Annotator(Output output);
 
-    // A frame is about to be pushed under this timestamp.
-    void onFrame(int64_t timestampUs, PicturePtr picture);
+    // FrameObserver:
+    void onFrame(const MetadataSink::Origin& camera, int64_t timestampUs, const PicturePtr& picture)
+        override;
 
     // The events of a result come last, and are what makes its picture complete.
     void onMetadata(const Metadata& metadata);

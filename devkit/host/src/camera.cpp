@@ -8,12 +8,12 @@ namespace tavo::devkit
 {
 
 Camera::Camera(
-    int index, sdk::Ptr<sdk::analytics::IConsumingDeviceAgent> agent, CameraStatistics& statistics,
-    Annotator* annotator, Console& console) :
-    m_index(index),
+    MetadataSink::Origin origin, sdk::Ptr<sdk::analytics::IConsumingDeviceAgent> agent,
+    CameraStatistics& statistics, std::vector<FrameObserver*> observers, Console& console) :
+    m_origin(std::move(origin)),
     m_agent(std::move(agent)),
     m_statistics(statistics),
-    m_annotator(annotator),
+    m_observers(std::move(observers)),
     m_console(console)
 {}
 
@@ -47,8 +47,8 @@ void Camera::run(std::stop_token stop)
 void Camera::pushFrame(PicturePtr picture)
 {
     const int64_t timestampUs = m_clock.next(wallClockUs());
-    if (m_annotator)
-        m_annotator->onFrame(timestampUs, picture);
+    for (FrameObserver* const observer : m_observers)
+        observer->onFrame(m_origin, timestampUs, picture);
     const auto frame = sdk::makePtr<VideoFrame>(std::move(picture), timestampUs);
     sdk::Result<void> result;
     m_agent->doPushDataPacket(&result, frame.get());
@@ -59,7 +59,7 @@ void Camera::pushFrame(PicturePtr picture)
     if (failure == m_lastFailure)
         return;
     m_lastFailure = failure;
-    m_console.line("camera " + std::to_string(m_index) + ": frame refused: " + failure);
+    m_console.line("camera " + std::to_string(m_origin.camera) + ": frame refused: " + failure);
 }
 
 } // namespace tavo::devkit

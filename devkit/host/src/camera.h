@@ -2,12 +2,13 @@
 
 #include <string>
 #include <thread>
+#include <vector>
 
 #include <tavo/sdk/analytics/i_consuming_device_agent.h>
 #include <tavo/sdk/ptr.h>
 
-#include "annotator.h"
 #include "console.h"
+#include "frame_observer.h"
 #include "frame_queue.h"
 #include "pacing.h"
 #include "statistics.h"
@@ -21,10 +22,10 @@ namespace tavo::devkit
 class Camera : public PictureTaker
 {
 public:
-    // `statistics`, `annotator` (may be null) and `console` are not owned and outlive the camera.
+    // `statistics`, the observers and `console` are not owned and outlive the camera.
     Camera(
-        int index, sdk::Ptr<sdk::analytics::IConsumingDeviceAgent> agent,
-        CameraStatistics& statistics, Annotator* annotator, Console& console);
+        MetadataSink::Origin origin, sdk::Ptr<sdk::analytics::IConsumingDeviceAgent> agent,
+        CameraStatistics& statistics, std::vector<FrameObserver*> observers, Console& console);
 
     void start();
 
@@ -40,10 +41,10 @@ private:
     void pushFrame(PicturePtr picture);
 
 private:
-    const int m_index;
+    const MetadataSink::Origin m_origin;
     const sdk::Ptr<sdk::analytics::IConsumingDeviceAgent> m_agent;
     CameraStatistics& m_statistics;
-    Annotator* const m_annotator;
+    const std::vector<FrameObserver*> m_observers;
     Console& m_console;
     FrameQueue m_queue;
     StrictClock m_clock; // the thread's alone, like the next

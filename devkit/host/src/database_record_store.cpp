@@ -56,6 +56,7 @@ public:
         m_find = prepare("SELECT body FROM record WHERE kind = ? AND id = ?");
         m_put = prepare("INSERT INTO record (kind, id, body) VALUES (?, ?, ?)"
                         " ON CONFLICT (kind, id) DO UPDATE SET body = excluded.body");
+        m_remove = prepare("DELETE FROM record WHERE kind = ? AND id = ?");
         m_ids = prepare("SELECT id FROM record WHERE kind = ? ORDER BY position");
     }
 
@@ -78,6 +79,15 @@ public:
         bind(m_put.get(), 2, id);
         bind(m_put.get(), 3, text);
         nextRow(m_put.get());
+    }
+
+    void remove(RecordKind kind, const std::string& id) override
+    {
+        const std::lock_guard lock(m_mutex);
+        const Use use(m_remove.get());
+        bind(m_remove.get(), 1, kindName(kind));
+        bind(m_remove.get(), 2, id);
+        nextRow(m_remove.get());
     }
 
     std::vector<std::string> ids(RecordKind kind) const override
@@ -156,6 +166,7 @@ private:
     Database m_database; // before the statements: they end first
     Statement m_find;
     Statement m_put;
+    Statement m_remove;
     Statement m_ids;
 };
 

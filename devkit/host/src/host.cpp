@@ -5,12 +5,10 @@
 #include <iterator>
 #include <stdexcept>
 
-#include <tavo/sdk/helpers/string_map.h>
-
-#include "device_info.h"
 #include "engine_side.h"
 #include "metadata.h"
 #include "records.h"
+#include "results.h"
 
 namespace tavo::devkit
 {
@@ -26,21 +24,14 @@ std::string readFile(const std::string& file)
     return {std::istreambuf_iterator<char>(in), {}};
 }
 
-// The value of a result of the library's, or the reason why there is none as an exception.
-template <class Value>
-Value valueOrThrow(const char* what, sdk::Result<Value> result)
-{
-    if (!result.isOk())
-        throw std::runtime_error(std::string(what) + " failed: " + takeText(result.errorMessage));
-    return result.value;
-}
-
 } // namespace
 
-Host::Host(Options options) :
+Host::Host(Options options, HostObserver* observer) :
     m_options(std::move(options)),
+    m_observer(observer),
     m_console(m_options.metadataFile == "-"),
-    m_sink(m_options.metadataFile),
+    m_sink(m_options.metadataFile, observer),
+    m_feeds(m_options.size),
     m_pendingPresses(m_options.presses)
 {
     m_library = std::make_unique<Library>(m_options.plugin);
@@ -51,20 +42,14 @@ Host::Host(Options options) :
         readIdentity(*m_store), std::filesystem::absolute(m_options.workDir).string(),
         *m_restService);
     obtainEngine();
-
     m_annotator = makeAnnotator();
-    const std::vector<std::string> deviceIds = m_store->ids(RecordKind::device);
-    const size_t count = m_options.cameras ? size_t(m_options.cameras) : deviceIds.size();
-    for (size_t i = 0; i < std::min(count, deviceIds.size()); ++i)
-        obtainDevice(int(i), deviceIds[i]);
+    obtainDevices();
 }
 
 Host::~Host()
 {
-    stopVideo();
-    for (const auto& device : m_devices)
-        device->agent->finalize();
-    m_devices.clear();
+    m_devices.reset();
+    m_engineDialog.reset();
     m_engine.reset();
     m_plugin.reset();
     m_restService.reset();
@@ -82,7 +67,7 @@ void Host::openRecords()
                                              : openDatabaseRecordStore(m_options.databaseFile);
     seedRecords(
         *m_store, m_options.recordsFile.empty() ? "" : readFile(m_options.recordsFile),
-        std::max(m_options.cameras, 1));
+        m_options.video.empty() ? m_options.cameras : std::max(m_options.cameras, 1));
     if (!m_options.settingsFile.empty())
         m_settingsText = readFile(m_options.settingsFile);
 }
@@ -101,43 +86,28 @@ void Host::obtainEngine()
     m_engine->setHandler(sdk::makePtr<EngineHandler>(m_sink, m_console).get());
     m_sink.writeDocument(
         "engineManifest", nullptr, takeText(valueOrThrow("manifest", m_engine->manifest())));
+    m_engineDialog = std::make_unique<EngineDialog>(m_engine, m_sink);
     // The engine has no settings of its own; a server hands over the empty set all the same.
-    const sdk::Ptr<const sdk::ISettingsResponse> answer(
-        valueOrThrow("setSettings", m_engine->setSettings(sdk::makePtr<sdk::StringMap>().get())));
-    const sdk::Ptr<const sdk::ISettingsResponse> settings(
-        valueOrThrow("pluginSideSettings", m_engine->pluginSideSettings()));
-    if (settings)
-        m_sink.writeDocument("engineSettingsModel", nullptr, takeText(settings->model()));
+    for (const DialogAnswer& answer : {m_engineDialog->apply({}), m_engineDialog->refresh()})
+    {
+        if (!answer.failure.empty())
+            throw std::runtime_error("The engine's settings failed: " + answer.failure);
+    }
     m_console.line("Library with SDK " + m_library->sdkVersion() + ": " + manifest);
 }
 
-void Host::obtainDevice(int index, const std::string& deviceId)
+void Host::obtainDevices()
 {
-    auto device = std::make_unique<Device>();
-    device->origin = {index, deviceId};
-    const auto info =
-        sdk::makePtr<DeviceInfo>(m_store->find(RecordKind::device, deviceId).value_or("{}"));
-    if (!m_engine->isCompatible(info.get()))
-        throw std::runtime_error("The engine does not take device " + deviceId + ".");
-    const sdk::Ptr<sdk::analytics::IDeviceAgent> agent(
-        valueOrThrow("doObtainDeviceAgent", m_engine->doObtainDeviceAgent(info.get())));
-    device->agent = sdk::interfaceCast<sdk::analytics::IConsumingDeviceAgent>(agent);
-    if (!device->agent)
-        throw std::runtime_error("The device agent takes no data.");
-
-    Annotator* const annotator = index == m_options.annotatedCamera ? m_annotator.get() : nullptr;
-    device->handler = sdk::makePtr<AgentHandler>(
-        device->origin, AgentHandler::Receivers{m_sink, device->statistics, m_console, annotator});
-    device->agent->setHandler(device->handler.get());
-    const sdk::Ptr<const sdk::IString> manifest(
-        valueOrThrow("manifest", device->agent->manifest()));
-    device->handler->pushManifest(manifest.get());
-    device->dialog = std::make_unique<SettingsDialog>(
-        device->agent, device->origin, userValues(deviceId),
-        SettingsDialog::Surroundings{*m_store, m_sink, m_console, m_options.showDialog});
-    device->camera =
-        std::make_unique<Camera>(index, device->agent, device->statistics, annotator, m_console);
-    m_devices.push_back(std::move(device));
+    m_devices = std::make_unique<DeviceList>(DeviceList::Plan{
+        Device::Surroundings{
+            *m_engine, *m_store, m_sink, m_console, m_feeds, m_observer, /*annotator*/ nullptr,
+            m_options.showDialog},
+        *m_restService, m_options.video, m_annotator.get(), m_options.annotatedCamera,
+        [this](const std::string& deviceId) { return userValues(deviceId); }});
+    const std::vector<std::string> deviceIds = m_store->ids(RecordKind::device);
+    const size_t count = m_options.cameras ? size_t(m_options.cameras) : deviceIds.size();
+    for (size_t i = 0; i < std::min(count, deviceIds.size()); ++i)
+        m_devices->obtain(deviceIds[i]);
 }
 
 std::unique_ptr<Annotator> Host::makeAnnotator() const

@@ -1,34 +1,36 @@
 #pragma once
 
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "agent_handler.h"
 #include "annotator.h"
-#include "camera.h"
 #include "console.h"
+#include "device_list.h"
+#include "engine_dialog.h"
+#include "host_observer.h"
 #include "library.h"
 #include "metadata_sink.h"
 #include "options.h"
 #include "record_store.h"
 #include "rest_service.h"
-#include "settings_dialog.h"
 #include "stop_signal.h"
 #include "utility_provider.h"
-#include "video_feed.h"
+#include "video_feeds.h"
 
 namespace tavo::devkit
 {
 
-// The whole host: from the library's file to the summary. One thread; the feed, the cameras and the
-// REST service have their own.
+// The whole host: from the library's file to the summary. One thread; the feeds, the cameras and
+// the REST service have their own.
 class Host
 {
 public:
-    // Loads the library and obtains its engine and one device agent for each camera. Throws
-    // std::runtime_error with what is wrong.
-    explicit Host(Options options);
+    // Loads the library and obtains its engine and one device agent for each camera. The observer,
+    // which may be null, is not owned and outlives the host. Throws std::runtime_error with what is
+    // wrong.
+    explicit Host(Options options, HostObserver* observer = nullptr);
 
     // Releases what the library gave, in the order in which a server does.
     ~Host();
@@ -37,23 +39,17 @@ public:
     // whether metadata came back. Throws std::runtime_error.
     [[nodiscard]] bool run();
 
-private:
-    // Everything of one camera. The dialog and the camera hold the agent.
-    struct Device
-    {
-        MetadataSink::Origin origin;
-        CameraStatistics statistics;
-        sdk::Ptr<AgentHandler> handler;
-        sdk::Ptr<sdk::analytics::IConsumingDeviceAgent> agent;
-        std::unique_ptr<SettingsDialog> dialog;
-        std::unique_ptr<Camera> camera;
-        CameraTotals lastShown;
-    };
+    // For whoever works the host while it runs; any thread.
+    [[nodiscard]] DeviceList& devices() { return *m_devices; }
+    [[nodiscard]] EngineDialog& engineDialog() { return *m_engineDialog; }
+    [[nodiscard]] const RecordStore& records() const { return *m_store; }
+    [[nodiscard]] const VideoFeeds& feeds() const { return m_feeds; }
+    [[nodiscard]] const Options& options() const { return m_options; }
 
+private:
     void openRecords();
     void obtainEngine();
-    void obtainDevice(int index, const std::string& deviceId);
-    void startVideo();
+    void obtainDevices();
     [[nodiscard]] std::unique_ptr<Annotator> makeAnnotator() const;
     [[nodiscard]] SettingValues userValues(const std::string& deviceId) const;
 
@@ -61,7 +57,7 @@ private:
     void pressDueButtons(double seconds);
     void followManifests();
     void everySecond(double sinceLast);
-    void stopVideo();
+    void checkVideo() const;
     void finishAnnotation();
     void printSummary();
     void printResources(double seconds);
@@ -72,6 +68,7 @@ private:
     // Each uses what stands above it, to the end: the engine asks the REST service while it is
     // being destroyed, and the library's code goes last.
     const Options m_options;
+    HostObserver* const m_observer;
     Console m_console;
     MetadataSink m_sink;
     StopSignal m_stopSignal;
@@ -83,9 +80,11 @@ private:
     std::unique_ptr<Annotator> m_annotator; // null: nothing to draw
     sdk::Ptr<sdk::analytics::IIntegration> m_plugin;
     sdk::Ptr<sdk::analytics::IEngine> m_engine;
-    std::vector<std::unique_ptr<Device>> m_devices;
-    std::unique_ptr<VideoFeed> m_feed;
+    std::unique_ptr<EngineDialog> m_engineDialog;
+    VideoFeeds m_feeds;
+    std::unique_ptr<DeviceList> m_devices;
     std::vector<ButtonPress> m_pendingPresses;
+    std::map<int, CameraTotals> m_lastShown; // by camera
 };
 
 } // namespace tavo::devkit

@@ -23,38 +23,12 @@ constexpr double kMicroseconds = 1e6;
 
 bool Host::run()
 {
-    for (const auto& device : m_devices)
-    {
-        (void)device->handler->takeManifestChange(); // the one that it started with
-        device->dialog->apply();
-    }
-    startVideo();
+    m_devices->start();
     mainLoop();
-    stopVideo();
+    m_devices->stop();
     finishAnnotation();
     printSummary();
     return allTotals().results > 0;
-}
-
-void Host::startVideo()
-{
-    std::vector<PictureTaker*> takers;
-    for (const auto& device : m_devices)
-    {
-        takers.push_back(device->camera.get());
-        device->camera->start();
-    }
-    m_feed = std::make_unique<VideoFeed>(m_options.video, m_options.size, std::move(takers));
-    m_feed->start();
-}
-
-// Ends the flow of frames. Does nothing when there is none.
-void Host::stopVideo()
-{
-    if (m_feed)
-        m_feed->stop();
-    for (const auto& device : m_devices)
-        device->camera->stop();
 }
 
 // Each round looks for what is due, at a tenth of a second's precision:
@@ -74,12 +48,11 @@ void Host::mainLoop()
         const double seconds = double(steadyClockUs() - startUs) / kMicroseconds;
         if (m_options.seconds > 0 && seconds >= m_options.seconds)
             break;
-        if (const std::string failure = m_feed->failure(); !failure.empty())
-            throw std::runtime_error(failure);
+        checkVideo();
         pressDueButtons(seconds);
         followManifests();
         if (m_options.fast && allTotals().results > 0)
-            m_feed->goFast();
+            m_feeds.goFast();
         if (const int64_t sinceLastUs = steadyClockUs() - lastShownUs; sinceLastUs >= 1'000'000)
         {
             everySecond(double(sinceLastUs) / kMicroseconds);
@@ -97,6 +70,14 @@ void Host::mainLoop()
         printResources(double(steadyClockUs() - startUs) / kMicroseconds);
 }
 
+// Without its video a run is of no use, except to somebody who works it.
+void Host::checkVideo() const
+{
+    const VideoFeed::State state = m_feeds.state(m_options.video);
+    if (state.hasEnded && !m_observer)
+        throw std::runtime_error(state.trouble);
+}
+
 void Host::pressDueButtons(double seconds)
 {
     std::erase_if(
@@ -106,15 +87,15 @@ void Host::pressDueButtons(double seconds)
             if (press.atSeconds > seconds)
                 return false;
             bool found = false;
-            for (const auto& device : m_devices)
+            for (const auto& device : m_devices->all())
             {
                 if (!isMeant(press.device, *device))
                     continue;
                 found = true;
                 m_console.line(
-                    "camera " + std::to_string(device->origin.camera) + ": the user presses " +
+                    "camera " + std::to_string(device->origin().camera) + ": the user presses " +
                     press.button);
-                device->dialog->press(press.button);
+                device->dialog().press(press.button);
             }
             if (!found)
                 m_console.line("There is no device " + press.device + " to press a button of.");
@@ -124,24 +105,24 @@ void Host::pressDueButtons(double seconds)
 
 void Host::followManifests()
 {
-    for (const auto& device : m_devices)
+    for (const auto& device : m_devices->all())
     {
-        if (device->handler->takeManifestChange())
-            device->dialog->apply();
+        if (device->takeManifestChange())
+            device->dialog().apply();
     }
 }
 
 void Host::everySecond(double sinceLast)
 {
-    for (const auto& device : m_devices)
+    for (const auto& device : m_devices->all())
     {
-        const CameraTotals now = device->statistics.totals();
+        const CameraTotals now = device->statistics().totals();
         m_console.line(liveLine(
-            device->origin.camera, device->lastShown, now, device->statistics.personsNow(),
-            sinceLast));
-        device->lastShown = now;
+            device->origin().camera, m_lastShown[device->origin().camera], now,
+            device->statistics().personsNow(), sinceLast));
+        m_lastShown[device->origin().camera] = now;
         if (m_options.showDialog)
-            device->dialog->refresh();
+            device->dialog().refresh();
     }
     m_sink.flush();
 }
@@ -162,10 +143,10 @@ void Host::finishAnnotation()
 void Host::printSummary()
 {
     m_console.line("summary:");
-    for (const auto& device : m_devices)
+    for (const auto& device : m_devices->all())
     {
         m_console.line(summaryLine(
-            "camera " + std::to_string(device->origin.camera), device->statistics.totals()));
+            "camera " + std::to_string(device->origin().camera), device->statistics().totals()));
     }
     m_console.line(summaryLine("total", allTotals()));
 }
@@ -177,15 +158,15 @@ void Host::printResources(double seconds)
 
 bool Host::isMeant(const std::string& device, const Device& candidate) const
 {
-    return device == "*" || device == std::to_string(candidate.origin.camera) ||
-        isSameId(device, candidate.origin.deviceId);
+    return device == "*" || device == std::to_string(candidate.origin().camera) ||
+        isSameId(device, candidate.origin().deviceId);
 }
 
 CameraTotals Host::allTotals() const
 {
     CameraTotals totals;
-    for (const auto& device : m_devices)
-        totals.add(device->statistics.totals());
+    for (const auto& device : m_devices->all())
+        totals.add(device->statistics().totals());
     return totals;
 }
 

@@ -31,6 +31,14 @@ public:
             m_records[size_t(record - m_records.begin())].text = text;
     }
 
+    void remove(RecordKind kind, const std::string& id) override
+    {
+        const std::lock_guard lock(m_mutex);
+        std::erase_if(
+            m_records,
+            [&](const Record& record) { return record.kind == kind && record.id == id; });
+    }
+
     std::vector<std::string> ids(RecordKind kind) const override
     {
         const std::lock_guard lock(m_mutex);

@@ -14,12 +14,12 @@ namespace tavo::devkit
 namespace
 {
 
-struct Line
+struct LineDocument
 {
     MutableJsonDocument document{yyjson_mut_doc_new(nullptr)};
     yyjson_mut_val* root = yyjson_mut_obj(document.get());
 
-    Line(std::string_view kind, const MetadataSink::Origin* origin)
+    LineDocument(std::string_view kind, const MetadataSink::Origin* origin)
     {
         yyjson_mut_doc_set_root(document.get(), root);
         add("kind", kind);
@@ -92,7 +92,8 @@ const char* kindName(Metadata::Kind kind)
 
 } // namespace
 
-MetadataSink::MetadataSink(const std::string& file)
+MetadataSink::MetadataSink(const std::string& file, Listener* listener) :
+    m_listener(listener)
 {
     if (file == "-")
     {
@@ -123,7 +124,7 @@ void MetadataSink::writeMetadata(const Origin& origin, const Metadata& metadata)
 {
     if (!isWriting())
         return;
-    Line line(kindName(metadata.kind), &origin);
+    LineDocument line(kindName(metadata.kind), &origin);
     yyjson_mut_doc* const document = line.document.get();
     yyjson_mut_obj_add_int(document, line.root, "timestampUs", metadata.timestampUs);
     yyjson_mut_obj_add_int(document, line.root, "durationUs", metadata.durationUs);
@@ -139,14 +140,14 @@ void MetadataSink::writeMetadata(const Origin& origin, const Metadata& metadata)
         for (const DetectedEvent& event : metadata.events)
             yyjson_mut_arr_append(events, newEvent(document, event));
     }
-    writeLine(*document);
+    writeLine({kindName(metadata.kind), &origin, metadata.timestampUs, {}}, *document);
 }
 
 void MetadataSink::writeDocument(std::string_view kind, const Origin* origin, std::string_view json)
 {
     if (!isWriting())
         return;
-    Line line(kind, origin);
+    LineDocument line(kind, origin);
     const JsonDocument parsed = parseJson(json);
     if (parsed)
     {
@@ -158,7 +159,7 @@ void MetadataSink::writeDocument(std::string_view kind, const Origin* origin, st
     {
         line.add("text", json);
     }
-    writeLine(*line.document);
+    writeLine({kind, origin, 0, {}}, *line.document);
 }
 
 void MetadataSink::writeDiagnostic(
@@ -166,11 +167,11 @@ void MetadataSink::writeDiagnostic(
 {
     if (!isWriting())
         return;
-    Line line("diagnosticEvent", origin);
+    LineDocument line("diagnosticEvent", origin);
     yyjson_mut_obj_add_int(line.document.get(), line.root, "level", level);
     line.add("caption", caption);
     line.add("description", description);
-    writeLine(*line.document);
+    writeLine({"diagnosticEvent", origin, 0, {}}, *line.document);
 }
 
 void MetadataSink::writeActionResponse(
@@ -178,16 +179,22 @@ void MetadataSink::writeActionResponse(
 {
     if (!isWriting())
         return;
-    Line line("actionResponse", &origin);
+    LineDocument line("actionResponse", &origin);
     line.add("url", url);
     line.add("messageToUser", messageToUser);
-    writeLine(*line.document);
+    writeLine({"actionResponse", &origin, 0, {}}, *line.document);
 }
 
-void MetadataSink::writeLine(const yyjson_mut_doc& document)
+void MetadataSink::writeLine(Line line, const yyjson_mut_doc& document)
 {
-    const std::string text = toText(document) + "\n";
+    std::string text = toText(document);
+    line.text = text;
     const std::lock_guard lock(m_mutex);
+    if (m_listener)
+        m_listener->onLine(line);
+    if (!m_out)
+        return;
+    text += '\n';
     m_out->write(text.data(), std::streamsize(text.size()));
 }
 

@@ -25,9 +25,26 @@ public:
         std::string deviceId;
     };
 
-    // An empty name writes nowhere, "-" to standard output. Throws std::runtime_error when the file
-    // cannot be opened.
-    explicit MetadataSink(const std::string& file);
+    struct Line
+    {
+        std::string_view kind;
+        const Origin* origin = nullptr; // null: no camera is concerned
+        int64_t timestampUs = 0; // of the frame; 0: the line is about none
+        std::string_view text; // the whole line, without its end
+    };
+
+    // Hears every line. Called on the writer's thread, one line at a time: what it does must be
+    // short, and it may not write a line.
+    class Listener
+    {
+    public:
+        virtual ~Listener() = default;
+        virtual void onLine(const Line& line) = 0;
+    };
+
+    // An empty name writes nowhere, "-" to standard output. The listener, which may be null, is not
+    // owned and outlives the sink. Throws std::runtime_error when the file cannot be opened.
+    explicit MetadataSink(const std::string& file, Listener* listener = nullptr);
     ~MetadataSink();
 
     // Makes what has been written visible to others.
@@ -46,10 +63,11 @@ public:
         const Origin& origin, std::string_view url, std::string_view messageToUser);
 
 private:
-    [[nodiscard]] bool isWriting() const { return m_out != nullptr; }
-    void writeLine(const yyjson_mut_doc& document);
+    [[nodiscard]] bool isWriting() const { return m_out || m_listener; }
+    void writeLine(Line line, const yyjson_mut_doc& document);
 
 private:
+    Listener* const m_listener;
     std::mutex m_mutex;
     std::unique_ptr<std::ostream> m_file;
     std::ostream* m_out = nullptr; // null: writes nowhere

@@ -30,6 +30,9 @@ public:
 
     virtual void put(RecordKind kind, const std::string& id, const std::string& text) = 0;
 
+    // Does nothing where there is no such record.
+    virtual void remove(RecordKind kind, const std::string& id) = 0;
+
     // In the order in which they were first put.
     [[nodiscard]] virtual std::vector<std::string> ids(RecordKind kind) const = 0;
 };

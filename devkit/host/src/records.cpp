@@ -143,6 +143,23 @@ std::string defaultDeviceRecord(int index, const std::string& serverId)
     return toText(*document);
 }
 
+std::string newDeviceRecord(
+    const std::string& id, const std::string& name, const std::string& source,
+    const std::string& serverId)
+{
+    const MutableJsonDocument document(yyjson_mut_doc_new(nullptr));
+    yyjson_mut_doc* const doc = document.get();
+    yyjson_mut_val* const root = yyjson_mut_obj(doc);
+    yyjson_mut_doc_set_root(doc, root);
+    addString(doc, root, "id", id);
+    addString(doc, root, "name", name);
+    addString(doc, root, "serverId", serverId);
+    if (!source.empty())
+        addString(doc, root, "url", source);
+    addMember(doc, root, "parameters");
+    return toText(*document);
+}
+
 void seedRecords(RecordStore& store, std::string_view recordsText, int cameraCount)
 {
     const JsonDocument document =

@@ -27,6 +27,12 @@ inline constexpr char kServerRecordId[] = "this";
 [[nodiscard]] std::string defaultDeviceId(int index);
 [[nodiscard]] std::string defaultDeviceRecord(int index, const std::string& serverId);
 
+// A device that nobody has configured yet. `source` is what it shows, by libav's names; empty: what
+// the host shows anyway.
+[[nodiscard]] std::string newDeviceRecord(
+    const std::string& id, const std::string& name, const std::string& source,
+    const std::string& serverId);
+
 // Fills the store for a start. `recordsText` is a JSON object, or empty:
 //   {"serverId": "", "cloudSystemId": "", "cloudAuthToken": "", "server": {}, "devices": [{}],
 //    "users": [{}]}

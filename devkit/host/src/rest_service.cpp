@@ -21,6 +21,18 @@ void RestService::submit(RestRequest request, sdk::Ptr<CompletionHandler> handle
     m_changed.notify_one();
 }
 
+void RestService::betweenRequests(const std::function<void()>& change)
+{
+    const std::lock_guard lock(m_requestMutex);
+    change();
+}
+
+std::string RestService::answer(const RestRequest& request)
+{
+    const std::lock_guard lock(m_requestMutex);
+    return answerRequest(m_store, request);
+}
+
 void RestService::run(std::stop_token stop)
 {
     std::unique_lock lock(m_mutex);
@@ -31,7 +43,7 @@ void RestService::run(std::stop_token stop)
         lock.unlock();
         // The handler owns the reference in the result.
         job.handler->execute(
-            sdk::Result<const sdk::IString*>(new sdk::String(answerRequest(m_store, job.request))));
+            sdk::Result<const sdk::IString*>(new sdk::String(answer(job.request))));
         job.handler.reset(); // the library's object ends without our lock
         lock.lock();
     }

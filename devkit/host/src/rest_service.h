@@ -2,6 +2,7 @@
 
 #include <condition_variable>
 #include <deque>
+#include <functional>
 #include <mutex>
 #include <stop_token>
 #include <thread>
@@ -30,6 +31,9 @@ public:
     // Returns at once. Any thread.
     void submit(RestRequest request, sdk::Ptr<CompletionHandler> handler);
 
+    // Changes records while no request does. Any thread but the service's own.
+    void betweenRequests(const std::function<void()>& change);
+
 private:
     struct Job
     {
@@ -37,10 +41,12 @@ private:
         sdk::Ptr<CompletionHandler> handler;
     };
 
+    [[nodiscard]] std::string answer(const RestRequest& request);
     void run(std::stop_token stop);
 
 private:
     RecordStore& m_store;
+    std::mutex m_requestMutex; // held while one is answered
     std::mutex m_mutex;
     std::condition_variable_any m_changed;
     std::deque<Job> m_jobs;

@@ -14,10 +14,10 @@ namespace tavo::devkit
 namespace
 {
 
-class Press : public sdk::RefCountable<sdk::IActiveSettingChangedAction>
+class ActiveSetting : public sdk::RefCountable<sdk::IActiveSettingChangedAction>
 {
 public:
-    Press(std::string name, const SettingValues& values) :
+    ActiveSetting(std::string name, const SettingValues& values) :
         m_name(std::move(name)),
         m_values(sdk::makePtr<sdk::StringMap>(values))
     {}
@@ -73,48 +73,96 @@ SettingsDialog::SettingsDialog(
     m_surroundings(surroundings)
 {}
 
-void SettingsDialog::refresh()
+DialogAnswer SettingsDialog::refresh()
 {
-    const SettingValues before = storedValues();
-    const auto result = m_agent->pluginSideSettings();
-    if (!result.isOk())
-        return fail("pluginSideSettings", result.errorMessage);
-    SettingValues values = before;
-    takeResponse(result.value, &values);
-    if (values != before)
-        m_surroundings.store.put(RecordKind::settings, m_origin.deviceId, toJson(values));
+    const std::lock_guard lock(m_mutex);
+    return refreshLocked();
 }
 
 void SettingsDialog::apply()
 {
-    refresh();
-    SettingValues values = storedValues();
+    const std::lock_guard lock(m_mutex);
+    SettingValues values = refreshLocked().values;
     for (const auto& [name, value] : m_userValues)
         values[name] = value;
-    send(values);
+    (void)send(values);
+}
+
+DialogAnswer SettingsDialog::apply(const SettingValues& values)
+{
+    const std::lock_guard lock(m_mutex);
+    m_userValues.clear();
+    SettingValues all = storedValues();
+    for (const auto& [name, value] : values)
+        all[name] = value;
+    return send(all);
 }
 
 void SettingsDialog::press(const std::string& button)
 {
-    SettingValues values = storedValues();
-    sdk::Result<const sdk::IActiveSettingChangedResponse*> result;
-    m_agent->getSettingsOnActiveSettingChange(&result, sdk::makePtr<Press>(button, values).get());
+    const std::lock_guard lock(m_mutex);
+    const SettingValues before = storedValues();
+    const DialogAnswer answer = pressLocked(button, before);
+    if (answer.values != before)
+        (void)send(answer.values);
+}
+
+DialogAnswer SettingsDialog::press(const std::string& setting, const SettingValues& values)
+{
+    const std::lock_guard lock(m_mutex);
+    return pressLocked(setting, values);
+}
+
+std::string SettingsDialog::lastModel() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_lastModel;
+}
+
+void SettingsDialog::close()
+{
+    const std::lock_guard lock(m_mutex);
+    m_agent.reset();
+}
+
+DialogAnswer SettingsDialog::refreshLocked()
+{
+    DialogAnswer answer{storedValues(), {}, {}, {}, {}, {}};
+    if (!m_agent)
+        return fail(std::move(answer), "pluginSideSettings", nullptr);
+    const SettingValues before = answer.values;
+    const auto result = m_agent->pluginSideSettings();
     if (!result.isOk())
-        return fail(button, result.errorMessage);
+        return fail(std::move(answer), "pluginSideSettings", result.errorMessage);
+    takeResponse(result.value, &answer);
+    if (answer.values != before)
+        m_surroundings.store.put(RecordKind::settings, m_origin.deviceId, toJson(answer.values));
+    return answer;
+}
+
+DialogAnswer SettingsDialog::pressLocked(const std::string& setting, const SettingValues& values)
+{
+    DialogAnswer answer{values, {}, {}, {}, {}, {}};
+    if (!m_agent)
+        return fail(std::move(answer), setting, nullptr);
+    sdk::Result<const sdk::IActiveSettingChangedResponse*> result;
+    m_agent->getSettingsOnActiveSettingChange(
+        &result, sdk::makePtr<ActiveSetting>(setting, values).get());
+    if (!result.isOk())
+        return fail(std::move(answer), setting, result.errorMessage);
     const sdk::Ptr<const sdk::IActiveSettingChangedResponse> response(result.value);
     if (!response)
-        return;
+        return answer;
 
     if (const sdk::Ptr<const sdk::IActionResponse> action{response->actionResponse()})
     {
-        const std::string url = action->actionUrl();
-        m_surroundings.sink.writeActionResponse(m_origin, url, action->messageToUser());
-        m_surroundings.console.line(button + " opens " + url);
+        answer.actionUrl = action->actionUrl();
+        answer.messageToUser = action->messageToUser();
+        m_surroundings.sink.writeActionResponse(m_origin, answer.actionUrl, answer.messageToUser);
+        m_surroundings.console.line(setting + " opens " + answer.actionUrl);
     }
-    const SettingValues before = values;
-    takeResponse(response->settingsResponse(), &values);
-    if (values != before)
-        send(values);
+    takeResponse(response->settingsResponse(), &answer);
+    return answer;
 }
 
 SettingValues SettingsDialog::storedValues() const
@@ -124,17 +172,19 @@ SettingValues SettingsDialog::storedValues() const
 }
 
 // Takes over the reference. Values of the response replace those of the same name.
-void SettingsDialog::takeResponse(const sdk::ISettingsResponse* response, SettingValues* values)
+void SettingsDialog::takeResponse(const sdk::ISettingsResponse* response, DialogAnswer* answer)
 {
     const sdk::Ptr<const sdk::ISettingsResponse> owner(response);
     if (!owner)
         return;
     for (const auto& [name, value] : takeMap(owner->values()))
-        (*values)[name] = value;
-    for (const auto& [name, text] : takeMap(owner->errors()))
+        answer->values[name] = value;
+    answer->errors = takeMap(owner->errors());
+    for (const auto& [name, text] : answer->errors)
         m_surroundings.console.line("Setting " + name + ": " + text);
-    if (const std::string model = takeText(owner->model()); !model.empty())
-        showModel(model);
+    answer->model = takeText(owner->model());
+    if (!answer->model.empty())
+        showModel(answer->model);
 }
 
 void SettingsDialog::showModel(const std::string& model)
@@ -155,22 +205,29 @@ void SettingsDialog::showModel(const std::string& model)
     m_surroundings.console.line(text);
 }
 
-void SettingsDialog::send(const SettingValues& values)
+DialogAnswer SettingsDialog::send(const SettingValues& values)
 {
+    DialogAnswer answer{values, {}, {}, {}, {}, {}};
+    if (!m_agent)
+        return fail(std::move(answer), "setSettings", nullptr);
     m_surroundings.store.put(RecordKind::settings, m_origin.deviceId, toJson(values));
     const auto map = sdk::makePtr<sdk::StringMap>(values);
     const auto result = m_agent->setSettings(map.get());
     if (!result.isOk())
-        return fail("setSettings", result.errorMessage);
-    SettingValues answer = values;
+        return fail(std::move(answer), "setSettings", result.errorMessage);
     takeResponse(result.value, &answer);
-    if (answer != values)
-        m_surroundings.store.put(RecordKind::settings, m_origin.deviceId, toJson(answer));
+    if (answer.values != values)
+        m_surroundings.store.put(RecordKind::settings, m_origin.deviceId, toJson(answer.values));
+    return answer;
 }
 
-void SettingsDialog::fail(const std::string& what, const sdk::IString* message)
+// Takes over the reference to the message; null: the camera is gone.
+DialogAnswer SettingsDialog::fail(
+    DialogAnswer answer, const std::string& what, const sdk::IString* message) const
 {
-    m_surroundings.console.line(what + " failed: " + takeText(message));
+    answer.failure = message ? takeText(message) : "The camera is gone.";
+    m_surroundings.console.line(what + " failed: " + answer.failure);
+    return answer;
 }
 
 std::vector<std::string> describeModel(std::string_view model)

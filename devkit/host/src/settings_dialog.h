@@ -1,5 +1,6 @@
 #pragma once
 
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -14,8 +15,19 @@
 namespace tavo::devkit
 {
 
-// A device's settings dialog, worked by a user without hands. The host's own values are kept in the
-// store. One thread at a time.
+// What the library answers to a dialog, and so what the dialog shows.
+struct DialogAnswer
+{
+    SettingValues values;
+    std::string model; // JSON; empty: as it was
+    std::map<std::string, std::string> errors; // by setting
+    std::string actionUrl; // an address to open; empty: none
+    std::string messageToUser;
+    std::string failure; // the library refused; the rest is as it was
+};
+
+// A device's settings dialog, worked by somebody's hands or by a user without any. The host's own
+// values are kept in the store. Any thread; one call at a time goes to the library.
 class SettingsDialog
 {
 public:
@@ -27,32 +39,50 @@ public:
         bool showBanners = false;
     };
 
-    // `userValues` is what the user enters each time.
+    // `userValues` is what the user without hands enters each time.
     SettingsDialog(
         sdk::Ptr<sdk::analytics::IConsumingDeviceAgent> agent, MetadataSink::Origin origin,
         SettingValues userValues, Surroundings surroundings);
 
     // Opens the dialog, or refreshes it: the library's own values and its model come in.
-    void refresh();
+    DialogAnswer refresh();
 
     // Opens the dialog, enters the user's values and presses Apply.
     void apply();
+
+    // Enters `values`, which need not be all, and presses Apply. From then on the user without
+    // hands leaves the dialog alone.
+    DialogAnswer apply(const SettingValues& values);
 
     // Presses a button, by its setting's name. The values that it changes in the dialog are
     // applied.
     void press(const std::string& button);
 
-private:
-    [[nodiscard]] SettingValues storedValues() const;
-    void takeResponse(const sdk::ISettingsResponse* response, SettingValues* values);
-    void showModel(const std::string& model);
-    void send(const SettingValues& values);
-    void fail(const std::string& what, const sdk::IString* message);
+    // Changes an active setting in a dialog that holds `values`. Nothing is applied.
+    DialogAnswer press(const std::string& setting, const SettingValues& values);
+
+    // The model that came last; empty before the first.
+    [[nodiscard]] std::string lastModel() const;
+
+    // Gives up the agent. Every later call fails.
+    void close();
 
 private:
-    const sdk::Ptr<sdk::analytics::IConsumingDeviceAgent> m_agent;
+    // All with m_mutex locked.
+    [[nodiscard]] SettingValues storedValues() const;
+    DialogAnswer refreshLocked();
+    DialogAnswer pressLocked(const std::string& setting, const SettingValues& values);
+    DialogAnswer send(const SettingValues& values);
+    void takeResponse(const sdk::ISettingsResponse* response, DialogAnswer* answer);
+    void showModel(const std::string& model);
+    DialogAnswer fail(
+        DialogAnswer answer, const std::string& what, const sdk::IString* message) const;
+
+private:
+    mutable std::mutex m_mutex;
+    sdk::Ptr<sdk::analytics::IConsumingDeviceAgent> m_agent; // null once closed
     const MetadataSink::Origin m_origin;
-    const SettingValues m_userValues;
+    SettingValues m_userValues;
     const Surroundings m_surroundings;
     std::string m_lastModel;
     std::vector<std::string> m_lastLines;

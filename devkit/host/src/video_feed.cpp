@@ -8,12 +8,23 @@
 namespace tavo::devkit
 {
 
-VideoFeed::VideoFeed(
-    std::string url, std::optional<FrameSize> size, std::vector<PictureTaker*> takers) :
+VideoFeed::VideoFeed(std::string url, std::optional<FrameSize> size) :
     m_url(std::move(url)),
-    m_size(size),
-    m_takers(std::move(takers))
+    m_size(size)
 {}
+
+void VideoFeed::addTaker(PictureTaker& taker)
+{
+    const std::lock_guard lock(m_takersMutex);
+    m_takers.push_back(&taker);
+}
+
+size_t VideoFeed::removeTaker(PictureTaker& taker)
+{
+    const std::lock_guard lock(m_takersMutex);
+    std::erase(m_takers, &taker);
+    return m_takers.size();
+}
 
 void VideoFeed::start()
 {
@@ -25,10 +36,10 @@ void VideoFeed::stop()
     m_thread = {};
 }
 
-std::string VideoFeed::failure() const
+VideoFeed::State VideoFeed::state() const
 {
-    const std::lock_guard lock(m_failureMutex);
-    return m_failure;
+    const std::lock_guard lock(m_stateMutex);
+    return m_state;
 }
 
 void VideoFeed::run(std::stop_token stop)
@@ -50,12 +61,13 @@ void VideoFeed::run(std::stop_token stop)
             return;
         if (isLive(m_url))
         {
+            setState({std::move(reason), /*hasEnded*/ false});
             if (!sleepUntilUs(steadyClockUs() + kReopenPauseUs, stop))
                 return;
         }
         else if (!played)
         {
-            return fail(std::move(reason));
+            return setState({std::move(reason), /*hasEnded*/ true});
         }
     }
 }
@@ -68,6 +80,8 @@ bool VideoFeed::playRound(std::stop_token stop)
     bool played = false;
     while (const std::shared_ptr<Picture> picture = source.next())
     {
+        if (!played)
+            setState({});
         played = true;
         picture->mediaUs = m_mediaClock.next(picture->mediaUs, source.pictureDurationUs());
         if (!m_fast)
@@ -84,6 +98,7 @@ bool VideoFeed::playRound(std::stop_token stop)
 void VideoFeed::publish(PicturePtr picture, std::stop_token stop)
 {
     const bool fast = m_fast;
+    const std::lock_guard lock(m_takersMutex);
     for (PictureTaker* const taker : m_takers)
     {
         if (fast)
@@ -93,10 +108,10 @@ void VideoFeed::publish(PicturePtr picture, std::stop_token stop)
     }
 }
 
-void VideoFeed::fail(std::string text)
+void VideoFeed::setState(State state)
 {
-    const std::lock_guard lock(m_failureMutex);
-    m_failure = std::move(text);
+    const std::lock_guard lock(m_stateMutex);
+    m_state = std::move(state);
 }
 
 } // namespace tavo::devkit

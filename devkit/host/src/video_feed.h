@@ -27,13 +27,25 @@ public:
     virtual void pushPicture(PicturePtr picture, std::stop_token stop) = 0;
 };
 
-// Decodes a video once, over and over, for all cameras, on a thread of its own. A live URL that
+// Decodes a video once, over and over, for all its takers, on a thread of its own. A live URL that
 // ends is opened again.
 class VideoFeed
 {
 public:
-    // The takers are not owned and outlive the feed.
-    VideoFeed(std::string url, std::optional<FrameSize> size, std::vector<PictureTaker*> takers);
+    struct State
+    {
+        std::string trouble; // why there are no pictures; empty while there are
+        bool hasEnded = false; // and there will be none
+    };
+
+    VideoFeed(std::string url, std::optional<FrameSize> size);
+
+    // The taker is not owned and is removed before its end. Any thread.
+    void addTaker(PictureTaker& taker);
+
+    // Waits until a picture that the taker is being given is taken. Gives how many takers are left.
+    // Any thread but the feed's.
+    size_t removeTaker(PictureTaker& taker);
 
     void start();
 
@@ -43,24 +55,25 @@ public:
     // Ends the thread and waits for it. Does nothing when it has ended.
     void stop();
 
-    // Why there are no more pictures; empty while there are. Any thread.
-    [[nodiscard]] std::string failure() const;
+    // Any thread.
+    [[nodiscard]] State state() const;
 
 private:
     void run(std::stop_token stop);
     [[nodiscard]] bool playRound(std::stop_token stop);
     void publish(PicturePtr picture, std::stop_token stop);
-    void fail(std::string text);
+    void setState(State state);
 
 private:
     const std::string m_url;
     const std::optional<FrameSize> m_size;
-    const std::vector<PictureTaker*> m_takers;
+    std::mutex m_takersMutex;
+    std::vector<PictureTaker*> m_takers;
     MediaClock m_mediaClock; // the thread's alone, like the next
     FramePacer m_pacer;
     std::atomic<bool> m_fast = false;
-    mutable std::mutex m_failureMutex;
-    std::string m_failure;
+    mutable std::mutex m_stateMutex;
+    State m_state;
     std::jthread m_thread; // last: it uses all of the above
 };
 

@@ -65,6 +65,12 @@ TEST_P(RecordStoreTest, keepsTextsByKindAndIdInTheOrderOfTheirFirstPut)
     EXPECT_EQ(store->find(RecordKind::settings, "b"), "3");
     EXPECT_EQ(store->find(RecordKind::server, "b"), std::nullopt);
     EXPECT_EQ(store->ids(RecordKind::device), (std::vector<std::string>{"b", "a"}));
+
+    store->remove(RecordKind::device, "b");
+    store->remove(RecordKind::device, "c");
+    EXPECT_EQ(store->find(RecordKind::device, "b"), std::nullopt);
+    EXPECT_EQ(store->ids(RecordKind::device), (std::vector<std::string>{"a"}));
+    EXPECT_EQ(store->find(RecordKind::settings, "b"), "3");
 }
 
 INSTANTIATE_TEST_SUITE_P(Stores, RecordStoreTest, testing::Bool());

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "frame_observer.h"
+#include "metadata_sink.h"
+
+namespace tavo::devkit
+{
+
+// Sees what the host shows to the library and what it gets back.
+class HostObserver : public FrameObserver, public MetadataSink::Listener
+{};
+
+} // namespace tavo::devkit
