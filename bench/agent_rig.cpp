@@ -2,14 +2,10 @@
 
 #include <filesystem>
 #include <fstream>
-#include <stdexcept>
-
-#include <tavo/sdk/analytics/i_device_info.h>
 
 #include "core/base/ini.h"
-#include "core/engine.h"
-#include "core/plugin.h"
-#include "device_agent/device_agent.h"
+#include "core/base/manager_files.h"
+#include "fake_device.h"
 #include "inference/protocol.h"
 #include "remote/cloud_client.h"
 #include "utils/clock.h"
@@ -24,22 +20,6 @@ using namespace vms_server_plugins::analytics::orlix;
 namespace
 {
 
-class Camera : public sdk::RefCountable<sdk::analytics::IDeviceInfo>
-{
-public:
-    const char* id() const override { return "0b5b5d3f-0000-4000-8000-000000000001"; }
-    const char* vendor() const override { return ""; }
-    const char* model() const override { return ""; }
-    const char* firmware() const override { return ""; }
-    const char* name() const override { return "Gate north"; }
-    const char* url() const override { return ""; }
-    const char* login() const override { return ""; }
-    const char* password() const override { return ""; }
-    std::int32_t channelNumber() const override { return 0; }
-    const char* sharedId() const override { return ""; }
-    const char* logicalId() const override { return ""; }
-};
-
 constexpr char kParameters[] = R"({"parameters": {"tavoAI": {"deviceAdmin": "https://admin.example",
     "pipelines": [{"modelUUID": "6b8b7f2c", "modelNMS": 0.5, "Postprocessor": "LineCrossing",
         "chains": []}]}}})";
@@ -47,7 +27,8 @@ constexpr char kParameters[] = R"({"parameters": {"tavoAI": {"deviceAdmin": "htt
 // Empty executables: they are looked for, and never started.
 void installApplication(const std::string& folder)
 {
-    const std::filesystem::path bin = folder + "/orlix_manager/bin";
+    const std::filesystem::path bin =
+        folder + manager_files::kRootFolder + manager_files::kBinFolder;
     std::filesystem::create_directories(bin);
     std::ofstream{bin / kManagerExecutable};
     std::ofstream{bin / kEngineExecutable};
@@ -76,26 +57,35 @@ void PacketCounter::waitFor(std::uint32_t count) const
 AgentRig::AgentRig(const std::string& folder) :
     m_pluginSocketPath(folder + "/" + protocol::kPluginSocketFile),
     m_packets(sdk::makePtr<PacketCounter>()),
-    m_plugin(sdk::makePtr<Plugin>())
+    m_services(folder)
 {
     ini().sendFramesOverride = true;
     ini().logToFile = false;
     installApplication(folder);
-    m_engine = sdk::makePtr<Engine>(m_plugin.get(), folder);
-    m_engine->cloudConnectionState = kCloudConnected;
-    m_engine->managerInstallation().checkInstallation();
+    m_services.cloudState = kCloudConnected;
+    m_services.managerInstallation().checkInstallation();
 
-    const auto camera = sdk::makePtr<Camera>();
-    const auto obtained = m_engine->doObtainDeviceAgent(camera.get());
-    m_agent = sdk::Ptr<DeviceAgent>(static_cast<DeviceAgent*>(obtained.value));
-    if (!m_agent)
-        throw std::runtime_error("no agent");
+    const auto camera =
+        sdk::makePtr<FakeDevice>("0b5b5d3f-0000-4000-8000-000000000001", "Gate north");
+    m_agent = sdk::makePtr<DeviceAgent>(camera.get(), 0, &m_services, folder);
     m_agent->setHandler(m_packets.get());
     const auto record = parseJson(kParameters);
     m_agent->processDeviceParameters(yyjson_doc_get_root(record.get()));
+    m_listener = std::thread(
+        [this] { listenerLoop(m_pluginSocketPath, m_listeningSocket, m_shuttingDown, *this); });
 }
 
-AgentRig::~AgentRig() = default;
+AgentRig::~AgentRig()
+{
+    m_shuttingDown = true;
+    m_listener.join(); // at the latest after its tick of a second
+}
+
+bool AgentRig::deliverResult(std::uint32_t /*inputIndex*/, mpack_node_t root)
+{
+    m_agent->handleResultMessage(root);
+    return true;
+}
 
 bool AgentRig::push(BorrowedFrame& frame)
 {

@@ -4,18 +4,16 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <thread>
 
 #include <tavo/sdk/analytics/i_device_agent.h>
 #include <tavo/sdk/analytics/i_uncompressed_video_frame.h>
 #include <tavo/sdk/helpers/ref_countable.h>
 #include <tavo/sdk/ptr.h>
 
-namespace tavo::vms_server_plugins::analytics::orlix
-{
-class DeviceAgent;
-class Engine;
-class Plugin;
-} // namespace tavo::vms_server_plugins::analytics::orlix
+#include "bare_services.h"
+#include "device_agent/device_agent.h"
+#include "inference/plugin_socket_listener.h"
 
 namespace tavo::bench
 {
@@ -62,9 +60,9 @@ private:
     std::atomic<std::uint32_t> m_count{0};
 };
 
-// A real engine and a real agent that lets every frame pass, in a folder of their own. The host
-// gives them no provider, so they have nothing to do but frames and results.
-class AgentRig
+// A real agent that lets every frame pass and a real listener, in a folder of their own. There is
+// no host to ask, so they have nothing to do but frames and results.
+class AgentRig final : private vms_server_plugins::analytics::orlix::ResultReceiver
 {
 public:
     explicit AgentRig(const std::string& folder);
@@ -77,11 +75,17 @@ public:
     [[nodiscard]] PacketCounter& packets() { return *m_packets; }
 
 private:
+    // ResultReceiver: all results are the one agent's.
+    bool deliverResult(std::uint32_t inputIndex, mpack_node_t root) override;
+
     const std::string m_pluginSocketPath;
     const sdk::Ptr<PacketCounter> m_packets;
-    sdk::Ptr<vms_server_plugins::analytics::orlix::Plugin> m_plugin;
-    sdk::Ptr<vms_server_plugins::analytics::orlix::Engine> m_engine;
-    sdk::Ptr<vms_server_plugins::analytics::orlix::DeviceAgent> m_agent; // goes before the engine
+    vms_server_plugins::analytics::orlix::BareServices m_services;
+    sdk::Ptr<vms_server_plugins::analytics::orlix::DeviceAgent> m_agent;
+    std::atomic<vms_server_plugins::analytics::orlix::SocketHandle> m_listeningSocket{
+        vms_server_plugins::analytics::orlix::kInvalidSocket};
+    std::atomic<bool> m_shuttingDown{false};
+    std::thread m_listener;
 };
 
 } // namespace tavo::bench

@@ -159,7 +159,7 @@ void handOver(benchmark::State& state)
             {
                 const InputImage image{frame, std::size_t{width} * 3, width, height};
                 if (!createInputMessage(
-                        image, {1, 3, id, name}, settings, pipelines.get(), message) ||
+                        image, {1, 3, id, name}, settings, pipelines->encoded(), message) ||
                     !manager.sendInput(message, 3))
                 {
                     state.SkipWithError("not handed over");

@@ -5,6 +5,7 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 plugin=vms/server/plugins/analytics/tavo_orlix_manager_plugin
+src=$plugin/plugin/src
 failed=0
 
 # breach WHY LINES: reports the lines, if there are any.
@@ -18,34 +19,43 @@ breach()
 # includes FOLDER: "file:line:#include ..." of its sources, tests left out.
 includes()
 {
-    grep -rnE '^[[:space:]]*#[[:space:]]*include' --include='*.h' --include='*.cpp' "$1" \
-        | grep -v '/tests/' || true
+    find "$1" -name tests -prune -o \( -name '*.h' -o -name '*.cpp' \) -print0 \
+        | xargs -0 -r grep -HnE '^[[:space:]]*#[[:space:]]*include' || true
 }
 
-# Which folder may not include which of the project's headers.
+# forbid FOLDER PATTERN WHY: which of the project's headers its sources may not include.
 forbid()
 {
-    local folder=$1 pattern=$2 why=$3
-    breach "$why" "$(includes "$folder" | grep -E "include [\"<]($pattern)" || true)"
+    breach "$3" "$(includes "$1" | grep -P "include [\"<]($2)" || true)"
 }
 
-subsystems='core|device_agent|inference|runtimes|models|remote'
-forbid open/vms/libs "($subsystems|utils)/" "the host's libraries know nothing of the plugin"
-forbid $plugin/utils "($subsystems|tavo)/" "the utilities stand below everything"
-forbid $plugin/plugin/src/remote '(inference|runtimes|models)/|core/(engine|plugin)\.h|device_agent/device_agent' \
-    "the remote services serve the others"
-forbid $plugin/plugin/src/models '(inference|runtimes|device_agent)/|core/(engine|plugin)\.h' \
-    "the model cache knows neither cameras nor the application"
-forbid $plugin/plugin/src/runtimes '(inference|models|device_agent)/|core/(engine|plugin)\.h' \
-    "the runtimes know neither cameras nor models"
-forbid devkit/host "($subsystems|utils)/" "the stand-in host knows the SDK alone"
-forbid devkit/manager '(core|device_agent|runtimes|models|remote)/|inference/(orlix|input|send|attached)' \
+# The plugin's folders from the roof down. Each may include itself and what stands below it; models
+# and runtimes stand side by side. Of core/, all but core/base is roof.
+above='core/(?!base/)'
+forbid $src/device_agent "$above" "device_agent stands below core"
+above+='|device_agent/'
+forbid $src/inference "$above" "inference stands below device_agent"
+above+='|inference/'
+forbid $src/runtimes "$above|models/" "runtimes stands below inference, beside models"
+forbid $src/models "$above|runtimes/" "models stands below inference, beside runtimes"
+above+='|runtimes/|models/'
+forbid $src/remote "$above" "remote stands below runtimes and models"
+above+='|remote/'
+forbid $src/core/base "$above" "core/base stands below remote"
+above+='|core/'
+forbid $plugin/utils "$above|tavo/" "utils stands below everything"
+forbid open/vms/libs "$above|utils/" "the host's libraries know nothing of the plugin"
+
+forbid devkit/host "$above|utils/" "the stand-in host knows the SDK alone"
+forbid devkit/services "$above" "the stand-in services know the utilities alone"
+forbid devkit/manager 'core/|device_agent/|runtimes/|models/|remote/|inference/(?!protocol\.h)' \
     "the reference application knows the protocol and the utilities alone"
 
 # Only a platform's own folder may include its headers or ask where it runs.
 platform='(sys|linux|arpa|netinet)/|unistd\.h|fcntl\.h|poll\.h|pthread\.h|dlfcn\.h|spawn\.h|signal\.h|windows\.h|winsock2\.h'
 breach "system headers belong into posix/ and windows/" \
-    "$({ includes open; includes $plugin; } | grep -vE '/(posix|windows)/' | grep -E "include <($platform)" || true)"
+    "$({ includes open; includes $plugin; } | grep -vE '/(posix|windows)/' \
+        | grep -E "include <($platform)" || true)"
 breach "logic does not ask where it runs" \
     "$(grep -rnE '^[[:space:]]*#[[:space:]]*if.*(_WIN32|__linux__|__unix__|__APPLE__|_MSC_VER)' \
         --include='*.h' --include='*.cpp' open $plugin devkit bench | grep -vE '/(posix|windows)/' || true)"

@@ -5,12 +5,13 @@
 #include <utility>
 
 #include "core/base/ini.h"
+#include "core/base/manager_files.h"
 #include "core/base/plugin_version.h"
 #include "core/plugin.h"
 #include "core/runtime_manager_loop.h"
 #include "device_agent/device_agent.h"
 #include "device_agent/manifest_builder.h"
-#include "inference/plugin_socket_listener.h"
+#include "inference/protocol.h"
 #include "remote/file_helpers.h"
 #include "utils/log.h"
 
@@ -22,7 +23,7 @@ Engine::Engine(Plugin* plugin, std::string workingDirectory) :
     m_plugin(plugin),
     m_workingDirectory(std::move(workingDirectory)),
     m_managerInstallation(m_workingDirectory),
-    m_runtimesManager(m_workingDirectory + "/orlix_manager/bin"),
+    m_runtimesManager(m_workingDirectory + manager_files::kRootFolder + manager_files::kBinFolder),
     m_managerInterface(m_workingDirectory, &m_messageBoard),
     m_modelManager(m_workingDirectory, &m_messageBoard)
 {
@@ -31,8 +32,10 @@ Engine::Engine(Plugin* plugin, std::string workingDirectory) :
         "ORLIX Plugin: ", ini().logToConsole, ini().logToFile, ini().logVerbosityLevel);
     try
     {
-        m_socketPath = utf8FromPath(std::filesystem::temp_directory_path() / "orlix_plugin.sock");
-        m_listenerThread = std::thread(listenerLoop, std::ref(*this));
+        m_socketPath =
+            utf8FromPath(std::filesystem::temp_directory_path() / protocol::kPluginSocketFile);
+        m_listenerThread = std::thread(
+            [this] { listenerLoop(m_socketPath, m_listeningSocket, m_shuttingDown, *this); });
         m_runtimesManager.initialise(m_messageBoard);
     }
     catch (...)
@@ -112,6 +115,24 @@ void Engine::removeDeviceAgent(std::size_t index)
 {
     MutexLock lock(m_deviceAgentsMutex);
     m_deviceAgents.erase(index);
+}
+
+bool Engine::deliverResult(std::uint32_t inputIndex, mpack_node_t root)
+{
+    MutexLock lock(m_deviceAgentsMutex);
+    const auto entry = m_deviceAgents.find(inputIndex);
+    if (entry == m_deviceAgents.end())
+    {
+        log_info("Device agent not found\n");
+        return false;
+    }
+    if (!entry->second)
+    {
+        log_info("Something went terribly wrong casting device agent\n");
+        return false;
+    }
+    entry->second->handleResultMessage(root);
+    return true;
 }
 
 sdk::Ptr<sdk::IUtilityProvider> Engine::utilityProvider() const

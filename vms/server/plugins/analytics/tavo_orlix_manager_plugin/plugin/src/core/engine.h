@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <cstddef>
-#include <span>
 #include <string>
 #include <thread>
 #include <unordered_map>
@@ -14,11 +13,12 @@
 
 #include "core/base/assigned_model.h"
 #include "core/base/message_board.h"
+#include "device_agent/agent_services.h"
 #include "inference/orlix_manager_interface.h"
+#include "inference/plugin_socket_listener.h"
 #include "models/model_manager.h"
 #include "runtimes/manager_installation.h"
 #include "runtimes/runtimes_manager.h"
-#include "utils/mpack_tree.h"
 #include "utils/mutex.h"
 #include "utils/sockets.h"
 
@@ -37,11 +37,14 @@ using DeviceAgents = std::unordered_map<std::size_t, DeviceAgent*>;
 // from the constructor to the destructor; the runtime loop from the first device agent on, so that
 // a server with no camera under analytics installs and starts nothing.
 //
+// Life, threads, registry and results are in engine.cpp; its dialog and what users ask for in
+// engine_settings.cpp; the server's record in server_parameters.cpp.
+//
 // Lock order, outermost first: m_deviceAgentsMutex; settingsLock(); an agent's pipelineLock. The
 // REST client's lock is taken under any of them. The board's mutex, the segment lock, the locks of
 // single texts and the log's are leaves. m_deviceAgentsMutex is held across model downloads, so
 // results of all cameras wait for those: accepted.
-class Engine : public sdk::analytics::Engine
+class Engine : public sdk::analytics::Engine, public AgentServices, private ResultReceiver
 {
 public:
     // `plugin` is not owned and outlives the engine. Throws std::filesystem::filesystem_error when
@@ -51,31 +54,23 @@ public:
     // Waits for both threads; the loop stops the manager application on its way out.
     ~Engine() override;
 
-    // Called by a device agent's destructor. An unknown index is ignored.
-    void removeDeviceAgent(std::size_t index) EXCLUDES(m_deviceAgentsMutex);
-
-    // The one way to the host: a fresh reference for one operation, or null once shutdown began.
-    [[nodiscard]] sdk::Ptr<sdk::IUtilityProvider> utilityProvider() const;
-
-    // What a user asks of the system as a whole. Each posts its text on the board, sets a flag that
-    // the loop serves in a later pass, and clears the warnings. Any thread may call.
-    void resetDevices();
-    void resetDevice(const std::string& deviceId);
-    void clearCache();
-    void retryDownloads();
-    void requestRuntimeReselection();
-
-    [[nodiscard]] const std::string& workingDirectory() const { return m_workingDirectory; }
-    [[nodiscard]] MessageBoard& messageBoard() { return m_messageBoard; }
-    [[nodiscard]] OrlixManagerInterface& managerInterface() { return m_managerInterface; }
-    [[nodiscard]] RuntimesManager& runtimesManager() { return m_runtimesManager; }
-    [[nodiscard]] ManagerInstallation& managerInstallation() { return m_managerInstallation; }
-
-    // kCloudConnected and its like, of remote/cloud_client.h.
-    std::atomic<int> cloudConnectionState{0};
-
-    // 0: the host's customization is "tavovms", 1: "default", 2: another. Set when the loop starts.
-    std::atomic<int> hostCustomizationKind{0};
+    // AgentServices:
+    [[nodiscard]] sdk::Ptr<sdk::IUtilityProvider> utilityProvider() const override;
+    [[nodiscard]] int cloudConnectionState() const override { return m_cloudConnectionState; }
+    [[nodiscard]] int hostCustomizationKind() const override { return m_hostCustomizationKind; }
+    [[nodiscard]] OrlixManagerInterface& managerInterface() override { return m_managerInterface; }
+    [[nodiscard]] ManagerInstallation& managerInstallation() override
+    {
+        return m_managerInstallation;
+    }
+    [[nodiscard]] RuntimesManager& runtimesManager() override { return m_runtimesManager; }
+    [[nodiscard]] MessageBoard& messageBoard() override { return m_messageBoard; }
+    void resetDevices() override;
+    void resetDevice(const std::string& deviceId) override;
+    void clearCache() override;
+    void retryDownloads() override;
+    void requestRuntimeReselection() override;
+    void removeDeviceAgent(std::size_t index) override EXCLUDES(m_deviceAgentsMutex);
 
     // sdk::analytics::Engine:
     sdk::Result<const sdk::ISettingsResponse*> pluginSideSettings() const override;
@@ -86,10 +81,11 @@ protected:
     std::string manifestString() const override;
 
 private:
-    friend void listenerLoop(Engine& engine);
-    friend void handleSocketMessage(
-        Engine& engine, std::span<const char> message, MessageTree& tree);
     friend class RuntimeManagerLoop;
+
+    // ResultReceiver: the agent gets the result under m_deviceAgentsMutex.
+    [[nodiscard]] bool deliverResult(std::uint32_t inputIndex, mpack_node_t root) override
+        EXCLUDES(m_deviceAgentsMutex);
 
     [[nodiscard]] std::size_t freeIndex() const REQUIRES(m_deviceAgentsMutex);
     void startRuntimeLoop() REQUIRES(m_deviceAgentsMutex);
@@ -124,9 +120,11 @@ private:
     std::atomic<bool> m_retryDownloadsRequested{false};
     MessageBoard m_messageBoard;
     ManagerInstallation m_managerInstallation;
+    std::atomic<int> m_cloudConnectionState{0};
     RuntimesManager m_runtimesManager;
     OrlixManagerInterface m_managerInterface;
     ModelManager m_modelManager;
+    std::atomic<int> m_hostCustomizationKind{0}; // set when the loop starts
 };
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -46,7 +46,7 @@ RuntimeManagerLoop::RuntimeManagerLoop(Engine& engine, std::chrono::milliseconds
 
 void RuntimeManagerLoop::run()
 {
-    guarded([this] { m_engine.hostCustomizationKind = hostCustomizationKind(); });
+    guarded([this] { m_engine.m_hostCustomizationKind = hostCustomizationKind(); });
     PassEnd end = PassEnd::cutShort;
     while (end != PassEnd::leaveLoop)
         guarded([this, &end] { end = runPass(); });

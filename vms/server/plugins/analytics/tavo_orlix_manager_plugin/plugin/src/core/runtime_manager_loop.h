@@ -31,6 +31,9 @@ class Engine;
 //
 // Requests to the host and the cloud hold the thread until they end; shutdown is seen between
 // passes only.
+//
+// The pass, and steps 1, 2, 6 and 14 to 16, are in runtime_manager_loop.cpp; 3 to 5, 7 and 8, which
+// bring up what is missing, in service_ladder.cpp; 9 to 13 in device_parameters.cpp.
 class RuntimeManagerLoop
 {
 public:

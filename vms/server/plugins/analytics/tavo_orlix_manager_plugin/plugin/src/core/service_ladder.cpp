@@ -19,7 +19,7 @@ namespace tavo::vms_server_plugins::analytics::orlix
 // Once connected the engine stays so: this and what hangs on it are done once in its life.
 bool RuntimeManagerLoop::connectToCloud()
 {
-    std::atomic<int>& state = m_engine.cloudConnectionState;
+    std::atomic<int>& state = m_engine.m_cloudConnectionState;
     if (state == kCloudConnected)
         return true;
     log_info("Checking cloud connection\n");

@@ -3,26 +3,22 @@
 #include <tavo/sdk/uuid.h>
 
 #include "core/base/ini.h"
-#include "core/engine.h"
 #include "device_agent/manifest_builder.h"
 #include "device_agent/settings/settings_cache.h"
 #include "remote/text_helpers.h"
 #include "utils/log.h"
 
-// Frames are in frame_intake.cpp, results in result_handling.cpp, pipelines in pipelines.cpp,
-// settings in settings_processing.cpp, buttons in active_settings.cpp.
-
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
 DeviceAgent::DeviceAgent(
-    const sdk::analytics::IDeviceInfo* deviceInfo, std::size_t deviceNumber, Engine* engine,
-    std::string settingsCacheDir) :
+    const sdk::analytics::IDeviceInfo* deviceInfo, std::size_t deviceNumber,
+    AgentServices* services, std::string settingsCacheDir) :
     ConsumingDeviceAgent(deviceInfo, ini().enableOutput),
     m_deviceId(sdk::Uuid::fromText(deviceInfo->id()).toText()),
     m_deviceName(textOrEmpty(deviceInfo->name())),
     m_deviceNumber(deviceNumber),
-    m_engine(engine),
+    m_services(services),
     m_settingsCachePath(settingsCachePath(settingsCacheDir, m_deviceId))
 {
     log_debug("Device agent started: %s\n", m_deviceId.c_str());
@@ -38,7 +34,7 @@ DeviceAgent::DeviceAgent(
 DeviceAgent::~DeviceAgent()
 {
     log_info("Destroying Device Agent %zu\n", static_cast<std::size_t>(m_deviceNumber));
-    m_engine->removeDeviceAgent(static_cast<std::size_t>(m_deviceNumber));
+    m_services->removeDeviceAgent(static_cast<std::size_t>(m_deviceNumber));
     setPluginEnabled(false);
     const MutexLock lock(m_pipelineLock);
     m_pipelineTree.reset();
@@ -47,7 +43,7 @@ DeviceAgent::~DeviceAgent()
 
 std::string DeviceAgent::manifestString() const
 {
-    return deviceManifestBuilder(DeviceSettings(), m_engine->managerInterface());
+    return deviceManifestBuilder(DeviceSettings(), m_services->managerInterface());
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -16,6 +16,7 @@
 #include <tavo/sdk/ptr.h>
 
 #include "core/base/message_board.h"
+#include "device_agent/agent_services.h"
 #include "device_agent/dialog/settings_model_builder.h"
 #include "device_agent/events/count_history.h"
 #include "device_agent/events/throughput.h"
@@ -30,7 +31,6 @@
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
-class Engine;
 struct DeviceModels;
 
 // One camera that has the integration switched on: takes its frames and settings from the host and
@@ -43,15 +43,19 @@ struct DeviceModels;
 // Threads: the host's for settings and frames, the listener's for results, the runtime loop's. All
 // operations take the locks that they need, in the order that the engine's header tells; requests
 // to host and cloud are never made under pipelineLock.
+//
+// Frames are in frame_intake.cpp, results in result_handling.cpp, the pipelines and the record on
+// the host in pipelines/pipelines.cpp, settings in settings/settings_processing.cpp, buttons in
+// dialog/active_settings.cpp.
 class DeviceAgent final : public sdk::analytics::ConsumingDeviceAgent
 {
 public:
     // Called under the engine's m_deviceAgentsMutex. Loads the settings cache from
-    // `settingsCacheDir` and tells the host that the plugin is enabled for the device. `engine` is
-    // not owned and outlives the agent.
+    // `settingsCacheDir` and tells the host that the plugin is enabled for the device. `services`
+    // is not owned and outlives the agent.
     DeviceAgent(
-        const sdk::analytics::IDeviceInfo* deviceInfo, std::size_t deviceNumber, Engine* engine,
-        std::string settingsCacheDir);
+        const sdk::analytics::IDeviceInfo* deviceInfo, std::size_t deviceNumber,
+        AgentServices* services, std::string settingsCacheDir);
 
     // Leaves the engine's registry first, under m_deviceAgentsMutex, so that no result comes any
     // more: whoever drops the last reference must hold neither that lock nor settingsLock().
@@ -132,7 +136,7 @@ private:
     const std::string m_deviceId;
     const std::string m_deviceName; // as it was at construction
     const std::uint64_t m_deviceNumber; // the agent's index in the engine's registry
-    Engine* const m_engine; // not owned
+    AgentServices* const m_services; // not owned
     const std::string m_settingsCachePath;
 
     mutable Mutex m_agentErrorsMutex; // a leaf

@@ -3,12 +3,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <utility>
 
 #include <tavo/sdk/ptr.h>
 
 #include "core/base/ini.h"
-#include "core/engine.h"
 #include "device_agent/device_agent.h"
 #include "device_agent/settings/region_of_interest.h"
 #include "inference/input_message.h"
@@ -62,7 +62,7 @@ bool DeviceAgent::pushUncompressedVideoFrame(sdk::Ptr<const Frame> videoFrame)
         log_info("Warning! Could not create image message.\n");
         return false;
     }
-    if (m_engine->managerInterface().sendInput(m_inputMessage, m_deviceNumber))
+    if (m_services->managerInterface().sendInput(m_inputMessage, m_deviceNumber))
         m_frameClock.record(timestampUs, passedAtUs);
     log_debug("Done processing uncompressed frame.\n");
     return true;
@@ -72,8 +72,8 @@ bool DeviceAgent::pushUncompressedVideoFrame(sdk::Ptr<const Frame> videoFrame)
 // between, for tests of the application; without a pipeline there is nothing to send.
 bool DeviceAgent::frameMayPass() const
 {
-    if (m_engine->managerInstallation().managerInstallState() != ManagerInstallState::installed ||
-        m_engine->cloudConnectionState != kCloudConnected)
+    if (m_services->managerInstallation().managerInstallState() != ManagerInstallState::installed ||
+        m_services->cloudConnectionState() != kCloudConnected)
     {
         return false;
     }
@@ -81,7 +81,7 @@ bool DeviceAgent::frameMayPass() const
     {
         if (!m_settings.deviceActive)
             return false;
-        if (m_engine->managerInterface().state() != ManagerState::Running)
+        if (m_services->managerInterface().state() != ManagerState::Running)
             return false;
     }
     return m_pipelineParsed;
@@ -139,7 +139,7 @@ bool DeviceAgent::makeInputMessage(const InputImage& image, std::uint64_t timest
     // The settings are read in place: settingsLock() is held, so a copy would buy nothing.
     return createInputMessage(
         image, {timestampUs, m_deviceNumber, m_deviceId, m_deviceName}, m_settings,
-        m_pipelineTree.get(), m_inputMessage);
+        m_pipelineTree ? m_pipelineTree->encoded() : std::span<const char>(), m_inputMessage);
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <limits>
+#include <string>
 
 #include <mpack.h>
 
@@ -17,21 +18,18 @@ namespace
 
 namespace key = protocol::key;
 
+// All that a message is made of.
+struct Contents
+{
+    const InputImage& image;
+    const InputSource& source;
+    const FrameSettings& settings;
+    std::span<const char> pipelines;
+};
+
 void writeText(mpack_writer_t* writer, const std::string& text)
 {
     mpack_write_str(writer, text.data(), static_cast<std::uint32_t>(text.size()));
-}
-
-void writeTextEntry(mpack_writer_t* writer, const char* name, const std::string& text)
-{
-    mpack_write_cstr(writer, name);
-    writeText(writer, text);
-}
-
-void writeNumberEntry(mpack_writer_t* writer, const char* name, std::uint64_t number)
-{
-    mpack_write_cstr(writer, name);
-    mpack_write_u64(writer, number);
 }
 
 std::uint32_t imageSize(const InputImage& image)
@@ -68,54 +66,32 @@ std::uint64_t scaleThreshold(std::int64_t seconds, std::uint64_t unitsPerSecond)
     return whole > kMax / unitsPerSecond ? kMax : whole * unitsPerSecond;
 }
 
-bool hasLine(const DeviceSettings& settings)
+// The header of the binary value alone: the pixels follow it in the segment.
+void writeImageHeader(mpack_writer_t* writer, const Contents& contents)
 {
-    return settings.line.size() >= 4; // two points
-}
-
-// The header of the binary value alone. Gives where the pixels belong.
-std::size_t writeImageHeader(mpack_writer_t* writer, const InputImage& image)
-{
-    mpack_write_cstr(writer, key::kImageData);
-    mpack_start_bin(writer, imageSize(image));
-    const std::size_t offset = mpack_writer_buffer_used(writer);
+    mpack_start_bin(writer, imageSize(contents.image));
     mpack_finish_bin(writer);
-    return offset;
 }
 
-void writePipelines(mpack_writer_t* writer, const PipelineTree* pipelines)
+void writePipelines(mpack_writer_t* writer, const Contents& contents)
 {
-    mpack_write_cstr(writer, key::kPipelines);
-    if (pipelines)
+    if (!contents.pipelines.empty())
     {
-        const auto encoded = pipelines->encoded();
-        mpack_write_object_bytes(writer, encoded.data(), encoded.size());
+        mpack_write_object_bytes(writer, contents.pipelines.data(), contents.pipelines.size());
         return;
     }
     mpack_start_array(writer, 0);
     mpack_finish_array(writer);
 }
 
-void writeFrame(mpack_writer_t* writer, const InputImage& image, const InputSource& source)
-{
-    writeNumberEntry(writer, key::kWidth, image.width);
-    writeNumberEntry(writer, key::kHeight, image.height);
-    writeNumberEntry(writer, key::kChannels, protocol::kChannels);
-    mpack_write_cstr(writer, key::kMessageType);
-    mpack_write_i64(writer, static_cast<std::int64_t>(protocol::MessageType::input));
-    writeNumberEntry(writer, key::kInputIndex, source.deviceNumber);
-    writeTextEntry(writer, key::kDeviceId, source.deviceId);
-    writeTextEntry(writer, key::kDeviceName, source.deviceName);
-    writeNumberEntry(writer, key::kTimestamp, source.timestampUs);
-}
-
 // Pixels, as floats and not rounded.
-void writeMasks(mpack_writer_t* writer, const InputImage& image, const DeviceSettings& settings)
+void writeMasks(mpack_writer_t* writer, const Contents& contents)
 {
-    const float scale[] = {static_cast<float>(image.width), static_cast<float>(image.height)};
-    mpack_write_cstr(writer, key::kMasks);
-    mpack_start_array(writer, static_cast<std::uint32_t>(settings.masks.size()));
-    for (const auto& polygon : settings.masks)
+    const auto& masks = contents.settings.masks;
+    const float scale[] = {
+        static_cast<float>(contents.image.width), static_cast<float>(contents.image.height)};
+    mpack_start_array(writer, static_cast<std::uint32_t>(masks.size()));
+    for (const auto& polygon : masks)
     {
         mpack_start_array(writer, static_cast<std::uint32_t>(polygon.size()));
         for (std::size_t i = 0; i < polygon.size(); ++i)
@@ -123,39 +99,54 @@ void writeMasks(mpack_writer_t* writer, const InputImage& image, const DeviceSet
         mpack_finish_array(writer);
     }
     mpack_finish_array(writer);
-    writeTextEntry(writer, key::kMaskType, settings.maskType);
 }
 
 // Pixels, as whole numbers.
-void writeLine(mpack_writer_t* writer, const InputImage& image, const DeviceSettings& settings)
+void writeLine(mpack_writer_t* writer, const Contents& contents)
 {
-    const float scale[] = {static_cast<float>(image.width), static_cast<float>(image.height)};
-    mpack_write_cstr(writer, key::kLineCrossingSettings);
+    const auto& line = contents.settings.line;
+    const float scale[] = {
+        static_cast<float>(contents.image.width), static_cast<float>(contents.image.height)};
     mpack_start_map(writer, 1);
     mpack_write_cstr(writer, key::kLineCoordinates);
-    mpack_start_array(writer, static_cast<std::uint32_t>(settings.line.size()));
-    for (std::size_t i = 0; i < settings.line.size(); ++i)
-        mpack_write_i64(writer, roundToPixel(settings.line[i] * scale[i % 2]));
+    mpack_start_array(writer, static_cast<std::uint32_t>(line.size()));
+    for (std::size_t i = 0; i < line.size(); ++i)
+        mpack_write_i64(writer, roundToPixel(line[i] * scale[i % 2]));
     mpack_finish_array(writer);
     mpack_finish_map(writer);
 }
 
 void writeWatchedClass(
-    mpack_writer_t* writer, const char* name, const std::string& objectClass,
-    std::uint64_t timeThreshold)
+    mpack_writer_t* writer, const std::string& objectClass, std::uint64_t timeThreshold)
 {
-    mpack_write_cstr(writer, name);
     mpack_start_map(writer, 2);
-    writeTextEntry(writer, key::kObjectClass, objectClass);
-    writeNumberEntry(writer, key::kTimeThreshold, timeThreshold);
+    mpack_write_cstr(writer, key::kObjectClass);
+    writeText(writer, objectClass);
+    mpack_write_cstr(writer, key::kTimeThreshold);
+    mpack_write_u64(writer, timeThreshold);
     mpack_finish_map(writer);
 }
 
-void writeExternalProcessorSettings(mpack_writer_t* writer, const DeviceSettings& settings)
+void writeDumping(mpack_writer_t* writer, const Contents& contents)
 {
-    mpack_write_cstr(writer, key::kExternalProcessorSettings);
-    mpack_start_map(writer, static_cast<std::uint32_t>(settings.externalProcessorSettings.size()));
-    for (const auto& [name, value] : settings.externalProcessorSettings)
+    const FrameSettings& settings = contents.settings;
+    writeWatchedClass(
+        writer, settings.dumpingObjectType, scaleThreshold(settings.dumpingTimeThreshold, 1'000));
+}
+
+void writeLoitering(mpack_writer_t* writer, const Contents& contents)
+{
+    const FrameSettings& settings = contents.settings;
+    writeWatchedClass(
+        writer, settings.loiterObjectClass,
+        scaleThreshold(settings.loiterTimeThreshold, 1'000'000));
+}
+
+void writeExternalProcessorSettings(mpack_writer_t* writer, const Contents& contents)
+{
+    const auto& settings = contents.settings.externalProcessorSettings;
+    mpack_start_map(writer, static_cast<std::uint32_t>(settings.size()));
+    for (const auto& [name, value] : settings)
     {
         writeText(writer, name);
         writeText(writer, value);
@@ -163,84 +154,104 @@ void writeExternalProcessorSettings(mpack_writer_t* writer, const DeviceSettings
     mpack_finish_map(writer);
 }
 
-std::uint32_t entryCount(const DeviceSettings& settings)
+bool always(const Contents&)
 {
-    std::uint32_t count = 10;
-    if (!settings.masks.empty())
-        count += 2; // with their type
-    if (hasLine(settings))
-        ++count;
-    if (settings.dumpingEnabled)
-        ++count;
-    if (settings.loiteringEnabled)
-        ++count;
-    if (!settings.externalProcessorSettings.empty())
-        ++count;
-    return count;
+    return true;
 }
 
-// The whole message but the pixels. Gives where these belong.
-std::size_t writeMessage(
-    mpack_writer_t* writer, const InputImage& image, const InputSource& source,
-    const DeviceSettings& settings, const PipelineTree* pipelines)
+bool hasMasks(const Contents& contents)
 {
-    mpack_start_map(writer, entryCount(settings));
-    const std::size_t imageOffset = writeImageHeader(writer, image);
-    writePipelines(writer, pipelines);
-    writeFrame(writer, image, source);
-    if (!settings.masks.empty())
-        writeMasks(writer, image, settings);
-    if (hasLine(settings))
-        writeLine(writer, image, settings);
-    if (settings.dumpingEnabled)
+    return !contents.settings.masks.empty();
+}
+
+// The entries of a message, in their order on the wire.
+constexpr struct
+{
+    const char* key;
+    bool (*isThere)(const Contents&);
+    void (*writeValue)(mpack_writer_t*, const Contents&);
+} kEntries[] = {
+    {key::kImageData, always, writeImageHeader},
+    {key::kPipelines, always, writePipelines},
+    {key::kWidth, always, [](auto* writer, auto& c) { mpack_write_u64(writer, c.image.width); }},
+    {key::kHeight, always, [](auto* writer, auto& c) { mpack_write_u64(writer, c.image.height); }},
+    {key::kChannels, always,
+     [](auto* writer, auto&) { mpack_write_u64(writer, protocol::kChannels); }},
+    {key::kMessageType, always,
+     [](auto* writer, auto&)
+     { mpack_write_i64(writer, static_cast<std::int64_t>(protocol::MessageType::input)); }},
+    {key::kInputIndex, always,
+     [](auto* writer, auto& c) { mpack_write_u64(writer, c.source.deviceNumber); }},
+    {key::kDeviceId, always, [](auto* writer, auto& c) { writeText(writer, c.source.deviceId); }},
+    {key::kDeviceName, always,
+     [](auto* writer, auto& c) { writeText(writer, c.source.deviceName); }},
+    {key::kTimestamp, always,
+     [](auto* writer, auto& c) { mpack_write_u64(writer, c.source.timestampUs); }},
+    {key::kMasks, hasMasks, writeMasks},
+    {key::kMaskType, hasMasks,
+     [](auto* writer, auto& c) { writeText(writer, c.settings.maskType); }},
+    {key::kLineCrossingSettings, [](auto& c) { return c.settings.line.size() >= 4; }, // two points
+     writeLine},
+    {key::kDumpingDetectionSettings, [](auto& c) { return c.settings.dumpingEnabled; },
+     writeDumping},
+    {key::kLoiteringDetectionSettings, [](auto& c) { return c.settings.loiteringEnabled; },
+     writeLoitering},
+    {key::kExternalProcessorSettings,
+     [](auto& c) { return !c.settings.externalProcessorSettings.empty(); },
+     writeExternalProcessorSettings},
+};
+
+// The whole message but the pixels. Gives where these belong.
+std::size_t writeMessage(mpack_writer_t* writer, const Contents& contents)
+{
+    std::uint32_t count = 0;
+    for (const auto& entry : kEntries)
+        count += entry.isThere(contents) ? 1 : 0;
+    mpack_start_map(writer, count);
+    std::size_t imageOffset = 0;
+    for (const auto& entry : kEntries)
     {
-        writeWatchedClass(
-            writer, key::kDumpingDetectionSettings, settings.dumpingObjectType,
-            scaleThreshold(settings.dumpingTimeThreshold, 1'000));
+        if (!entry.isThere(contents))
+            continue;
+        mpack_write_cstr(writer, entry.key);
+        entry.writeValue(writer, contents);
+        if (entry.key == key::kImageData)
+            imageOffset = mpack_writer_buffer_used(writer);
     }
-    if (settings.loiteringEnabled)
-    {
-        writeWatchedClass(
-            writer, key::kLoiteringDetectionSettings, settings.loiterObjectClass,
-            scaleThreshold(settings.loiterTimeThreshold, 1'000'000));
-    }
-    if (!settings.externalProcessorSettings.empty())
-        writeExternalProcessorSettings(writer, settings);
     mpack_finish_map(writer);
     return imageOffset;
 }
 
 // mpack_error_too_big when the buffer's memory does not hold it.
-mpack_error_t encodeInto(
-    MessageBuffer& buffer, const InputImage& image, const InputSource& source,
-    const DeviceSettings& settings, const PipelineTree* pipelines)
+mpack_error_t encodeInto(MessageBuffer& buffer, const Contents& contents)
 {
     const auto memory = buffer.memory();
     mpack_writer_t writer;
     mpack_writer_init(&writer, memory.data(), memory.size());
-    const std::size_t imageOffset = writeMessage(&writer, image, source, settings, pipelines);
+    const std::size_t imageOffset = writeMessage(&writer, contents);
     const std::size_t used = mpack_writer_buffer_used(&writer);
     const mpack_error_t error = mpack_writer_destroy(&writer);
     if (error == mpack_ok)
-        buffer.set(used, imageOffset, image);
+        buffer.set(used, imageOffset, contents.image);
     return error;
 }
 
 } // namespace
 
 bool createInputMessage(
-    const InputImage& image, const InputSource& source, const DeviceSettings& settings,
-    const PipelineTree* pipelines, MessageBuffer& buffer)
+    const InputImage& image, const InputSource& source, const FrameSettings& settings,
+    std::span<const char> pipelines, MessageBuffer& buffer)
 {
+    const Contents contents{image, source, settings, pipelines};
     buffer.clear();
     mpack_error_t error = mpack_error_too_big;
     if (fitsSegment(image))
     {
-        error = encodeInto(buffer, image, source, settings, pipelines);
+        error = encodeInto(buffer, contents);
         while (error == mpack_error_too_big && buffer.memory().size() < kShmReservedSize)
         {
             buffer.growMemory();
-            error = encodeInto(buffer, image, source, settings, pipelines);
+            error = encodeInto(buffer, contents);
         }
     }
     if (error != mpack_ok || buffer.size() > kShmReservedSize - kShmHeaderSize)

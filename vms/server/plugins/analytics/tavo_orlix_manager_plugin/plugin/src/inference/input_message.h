@@ -2,10 +2,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 
-#include "device_agent/pipelines/pipeline_tree.h"
-#include "device_agent/settings/device_settings.h"
+#include "core/base/frame_settings.h"
 #include "inference/message_buffer.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -21,12 +21,13 @@ struct InputSource
 };
 
 // Makes one input message in `buffer`, which keeps its memory from frame to frame. The pixels are
-// not copied here: `image` must live until the message was sent. The caller holds settingsLock()
-// and the agent's pipelineLock, so neither `settings` nor `pipelines` changes. `pipelines` may be
-// null: the message then carries an empty array. False, with the reason logged, when the message
-// cannot be written or is larger than a segment can be; the buffer is then empty.
+// not copied here: `image` must live until the message was sent. `pipelines` is one whole
+// MessagePack value, the camera's pipelines; when it is empty, the message carries an empty array.
+// The caller sees to it that neither it nor `settings` changes meanwhile. False, with the reason
+// logged, when the message cannot be written or is larger than a segment can be; the buffer is
+// then empty.
 [[nodiscard]] bool createInputMessage(
-    const InputImage& image, const InputSource& source, const DeviceSettings& settings,
-    const PipelineTree* pipelines, MessageBuffer& buffer);
+    const InputImage& image, const InputSource& source, const FrameSettings& settings,
+    std::span<const char> pipelines, MessageBuffer& buffer);
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -29,7 +29,7 @@ std::vector<std::string> managerArguments(
     const std::string& pluginSocketPath)
 {
     return {
-        rootFolder + manager_files::kExecutableFolder + kManagerExecutable,
+        rootFolder + manager_files::kBinFolder + "/" + kManagerExecutable,
         protocol::kModuleSocketArgument,
         moduleSocketPath,
         protocol::kPluginSocketArgument,

@@ -1,61 +1,36 @@
 #include "inference/plugin_socket_listener.h"
 
-#include <cstdint>
 #include <exception>
 
-#include "core/engine.h"
-#include "device_agent/device_agent.h"
 #include "inference/protocol.h"
 #include "utils/log.h"
-#include "utils/mutex.h"
-#include "utils/sockets.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
-namespace
+void listenerLoop(
+    const std::string& socketPath, std::atomic<SocketHandle>& listeningSocket,
+    const std::atomic<bool>& shuttingDown, ResultReceiver& receiver)
 {
-
-using DeviceAgents = std::unordered_map<std::size_t, DeviceAgent*>;
-
-// Null, with the reason logged, when a result cannot be delivered.
-DeviceAgent* findAgent(const DeviceAgents& agents, std::size_t index)
-{
-    const auto entry = agents.find(index);
-    if (entry == agents.end())
+    const SocketHandle socket = socket_listen(socketPath);
+    if (socket == kInvalidSocket)
     {
-        log_info("Device agent not found\n");
-        return nullptr;
-    }
-    if (!entry->second)
-        log_info("Something went terribly wrong casting device agent\n");
-    return entry->second;
-}
-
-} // namespace
-
-void listenerLoop(Engine& engine)
-{
-    const SocketHandle listeningSocket = socket_listen(engine.m_socketPath);
-    if (listeningSocket == kInvalidSocket)
-    {
-        log_info("Error: Failed to create listening socket: %s\n", engine.m_socketPath.c_str());
+        log_info("Error: Failed to create listening socket: %s\n", socketPath.c_str());
         return;
     }
-    engine.m_listeningSocket = listeningSocket;
+    listeningSocket = socket;
 
     ReceiveBuffer buffer;
     MessageTree tree;
-    while (!engine.m_shuttingDown)
+    while (!shuttingDown)
     {
-        const SocketHandle sender =
-            socket_accept_message(listeningSocket, buffer, MessagePlace::sole);
+        const SocketHandle sender = socket_accept_message(socket, buffer, MessagePlace::sole);
         if (sender == kInvalidSocket)
             continue;
         try
         {
-            if (!engine.m_shuttingDown)
-                handleSocketMessage(engine, buffer.message(), tree);
+            if (!shuttingDown)
+                handleSocketMessage(receiver, buffer.message(), tree);
         }
         catch (const std::exception& error)
         {
@@ -66,17 +41,17 @@ void listenerLoop(Engine& engine)
             log_info("Warning: Sender socket close error!\n");
     }
 
-    // Whoever takes the socket out closes it; the engine has, unless it was not there yet.
-    const SocketHandle own = engine.m_listeningSocket.exchange(kInvalidSocket);
+    // Whoever ends the listener has taken it, unless it was not there yet.
+    const SocketHandle own = listeningSocket.exchange(kInvalidSocket);
     if (own != kInvalidSocket)
     {
         socket_shutdown(own);
         socket_close(own);
     }
-    socket_unlink(engine.m_socketPath);
+    socket_unlink(socketPath);
 }
 
-void handleSocketMessage(Engine& engine, std::span<const char> message, MessageTree& tree)
+void handleSocketMessage(ResultReceiver& receiver, std::span<const char> message, MessageTree& tree)
 {
     tree.parse(message);
     // A key that is not there gives a nil node and puts the tree in error, in which its index
@@ -89,19 +64,13 @@ void handleSocketMessage(Engine& engine, std::span<const char> message, MessageT
             log_info("Warning: An error occurred encoding the data!\n");
         return;
     }
-    const std::uint32_t index = mpack_node_u32(indexNode);
-
-    const MutexLock lock(engine.m_deviceAgentsMutex);
-    DeviceAgent* const agent = findAgent(engine.m_deviceAgents, index);
-    if (!agent)
-    {
-        if (tree.finish() != mpack_ok)
-            log_info("Warning: An error occurred encoding the data!\n"); // decoding, in truth
+    const bool delivered = receiver.deliverResult(mpack_node_u32(indexNode), tree.root());
+    if (tree.finish() == mpack_ok)
         return;
-    }
-    agent->handleResultMessage(tree.root());
-    if (tree.finish() != mpack_ok)
+    if (delivered)
         log_info("Warning: An error occurred decoding the data!\n");
+    else
+        log_info("Warning: An error occurred encoding the data!\n"); // decoding, in truth
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,22 +1,44 @@
 #pragma once
 
+#include <atomic>
+#include <cstdint>
 #include <span>
+#include <string>
+
+#include <mpack.h>
 
 #include "utils/mpack_tree.h"
+#include "utils/sockets.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
-class Engine;
+// Who takes the results. Called on the listener's thread, one result at a time.
+class ResultReceiver
+{
+public:
+    // `root` is a decoded result message, good for the call; what cannot be read leaves its tree in
+    // error. False, with the reason logged, when there is no camera of that index.
+    [[nodiscard]] virtual bool deliverResult(std::uint32_t inputIndex, mpack_node_t root) = 0;
 
-// The listener thread: takes one result per connection on the plugin socket until the engine shuts
-// down. A socket that cannot be listened on ends it at once, with a log line; the engine then goes
-// on without results. A connection that brings no message repeats the one before.
-void listenerLoop(Engine& engine);
+protected:
+    ~ResultReceiver() = default;
+};
 
-// Decodes one result message and hands it to the device agent that its InputIndex names, under the
-// engine's m_deviceAgentsMutex. Whatever is wrong with the message costs this one message. `tree`
-// is what it is decoded with, kept from message to message.
-void handleSocketMessage(Engine& engine, std::span<const char> message, MessageTree& tree);
+// The listener thread: takes one result per connection on the plugin socket until `shuttingDown`.
+// A socket that cannot be listened on ends it at once, with a log line. A connection that brings no
+// message repeats the one before.
+//
+// While it runs, `listeningSocket` holds the socket. Whoever exchanges it for kInvalidSocket closes
+// it: to end the listener, set `shuttingDown`, take the socket, shut it down, join the thread, and
+// close the socket then.
+void listenerLoop(
+    const std::string& socketPath, std::atomic<SocketHandle>& listeningSocket,
+    const std::atomic<bool>& shuttingDown, ResultReceiver& receiver);
+
+// Decodes one result message and delivers it by its InputIndex. Whatever is wrong with the message
+// costs this one message. `tree` is what it is decoded with, kept from message to message.
+void handleSocketMessage(
+    ResultReceiver& receiver, std::span<const char> message, MessageTree& tree);
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

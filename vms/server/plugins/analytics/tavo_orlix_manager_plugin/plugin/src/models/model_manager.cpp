@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "core/base/manager_files.h"
 #include "models/model_download.h"
 #include "remote/file_helpers.h"
 #include "utils/json.h"
@@ -33,7 +34,7 @@ bool isFor(yyjson_val* download, const std::string& mimeType)
 } // namespace
 
 ModelManager::ModelManager(const std::string& workingDirectory, MessageBoard* messageBoard) :
-    m_root(workingDirectory + "/orlix_manager"),
+    m_root(workingDirectory + manager_files::kRootFolder),
     m_unencryptedFolder(m_root + "/cache/unencrypted"),
     m_encryptedFolder(m_root + "/cache/encrypted"),
     m_keysFolder(m_root + "/cache/keys"),

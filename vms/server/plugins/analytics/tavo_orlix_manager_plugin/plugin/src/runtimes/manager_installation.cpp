@@ -4,6 +4,7 @@
 
 #include "core/base/deployment.h"
 #include "core/base/ini.h"
+#include "core/base/manager_files.h"
 #include "remote/file_downloader.h"
 #include "remote/file_helpers.h"
 #include "runtimes/machine_info.h"
@@ -31,7 +32,7 @@ ManagerInstallation::ManagerInstallation(const std::string& workingDirectory)
     // state of installed is never reached before the loop runs.
     checkInstallation();
     m_workingDirectory = workingDirectory;
-    m_installationDirectory = workingDirectory + "/orlix_manager";
+    m_installationDirectory = workingDirectory + manager_files::kRootFolder;
     log_info("Orlix Manager installation dir is: %s\n", workingDirectory.c_str());
 }
 

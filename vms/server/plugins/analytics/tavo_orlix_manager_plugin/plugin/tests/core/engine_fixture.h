@@ -5,11 +5,11 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <tavo/sdk/analytics/i_device_info.h>
 
 #include "core/base/ini.h"
 #include "core/engine.h"
 #include "core/plugin.h"
+#include "fake_device.h"
 #include "fake_host.h"
 #include "http_server.h"
 #include "temporary_folder.h"
@@ -19,29 +19,6 @@
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
-
-class FakeDevice : public sdk::RefCountable<sdk::analytics::IDeviceInfo>
-{
-public:
-    explicit FakeDevice(std::string id) :
-        m_id(std::move(id))
-    {}
-
-    const char* id() const override { return m_id.c_str(); }
-    const char* vendor() const override { return ""; }
-    const char* model() const override { return ""; }
-    const char* firmware() const override { return ""; }
-    const char* name() const override { return "camera"; }
-    const char* url() const override { return ""; }
-    const char* login() const override { return ""; }
-    const char* password() const override { return ""; }
-    std::int32_t channelNumber() const override { return 0; }
-    const char* sharedId() const override { return ""; }
-    const char* logicalId() const override { return ""; }
-
-private:
-    const std::string m_id;
-};
 
 // A cloud that keeps what it is asked to reset, and resets nothing.
 class FakeCloud

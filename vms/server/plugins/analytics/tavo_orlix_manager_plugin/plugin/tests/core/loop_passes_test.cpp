@@ -78,9 +78,10 @@ TEST_F(ServiceLadder, OnlyAnotherSiteResetsTheDevices)
     for (const auto& c : kCases)
     {
         SCOPED_TRACE(c.server);
-        engine().cloudConnectionState = kCloudNeverChecked;
         setServerRecord(c.server);
         m_host->setSite(c.site);
+        m_engine.reset(); // the state of the cloud is an engine's for life
+        engine();
         const int before = logged(c.log);
         EXPECT_EQ(PassEnd::cutShort, pass());
         EXPECT_EQ(before + 1, logged(c.log));

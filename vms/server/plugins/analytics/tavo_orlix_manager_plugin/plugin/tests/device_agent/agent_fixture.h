@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <sstream>
 #include <string>
@@ -16,10 +17,10 @@
 #include <tavo/sdk/analytics/i_object_metadata_packet.h>
 #include <tavo/sdk/helpers/string_map.h>
 
+#include "bare_services.h"
 #include "core/base/ini.h"
-#include "core/engine.h"
-#include "core/plugin.h"
 #include "device_agent/device_agent.h"
+#include "fake_device.h"
 #include "fake_host.h"
 #include "result_message.h"
 #include "temporary_folder.h"
@@ -29,21 +30,6 @@
 namespace tavo::vms_server_plugins::analytics::orlix::test
 {
 
-class FakeDevice : public sdk::RefCountable<sdk::analytics::IDeviceInfo>
-{
-public:
-    const char* id() const override { return "{00010203-0405-0607-0809-0A0B0C0D0E0F}"; }
-    const char* vendor() const override { return ""; }
-    const char* model() const override { return ""; }
-    const char* firmware() const override { return ""; }
-    const char* name() const override { return "Gate"; }
-    const char* url() const override { return ""; }
-    const char* login() const override { return ""; }
-    const char* password() const override { return ""; }
-    std::int32_t channelNumber() const override { return 0; }
-    const char* sharedId() const override { return ""; }
-    const char* logicalId() const override { return ""; }
-};
 inline constexpr char kDeviceId[] = "00010203-0405-0607-0809-0a0b0c0d0e0f";
 
 // Keeps what the agent hands to the host. Results come on one thread, manifests on any.
@@ -104,8 +90,8 @@ private:
     std::vector<std::string> m_objects, m_events, m_manifests;
 };
 
-// A real agent of a real engine, whose loop never starts: what it would do is done by the test.
-// The host is the test's, the temporary folder and the working directory are its own.
+// A real agent among services of the test's own: what the loop and the listener would do is done by
+// the test. The temporary folder and the working directory are its own, too.
 class AgentTest : public testing::Test
 {
 protected:
@@ -114,15 +100,15 @@ protected:
     AgentTest()
     {
         setenv("TMPDIR", folder.path().c_str(), /*overwrite*/ 1);
-        m_plugin->setUtilityProvider(host.get());
-        m_engine = sdk::makePtr<Engine>(m_plugin.get(), folder.path());
+        m_services = std::make_unique<BareServices>(folder.path());
+        m_services->provider = host;
         startAgent();
     }
 
     ~AgentTest() override
     {
         agent.reset();
-        m_engine.reset();
+        m_services.reset();
         setenv("TMPDIR", m_temporaryFolder.c_str(), /*overwrite*/ 1);
         ini().sendFramesOverride = false;
         ini().CloudAPI = m_cloudApi;
@@ -130,22 +116,22 @@ protected:
 
     void startAgent()
     {
-        const auto device = sdk::makePtr<FakeDevice>();
+        const auto device = sdk::makePtr<FakeDevice>("{" + std::string(kDeviceId) + "}", "Gate");
         agent =
-            sdk::makePtr<DeviceAgent>(device.get(), kDeviceNumber, m_engine.get(), folder.path());
+            sdk::makePtr<DeviceAgent>(device.get(), kDeviceNumber, m_services.get(), folder.path());
         agent->setHandler(handler.get());
     }
 
-    Engine& engine() { return *m_engine; }
+    BareServices& services() { return *m_services; }
 
     // Everything that a frame needs but a pipeline: the application counts as running.
     void openGates()
     {
         ini().sendFramesOverride = true;
-        engine().cloudConnectionState = 5;
+        services().cloudState = kCloudConnected;
         for (const char* const executable : {kManagerExecutable, kEngineExecutable})
             folder.write(std::string("orlix_manager/bin/") + executable, "");
-        engine().managerInstallation().checkInstallation();
+        services().managerInstallation().checkInstallation();
     }
 
     void processParameters(const std::string& tavoAi)
@@ -196,11 +182,10 @@ protected:
 private:
     const std::string m_temporaryFolder = std::filesystem::temp_directory_path();
     const char* const m_cloudApi = ini().CloudAPI;
-    const sdk::Ptr<Plugin> m_plugin = sdk::makePtr<Plugin>();
-    sdk::Ptr<Engine> m_engine;
+    std::unique_ptr<BareServices> m_services;
 
 protected:
-    sdk::Ptr<DeviceAgent> agent; // goes before the engine
+    sdk::Ptr<DeviceAgent> agent; // goes before the services
 };
 
 } // namespace tavo::vms_server_plugins::analytics::orlix::test

@@ -30,8 +30,8 @@ TEST_F(AgentTest, KnowsNoClassesUntilAManifestIsPushed)
 
 TEST_F(AgentTest, ShowsWhatIsWrongWithItsPipelines)
 {
-    engine().cloudConnectionState = 5;
-    engine().runtimesManager().setStatus(RuntimeStatus::installed);
+    services().cloudState = kCloudConnected;
+    services().runtimesManager().setStatus(RuntimeStatus::installed);
     const auto model = [&]() { return readAnswer(agent->pluginSideSettings().value).second; };
     constexpr char kNone[] = "This device has no pipelines defined.";
     constexpr char kBroken[] = "There was a problem parsing the configuration for this device.";
@@ -64,7 +64,7 @@ TEST_F(AgentTest, TakesAChosenPipelineAtOnce)
     const std::string url = cloud.url("");
     ini().CloudAPI = url.c_str();
     host->setToken("token");
-    agent->fetchAvailablePipelines(engine().messageBoard());
+    agent->fetchAvailablePipelines(services().messageBoard());
     const std::size_t before = patches().size();
     EXPECT_THAT(setSettings({{"selectedPipeline", "u1"}}).second, HasSubstr(":\\nm1\\n"));
     ASSERT_THAT(patches(), SizeIs(before + 1));

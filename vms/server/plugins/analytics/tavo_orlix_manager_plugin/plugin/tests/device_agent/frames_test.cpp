@@ -111,10 +111,10 @@ TEST_F(Frames, PassOnlyWhenAllGatesAreOpen)
     setSettings({{"deviceActiveSwitch", "true"}});
     EXPECT_EQ("", push()) << "the application does not run";
     ini().sendFramesOverride = true;
-    engine().cloudConnectionState = 2;
+    services().cloudState = 2;
     EXPECT_EQ("", push()) << "no cloud, which no override mends";
     EXPECT_EQ(0u, inputs(0));
-    engine().cloudConnectionState = 5;
+    services().cloudState = kCloudConnected;
     // Pipelines that went away leave the gate open.
     processParameters(R"({"deviceAdmin": "https://admin"})");
     EXPECT_EQ("", push());

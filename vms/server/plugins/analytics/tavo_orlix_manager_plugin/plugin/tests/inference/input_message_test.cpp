@@ -27,7 +27,7 @@ protected:
 
     InputMessageTest() { std::iota(pixels.begin(), pixels.end(), std::uint8_t{1}); }
 
-    bool create() { return createInputMessage(image, source, settings, nullptr, buffer); }
+    bool create() { return createInputMessage(image, source, settings, {}, buffer); }
 
     std::string created()
     {
@@ -39,7 +39,7 @@ protected:
     InputImage image{pixels.data(), kRow, kWidth, kHeight};
     const std::string text = "camera";
     InputSource source{1'700'000'000'000'000, 7, text, text};
-    DeviceSettings settings;
+    FrameSettings settings;
     MessageBuffer buffer;
 };
 
@@ -51,7 +51,7 @@ TEST_F(InputMessageTest, IsWhatTheProtocolsDocumentShows)
     const std::string id = "cam";
     const std::string name = "Gate";
     ASSERT_TRUE(
-        createInputMessage(image, {1'700'000'000'000'000, 3, id, name}, settings, nullptr, buffer));
+        createInputMessage(image, {1'700'000'000'000'000, 3, id, name}, settings, {}, buffer));
     EXPECT_EQ(
         "\x8a\xa9ImageData\xc4\x06\xff\0\0\0\xff\0\xa9Pipelines\x90\xa5Width\x02\xa6Height\x01"
         "\xa8"

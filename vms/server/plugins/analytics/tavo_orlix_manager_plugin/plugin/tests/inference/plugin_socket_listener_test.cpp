@@ -1,8 +1,16 @@
-#include <string>
+#include "inference/plugin_socket_listener.h"
 
-#include "../core/engine_fixture.h"
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <gmock/gmock.h>
+
 #include "inference/protocol.h"
-#include "utils/sockets.h"
+#include "temporary_folder.h"
+#include "utils/mutex.h"
+#include "utils/tests/test_support.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -10,50 +18,68 @@ namespace
 {
 
 using namespace std::string_literals;
+using testing::ElementsAre, testing::IsEmpty, testing::Pair;
 
-class CountingHandler : public sdk::RefCountable<sdk::analytics::IDeviceAgent::IHandler>
+// Index and timestamp.
+using Results = std::vector<std::pair<std::uint32_t, std::uint64_t>>;
+
+// Has two cameras, 0 and 7, and keeps what comes for them.
+class Receiver final : public ResultReceiver
 {
 public:
-    void handleMetadata(sdk::analytics::IMetadataPacket* packet) override
+    bool deliverResult(std::uint32_t inputIndex, mpack_node_t root) override
     {
-        const sdk::Ptr<sdk::analytics::IMetadataPacket> owned(packet);
-        ++packets;
+        if (inputIndex != 0 && inputIndex != 7)
+            return false;
+        const std::uint64_t timestamp =
+            mpack_node_u64(mpack_node_map_cstr(root, protocol::key::kTimestamp));
+        const MutexLock lock(m_mutex);
+        m_results.emplace_back(inputIndex, timestamp);
+        return true;
     }
-    void handleIntegrationDiagnosticEvent(sdk::IIntegrationDiagnosticEvent*) override {}
-    void pushManifest(const sdk::IString*) override {}
 
-    std::atomic<int> packets{0};
+    Results results() const
+    {
+        const MutexLock lock(m_mutex);
+        return m_results;
+    }
+
+private:
+    mutable Mutex m_mutex;
+    Results m_results GUARDED_BY(m_mutex);
 };
 
-// A result for the agent of that index, as MessagePack has it.
-std::string result(const std::string& index)
+// A result for the camera of that index, as MessagePack has it.
+std::string result(const std::string& index, char timestamp = 1)
 {
-    return "\x82\xaaInputIndex" + index + "\xa9Timestamp\x01";
+    return "\x82\xaaInputIndex" + index + "\xa9Timestamp" + timestamp;
 }
 
-// Without a token the engine's loop has nothing to do.
-class PluginSocketListenerTest : public EngineTest
+class PluginSocketListenerTest : public testing::Test
 {
 protected:
-    PluginSocketListenerTest() { m_host->setToken(""); }
-
-    void startAgent()
+    ~PluginSocketListenerTest() override
     {
-        agent = obtainAgent("00010203-0405-0607-0809-0a0b0c0d0e0f");
-        agent->setHandler(handler.get());
+        m_shuttingDown = true;
+        const SocketHandle socket = m_listeningSocket.exchange(kInvalidSocket);
+        socket_shutdown(socket);
+        m_listener.join();
+        socket_close(socket);
+        EXPECT_FALSE(m_folder.has(protocol::kPluginSocketFile)) << "left behind";
     }
 
-    // As the application does, and again while the listener is not there yet.
+    void startListener()
+    {
+        m_listener = std::thread(
+            [this] { listenerLoop(m_path, m_listeningSocket, m_shuttingDown, receiver); });
+        ASSERT_TRUE(test::comesTrue([this] { return m_listeningSocket != kInvalidSocket; }));
+    }
+
+    // As the application does; an empty message is a connection without one.
     void send(const std::string& message)
     {
-        engine();
-        SocketHandle connection = kInvalidSocket;
-        ASSERT_TRUE(test::comesTrue(
-            [&]()
-            {
-                return m_folder.has(socketFile) &&
-                    (connection = socket_connect(m_folder.path(socketFile))) != kInvalidSocket;
-            }));
+        const SocketHandle connection = socket_connect(m_path);
+        ASSERT_NE(kInvalidSocket, connection);
         if (!message.empty())
         {
             EXPECT_TRUE(socket_send_message(
@@ -62,26 +88,38 @@ protected:
         socket_close(connection);
     }
 
-    bool packetsReach(int count)
+    bool comesIntoLog(const std::string& line, int times)
     {
-        return test::comesTrue([&]() { return handler->packets == count; });
+        return test::comesTrue(
+            [&]
+            {
+                const std::string text = log.text();
+                int count = 0;
+                for (std::size_t at = 0; (at = text.find(line, at)) != std::string::npos; ++at)
+                    ++count;
+                return count >= times;
+            });
     }
 
-    const std::string socketFile = protocol::kPluginSocketFile;
-    const sdk::Ptr<CountingHandler> handler = sdk::makePtr<CountingHandler>();
-    sdk::Ptr<sdk::analytics::IDeviceAgent> agent;
+    const TemporaryFolder m_folder;
+    const std::string m_path = m_folder.path(protocol::kPluginSocketFile);
+    test::CapturedLog log;
+    Receiver receiver;
+
+private:
+    std::atomic<SocketHandle> m_listeningSocket{kInvalidSocket};
+    std::atomic<bool> m_shuttingDown{false};
+    std::thread m_listener;
 };
 
-constexpr char kNotFound[] = "Device agent not found\n";
 constexpr char kEncoding[] = "Warning: An error occurred encoding the data!\n";
 constexpr char kDecoding[] = "Warning: An error occurred decoding the data!\n";
-constexpr char kTimestampZero[] = "Warning: Timestamp of 0 received. Ignoring input message.";
 
-// What no application sends. It costs one message each, and reads as one for agent 0 without a
+// What no application sends. It costs one message each, and reads as one for camera 0 without a
 // timestamp.
 TEST_F(PluginSocketListenerTest, SurvivesBrokenMessages)
 {
-    startAgent();
+    startListener();
     const std::string whole = result("\0"s);
     std::string wide("\x82\xaaInputIndex\x00\xa9Timestamp\xdd\x00\x40\x00\x00", 28);
     wide.append(0x400000, '\x01');
@@ -92,9 +130,7 @@ TEST_F(PluginSocketListenerTest, SurvivesBrokenMessages)
     } kCases[] = {
         {"no index", "\x81\xa9Timestamp\x01"s},
         {"an index beyond 32 bits", result("\xcf\0\0\0\1\0\0\0\0"s)},
-        {"an index that is a text",
-         result("\xa1"
-                "0")},
+        {"an index that is a text", result("\xa1"s + "0")},
         {"no map", std::string("\x01", 1)},
         {"cut", whole.substr(0, whole.size() - 1)},
         {"deep without an end", std::string(1'000'000, '\x91')},
@@ -106,25 +142,35 @@ TEST_F(PluginSocketListenerTest, SurvivesBrokenMessages)
         SCOPED_TRACE(c.name);
         send(c.message);
         EXPECT_TRUE(comesIntoLog(kDecoding, ++seen));
-        EXPECT_TRUE(comesIntoLog(kTimestampZero, seen));
+        ASSERT_EQ(static_cast<std::size_t>(seen), receiver.results().size());
+        EXPECT_THAT(receiver.results().back(), Pair(0, 0));
     }
-    EXPECT_EQ(0, handler->packets);
     send(whole);
-    EXPECT_TRUE(packetsReach(1));
+    EXPECT_TRUE(test::comesTrue([&] { return receiver.results().back().second == 1; }));
+}
+
+TEST_F(PluginSocketListenerTest, DeliversToTheCameraOfTheIndex)
+{
+    startListener();
+    send(result("\x07"s, 2));
+    send(result("\x01"s, 3)); // nobody's
+    send(result("\0"s, 4));
+    EXPECT_TRUE(test::comesTrue([&] { return receiver.results().size() == 2; }));
+    EXPECT_THAT(receiver.results(), ElementsAre(Pair(7, 2), Pair(0, 4)));
 }
 
 TEST_F(PluginSocketListenerTest, ASilentConnectionRepeatsTheMessageBefore)
 {
-    m_folder.write(socketFile, "of an earlier run");
+    m_folder.write(protocol::kPluginSocketFile, "of an earlier run");
+    startListener();
     send(""); // the first ever: there is nothing to repeat
-    EXPECT_TRUE(comesIntoLog(kNotFound));
-    EXPECT_TRUE(comesIntoLog(kEncoding));
+    EXPECT_TRUE(comesIntoLog(kDecoding, 1));
+    ASSERT_THAT(receiver.results(), ElementsAre(Pair(0, 0)));
 
-    startAgent();
-    send(result("\0"s));
-    ASSERT_TRUE(packetsReach(1));
+    send(result("\x07"s, 5));
     send("");
-    EXPECT_TRUE(packetsReach(2));
+    EXPECT_TRUE(test::comesTrue([&] { return receiver.results().size() == 3; }));
+    EXPECT_THAT(receiver.results(), ElementsAre(Pair(0, 0), Pair(7, 5), Pair(7, 5)));
 }
 
 } // namespace

@@ -61,7 +61,7 @@ protected:
     {
         pixels.assign(std::size_t{width} * height * 3, 0x5a);
         const InputImage image{pixels.data(), std::size_t{width} * 3, width, height};
-        ASSERT_TRUE(createInputMessage(image, {1, 3, text, text}, settings, nullptr, message));
+        ASSERT_TRUE(createInputMessage(image, {1, 3, text, text}, settings, {}, message));
     }
 
     bool send() { return manager.sendInput(message, 3); }
@@ -71,7 +71,7 @@ protected:
 
     const std::string text = "camera";
     std::vector<std::uint8_t> pixels;
-    DeviceSettings settings;
+    FrameSettings settings;
     MessageBuffer message;
     ModulePeer peer{folder.path()};
 };

@@ -6,7 +6,7 @@ namespace tavo::vms_server_plugins::analytics::orlix::manager_files
 {
 
 inline constexpr char kRootFolder[] = "/orlix_manager"; // in the working directory
-inline constexpr char kExecutableFolder[] = "/bin/";
+inline constexpr char kBinFolder[] = "/bin";
 inline constexpr char kSettings[] = "/etc/settings.json";
 inline constexpr char kModuleLog[] = "/etc/brunmod_start.log";
 inline constexpr char kModuleCrashLog[] = "/etc/brunmod_crash.log";

@@ -12,7 +12,6 @@
 #include <tavo/sdk/helpers/string_map.h>
 #include <tavo/sdk/ptr.h>
 
-#include "core/engine.h"
 #include "device_agent/device_agent.h"
 #include "device_agent/dialog/settings_model_builder.h"
 #include "remote/text_helpers.h"
@@ -55,7 +54,7 @@ void DeviceAgent::getSettingsOnActiveSettingChange(
 
     if (name == button::kReferenceRun)
     {
-        m_engine->managerInterface().sendReferenceRun();
+        m_services->managerInterface().sendReferenceRun();
         return; // the dialog stays as it is
     }
 
@@ -73,7 +72,7 @@ void DeviceAgent::getSettingsOnActiveSettingChange(
 
         auto settingsResponse = sdk::makePtr<sdk::SettingsResponse>();
         settingsResponse->setValues(values);
-        settingsResponse->setModel(settingsModelBuilder(*m_engine, agentErrors(), m_settings));
+        settingsResponse->setModel(settingsModelBuilder(*m_services, agentErrors(), m_settings));
         response->setSettingsResponse(std::move(settingsResponse));
     }
     *outResult = response.releasePtr();
@@ -87,22 +86,22 @@ void DeviceAgent::carryOut(const std::string& buttonName, SettingValues& values)
     else if (buttonName == button::kDeselectAll)
         setAllVisualisations(values, "false");
     else if (buttonName == button::kReselectRuntime)
-        m_engine->requestRuntimeReselection();
+        m_services->requestRuntimeReselection();
     else if (buttonName.starts_with(button::kLibraryChoicePrefix))
         chooseLibrary(buttonName.substr(std::string_view(button::kLibraryChoicePrefix).size()));
     else if (buttonName == button::kResetSingleDevice)
-        m_engine->resetDevice(m_deviceId);
+        m_services->resetDevice(m_deviceId);
     else if (buttonName == button::kResetAllDevices)
-        m_engine->resetDevices();
+        m_services->resetDevices();
     else if (buttonName == button::kClearCache)
-        m_engine->clearCache();
+        m_services->clearCache();
     else if (buttonName == button::kModelDownloadRetry)
-        m_engine->retryDownloads();
+        m_services->retryDownloads();
 }
 
 void DeviceAgent::chooseLibrary(const std::string& library)
 {
-    m_engine->runtimesManager().chooseRuntime(library);
+    m_services->runtimesManager().chooseRuntime(library);
     log_info("User chose: %s\n", library.c_str());
 }
 

@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "core/engine.h"
 #include "device_agent/dialog/settings_model_parts.h"
 #include "remote/text_helpers.h"
 #include "utils/log.h"
@@ -11,19 +10,19 @@ namespace tavo::vms_server_plugins::analytics::orlix
 {
 
 std::string settingsModelBuilder(
-    Engine& engine, const AgentErrors& agentErrors, const DeviceSettings& settings)
+    AgentServices& services, const AgentErrors& agentErrors, const DeviceSettings& settings)
 {
     DialogState state;
-    state.cloudConnectionState = engine.cloudConnectionState;
-    state.managerInstallState = engine.managerInstallation().managerInstallState();
-    state.runtimeStatus = engine.runtimesManager().status();
-    state.hostCustomizationKind = engine.hostCustomizationKind;
-    state.selectableLibraries = engine.runtimesManager().availableRuntimes();
-    state.installedRuntimeName = engine.runtimesManager().getInstalledRuntimeName();
-    state.board = engine.messageBoard().snapshot();
+    state.cloudConnectionState = services.cloudConnectionState();
+    state.managerInstallState = services.managerInstallation().managerInstallState();
+    state.runtimeStatus = services.runtimesManager().status();
+    state.hostCustomizationKind = services.hostCustomizationKind();
+    state.selectableLibraries = services.runtimesManager().availableRuntimes();
+    state.installedRuntimeName = services.runtimesManager().getInstalledRuntimeName();
+    state.board = services.messageBoard().snapshot();
     state.agentErrors = agentErrors;
-    state.externalPostprocessors = engine.managerInterface().loadExternalPostprocessors();
-    state.externalPreprocessors = engine.managerInterface().loadExternalPreprocessors();
+    state.externalPostprocessors = services.managerInterface().loadExternalPostprocessors();
+    state.externalPreprocessors = services.managerInterface().loadExternalPreprocessors();
 
     std::string text = makeSettingsModel(state, settings);
     log_info("Device Agent Settings Model: %s\n", text.c_str());

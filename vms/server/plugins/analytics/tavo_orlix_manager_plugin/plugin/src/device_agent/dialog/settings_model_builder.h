@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "core/base/message_board.h"
+#include "device_agent/agent_services.h"
 #include "device_agent/settings/device_settings.h"
 #include "runtimes/manager_installation.h"
 #include "runtimes/runtime_status.h"
@@ -17,8 +18,6 @@
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
-
-class Engine;
 
 // What is wrong with a device's configuration, by kind.
 using AgentErrors = std::map<std::int32_t, std::string>;
@@ -56,7 +55,7 @@ struct DialogState
 // Reads the state and builds the model, which is logged. The caller holds settingsLock(), or
 // `settings` is its own copy. Reads the application's two files of external processors.
 [[nodiscard]] std::string settingsModelBuilder(
-    Engine& engine, const AgentErrors& agentErrors, const DeviceSettings& settings);
+    AgentServices& services, const AgentErrors& agentErrors, const DeviceSettings& settings);
 
 // "{}" when the text cannot be told.
 [[nodiscard]] std::string makeSettingsModel(

@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "core/base/ini.h"
-#include "core/engine.h"
 #include "device_agent/device_agent.h"
 #include "device_agent/manifest_builder.h"
 #include "device_agent/pipelines/model_nms.h"
@@ -36,18 +35,13 @@ constexpr char kBrokenPipelineText[] =
 constexpr char kFetchFailedText[] =
     "Could not fetch available pipelines from cloud. This could point to a network issue. Disable and enable the plugin when the problem is fixed to try again.";
 
-yyjson_val* tavoAiOf(yyjson_val* record)
-{
-    return jsonMember(jsonMember(record, "parameters"), "tavoAI");
-}
-
 } // namespace
 
 void DeviceAgent::setPluginEnabled(bool enabled)
 {
     auto [document, tavoAi] = makeParametersDocument();
     yyjson_mut_obj_add_bool(document.get(), tavoAi, "PluginEnabled", enabled);
-    patchDevice(m_engine->utilityProvider(), jsonToText(std::move(document)), m_deviceId);
+    patchDevice(m_services->utilityProvider(), jsonToText(std::move(document)), m_deviceId);
 }
 
 void DeviceAgent::fetchAvailablePipelines(MessageBoard& board)
@@ -64,7 +58,7 @@ void DeviceAgent::fetchAvailablePipelines(MessageBoard& board)
         }
     }
 
-    auto pipelines = getAvailablePipelines(m_engine->utilityProvider(), m_deviceId);
+    auto pipelines = getAvailablePipelines(m_services->utilityProvider(), m_deviceId);
     if (pipelines.empty())
     {
         log_info("Device %s failed to fetch pipelines.\n", m_deviceId.c_str());
@@ -85,7 +79,7 @@ void DeviceAgent::fetchAvailablePipelines(MessageBoard& board)
 // 3. Under the locks, replace all that was derived from an earlier record.
 void DeviceAgent::processDeviceParameters(yyjson_val* root)
 {
-    yyjson_val* const tavoAi = tavoAiOf(root);
+    yyjson_val* const tavoAi = pluginParameters(root);
     const DeviceModels models = readModels(jsonMember(tavoAi, "models"));
     std::optional<std::string> adminUrl = readAdminUrl(tavoAi);
     if (!adminUrl)
@@ -99,7 +93,7 @@ void DeviceAgent::processDeviceParameters(yyjson_val* root)
     m_settings.adminUrl = std::move(*adminUrl);
     m_settings.classes = detectionClasses(models.outputNames);
     if (m_settingsReceivedOnce)
-        pushManifest(deviceManifestBuilder(m_settings, m_engine->managerInterface()));
+        pushManifest(deviceManifestBuilder(m_settings, m_services->managerInterface()));
     adoptPipelines(std::move(tree), models);
 }
 
@@ -127,7 +121,7 @@ std::optional<std::string> DeviceAgent::readAdminUrl(yyjson_val* tavoAi) const
     const std::string override = ini().DeviceAdminOverride;
     if (!override.empty())
     {
-        const auto systemId = cloudSystemId(m_engine->utilityProvider());
+        const auto systemId = cloudSystemId(m_services->utilityProvider());
         url = override + "/system/" + systemId.value_or("") + "/device/" + m_deviceId;
         log_info("Received override device admin: %s\n", url.c_str());
         return url;
@@ -180,9 +174,9 @@ AgentErrors DeviceAgent::agentErrors() const
 
 void DeviceAgent::writeModelNms(const std::map<std::string, float>& newValues)
 {
-    const JsonDocument record = parseJson(getDevice(m_engine->utilityProvider(), m_deviceId));
+    const JsonDocument record = parseJson(getDevice(m_services->utilityProvider(), m_deviceId));
     yyjson_val* const pipelines =
-        jsonMember(tavoAiOf(yyjson_doc_get_root(record.get())), "pipelines");
+        jsonMember(pluginParameters(yyjson_doc_get_root(record.get())), "pipelines");
     // The host's answer may be an error's text, and pipelines may be a single node. Neither can be
     // written back as an array, and an empty one would take the user's configuration away.
     if (!yyjson_is_arr(pipelines))
@@ -191,7 +185,7 @@ void DeviceAgent::writeModelNms(const std::map<std::string, float>& newValues)
         return;
     }
     patchDevice(
-        m_engine->utilityProvider(), jsonToText(makeNmsPatch(pipelines, newValues)), m_deviceId);
+        m_services->utilityProvider(), jsonToText(makeNmsPatch(pipelines, newValues)), m_deviceId);
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

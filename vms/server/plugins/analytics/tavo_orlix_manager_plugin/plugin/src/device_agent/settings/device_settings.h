@@ -1,10 +1,11 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
+#include "core/base/frame_settings.h"
+#include "core/base/pipeline_option.h"
 #include "utils/mutex.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -12,14 +13,6 @@ namespace tavo::vms_server_plugins::analytics::orlix
 
 // What selectedPipeline holds when the device's pipeline is none of those that the cloud offers.
 inline constexpr char kCustomPipeline[] = "Custom";
-
-// A pipeline that the cloud offers for a device.
-struct PipelineOption
-{
-    std::string patch; // the whole JSON text to PATCH on the device when this option is chosen
-    std::string name;
-    std::string uuid;
-};
 
 // One pipeline node with its model's non-maximum suppression value, a fraction.
 struct ModelNmsEntry
@@ -31,24 +24,14 @@ struct ModelNmsEntry
 
 // What a camera's settings and pipeline come to, typed. One record per device agent; every field
 // of every record is guarded by settingsLock(). Coordinates are fractions of the image.
-struct DeviceSettings
+struct DeviceSettings : FrameSettings
 {
     bool deviceActive = false;
     std::string adminUrl;
     std::string pipelineDescription; // text for people
     std::vector<std::string> classes; // of the pipeline's models, in ascending byte order
     std::vector<std::string> processors; // pre- and postprocessors of the pipeline, may repeat
-    std::unordered_map<std::string, std::string> externalProcessorSettings; // by whole key
     std::unordered_map<std::string, bool> visualiseClasses; // a class without an entry is shown
-    bool dumpingEnabled = false;
-    std::string dumpingObjectType;
-    std::int64_t dumpingTimeThreshold = 0; // seconds
-    bool loiteringEnabled = false;
-    std::int64_t loiterTimeThreshold = 0; // seconds
-    std::string loiterObjectClass;
-    std::vector<float> line; // x1, y1, x2, y2, or empty
-    std::string maskType; // "inclusive" or "exclusive"
-    std::vector<std::vector<float>> masks; // each x, y, x, y, ...
     std::vector<float> cropBox; // x1, y1, x2, y2 with x1 <= x2, y1 <= y2, or empty
     std::vector<PipelineOption> availablePipelines;
     std::string selectedPipeline; // an option's uuid, or kCustomPipeline

@@ -7,7 +7,6 @@
 #include <tavo/sdk/helpers/settings_response.h>
 #include <tavo/sdk/ptr.h>
 
-#include "core/engine.h"
 #include "device_agent/device_agent.h"
 #include "device_agent/manifest_builder.h"
 #include "device_agent/pipelines/model_nms.h"
@@ -54,8 +53,8 @@ sdk::Result<const sdk::ISettingsResponse*> DeviceAgent::settingsReceived()
     }
 
     auto response = sdk::makePtr<sdk::SettingsResponse>();
-    response->setModel(settingsModelBuilder(*m_engine, agentErrors(), m_settings));
-    pushManifest(deviceManifestBuilder(m_settings, m_engine->managerInterface()));
+    response->setModel(settingsModelBuilder(*m_services, agentErrors(), m_settings));
+    pushManifest(deviceManifestBuilder(m_settings, m_services->managerInterface()));
     response->setValues(current);
     m_settingsReceivedOnce = true;
     log_debug("Done processing GUI settings\n");
@@ -79,7 +78,7 @@ void DeviceAgent::applySettings()
             // Copied, as the options may change in the gap of the lock.
             for (const std::string& patch : patchesOf(m_settings, selected->second))
             {
-                patchDevice(m_engine->utilityProvider(), patch, m_deviceId);
+                patchDevice(m_services->utilityProvider(), patch, m_deviceId);
                 const JsonDocument document = parseJson(patch);
                 log_info("Processing new parameters\n");
                 // The one gap in the lock: processDeviceParameters takes it by itself, and frames
@@ -107,7 +106,7 @@ sdk::Result<const sdk::ISettingsResponse*> DeviceAgent::pluginSideSettings() con
     values[setting::kSelectedPipeline] = settings.selectedPipeline;
 
     auto response = sdk::makePtr<sdk::SettingsResponse>();
-    response->setModel(settingsModelBuilder(*m_engine, agentErrors(), settings));
+    response->setModel(settingsModelBuilder(*m_services, agentErrors(), settings));
     response->setValues(values);
     return response.releasePtr();
 }
