@@ -116,9 +116,14 @@ std::unique_ptr<Chip> detectMemryx(const MachineInfo& machine)
 {
     auto chip = newChip(machine, "MEMRYX");
     log_info("Checking for supported MemryX chips\n");
-    if (isX86OrArm(machine))
-        fileRuntime(*chip, runtime_name::kMemryx, "application/zip; device=memryx", machine);
+    fileMemryxRuntime(*chip, machine);
     return chip;
+}
+
+void fileMemryxRuntime(Chip& chip, const MachineInfo& machine)
+{
+    if (isX86OrArm(machine))
+        fileRuntime(chip, runtime_name::kMemryx, "application/zip; device=memryx", machine);
 }
 
 std::unique_ptr<Chip> detectDeepx(const MachineInfo& machine)
@@ -145,27 +150,37 @@ std::unique_ptr<Chip> detectAxelera(const MachineInfo& machine)
 {
     auto chip = newChip(machine, "AXELERA");
     log_info("Checking for supported Axelera chips\n");
+    fileAxeleraRuntime(*chip, machine);
+    return chip;
+}
+
+void fileAxeleraRuntime(Chip& chip, const MachineInfo& machine)
+{
     if (!isX86(machine))
-        return chip;
+        return;
     if (machine.getOsName() != "Ubuntu" || machine.getOsVersion() != "22.04")
     {
         log_info(
             "Axelera runtime is only supported on Ubuntu 22.04. Current OS: %s %s\n",
             machine.getOsName().c_str(), machine.getOsVersion().c_str());
-        return chip;
+        return;
     }
     fileRuntime(
-        *chip, runtime_name::kAxelera, "application/x-axelera", machine, machine.getOsVersion());
-    return chip;
+        chip, runtime_name::kAxelera, "application/x-axelera", machine, machine.getOsVersion());
 }
 
 std::unique_ptr<Chip> detectSima(const MachineInfo& machine)
 {
     auto chip = newChip(machine, "SIMA");
     log_info("Checking for supported SiMa chips\n");
-    if (isX86(machine))
-        fileRuntime(*chip, runtime_name::kSima, "application/x-sima", machine);
+    fileSimaRuntime(*chip, machine);
     return chip;
+}
+
+void fileSimaRuntime(Chip& chip, const MachineInfo& machine)
+{
+    if (isX86(machine))
+        fileRuntime(chip, runtime_name::kSima, "application/x-sima", machine);
 }
 
 std::unique_ptr<Chip> detectIntel(const MachineInfo& machine)
@@ -185,14 +200,19 @@ std::unique_ptr<Chip> detectEdgeCortix(const MachineInfo& machine)
 {
     auto chip = newChip(machine, "EDGE CORTIX");
     log_info("Checking for supported Edge Cortix chips\n");
+    fileEdgeCortixRuntime(*chip, machine);
+    return chip;
+}
+
+void fileEdgeCortixRuntime(Chip& chip, const MachineInfo& machine)
+{
     // Lower case here, upper case for Axelera: the two makers' packages are named so.
     if (isX86(machine) || machine.getOsName() == "ubuntu" || machine.getOsVersion() == "22.04")
     {
         fileRuntime(
-            *chip, runtime_name::kEdgeCortix, "application/zip; device=edge-cortix", machine,
+            chip, runtime_name::kEdgeCortix, "application/zip; device=edge-cortix", machine,
             machine.getOsVersion());
     }
-    return chip;
 }
 
 std::unique_ptr<Chip> detectAmbarella(const MachineInfo& machine)

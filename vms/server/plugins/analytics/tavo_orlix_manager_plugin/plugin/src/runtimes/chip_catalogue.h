@@ -44,10 +44,14 @@ inline constexpr char kAmbarella[] = "Ambarella CV75";
 [[nodiscard]] std::unique_ptr<Chip> detectEdgeCortix(const MachineInfo& machine);
 [[nodiscard]] std::unique_ptr<Chip> detectAmbarella(const MachineInfo& machine);
 
-// The filing step of each family, for a record that its probe has filled. Public so that the road
-// of hardware that the build machine lacks can be tested.
+// The filing step of each family: the gates of its runtime, for a record that its probe has filled.
+// Public so that the road of hardware that the build machine lacks can be tested.
 void fileHailoRuntime(HailoChip& chip, const MachineInfo& machine);
+void fileMemryxRuntime(Chip& chip, const MachineInfo& machine);
 void fileDeepxRuntime(Chip& chip, const MachineInfo& machine);
+void fileAxeleraRuntime(Chip& chip, const MachineInfo& machine);
+void fileSimaRuntime(Chip& chip, const MachineInfo& machine);
+void fileEdgeCortixRuntime(Chip& chip, const MachineInfo& machine);
 
 // By runtime name, the page on using that hardware; an empty text where there is none.
 [[nodiscard]] const std::unordered_map<std::string, std::string>& documentationLinks();

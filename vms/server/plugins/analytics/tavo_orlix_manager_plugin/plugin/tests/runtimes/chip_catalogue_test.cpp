@@ -14,6 +14,7 @@ const MachineInfo kUbuntu("Ubuntu", "22.04", CpuArchitecture::X86_64);
 const MachineInfo kDebian("Debian", "12", CpuArchitecture::X86_64);
 const MachineInfo kWindows("Windows", "10.0.19045", CpuArchitecture::X86_64);
 const MachineInfo kArmWindows("Windows", "10.0.26100", CpuArchitecture::Aarch64);
+const MachineInfo kArmUbuntu("Ubuntu", "22.04", CpuArchitecture::Aarch64);
 const std::string kBuiltInBase =
     "https://storage.tavo.example/artifactory/orlix_open/KEVX/runtimes/1.1.0/";
 
@@ -70,7 +71,66 @@ TEST(ChipCatalogueTest, offersWhatNeedsNoDriver)
     }
     EXPECT_EQ(1u, detectCpu(kArmWindows)->runtimes.size());
     EXPECT_TRUE(detectIntel(kArmWindows)->runtimes.empty());
-    EXPECT_EQ("", detectAmbarella(kArmWindows)->chipName);
+    EXPECT_EQ("", detectQualcomm(kUbuntu)->chipName);
+    for (const auto& [enabled, name] : {std::pair(false, ""), std::pair(true, "AMBARELLA")})
+    {
+        ini().enableAmbarellaIntegration = enabled;
+        EXPECT_EQ(name, detectAmbarella(kArmWindows)->chipName);
+    }
+    ini().enableAmbarellaIntegration = false;
+}
+
+// Of records that a probe has filled, as those of families without one stay empty.
+TEST(ChipCatalogueTest, aFamilyOffersItsRuntimeToMachinesThatRunIt)
+{
+    using Detect = std::unique_ptr<Chip> (*)(const MachineInfo&);
+    using File = void (*)(Chip&, const MachineInfo&);
+    const std::pair<Detect, File> memryx(detectMemryx, fileMemryxRuntime);
+    const std::pair<Detect, File> deepx(detectDeepx, fileDeepxRuntime);
+    const std::pair<Detect, File> axelera(detectAxelera, fileAxeleraRuntime);
+    const std::pair<Detect, File> sima(detectSima, fileSimaRuntime);
+    const std::pair<Detect, File> edgeCortix(detectEdgeCortix, fileEdgeCortixRuntime);
+    const struct
+    {
+        const char* runtime;
+        std::pair<Detect, File> family;
+        MachineInfo machine;
+        const char* mimeType; // null: not offered
+        const char* tail;
+    } cases[] = {
+        {"MemryX", memryx, kDebian, "application/zip; device=memryx",
+         "MEMRYX/x86_64/Debian/library-1.2.tar.gz"},
+        {"MemryX", memryx, kArmWindows, "application/zip; device=memryx",
+         "MEMRYX/aarch64/Windows/library-1.2.tar.gz"},
+        {"DEEPX", deepx, kDebian, "application/x-dxnn",
+         "DEEPX/x86_64/Debian/12/library-1.2.tar.gz"},
+        {"DEEPX", deepx, kWindows, "application/x-dxnn", "DEEPX/x86_64/Windows/library-1.2.tar.gz"},
+        {"Axelera", axelera, kUbuntu, "application/x-axelera",
+         "AXELERA/x86_64/Ubuntu/22.04/library-1.2.tar.gz"},
+        {"Axelera", axelera, kDebian, nullptr, ""},
+        {"Axelera", axelera, {"Ubuntu", "24.04", CpuArchitecture::X86_64}, nullptr, ""},
+        {"Axelera", axelera, kArmUbuntu, nullptr, ""},
+        {"SiMa", sima, kDebian, "application/x-sima", "SIMA/x86_64/Debian/library-1.2.tar.gz"},
+        {"SiMa", sima, kArmUbuntu, nullptr, ""},
+        {"EdgeCortix", edgeCortix, kDebian, "application/zip; device=edge-cortix",
+         "EDGE CORTIX/x86_64/Debian/12/library-1.2.tar.gz"},
+        {"EdgeCortix", edgeCortix, kArmUbuntu, "application/zip; device=edge-cortix",
+         "EDGE CORTIX/aarch64/Ubuntu/22.04/library-1.2.tar.gz"},
+        {"EdgeCortix", edgeCortix, kArmWindows, nullptr, ""},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(std::string(c.runtime) + " on " + c.machine.getOsName());
+        const auto chip = c.family.first(c.machine);
+        chip->driverVersion = "1.2";
+        chip->correctlyInstalled = true;
+        c.family.second(*chip, c.machine);
+        ASSERT_EQ(c.mimeType ? 1u : 0u, chip->runtimes.size());
+        if (!c.mimeType)
+            continue;
+        EXPECT_EQ(c.mimeType, chip->getFirstMimeType(c.runtime));
+        EXPECT_EQ(kBuiltInBase + c.tail, chip->getDownloadLink(c.runtime));
+    }
 }
 
 TEST(ChipCatalogueTest, aHailoDevicesTypeChoosesTheModelsItRuns)
