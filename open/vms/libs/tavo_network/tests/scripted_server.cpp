@@ -15,6 +15,7 @@ namespace
 {
 
 constexpr int kListenerTimeoutMs = 200;
+constexpr int kCloseTimeoutMs = 20'000;
 
 } // namespace
 
@@ -53,11 +54,16 @@ bool Connection::write(std::string_view bytes)
     return true;
 }
 
-void Connection::waitForClose()
+bool Connection::waitForClose()
 {
-    char byte = 0;
-    while (recv(m_descriptor, &byte, 1, 0) > 0)
-    {}
+    pollfd waiting{m_descriptor, POLLIN, 0};
+    char block[4096];
+    while (poll(&waiting, 1, kCloseTimeoutMs) > 0)
+    {
+        if (recv(m_descriptor, block, sizeof(block), 0) <= 0)
+            return true;
+    }
+    return false;
 }
 
 int Connection::clientPort() const

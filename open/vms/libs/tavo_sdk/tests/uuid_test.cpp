@@ -17,6 +17,7 @@ TEST(Uuid, readsPairsOfDigitsAndSkipsWhatStandsBetween)
         std::string text;
         bool isRead;
     } kCases[] = {
+        {"digits alone", kDigits, true},
         {"hyphens", "00010203-0405-0607-0809-0a0b0c0d0e0f", true},
         {"braces and upper case", "{00010203-0405-0607-0809-0A0B0C0D0E0F}", true},
         {"all that is skipped", "\t\n r-{}r" + kDigits + "rr{} ", true},

@@ -36,7 +36,6 @@ protected:
             "/models/net.onnx",
             [this](const httplib::Request& request, httplib::Response& response)
             {
-                ++m_requests;
                 m_authorization = request.get_header_value("Authorization");
                 response.status = m_status;
                 if (!m_digest.empty())
@@ -44,15 +43,17 @@ protected:
                 if (!m_key.empty())
                     response.set_header("X-Key", m_key);
                 response.set_header("Last-Modified", "Tue, 03 Nov 2026 10:00:00 GMT");
+                // May go on when the client has gone, and the test with it.
                 response.set_content_provider(
                     m_body.size(), "application/octet-stream",
-                    [this](std::size_t offset, std::size_t, httplib::DataSink& sink)
+                    [body = m_body.substr(0, m_body.size() - m_missing)](
+                        std::size_t offset, std::size_t, httplib::DataSink& sink)
                     {
-                        if (offset >= m_body.size() - m_missing)
+                        if (offset >= body.size())
                             return false; // ends the connection early
-                        return sink.write(
-                            m_body.data() + offset, m_body.size() - m_missing - offset);
+                        return sink.write(body.data() + offset, body.size() - offset);
                     });
+                ++m_requests; // behind all that the test may change once it has its answer
             });
         m_server.start();
     }
@@ -71,8 +72,10 @@ protected:
         const JsonDocument document = parseJson(downloadsText);
         yyjson_val* const root = yyjson_doc_get_root(document.get());
         m_files = m_manager.selectDownload(root, kMimeType, "model-id");
-        return m_manager.ensureModel(
+        const bool downloaded = m_manager.ensureModel(
             root, kMimeType, {"model-id", "Net", m_files.modelPath, m_files.keyPath}, "token");
+        (void)m_requests.load(); // the server's thread is done with what it read
+        return downloaded;
     }
 
     [[nodiscard]] std::string warning(const std::string& key) const
@@ -120,13 +123,18 @@ TEST_F(ModelManagerTest, fetchesOnceAndAgainWhenTheCloudOrTheDiskChanged)
     m_lastModified = "2026-11-04T10:00:00"; // the cloud's stamp moved
     EXPECT_TRUE(ensure(downloads()));
     EXPECT_FALSE(ensure(downloads()));
+    m_lastModified = "2026-11-02T10:00:00"; // or was taken back
+    EXPECT_TRUE(ensure(downloads()));
+    EXPECT_FALSE(ensure(downloads()));
 
+    m_lastModified = "2026-11-04T10:00:00";
+    EXPECT_TRUE(ensure(downloads()));
     m_folder.write("orlix_manager/cache/unencrypted/net.onnx", "cut");
     m_lastModified = "2026-11-03T10:00:00";
     EXPECT_FALSE(ensure(downloads())) << "metadata from after the file's time: the file is kept";
     std::filesystem::remove(m_files.modelPath);
     EXPECT_TRUE(ensure(downloads()));
-    EXPECT_EQ(3, m_requests);
+    EXPECT_EQ(5, m_requests);
 
     // A new run knows the file by its size alone.
     ModelManager next(m_folder.path(), &m_board);
@@ -134,7 +142,7 @@ TEST_F(ModelManagerTest, fetchesOnceAndAgainWhenTheCloudOrTheDiskChanged)
     EXPECT_FALSE(next.ensureModel(
         yyjson_doc_get_root(document.get()), kMimeType,
         {"model-id", "Net", m_files.modelPath, m_files.keyPath}, "token"));
-    EXPECT_EQ(3, m_requests);
+    EXPECT_EQ(5, m_requests);
     EXPECT_TRUE(m_board.snapshot().empty());
 }
 

@@ -79,12 +79,24 @@ TEST_F(FileDownloader, WritesTheBodyAndShowsItsPercentageMeanwhile)
 
 TEST_F(FileDownloader, WhatIsNotThereLeavesNoFile)
 {
+    m_server.handlers.Get(
+        R"(/(\d+))",
+        [](const httplib::Request& request, httplib::Response& response)
+        {
+            response.status = std::stoi(request.matches[1]);
+            response.set_content("a page that tells of it", "text/plain");
+        });
     m_server.start();
-    EXPECT_FALSE(download(m_server.url("/missing")));
+    for (const char* const status : {"404", "500", "302", "201"})
+    {
+        EXPECT_FALSE(download(m_server.url(std::string("/") + status)));
+        EXPECT_THAT(
+            m_log.text(),
+            HasSubstr(std::string("Error! Could not request file data! Status code: ") + status));
+    }
     EXPECT_FALSE(download("http://127.0.0.1:1/file"));
     EXPECT_FALSE(download("no url at all"));
     EXPECT_FALSE(m_folder.has("file"));
-    EXPECT_THAT(m_log.text(), HasSubstr("Error! Could not request file data! Status code: 404\n"));
 }
 
 // A full disk, as a limit on the size of files shows it.

@@ -1,5 +1,7 @@
 #include "runtimes/runtimes_manager.h"
 
+#include <cstdlib>
+
 #include <gtest/gtest.h>
 
 #include "core/base/ini.h"
@@ -15,6 +17,7 @@ namespace
 {
 
 constexpr char kCpu[] = "Generic CPU";
+constexpr char kDeepx[] = "DEEPX";
 
 class RuntimesManagerTest : public testing::Test
 {
@@ -31,10 +34,11 @@ protected:
                 .exitCode);
         m_package = m_folder.read("library.tar.gz");
         m_server.handlers.Get(
-            R"(/rt/(CPU|INTEL)/x86_64/.*/library.tar.gz)",
-            [this](const httplib::Request&, httplib::Response& response)
+            R"(/rt/(CPU|DEEPX)/.*/library.*\.tar\.gz)",
+            [this](const httplib::Request& request, httplib::Response& response)
             {
                 ++m_requests;
+                m_requested = request.matches[1];
                 response.status = m_status;
                 response.set_content(m_package, "application/gzip");
             });
@@ -42,7 +46,15 @@ protected:
         m_storage = m_server.url("/rt");
         ini().RuntimesStorageURL = m_storage.c_str();
         ini().cacheRuntimeArchives = false;
-        m_manager.initialise(m_board);
+        // The tools of one accelerator, before those that the machine may have itself.
+        m_folder.writeScript("tools/dxrt-cli", "echo DXRT v3.2.0");
+        for (const char* const tool : {"nvidia-smi", "hailortcli"})
+            m_folder.writeScript(std::string("tools/") + tool, "exit 1");
+        const std::string path = std::getenv("PATH");
+        setenv("PATH", (m_folder.path("tools:") + path).c_str(), 1);
+        MessageBoard detection;
+        m_manager.initialise(detection);
+        setenv("PATH", path.c_str(), 1);
     }
 
     void TearDown() override { ini().RuntimesStorageURL = ""; }
@@ -50,6 +62,7 @@ protected:
     TemporaryFolder m_folder;
     std::string m_package;
     int m_status = 200;
+    std::string m_requested; // family
     std::atomic<int> m_requests{0};
     LoopbackHttpServer m_server;
     std::string m_storage;
@@ -59,17 +72,23 @@ protected:
 
 } // namespace
 
-TEST_F(RuntimesManagerTest, aMachineWithoutAcceleratorsOffersItsProcessorTwice)
+TEST_F(RuntimesManagerTest, offersTheProcessorAndTheAccelerator)
 {
-    EXPECT_EQ((std::vector<std::string>{kCpu, "Intel"}), m_manager.getCompatibleRuntimes(""));
+    std::vector<std::string> onnx = {kCpu};
+    if (readMachineInfo().getCpuArchitecture() == CpuArchitecture::X86_64)
+        onnx.emplace_back("Intel"); // the same processor once more
+    std::vector<std::string> all = onnx;
+    all.insert(all.begin(), kDeepx);
+    EXPECT_EQ(all, m_manager.getCompatibleRuntimes(""));
+    EXPECT_EQ(onnx, m_manager.getCompatibleRuntimes("application/x-onnx"));
     EXPECT_EQ(
-        (std::vector<std::string>{kCpu, "Intel"}),
-        m_manager.getCompatibleRuntimes("application/x-onnx"));
+        std::vector<std::string>{kDeepx}, m_manager.getCompatibleRuntimes("application/x-dxnn"));
     EXPECT_EQ("application/x-onnx", m_manager.getMimeType(kCpu));
+    EXPECT_EQ("application/x-dxnn", m_manager.getMimeType(kDeepx));
     EXPECT_EQ("", m_manager.getMimeType("NVIDIA"));
     EXPECT_EQ("", m_manager.getMimeType(""));
     EXPECT_EQ(RuntimeStatus::notSelected, m_manager.status());
-    EXPECT_TRUE(m_manager.getCompatibleRuntimes("application/x-dxnn").empty());
+    EXPECT_TRUE(m_manager.getCompatibleRuntimes("application/x-none").empty());
     EXPECT_EQ(RuntimeStatus::noneCompatible, m_manager.status());
 }
 
@@ -78,6 +97,7 @@ TEST_F(RuntimesManagerTest, installsAndUninstalls)
     EXPECT_FALSE(m_manager.isRuntimeInstalled());
     m_manager.install(kCpu, m_board, /*useSubfolder*/ false);
     EXPECT_EQ(RuntimeStatus::installed, m_manager.status());
+    EXPECT_EQ("CPU", m_requested);
     EXPECT_FALSE(m_manager.isRuntimeInstalled()) << "the name is part of being installed";
     m_manager.clearRuntimeChanged();
     m_manager.saveInstalledRuntimeName(kCpu);
@@ -105,13 +125,14 @@ TEST_F(RuntimesManagerTest, keepsPackagesWhereTheIniFileSaysSo)
     ini().cacheRuntimeArchives = true;
     for (int i = 0; i < 2; ++i)
     {
-        m_manager.install("Intel", m_board, false);
+        m_manager.install(kDeepx, m_board, false);
         EXPECT_EQ(RuntimeStatus::installed, m_manager.status());
         m_manager.uninstall();
     }
-    EXPECT_TRUE(m_folder.has("bin/Intel.tar.gz"));
+    EXPECT_TRUE(m_folder.has("bin/DEEPX.tar.gz"));
     EXPECT_EQ(1, m_requests);
-    EXPECT_EQ(1u, m_board.snapshot().count("RUNTIME_DOCUMENTATION_Intel"));
+    EXPECT_EQ("DEEPX", m_requested);
+    EXPECT_EQ(1u, m_board.snapshot().count("RUNTIME_DOCUMENTATION_DEEPX"));
 }
 
 TEST_F(RuntimesManagerTest, failuresAreToldAndTheNextInstallationTakesThemBack)
