@@ -40,14 +40,15 @@ namespace
 {
 
 using namespace tavo::vms_server_plugins::analytics::orlix;
-using tavo::bench::matchByFullSort;
 using tavo::bench::measureUs;
-using tavo::bench::PlainTracker;
 using tavo::bench::Samples;
+using tavo::vms_server_plugins::analytics::orlix::test::matchByFullSort;
+using tavo::vms_server_plugins::analytics::orlix::test::PlainTracker;
 namespace key = protocol::key;
 
 constexpr std::size_t kDetections = 50;
 constexpr std::size_t kTracks = 100;
+constexpr std::size_t kMaxObjects = 1u << 16;
 constexpr std::uint64_t kNowUs = 1'700'000'000'000'000;
 constexpr char kClass[] = "person";
 
@@ -135,7 +136,9 @@ void matching(benchmark::State& state)
         std::vector<std::uint32_t> expected;
         plain.add(measureUs([&]() { expected = matchByFullSort(detections, scene.tracks()); }));
         std::span<const std::uint32_t> found;
-        const double us = measureUs([&]() { found = matcher.match(detections, scene.tracks()); });
+        MatchingBudget budget;
+        const double us =
+            measureUs([&]() { found = matcher.match(detections, scene.tracks(), budget); });
         ours.add(us);
         state.SetIterationTime(us / 1e6);
         if (!std::equal(expected.begin(), expected.end(), found.begin(), found.end()))
@@ -185,6 +188,17 @@ std::string encodedResult(
     return {growable.bytes().data(), growable.bytes().size()};
 }
 
+void track(Tracker& tracker, std::vector<TrackedObject>& objects)
+{
+    MatchingBudget budget;
+    tracker.trackClass(objects, kClass, budget);
+}
+
+void track(PlainTracker& tracker, std::vector<TrackedObject>& objects)
+{
+    tracker.trackClass(objects, kClass);
+}
+
 template <typename AnyTracker>
 auto packetOf(mpack_node_t root, AnyTracker& tracker, const DeviceSettings& settings)
 {
@@ -196,9 +210,9 @@ auto packetOf(mpack_node_t root, AnyTracker& tracker, const DeviceSettings& sett
         metadataWithIds(mpack_node_map_cstr_optional(root, key::kObjectsMetaData), kClass);
     ObjectsByClass objects;
     auto& ofClass = objects[kClass];
-    ofClass = readClassObjects(mpack_node_map_value_at(boxes, 0), metadata, kClass, timestampUs);
+    ofClass = readClassObjects(mpack_node_map_value_at(boxes, 0), metadata, kClass, timestampUs, kMaxObjects);
     if (mpack_node_is_missing(metadata))
-        tracker.trackClass(ofClass, kClass);
+        track(tracker, ofClass);
     return buildObjectPacket(objects, timestampUs, width, height, settings);
 }
 

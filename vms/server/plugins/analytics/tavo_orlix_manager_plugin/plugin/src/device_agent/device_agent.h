@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -27,6 +28,7 @@
 #include "device_agent/settings/setting_values.h"
 #include "inference/message_buffer.h"
 #include "utils/mutex.h"
+#include "utils/throttle.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -114,6 +116,7 @@ private:
     void measureThroughput(std::uint64_t timestampUs, sdk::analytics::EventMetadataPacket& events)
         REQUIRES(settingsLock());
     void handleObjects(mpack_node_t root, std::uint64_t timestampUs) REQUIRES(settingsLock());
+    void tellOfLargeResult(std::size_t leftOut) REQUIRES(settingsLock());
     void addEvents(mpack_node_t root, sdk::analytics::EventMetadataPacket& events)
         REQUIRES(settingsLock());
 
@@ -153,6 +156,7 @@ private:
     Throughput m_throughput GUARDED_BY(settingsLock());
     Tracker m_tracker GUARDED_BY(settingsLock());
     CountHistory m_countHistory GUARDED_BY(settingsLock());
+    Throttle m_largeResultTold GUARDED_BY(settingsLock()){std::chrono::minutes(1)};
 
     Mutex m_pipelineLock; // inside settingsLock() where both are held
     std::unique_ptr<PipelineTree> m_pipelineTree GUARDED_BY(m_pipelineLock);

@@ -29,6 +29,10 @@ namespace key = protocol::key;
 
 constexpr std::int64_t kEventDurationUs = 1'000'000;
 
+// What is beyond it is left out: a result holds up frames and results of all devices while it is
+// handled, and no picture has so many objects.
+constexpr std::size_t kMaxObjectsOfResult = 1u << 16;
+
 bool isVisualised(const DeviceSettings& settings, const std::string& className)
 {
     const auto entry = settings.visualiseClasses.find(className);
@@ -85,6 +89,9 @@ void DeviceAgent::handleObjects(mpack_node_t root, std::uint64_t timestampUs)
 
     ObjectsByClass objects;
     objects.reserve(classCount);
+    std::size_t room = kMaxObjectsOfResult;
+    std::size_t leftOut = 0;
+    MatchingBudget budget;
     for (std::size_t i = 0; i < classCount; ++i)
     {
         const std::string className(readName(mpack_node_map_key_at(boxes, i)));
@@ -102,9 +109,12 @@ void DeviceAgent::handleObjects(mpack_node_t root, std::uint64_t timestampUs)
             "Class %s has num coordinates: %zu\n", className.c_str(),
             mpack_node_bin_size(classBoxes) / sizeof(float));
 
-        auto detections = readClassObjects(classBoxes, classMetadata, className, timestampUs);
+        leftOut += countClassObjects(classBoxes);
+        auto detections = readClassObjects(classBoxes, classMetadata, className, timestampUs, room);
+        room -= detections.size();
+        leftOut -= detections.size();
         if (!hasIds)
-            m_tracker.trackClass(detections, className);
+            m_tracker.trackClass(detections, className, budget);
         // A map that names a class twice has the objects of both entries.
         std::vector<TrackedObject>& objectsOfClass = objects[className];
         if (objectsOfClass.empty())
@@ -113,8 +123,26 @@ void DeviceAgent::handleObjects(mpack_node_t root, std::uint64_t timestampUs)
             std::move(detections.begin(), detections.end(), std::back_inserter(objectsOfClass));
     }
 
+    if (leftOut > 0 || budget.isUsedUp)
+        tellOfLargeResult(leftOut);
     if (auto packet = buildObjectPacket(objects, timestampUs, width, height, m_settings))
         pushMetadataPacket(std::move(packet));
+}
+
+void DeviceAgent::tellOfLargeResult(std::size_t leftOut)
+{
+    if (!m_largeResultTold.mayPass())
+        return;
+    if (leftOut == 0)
+    {
+        log_info(
+            "Warning! Device %s: A result has too many objects to follow. Some get new ids.\n",
+            m_deviceId.c_str());
+        return;
+    }
+    log_info(
+        "Warning! Device %s: A result has more than %zu objects. Leaving out %zu.\n",
+        m_deviceId.c_str(), kMaxObjectsOfResult, leftOut);
 }
 
 void DeviceAgent::addEvents(mpack_node_t root, sdk::analytics::EventMetadataPacket& events)

@@ -1,9 +1,11 @@
 // The road of a result, through a real agent.
 #include <cstdint>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "agent_fixture.h"
+#include "utils/log.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -119,6 +121,32 @@ TEST_F(Results, AreMappedBackFromTheCropWithoutClassesThatAreSwitchedOff)
     EXPECT_THAT(handler->takeObjects(), SizeIs(2));
     const auto& ids = handler->trackIds["tavo.orlix.person"];
     EXPECT_EQ(ids.at(0), ids.at(1)) << "the tracks were still there";
+}
+
+TEST_F(Results, OfUnreasonableSizeAreCutAndToldOnce)
+{
+    const std::string path = folder.path("start.log");
+    log_init(path, folder.path("main.log"), "", /*console*/ false, /*file*/ true, 1);
+    const std::vector<float> manyBoxes(4 * 70'000, 5.0f);
+    handleResult(boxesOf(1000, {{"car", boxes(manyBoxes)}, {"person", boxes({0, 0, 100, 100})}}));
+    EXPECT_THAT(handler->takeObjects(), SizeIs(65'536));
+
+    constexpr std::size_t kDogs = 2000;
+    std::vector<float> onePlace;
+    for (std::size_t i = 0; i < kDogs; ++i)
+        onePlace.insert(onePlace.end(), {0, 0, 100, 100});
+    handleResult(boxesOf(2000, {{"dog", boxes(onePlace)}}));
+    handleResult(boxesOf(3000, {{"dog", boxes(onePlace)}}));
+    EXPECT_THAT(handler->takeObjects(), SizeIs(2 * kDogs));
+    const auto& ids = handler->trackIds["tavo.orlix.dog"];
+    EXPECT_THAT(
+        std::set(ids.begin(), ids.end()), SizeIs(2 * kDogs - MatchingBudget().pairs / kDogs))
+        << "what is beyond the matching is new";
+    log_close();
+    const std::string log = folder.read("start.log");
+    EXPECT_NE(
+        std::string::npos, log.find("A result has more than 65536 objects. Leaving out 4465"));
+    EXPECT_EQ(std::string::npos, log.find("too many objects to follow")) << "within a minute";
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -58,14 +58,20 @@ mpack_node_t metadataWithIds(mpack_node_t metadata, const std::string& className
     return mpack_node_is_missing(ids) ? ids : entry;
 }
 
+std::size_t countClassObjects(mpack_node_t boxes)
+{
+    constexpr std::size_t kFloatsPerBox = protocol::kBoxBytes / sizeof(float);
+    return (mpack_node_bin_size(boxes) / sizeof(float) + kFloatsPerBox - 1) / kFloatsPerBox;
+}
+
 std::vector<TrackedObject> readClassObjects(
     mpack_node_t boxes, mpack_node_t metadata, const std::string& className,
-    std::uint64_t timestampUs)
+    std::uint64_t timestampUs, std::size_t limit)
 {
     // Read before anything can put the tree in error: after that, no node tells its data.
     const char* const data = mpack_node_bin_data(boxes);
     const std::size_t size = data ? mpack_node_bin_size(boxes) : 0;
-    const std::size_t floatCount = size / sizeof(float);
+    const std::size_t count = std::min(countClassObjects(boxes), limit);
 
     const bool hasIds = !mpack_node_is_missing(metadata);
     mpack_node_t ids = metadata;
@@ -82,8 +88,8 @@ std::vector<TrackedObject> readClassObjects(
     }
 
     std::vector<TrackedObject> objects;
-    objects.reserve((floatCount + 3) / 4);
-    for (std::size_t i = 0; 4 * i < floatCount; ++i)
+    objects.reserve(count);
+    for (std::size_t i = 0; i < count; ++i)
     {
         TrackedObject& object = objects.emplace_back();
         object.className = className;

@@ -6,10 +6,21 @@
 #include <span>
 #include <vector>
 
+#include "device_agent/objects/track_index.h"
 #include "device_agent/objects/tracked_object.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
+
+// What matching may cost; every match takes from it what it used. The work grows with the pairs of
+// boxes that overlap and with those that had to be compared, and where all boxes of a large result
+// lie on one another that is the square of their number. 10,000 people in one picture stay below.
+struct MatchingBudget
+{
+    std::size_t pairs = std::size_t{3} << 20;
+    std::size_t comparisons = std::size_t{1} << 25;
+    bool isUsedUp = false; // something was not matched
+};
 
 // Assigns detections to tracks, one to one, best pair first. A pair's score is the boxes' overlap
 // (intersection over union) divided by the difference of their timestamps; only a score above 0
@@ -25,9 +36,12 @@ class OverlapMatcher
 public:
     static constexpr std::uint32_t kNoTrack = std::numeric_limits<std::uint32_t>::max();
 
-    // For each detection the index of its track, or kNoTrack. Valid until the next call.
+    // For each detection the index of its track, or kNoTrack. Where `budget` is used up the outcome
+    // is that for the detections before; it has one entry for each of those and no more. Valid
+    // until the next call.
     [[nodiscard]] std::span<const std::uint32_t> match(
-        std::span<const TrackedObject> detections, std::span<const TrackedObject> tracks);
+        std::span<const TrackedObject> detections, std::span<const TrackedObject> tracks,
+        MatchingBudget& budget);
 
 private:
     // A detection's pair with the best track that was free when it was looked for.
@@ -38,28 +52,13 @@ private:
         std::uint32_t track = kNoTrack;
     };
 
-    // The scored pairs of one detection, in m_pairs.
+    // The scored pairs of one detection, in m_pairs. Those with a taken track go in time.
     struct PairRange
     {
         std::size_t begin = 0;
         std::size_t end = 0;
-        bool kept = false;
-        bool sorted = false; // best first, and what lies before `begin` is of no more use
+        bool sorted = false; // best first
         std::uint32_t looks = 0; // since the first
-    };
-
-    // The tracks field by field, so that one box is compared with several at once.
-    struct TrackColumns
-    {
-        std::vector<float> x1, y1, x2, y2, area;
-        std::vector<float> age; // at m_agesAtUs, in microseconds
-        std::vector<float> intersection; // with the detection in hand
-    };
-
-    struct PairColumns
-    {
-        std::vector<std::uint32_t> track;
-        std::vector<float> intersection, area, age, score;
     };
 
     struct ScoredTrack
@@ -70,26 +69,24 @@ private:
 
     void readTracks();
     void readAges(std::uint64_t timestampUs);
-    void proposeBest();
+    void proposeBest(MatchingBudget& budget);
     void assignBestFirst();
     Proposal lookAgain(std::uint32_t detection);
-
-    // The pairs of a detection, behind those that are kept.
-    PairRange pairsOf(const TrackedObject& detection);
-    std::size_t findPairs(ResultBox detection, std::size_t begin); // gives their end
-    void scorePairs(float detectionArea, std::size_t begin, std::size_t end);
+    void scorePairs(const ResultBox& detection, std::size_t begin, std::size_t end);
     void sortPairs(PairRange& range);
+    void dropTaken(PairRange& range);
 
-    // kNoTrack as its track if no pair with a free track scores above 0.
-    [[nodiscard]] Proposal bestFree(std::uint32_t detection, PairRange& range) const;
+    // kNoTrack as its track if no pair of the range scores above 0.
+    [[nodiscard]] Proposal bestOf(std::uint32_t detection, const PairRange& range) const;
 
-    std::span<const TrackedObject> m_detections; // of this call, as m_trackObjects
-    std::span<const TrackedObject> m_trackObjects;
-    std::size_t m_trackCount = 0;
+    std::span<const TrackedObject> m_detections; // of this call, as m_tracks
+    std::span<const TrackedObject> m_tracks;
+    TrackIndex m_index;
+    std::vector<float> m_trackAreas;
+    std::vector<float> m_trackAges; // at m_agesAtUs, in microseconds
     std::uint64_t m_agesAtUs = 0;
-    std::size_t m_keptEnd = 0; // of m_pairs
-    TrackColumns m_tracks;
-    PairColumns m_pairs;
+    OverlappingTracks m_pairs;
+    std::vector<float> m_scores; // of m_pairs
     std::vector<PairRange> m_ranges; // by detection
     std::vector<Proposal> m_proposals; // a heap, the best on top
     std::vector<ScoredTrack> m_sorting;

@@ -12,36 +12,40 @@ constexpr std::size_t kMaxTracks = 100; // of a class; above it, a trim is due
 
 } // namespace
 
-void Tracker::trackClass(std::vector<TrackedObject>& detections, const std::string& className)
+void Tracker::trackClass(
+    std::vector<TrackedObject>& detections, const std::string& className, MatchingBudget& budget)
 {
     std::vector<TrackedObject>& tracks = m_trackTable[className];
-    follow(detections, tracks);
+    const std::size_t followed = follow(detections, tracks, budget);
     trim(tracks);
-    for (TrackedObject& detection : detections)
+    for (std::size_t i = 0; i < detections.size(); ++i)
     {
-        if (!detection.trackId.isNull())
+        if (!detections[i].trackId.isNull())
             continue;
-        detection.trackId = sdk::Uuid::random();
-        tracks.push_back(detection);
+        detections[i].trackId = sdk::Uuid::random();
+        if (i < followed)
+            tracks.push_back(detections[i]);
     }
 }
 
-void Tracker::follow(std::vector<TrackedObject>& detections, std::vector<TrackedObject>& tracks)
+std::size_t Tracker::follow(
+    std::vector<TrackedObject>& detections, std::vector<TrackedObject>& tracks,
+    MatchingBudget& budget)
 {
-    const auto trackOf = m_matcher.match(detections, tracks);
+    for (TrackedObject& detection : detections)
+        detection.trackId = {};
+    const auto trackOf = m_matcher.match(detections, tracks, budget);
     m_isMatched.assign(tracks.size(), false);
-    for (std::size_t i = 0; i < detections.size(); ++i)
+    for (std::size_t i = 0; i < trackOf.size(); ++i)
     {
         if (trackOf[i] == OverlapMatcher::kNoTrack)
-        {
-            detections[i].trackId = {};
             continue;
-        }
         TrackedObject& track = tracks[trackOf[i]];
         track.box = detections[i].box;
         detections[i].trackId = track.trackId;
         m_isMatched[trackOf[i]] = true;
     }
+    return trackOf.size();
 }
 
 // Drops tracks without a match until kMaxTracks are left: each goes by the bit at its present

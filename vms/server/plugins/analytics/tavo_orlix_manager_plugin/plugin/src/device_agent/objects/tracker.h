@@ -19,11 +19,18 @@ class Tracker
 public:
     // Gives every detection of a result the id of the track that it overlaps best, or a new one,
     // and updates the class's tracks. A track keeps the timestamp of its first sighting, so that
-    // an old one scores less and less. Throws std::system_error when no random id can be had.
-    void trackClass(std::vector<TrackedObject>& detections, const std::string& className);
+    // an old one scores less and less. `budget` is for all classes of the result: where it is used
+    // up, the remaining detections get new ids and are not followed. Throws std::system_error when
+    // no random id can be had.
+    void trackClass(
+        std::vector<TrackedObject>& detections, const std::string& className,
+        MatchingBudget& budget);
 
 private:
-    void follow(std::vector<TrackedObject>& detections, std::vector<TrackedObject>& tracks);
+    // Gives how many of the detections were looked at; those with a track have its id.
+    [[nodiscard]] std::size_t follow(
+        std::vector<TrackedObject>& detections, std::vector<TrackedObject>& tracks,
+        MatchingBudget& budget);
     void trim(std::vector<TrackedObject>& tracks);
 
     std::unordered_map<std::string, std::vector<TrackedObject>> m_trackTable; // by class name

@@ -6,11 +6,10 @@
 #include <map>
 #include <random>
 #include <set>
-#include <tuple>
 
 #include <gtest/gtest.h>
 
-#include "device_agent/objects/overlap_matcher.h"
+#include "plain_tracker.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -19,67 +18,13 @@ namespace
 {
 
 using Objects = std::vector<TrackedObject>;
-using Matches = std::vector<std::uint32_t>;
 
-// The plain way: all pairs, sorted, walked.
-Matches matchBySort(const Objects& detections, const Objects& tracks)
+TrackedObject object(const ResultBox& box, std::uint64_t timestampUs)
 {
-    const auto area = [](const ResultBox& box) { return (box.x2 - box.x1) * (box.y2 - box.y1); };
-    std::vector<std::tuple<float, std::uint32_t, std::uint32_t>> pairs;
-    for (std::uint32_t d = 0; d < detections.size(); ++d)
-    {
-        for (std::uint32_t t = 0; t < tracks.size(); ++t)
-        {
-            const ResultBox& a = detections[d].box;
-            const ResultBox& b = tracks[t].box;
-            const float width = std::max(0.0f, std::min(a.x2, b.x2) - std::max(a.x1, b.x1));
-            const float height = std::max(0.0f, std::min(a.y2, b.y2) - std::max(a.y1, b.y1));
-            const float inter = width * height;
-            const float iou = inter / (area(a) + area(b) - inter);
-            const std::uint64_t now = detections[d].timestampUs;
-            const std::uint64_t then = tracks[t].timestampUs;
-            const float score = iou / static_cast<float>(now > then ? now - then : then - now);
-            if (score > 0)
-                pairs.emplace_back(-score, d, t);
-        }
-    }
-    std::sort(pairs.begin(), pairs.end());
-
-    Matches matches(detections.size(), OverlapMatcher::kNoTrack);
-    std::set<std::uint32_t> taken;
-    for (const auto& [score, d, t] : pairs)
-    {
-        if (matches[d] == OverlapMatcher::kNoTrack && taken.insert(t).second)
-            matches[d] = t;
-    }
-    return matches;
-}
-
-// The plain tracker: erases one by one.
-void trackPlainly(Objects& detections, Objects& tracks)
-{
-    const Matches matches = matchBySort(detections, tracks);
-    std::vector<bool> isMatched(tracks.size());
-    for (std::size_t i = 0; i < detections.size(); ++i)
-    {
-        if (matches[i] == OverlapMatcher::kNoTrack)
-            continue;
-        isMatched[matches[i]] = true;
-        tracks[matches[i]].box = detections[i].box;
-        detections[i].trackId = tracks[matches[i]].trackId;
-    }
-    for (std::size_t i = 0; i < tracks.size() && tracks.size() > 100; ++i)
-    {
-        if (!isMatched[i])
-            tracks.erase(tracks.begin() + static_cast<std::ptrdiff_t>(i));
-    }
-    for (std::size_t i = 0; i < detections.size(); ++i)
-    {
-        if (matches[i] != OverlapMatcher::kNoTrack)
-            continue;
-        detections[i].trackId = sdk::Uuid::random();
-        tracks.push_back(detections[i]);
-    }
+    TrackedObject object;
+    object.box = box;
+    object.timestampUs = timestampUs;
+    return object;
 }
 
 TEST(Tracker, FollowsAsThePlainWayDoes)
@@ -98,19 +43,23 @@ TEST(Tracker, FollowsAsThePlainWayDoes)
         std::uint64_t stepUs; // the results are of about now, so some are of the past or the same
         double oddShare; // of coordinates that make no box
     } kCases[] = {
-        {"few", 30, 3, 300, 0, 100'000, 0},
-        {"crowd", 30, 70, 330, 0, 100'000, 0},
-        {"more than are kept", 30, 260, 150, 0, 100'000, 0},
-        {"equal scores", 30, 60, 600, 300, 100'000, 0},
-        {"all boxes the same", 30, 60, 1, 2000, 1, 0},
-        {"times that do not go on", 30, 40, 200, 50, 0, 0},
-        {"no boxes", 30, 70, 20, 0, 2, 0.3},
-        {"more pairs than are kept", 2, 1100, 2000, 20, 100'000, 0},
+        {"few", 20, 3, 300, 0, 100'000, 0},
+        {"crowd", 10, 70, 330, 0, 100'000, 0},
+        {"more than are kept", 6, 260, 150, 0, 100'000, 0},
+        {"equal scores", 10, 60, 600, 300, 100'000, 0},
+        {"all boxes the same", 10, 60, 1, 2000, 1, 0},
+        {"times that do not go on", 10, 40, 200, 50, 0, 0},
+        {"no boxes", 10, 70, 20, 0, 2, 0.3},
+        {"all over one another", 2, 300, 2000, 20, 100'000, 0},
+        {"enough to be searched", 4, 250, 70, 0, 100'000, 0},
+        {"a few huge among many", 4, 250, 70, 0, 100'000, 0.02},
     };
-    for (const auto& c : kCases)
+    constexpr unsigned kSequences = 8; // of each case
+    for (unsigned i = 0; i < kSequences * std::size(kCases); ++i)
     {
+        const auto& c = kCases[i % std::size(kCases)];
         SCOPED_TRACE(c.name);
-        std::mt19937 random(23);
+        std::mt19937 random(i);
         std::uniform_real_distribution<float> anywhere(0, 1000), size(0.6f * c.side, 1.4f * c.side);
         std::uniform_int_distribution<std::size_t> number(0, std::size(kOddPlaces) - 1);
         std::bernoulli_distribution isOdd(c.oddShare);
@@ -121,29 +70,98 @@ TEST(Tracker, FollowsAsThePlainWayDoes)
             return c.grid > 0 ? c.grid * std::floor(value / c.grid) : value;
         };
         Tracker tracker; // its memory is kept
-        Objects tracks;
+        test::PlainTracker plain;
         std::map<sdk::Uuid, sdk::Uuid> sameTrack;
         for (int result = 0; result < c.results; ++result)
         {
-            Objects detections(c.perResult);
+            Objects detections;
             const auto timestampUs = 1000 + result * c.stepUs + number(random) % 3;
-            for (TrackedObject& object : detections)
+            while (detections.size() < c.perResult)
             {
-                object.box.x1 = place(anywhere(random));
-                object.box.y1 = place(anywhere(random));
-                object.box.x2 = object.box.x1 + place(size(random));
-                object.box.y2 = object.box.y1 + place(size(random));
-                object.timestampUs = timestampUs;
+                const float x = place(anywhere(random));
+                const float y = place(anywhere(random));
+                detections.push_back(
+                    object({x, y, x + place(size(random)), y + place(size(random))}, timestampUs));
             }
             Objects expected = detections;
-            tracker.trackClass(detections, "person");
-            trackPlainly(expected, tracks);
-            for (std::size_t i = 0; i < detections.size(); ++i)
+            MatchingBudget budget;
+            tracker.trackClass(detections, "person", budget);
+            plain.trackClass(expected, "person");
+            ASSERT_FALSE(budget.isUsedUp);
+            for (std::size_t j = 0; j < detections.size(); ++j)
             {
-                const auto known = sameTrack.emplace(detections[i].trackId, expected[i].trackId);
-                ASSERT_EQ(known.first->second, expected[i].trackId) << result << ", " << i;
+                const auto known = sameTrack.emplace(detections[j].trackId, expected[j].trackId);
+                ASSERT_EQ(known.first->second, expected[j].trackId) << result << ", " << j;
             }
         }
+    }
+}
+
+// As many boxes in the same density: the work of each stays the same.
+TEST(Tracker, WorkGrowsWithTheNumberOfBoxes)
+{
+    for (const std::size_t count : {1'000u, 4'000u, 16'000u})
+    {
+        std::mt19937 random(5);
+        const float side = 1000.0f / std::sqrt(static_cast<float>(count));
+        std::uniform_real_distribution<float> anywhere(0, 1000);
+        const auto result = [&](std::uint64_t timestampUs)
+        {
+            Objects detections;
+            while (detections.size() < count)
+            {
+                const float x = anywhere(random);
+                const float y = anywhere(random);
+                detections.push_back(object({x, y, x + side, y + side}, timestampUs));
+            }
+            return detections;
+        };
+        Tracker tracker;
+        MatchingBudget budget;
+        Objects detections = result(1);
+        tracker.trackClass(detections, "person", budget);
+        const MatchingBudget before = budget;
+        detections = result(2);
+        tracker.trackClass(detections, "person", budget);
+        EXPECT_FALSE(budget.isUsedUp);
+        EXPECT_LT(before.pairs - budget.pairs, 8 * count);
+        EXPECT_LT(before.comparisons - budget.comparisons, 40 * count);
+    }
+}
+
+TEST(Tracker, BeyondTheBudgetIdsAreNewAndNotFollowed)
+{
+    const struct
+    {
+        const char* name;
+        MatchingBudget budget;
+        bool known[4]; // whether the detection has the id of a track
+    } kCases[] = {
+        {"enough", {16, 16}, {true, true, true, true}},
+        {"pairs for two", {11, 16}, {true, true, false, false}},
+        {"comparisons for three", {16, 12}, {true, true, true, false}},
+        {"none", {0, 0}, {false, false, false, false}},
+    };
+    for (const auto& c : kCases)
+    {
+        SCOPED_TRACE(c.name);
+        Tracker tracker;
+        std::set<sdk::Uuid> ids;
+        const auto track = [&](std::uint64_t timestampUs, MatchingBudget budget)
+        {
+            Objects detections(4, object({0, 0, 10, 10}, timestampUs));
+            tracker.trackClass(detections, "person", budget);
+            for (std::size_t i = 0; i < detections.size(); ++i)
+            {
+                const bool isNew = ids.insert(detections[i].trackId).second;
+                EXPECT_EQ(timestampUs == 1 || (timestampUs == 2 && !c.known[i]), isNew) << i;
+            }
+            return budget.isUsedUp;
+        };
+        track(1, {});
+        EXPECT_EQ(!c.known[3], track(2, c.budget));
+        track(3, {}); // the four tracks are still there, and no more than those
+        EXPECT_EQ(4 + std::ranges::count(c.known, false), std::ssize(ids));
     }
 }
 

@@ -1,0 +1,239 @@
+#include "device_agent/objects/track_index.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+namespace
+{
+
+// Fewer tracks than this are looked at one by one: comparing is quicker than finding out what to
+// compare.
+constexpr std::size_t kIndexFrom = 128;
+
+constexpr std::size_t kMaxBands = 64;
+constexpr std::size_t kSampleSize = 128; // tracks that are asked how the boxes lie
+constexpr std::size_t kSearchFrom = 32; // length of a run in which searching pays
+
+// Boxes that are compared with one at once. Most blocks have no hit, and are passed over whole.
+constexpr std::size_t kBlock = 8;
+
+float areaOf(const ResultBox& box)
+{
+    return (box.x2 - box.x1) * (box.y2 - box.y1);
+}
+
+void growTo(std::vector<float>& values, std::size_t size)
+{
+    if (values.size() < size)
+        values.resize(std::max(size, 2 * values.size()));
+}
+
+} // namespace
+
+// Everything else scores 0 or no number with whatever it meets.
+bool TrackIndex::hasArea(const ResultBox& box)
+{
+    const float area = areaOf(box);
+    return box.x1 < box.x2 && box.y1 < box.y2 && area > 0 && std::isfinite(area);
+}
+
+void TrackIndex::build(std::span<const TrackedObject> tracks)
+{
+    m_comparisons = 0;
+    sortByLeftEdge(tracks);
+    chooseBands(tracks);
+    layOut(tracks);
+}
+
+void TrackIndex::sortByLeftEdge(std::span<const TrackedObject> tracks)
+{
+    m_byLeftEdge.clear();
+    for (std::uint32_t i = 0; i < tracks.size(); ++i)
+    {
+        if (hasArea(tracks[i].box))
+            m_byLeftEdge.push_back({tracks[i].box.x1, i});
+    }
+    if (m_byLeftEdge.size() >= kIndexFrom)
+    {
+        std::sort(
+            m_byLeftEdge.begin(), m_byLeftEdge.end(),
+            [](const LeftEdge& a, const LeftEdge& b)
+            { return a.x1 < b.x1 || (a.x1 == b.x1 && a.track < b.track); });
+    }
+}
+
+// About as many bands as boxes fit below one another, so that most boxes reach into two or three.
+// Each has the same share of the tracks, wherever in the picture these are.
+void TrackIndex::chooseBands(std::span<const TrackedObject> tracks)
+{
+    m_bandTops.clear();
+    m_bands.assign(1, {});
+    const std::size_t count = m_byLeftEdge.size();
+    if (count < kIndexFrom)
+        return;
+
+    const std::size_t sampleSize = std::min(count, kSampleSize);
+    const auto sampled = [&](auto&& valueOf)
+    {
+        m_sample.clear();
+        for (std::size_t i = 0; i < sampleSize; ++i)
+            m_sample.push_back(valueOf(tracks[m_byLeftEdge[i * count / sampleSize].track].box));
+        std::sort(m_sample.begin(), m_sample.end());
+    };
+    sampled([](const ResultBox& box) { return box.y2 - box.y1; });
+    const float height = m_sample[sampleSize / 2];
+    sampled([](const ResultBox& box) { return box.y1; });
+    const float range = m_sample[sampleSize * 9 / 10] - m_sample[sampleSize / 10];
+    const float fitting = range / height;
+    const auto bandCount =
+        fitting < static_cast<float>(kMaxBands) ? static_cast<std::size_t>(fitting) : kMaxBands;
+    for (std::size_t i = 1; i < bandCount; ++i)
+        m_bandTops.push_back(m_sample[i * sampleSize / bandCount]);
+    m_bands.assign(m_bandTops.size() + 1, {});
+}
+
+void TrackIndex::layOut(std::span<const TrackedObject> tracks)
+{
+    for (const LeftEdge& edge : m_byLeftEdge)
+    {
+        const ResultBox& box = tracks[edge.track].box;
+        const std::size_t first = bandAt(box.y1);
+        const std::size_t last = bandAt(box.y2);
+        ++m_bands[first].beginning.end;
+        for (std::size_t i = first + 1; i <= last; ++i)
+            ++m_bands[i].continuing.end;
+    }
+    std::size_t size = 0;
+    for (Band& band : m_bands)
+    {
+        for (Run* const run : {&band.beginning, &band.continuing})
+        {
+            run->begin = size;
+            size += run->end;
+            run->end = run->begin;
+        }
+    }
+    for (auto* const column :
+         {&m_columns.x1, &m_columns.y1, &m_columns.x2, &m_columns.y2, &m_columns.reach})
+    {
+        growTo(*column, size);
+    }
+    if (m_columns.track.size() < size)
+        m_columns.track.resize(m_columns.x1.size());
+    for (const LeftEdge& edge : m_byLeftEdge)
+    {
+        const ResultBox& box = tracks[edge.track].box;
+        const std::size_t first = bandAt(box.y1);
+        const std::size_t last = bandAt(box.y2);
+        place(m_bands[first].beginning, box, edge.track);
+        for (std::size_t i = first + 1; i <= last; ++i)
+            place(m_bands[i].continuing, box, edge.track);
+    }
+}
+
+void TrackIndex::place(Run& run, const ResultBox& box, std::uint32_t track)
+{
+    const std::size_t at = run.end++;
+    m_columns.x1[at] = box.x1;
+    m_columns.y1[at] = box.y1;
+    m_columns.x2[at] = box.x2;
+    m_columns.y2[at] = box.y2;
+    m_columns.reach[at] = at == run.begin ? box.x2 : std::max(m_columns.reach[at - 1], box.x2);
+    m_columns.track[at] = track;
+}
+
+std::size_t TrackIndex::bandAt(float y) const
+{
+    return static_cast<std::size_t>(
+        std::upper_bound(m_bandTops.begin(), m_bandTops.end(), y) - m_bandTops.begin());
+}
+
+std::size_t TrackIndex::findOverlapping(
+    const ResultBox& box, OverlappingTracks& found, std::size_t begin)
+{
+    if (!hasArea(box))
+        return begin;
+    std::size_t end = begin;
+    const auto look = [&](const Run& run)
+    {
+        const Run near = candidates(run, box);
+        growTo(found.intersection, end + (near.end - near.begin));
+        if (found.track.size() < found.intersection.size())
+            found.track.resize(found.intersection.size());
+        end = compare(box, near, found, end);
+        m_comparisons += near.end - near.begin;
+    };
+    const std::size_t first = bandAt(box.y1);
+    const std::size_t last = bandAt(box.y2);
+    look(m_bands[first].continuing);
+    for (std::size_t i = first; i <= last; ++i)
+        look(m_bands[i].beginning);
+    return end;
+}
+
+// The part of a run that the box can overlap from left to right.
+TrackIndex::Run TrackIndex::candidates(const Run& run, const ResultBox& box) const
+{
+    if (m_bands.size() == 1 && run.end - run.begin < kIndexFrom)
+        return run; // is not sorted
+    if (run.end - run.begin < kSearchFrom)
+        return run;
+    const auto at = [](const std::vector<float>& column, std::size_t i)
+    { return column.begin() + static_cast<std::ptrdiff_t>(i); };
+    const auto end =
+        std::lower_bound(at(m_columns.x1, run.begin), at(m_columns.x1, run.end), box.x2);
+    const auto begin =
+        std::upper_bound(at(m_columns.reach, run.begin), at(m_columns.reach, run.end), box.x1);
+    const auto endPlace = static_cast<std::size_t>(end - m_columns.x1.begin());
+    const auto beginPlace = static_cast<std::size_t>(begin - m_columns.reach.begin());
+    return {std::min(beginPlace, endPlace), endPlace};
+}
+
+std::size_t TrackIndex::compare(
+    const ResultBox& box, const Run& run, OverlappingTracks& found, std::size_t end) const
+{
+    const float* const x1 = m_columns.x1.data();
+    const float* const y1 = m_columns.y1.data();
+    const float* const x2 = m_columns.x2.data();
+    const float* const y2 = m_columns.y2.data();
+    std::uint32_t* const foundTrack = found.track.data();
+    float* const foundIntersection = found.intersection.data();
+    const auto intersectionWith = [&](std::size_t i)
+    {
+        const float width = std::min(box.x2, x2[i]) - std::max(box.x1, x1[i]);
+        const float height = std::min(box.y2, y2[i]) - std::max(box.y1, y1[i]);
+        return std::max(0.0f, width) * std::max(0.0f, height);
+    };
+    // Whether two boxes overlap is no pattern that a processor could foresee: every pair of a block
+    // with a hit is written, and only those that overlap are stepped over.
+    const auto write = [&](std::size_t i, float intersection)
+    {
+        foundTrack[end] = m_columns.track[i];
+        foundIntersection[end] = intersection;
+        end += intersection > 0;
+    };
+    std::size_t i = run.begin;
+    for (; i + kBlock <= run.end; i += kBlock)
+    {
+        std::array<float, kBlock> intersections;
+        int hits = 0;
+        for (std::size_t j = 0; j < kBlock; ++j)
+        {
+            intersections[j] = intersectionWith(i + j);
+            hits |= intersections[j] > 0;
+        }
+        if (hits == 0)
+            continue;
+        for (std::size_t j = 0; j < kBlock; ++j)
+            write(i + j, intersections[j]);
+    }
+    for (; i < run.end; ++i)
+        write(i, intersectionWith(i));
+    return end;
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix
