@@ -1,27 +1,21 @@
 # MPack as target MPack::MPack. Debian has no package of it, so scripts/setup.sh builds it into a
 # cache folder; an MPack installed on the system is used in its place.
 
-if(DEFINED ENV{TAVO_CACHE_DIR})
-    set(_mpack_cache $ENV{TAVO_CACHE_DIR})
-elseif(DEFINED ENV{XDG_CACHE_HOME})
-    set(_mpack_cache $ENV{XDG_CACHE_HOME}/tavo_orlix)
-else()
-    set(_mpack_cache $ENV{HOME}/.cache/tavo_orlix)
-endif()
+include(TavoCache)
 
 find_path(MPACK_INCLUDE_DIR mpack.h PATH_SUFFIXES mpack)
 find_library(MPACK_LIBRARY mpack)
 if(NOT MPACK_INCLUDE_DIR OR NOT MPACK_LIBRARY)
     unset(MPACK_INCLUDE_DIR CACHE)
     unset(MPACK_LIBRARY CACHE)
-    find_path(MPACK_INCLUDE_DIR mpack.h PATHS ${_mpack_cache}/mpack/include NO_DEFAULT_PATH)
-    find_library(MPACK_LIBRARY mpack PATHS ${_mpack_cache}/mpack/lib NO_DEFAULT_PATH)
+    find_path(MPACK_INCLUDE_DIR mpack.h PATHS ${TAVO_CACHE}/mpack/include NO_DEFAULT_PATH)
+    find_library(MPACK_LIBRARY mpack PATHS ${TAVO_CACHE}/mpack/lib NO_DEFAULT_PATH)
 endif()
 
 include(FindPackageHandleStandardArgs)
 find_package_handle_standard_args(MPack
     REQUIRED_VARS MPACK_LIBRARY MPACK_INCLUDE_DIR
-    REASON_FAILURE_MESSAGE "run scripts/setup.sh, which builds it into ${_mpack_cache}/mpack")
+    REASON_FAILURE_MESSAGE "run scripts/setup.sh, which builds it into ${TAVO_CACHE}/mpack")
 
 if(MPack_FOUND AND NOT TARGET MPack::MPack)
     add_library(MPack::MPack UNKNOWN IMPORTED)

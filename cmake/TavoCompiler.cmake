@@ -33,6 +33,12 @@ if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
     target_compile_options(tavo_warnings INTERFACE -Wthread-safety)
 endif()
 
+# What goes to a user names no folder of the machine that it was built on.
+if(NOT TAVO_SANITIZER)
+    add_compile_options(
+        "$<$<CONFIG:Release,RelWithDebInfo>:-ffile-prefix-map=${CMAKE_SOURCE_DIR}=.>")
+endif()
+
 if(TAVO_SANITIZER)
     add_compile_options(-fsanitize=${TAVO_SANITIZER} -fno-omit-frame-pointer
         -fno-sanitize-recover=all)
@@ -43,9 +49,12 @@ if(TAVO_SANITIZER)
     endif()
 endif()
 
-# The folder of a platform's sources; nothing outside these folders may ask where it runs.
+# The folder of a platform's sources, and what these call of the system; nothing outside these
+# folders may ask where it runs.
 if(WIN32)
     set(TAVO_PLATFORM_FOLDER windows)
+    set(TAVO_SYSTEM_LIBRARIES ws2_32 bcrypt advapi32)
 else()
     set(TAVO_PLATFORM_FOLDER posix)
+    set(TAVO_SYSTEM_LIBRARIES ${CMAKE_DL_LIBS})
 endif()

@@ -3,9 +3,10 @@
 # through sudo; a second run changes nothing. What has no package is built into the cache folder:
 # $TAVO_CACHE_DIR, else $XDG_CACHE_HOME/tavo_orlix, else ~/.cache/tavo_orlix.
 #
-# usage: setup.sh [build|demo]
-#   build   what compiling and testing need (the default)
-#   demo    the same, and the video and the model of the demonstration
+# usage: setup.sh [build|demo|windows]
+#   build    what compiling and testing need (the default)
+#   demo     the same, and the video and the model of the demonstration
+#   windows  the same as build, and what compiling for Windows and testing under Wine need
 set -euo pipefail
 
 here=$(dirname "${BASH_SOURCE[0]}")
@@ -13,12 +14,16 @@ here=$(dirname "${BASH_SOURCE[0]}")
 . "$here/lib/common.sh"
 # shellcheck source=scripts/lib/apt.sh
 . "$here/lib/apt.sh"
+# shellcheck source=scripts/lib/debian_source.sh
+. "$here/lib/debian_source.sh"
 # shellcheck source=scripts/lib/yyjson.sh
 . "$here/lib/yyjson.sh"
 # shellcheck source=scripts/lib/mpack.sh
 . "$here/lib/mpack.sh"
 # shellcheck source=scripts/lib/assets.sh
 . "$here/lib/assets.sh"
+# shellcheck source=scripts/lib/windows.sh
+. "$here/lib/windows.sh"
 
 readonly kToolPackages=(g++ cmake ninja-build ccache pkg-config git xz-utils)
 readonly kLibraryPackages=(libcurl4-openssl-dev libssl-dev libsimpleini-dev qt6-base-dev)
@@ -46,6 +51,10 @@ case $mode in
         install_video
         install_model
         ;;
-    *) die "usage: $0 [build|demo]" ;;
+    windows)
+        set_up_build
+        install_windows
+        ;;
+    *) die "usage: $0 [build|demo|windows]" ;;
 esac
 say "Set-up for '$mode' is complete"

@@ -2,15 +2,20 @@
 # Sets up, builds and tests, from a fresh clone on. Fails where anything of it fails, and closes with
 # the number of tests as a line of its own.
 #
-# usage: test.sh [debug|release|asan|tsan]
-#   asan    with the address, undefined behaviour and leak sanitizers
-#   tsan    with the thread sanitizer
+# usage: test.sh [debug|release|asan|tsan|windows]
+#   asan     with the address, undefined behaviour and leak sanitizers
+#   tsan     with the thread sanitizer
+#   windows  the Windows build, under Wine
 # TAVO_JOBS: how many compilers and tests run at a time; all processors otherwise.
 set -euo pipefail
 
 here=$(dirname "${BASH_SOURCE[0]}")
 # shellcheck source=scripts/lib/common.sh
 . "$here/lib/common.sh"
+# shellcheck source=scripts/lib/windows.sh
+. "$here/lib/windows.sh"
+# shellcheck source=scripts/lib/wine.sh
+. "$here/lib/wine.sh"
 
 preset=${1:-debug}
 jobs=${TAVO_JOBS:-$(nproc)}
@@ -43,11 +48,17 @@ print_counts()
     say "$((tests - failed - skipped)) passed, $failed failed, $skipped skipped"
 }
 
+# The tests that do not run under Wine, each with the reason.
+print_wine_skips()
+{
+    sed -n 's/^ *"\(.*\)|\(.*\)"$/not under Wine: \1: \2/p' cmake/wine/skips.cmake
+}
+
 case $preset in
-    debug | release | asan | tsan) ;;
-    *) die "usage: $0 [debug|release|asan|tsan]" ;;
+    debug | release | asan | tsan) "$here/setup.sh" build ;;
+    windows) "$here/setup.sh" windows ;;
+    *) die "usage: $0 [debug|release|asan|tsan|windows]" ;;
 esac
-"$here/setup.sh" build
 cd "$(repo_dir)"
 set_sanitizer_options
 
@@ -55,6 +66,11 @@ cmake --preset "$preset"
 # The tests are listed by running them, so what they need holds for the build as well.
 "${runner[@]}" cmake --build --preset "$preset" -j "$jobs"
 
+if [ "$preset" = windows ]; then
+    make_wine_prefix "$PWD/build/windows/wine"
+    trap end_wine EXIT
+    print_wine_skips
+fi
 report=$PWD/build/$preset/tests.xml
 rm -f "$report"
 status=0

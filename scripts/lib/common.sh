@@ -19,7 +19,7 @@ repo_dir()
 }
 
 # Where things live that are built or downloaded once for all clones of one user.
-# cmake/FindMPack.cmake computes the same folder.
+# cmake/TavoCache.cmake computes the same folder.
 cache_dir()
 {
     if [ -n "${TAVO_CACHE_DIR:-}" ]; then

@@ -1,7 +1,8 @@
 # shellcheck shell=bash
 # MPack. Debian has no package of it, but the source of one that carries it: that source is fetched
 # from Debian, checked, and its MPack compiled into the cache as a library of its own.
-# cmake/FindMPack.cmake finds it there. Needs common.sh, apt.sh and a C compiler.
+# cmake/FindMPack.cmake finds it there. Needs common.sh, apt.sh,
+# debian_source.sh and a C compiler.
 
 readonly kMpackSource=balboa=2.0.0+ds-5
 readonly kMpackSuite=bookworm
@@ -19,23 +20,16 @@ mpack_is_built()
     [ -f "$(cache_dir)/mpack/include/mpack.h" ] && [ -f "$(cache_dir)/mpack/lib/libmpack.a" ]
 }
 
-# fetch_mpack_source FOLDER: the checked tarball, in FOLDER. Every apt file that this writes is
-# below FOLDER, so it needs no root and leaves the machine's sources alone.
+# fetch_mpack_source FOLDER: the checked source in FOLDER/source.
 fetch_mpack_source()
 {
-    local folder=$1 uri
-    uri=$(debian_uri)
-    mkdir -p "$folder/parts" "$folder/lists/partial" "$folder/archives/partial"
-    apt_source deb-src "$uri" "$kMpackSuite" >"$folder/parts/mpack.sources"
-    local options=(-qq -o APT::Sandbox::User="$(id -un)"
-        -o Dir::Etc::sourcelist=/dev/null -o Dir::Etc::sourceparts="$folder/parts"
-        -o Dir::State::lists="$folder/lists" -o Dir::Cache="$folder")
-    apt-get "${options[@]}" update || die "the list of Debian's sources could not be fetched"
-    # Without --tar-only a packaging file that this has no use for could fail it.
-    (cd "$folder" && apt-get "${options[@]}" source --download-only --tar-only "$kMpackSource") \
-        || die "Debian's source $kMpackSource could not be fetched"
+    local folder=$1
+    fetch_debian_source "$folder" "$kMpackSuite" "$kMpackSource"
     file_has_sha256 "$folder/$kMpackTarball" "$kMpackSha256" \
         || die "$kMpackTarball is not the file that was expected; nothing was built from it"
+    mkdir -p "$folder/source"
+    tar -xJf "$folder/$kMpackTarball" -C "$folder/source" --strip-components=3 --wildcards \
+        '*/backend/lib/mpack.[ch]' || die "$kMpackTarball holds no MPack"
 }
 
 # build_mpack FOLDER: fetches and compiles in FOLDER, then renames the result into the cache.
@@ -44,9 +38,7 @@ build_mpack()
 {
     local folder=$1 built=$1/mpack
     fetch_mpack_source "$folder"
-    mkdir -p "$folder/source" "$built/include" "$built/lib"
-    tar -xJf "$folder/$kMpackTarball" -C "$folder/source" --strip-components=3 --wildcards \
-        '*/backend/lib/mpack.[ch]' || die "$kMpackTarball holds no MPack"
+    mkdir -p "$built/include" "$built/lib"
     gcc -std=c11 -O2 -g -fPIC -fvisibility=hidden -c "$folder/source/mpack.c" \
         -o "$folder/mpack.o" || die "MPack does not compile"
     ar rcs "$built/lib/libmpack.a" "$folder/mpack.o"

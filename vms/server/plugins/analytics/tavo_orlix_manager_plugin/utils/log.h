@@ -25,20 +25,20 @@ void log_init(
 // Closes the files and silences log_info and log_debug until the next log_init.
 void log_close();
 
-[[gnu::format(printf, 1, 2)]] void log_info(const char* format, ...);
+[[gnu::format(gnu_printf, 1, 2)]] void log_info(const char* format, ...);
 
 // Costs a few nanoseconds when the verbosity is below 2, but for its arguments.
-[[gnu::format(printf, 1, 2)]] void log_debug(const char* format, ...);
+[[gnu::format(gnu_printf, 1, 2)]] void log_debug(const char* format, ...);
 
 // Standard error gets the bare text, whatever the verbosity; then as log_info.
-[[gnu::format(printf, 1, 2)]] void log_error(const char* format, ...);
+[[gnu::format(gnu_printf, 1, 2)]] void log_error(const char* format, ...);
 
 // Standard output alone: no head, no file.
-[[gnu::format(printf, 1, 2)]] void print_out(const char* format, ...);
+[[gnu::format(gnu_printf, 1, 2)]] void print_out(const char* format, ...);
 
 // The formatted text; formatted a second time if it is longer than `firstSize` - 1 bytes. Empty
 // when the format cannot be told.
-[[nodiscard, gnu::format(printf, 2, 3)]] std::string log_format_alloc(
+[[nodiscard, gnu::format(gnu_printf, 2, 3)]] std::string log_format_alloc(
     std::size_t firstSize, const char* format, ...);
 
 // Gives the low 32 bits of the file's size. False when it cannot be had; the console says why.

@@ -1,0 +1,31 @@
+# Toolchain: 64-bit Windows from Debian, with MinGW-w64 in its posix thread model. The libraries come
+# from the cache folder, where scripts/setup.sh windows builds them, and from nowhere else.
+
+set(CMAKE_SYSTEM_NAME Windows)
+set(CMAKE_SYSTEM_PROCESSOR x86_64)
+# What the headers may offer: Windows 10, whose Winsock knows local sockets.
+add_compile_definitions(_WIN32_WINNT=0x0A00 WINVER=0x0A00)
+
+# The names with -posix at their end: the others follow whichever thread model was installed first.
+set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
+set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
+set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
+
+execute_process(COMMAND ${CMAKE_C_COMPILER} -dumpversion
+    OUTPUT_VARIABLE _compiler_version OUTPUT_STRIP_TRAILING_WHITESPACE)
+include(${CMAKE_CURRENT_LIST_DIR}/TavoCache.cmake)
+set(TAVO_WINDOWS_PREFIX ${TAVO_CACHE}/windows/gcc-${_compiler_version})
+
+set(CMAKE_FIND_ROOT_PATH ${TAVO_WINDOWS_PREFIX} /usr/x86_64-w64-mingw32)
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+set(ENV{PKG_CONFIG_LIBDIR} ${TAVO_WINDOWS_PREFIX}/lib/pkgconfig)
+
+set(OPENSSL_USE_STATIC_LIBS ON)
+
+# One file each, with the compiler's own libraries in it.
+set(CMAKE_EXE_LINKER_FLAGS_INIT -static)
+set(CMAKE_SHARED_LINKER_FLAGS_INIT -static)
+set(CMAKE_MODULE_LINKER_FLAGS_INIT -static)

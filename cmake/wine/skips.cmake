@@ -1,0 +1,10 @@
+# Tests that cannot run under Wine: "name|reason". Read by ctest when it lists the tests, and by
+# scripts/test.sh, which shows the reasons.
+
+set(TAVO_WINE_SKIPS
+)
+
+foreach(skip ${TAVO_WINE_SKIPS})
+    string(REGEX REPLACE "\\|.*" "" name "${skip}")
+    set_tests_properties(${name} PROPERTIES DISABLED TRUE)
+endforeach()

@@ -1,0 +1,191 @@
+# shellcheck shell=bash
+# The libraries of the Windows build, cross-built as static libraries into one folder of the cache
+# per compiler, where cmake/windows.cmake finds them. Each is built from Debian's source of the
+# package that the Linux build uses; it is built anew where that package's version changed.
+# Needs common.sh, apt.sh, debian_source.sh, yyjson.sh, mpack.sh.
+# shellcheck disable=SC2154 # the names of the last two
+
+readonly kWindowsPackages=(g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 libz-mingw-w64-dev
+    wine64 patch perl make)
+readonly kMingw=x86_64-w64-mingw32
+
+# Raised when a function below builds something differently, so that no cache keeps the old.
+readonly kWindowsRecipe=1
+
+windows_prefix()
+{
+    printf '%s\n' "$(cache_dir)/windows/gcc-$("$kMingw-gcc-posix" -dumpversion)"
+}
+
+# installed_version PACKAGE: what the Linux build has of it.
+# The Windows build follows it: it is built anew from the release's sources when that changes.
+installed_version() { dpkg-query -W -f='${source:Version}\n' "$1" | head -n 1; }
+
+# No path of this machine is to be in what the libraries hold.
+windows_compile_flags() { printf '%s\n' "-O2 -ffile-prefix-map=$1=."; }
+
+# cmake_for_windows FOLDER NAME TARGET ARGUMENTS...: configures FOLDER/NAME, builds the target and
+# installs.
+cmake_for_windows()
+{
+    local folder=$1 name=$2 target=$3 flags
+    shift 3
+    flags=$(windows_compile_flags "$folder")
+    if ! {
+        cmake -S "$folder/$name" -B "$folder/$name-build" -G Ninja --log-level=WARNING -Wno-dev \
+            --toolchain "$(repo_dir)/cmake/windows.cmake" -DCMAKE_BUILD_TYPE=Release \
+            -DCMAKE_C_FLAGS="$flags" -DCMAKE_CXX_FLAGS="$flags" -DCMAKE_C_FLAGS_RELEASE=-DNDEBUG \
+            -DCMAKE_CXX_FLAGS_RELEASE=-DNDEBUG -DBUILD_SHARED_LIBS=OFF \
+            -DCMAKE_INSTALL_PREFIX="$(windows_prefix)" "$@" \
+            && cmake --build "$folder/$name-build" -j "$(build_jobs)" --target "$target" \
+            && cmake --install "$folder/$name-build"
+    } >"$folder/$name.log" 2>&1; then
+        die_with_log "$folder/$name.log" "$name could not be built for Windows"
+    fi
+}
+
+build_jobs() { printf '%s\n' "${TAVO_JOBS:-$(nproc)}"; }
+
+die_with_log()
+{
+    tail -n 40 "$1" >&2
+    die "$2"
+}
+
+build_windows_openssl()
+{
+    local folder=$1
+    fetch_debian_source "$folder" "$(debian_codename)" openssl
+    unpack_debian_source "$folder" openssl
+    # The default folders are compiled in: Windows' usual ones, not this machine's.
+    (cd "$folder/openssl" && unset CROSS_COMPILE \
+        && CC="$kMingw-gcc-posix" AR="$kMingw-ar" RANLIB="$kMingw-ranlib" RC="$kMingw-windres" \
+            perl ./Configure mingw64 --libdir=lib --prefix=/ \
+            --openssldir="C:/Program Files/Common Files/SSL" \
+            no-shared no-tests no-engine no-legacy no-dso no-comp no-ui-console \
+            "-ffile-prefix-map=$folder=." -D_WIN32_WINNT=0x0A00 \
+        && make -j "$(build_jobs)" build_libs \
+        && make DESTDIR="$folder/installed" install_dev) >"$folder/openssl.log" 2>&1 \
+        || die_with_log "$folder/openssl.log" "OpenSSL could not be built for Windows"
+    # Its pkg-config files name a prefix that is not where it goes; CMake's own search needs none.
+    cp -r "$folder/installed/include" "$(windows_prefix)/"
+    cp "$folder/installed/lib/"*.a "$(windows_prefix)/lib/"
+}
+
+build_windows_curl()
+{
+    local folder=$1
+    fetch_debian_source "$folder" "$(debian_codename)" curl
+    unpack_debian_source "$folder" curl
+    # OpenSSL and not Schannel, as on Linux: one library checks certificates on both.
+    cmake_for_windows "$folder" curl all -DBUILD_CURL_EXE=OFF -DBUILD_TESTING=OFF -DHTTP_ONLY=ON \
+        -DCURL_USE_OPENSSL=ON -DCURL_ZLIB=OFF -DCURL_BROTLI=OFF -DCURL_ZSTD=OFF \
+        -DUSE_LIBIDN2=OFF -DCURL_USE_LIBSSH2=OFF -DCURL_USE_LIBPSL=OFF -DUSE_NGHTTP2=OFF \
+        -DCURL_CA_BUNDLE=none -DCURL_CA_PATH=none
+}
+
+build_windows_yyjson()
+{
+    local folder=$1
+    fetch_debian_source "$folder" "$kYyjsonSuite" yyjson
+    unpack_debian_source "$folder" yyjson
+    cmake_for_windows "$folder" yyjson all
+}
+
+# As C++: as C it would define inline functions anew in each object that includes its header.
+build_windows_mpack()
+{
+    local folder=$1
+    fetch_mpack_source "$folder"
+    "$kMingw-g++-posix" -x c++ -std=c++20 -O2 "-ffile-prefix-map=$folder=." \
+        -c "$folder/source/mpack.c" -o "$folder/mpack.o" || die "MPack does not compile for Windows"
+    "$kMingw-ar" rcs "$(windows_prefix)/lib/libmpack.a" "$folder/mpack.o"
+    cp "$folder/source/mpack.h" "$(windows_prefix)/include/"
+}
+
+build_windows_googletest()
+{
+    cp -r /usr/src/googletest "$1/googletest"
+    cmake_for_windows "$1" googletest all
+}
+
+build_windows_qt()
+{
+    local folder=$1
+    fetch_debian_source "$folder" "$(debian_codename)" qt6-base
+    unpack_debian_source "$folder" qt6-base
+    local features=() feature
+    for feature in gui network sql xml widgets dbus testlib concurrent printsupport \
+        androiddeployqt windeployqt icu glib system_zlib zstd; do
+        features+=("-DQT_FEATURE_$feature=OFF")
+    done
+    cmake_for_windows "$folder" qt6-base all -DQT_HOST_PATH=/usr \
+        -DQT_HOST_PATH_CMAKE_DIR="/usr/lib/$(gcc -print-multiarch)/cmake" -DQT_BUILD_EXAMPLES=OFF \
+        -DQT_BUILD_TESTS=OFF "${features[@]}"
+    # An export of its own in a directive for the linker would leave the library with the plugin's.
+    "$kMingw-objcopy" -R .drectve "$(windows_prefix)/lib/libQt6Core.a"
+}
+
+# The tar that Windows brings and Wine does not; only the tests' Wine prefix gets it.
+build_windows_bsdtar()
+{
+    local folder=$1
+    fetch_debian_source "$folder" "$(debian_codename)" libarchive
+    unpack_debian_source "$folder" libarchive
+    cmake_for_windows "$folder" libarchive bsdtar -DZLIB_WINAPI_EXITCODE=1 -DENABLE_TEST=OFF
+}
+
+# What is all header: copied, so that no folder of the Linux build need be searched.
+build_windows_headers()
+{
+    cp /usr/include/SimpleIni.h "$(windows_prefix)/include/"
+    cp -r /usr/include/CLI "$(windows_prefix)/include/"
+}
+
+# All header in its source; Debian's package splits it into a header and a library.
+build_windows_httplib()
+{
+    local folder=$1
+    fetch_debian_source "$folder" "$(debian_codename)" cpp-httplib
+    unpack_debian_source "$folder" cpp-httplib
+    cp "$folder/cpp-httplib/httplib.h" "$(windows_prefix)/include/"
+    cat >"$(windows_prefix)/lib/pkgconfig/cpp-httplib.pc" <<END
+Name: cpp-httplib
+Description: HTTP and HTTPS server and client, all header
+Version: $(installed_version libcpp-httplib-dev)
+Cflags: -I$(windows_prefix)/include -DCPPHTTPLIB_OPENSSL_SUPPORT
+Libs: -L$(windows_prefix)/lib -lssl -lcrypto -lws2_32 -lcrypt32
+END
+}
+
+# install_for_windows NAME VERSION: NAME as build_windows_NAME builds it, unless that was done
+# already for this version, with these recipes.
+install_for_windows()
+{
+    local stamp state
+    stamp=$(windows_prefix)/built/$1
+    state="$2, recipe $kWindowsRecipe"
+    if [ -f "$stamp" ] && [ "$(cat "$stamp")" = "$state" ]; then
+        return
+    fi
+    say "Building $1 for Windows into $(windows_prefix)"
+    rm -f "$stamp"
+    mkdir -p "$(windows_prefix)"/{built,include,lib/pkgconfig,bin}
+    with_scratch "build_windows_$1"
+    printf '%s\n' "$state" >"$stamp"
+}
+
+install_windows()
+{
+    install_packages "${kWindowsPackages[@]}"
+    install_for_windows headers \
+        "$(installed_version libsimpleini-dev), $(installed_version libcli11-dev)"
+    install_for_windows mpack "$kMpackSource"
+    install_for_windows yyjson "$(installed_version libyyjson-dev)"
+    install_for_windows googletest "$(installed_version googletest)"
+    install_for_windows httplib "$(installed_version libcpp-httplib-dev)"
+    install_for_windows openssl "$(installed_version libssl-dev)"
+    install_for_windows curl "$(installed_version libcurl4-openssl-dev)"
+    install_for_windows qt "$(installed_version qt6-base-dev)"
+    install_for_windows bsdtar "$(installed_version libarchive13)"
+}

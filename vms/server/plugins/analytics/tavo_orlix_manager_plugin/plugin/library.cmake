@@ -1,0 +1,33 @@
+# The library that the host loads, with its four exports and no more.
+
+file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/library.cpp
+    "// The whole of the library is in the archives that it links.\n")
+set(_exports_map ${CMAKE_CURRENT_LIST_DIR}/exports.map)
+set(_version_resource ${CMAKE_CURRENT_BINARY_DIR}/version.rc)
+
+if(TAVO_PLATFORM_FOLDER STREQUAL "windows")
+    enable_language(RC)
+    configure_file(${CMAKE_CURRENT_LIST_DIR}/windows/version.rc.in ${_version_resource} @ONLY)
+endif()
+
+# tavo_add_plugin(NAME): the library as a target of that name.
+function(tavo_add_plugin name)
+    add_library(${name} MODULE ${CMAKE_CURRENT_BINARY_DIR}/library.cpp)
+    set_target_properties(${name} PROPERTIES PREFIX "" OUTPUT_NAME tavo_orlix_manager_plugin)
+    target_link_libraries(${name} PRIVATE orlix_plugin tavo_sdk)
+    # By name rather than by link item: orlix_plugin links tavo_sdk too, without the feature.
+    set_property(TARGET ${name}
+        PROPERTY LINK_LIBRARY_OVERRIDE WHOLE_ARCHIVE,orlix_plugin,tavo_sdk)
+    if(TAVO_PLATFORM_FOLDER STREQUAL "windows")
+        # What leaves the library there is what the sources mark as exported.
+        target_sources(${name} PRIVATE ${_version_resource})
+    else()
+        set_target_properties(${name} PROPERTIES LINK_DEPENDS ${_exports_map})
+        target_link_options(${name} PRIVATE
+            -Wl,--version-script=${_exports_map} -Wl,-z,defs -Wl,--as-needed)
+        if(TAVO_SANITIZER)
+            # The sanitizer's runtime comes with the program that loads the library.
+            target_link_options(${name} PRIVATE -Wl,-z,undefs)
+        endif()
+    endif()
+endfunction()
