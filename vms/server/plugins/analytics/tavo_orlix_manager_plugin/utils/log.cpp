@@ -82,7 +82,7 @@ private:
     std::FILE* streamForLine() REQUIRES(m_mutex);
     bool rotate() REQUIRES(m_mutex);
 
-    Mutex m_mutex;
+    Mutex m_mutex{LockLevel::log};
     bool m_isOpen GUARDED_BY(m_mutex) = false;
     std::string m_prefix GUARDED_BY(m_mutex);
     std::string m_startPath GUARDED_BY(m_mutex);

@@ -2,6 +2,8 @@
 
 #include <mutex>
 
+#include "utils/lock_order.h"
+
 // std::mutex with the annotations that clang's -Wthread-safety reads; elsewhere they are empty.
 // GUARDED_BY names the lock of a member, REQUIRES the lock that a function's caller holds,
 // EXCLUDES the lock that it must not hold.
@@ -25,14 +27,28 @@
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
+// Which place a mutex has in the order of all is said where it is made; by default it is a leaf.
 class CAPABILITY("mutex") Mutex
 {
 public:
-    void lock() ACQUIRE() { m_mutex.lock(); }
-    void unlock() RELEASE() { m_mutex.unlock(); }
+    explicit Mutex(LockLevel level = LockLevel::leaf) :
+        m_level(level)
+    {}
+
+    void lock() ACQUIRE()
+    {
+        lock_order::taking(m_level);
+        m_mutex.lock();
+    }
+    void unlock() RELEASE()
+    {
+        m_mutex.unlock();
+        lock_order::released(m_level);
+    }
 
 private:
     std::mutex m_mutex;
+    const LockLevel m_level;
 };
 
 // Holds a Mutex for its scope. unlock() and lock() open a gap in it.

@@ -104,7 +104,7 @@ private:
     // In construction order; destroyed in reverse.
     bool m_runtimeLoopStarted GUARDED_BY(m_deviceAgentsMutex) = false;
     std::thread m_listenerThread;
-    mutable Mutex m_deviceAgentsMutex;
+    mutable Mutex m_deviceAgentsMutex{LockLevel::registry};
     DeviceAgents m_deviceAgents GUARDED_BY(m_deviceAgentsMutex);
     std::atomic<SocketHandle> m_listeningSocket{kInvalidSocket}; // whoever exchanges it closes it
     std::string m_socketPath; // constant after construction
@@ -113,7 +113,7 @@ private:
     std::thread m_runtimeLoopThread;
     AssignedModels m_assignedModels; // the loop thread's
     const std::string m_workingDirectory;
-    Mutex m_resetMutex; // a leaf
+    Mutex m_resetMutex;
     bool m_resetRequested GUARDED_BY(m_resetMutex) = false;
     std::string m_resetDeviceId GUARDED_BY(m_resetMutex); // empty means all devices
     std::atomic<bool> m_clearCacheRequested{false};

@@ -142,7 +142,7 @@ private:
     AgentServices* const m_services; // not owned
     const std::string m_settingsCachePath;
 
-    mutable Mutex m_agentErrorsMutex; // a leaf
+    mutable Mutex m_agentErrorsMutex;
     AgentErrors m_agentErrors GUARDED_BY(m_agentErrorsMutex); // shown in the settings dialog
 
     DeviceSettings m_settings GUARDED_BY(settingsLock());
@@ -158,7 +158,7 @@ private:
     CountHistory m_countHistory GUARDED_BY(settingsLock());
     Throttle m_largeResultTold GUARDED_BY(settingsLock()){std::chrono::minutes(1)};
 
-    Mutex m_pipelineLock; // inside settingsLock() where both are held
+    Mutex m_pipelineLock{LockLevel::pipeline};
     std::unique_ptr<PipelineTree> m_pipelineTree GUARDED_BY(m_pipelineLock);
 
     // Whether a pipeline was ever parsed: frames then pass, with an empty array in place of a tree

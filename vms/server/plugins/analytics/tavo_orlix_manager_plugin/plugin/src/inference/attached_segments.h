@@ -56,7 +56,7 @@ private:
         std::shared_ptr<AttachedSegment> segment;
     };
 
-    Mutex m_segmentLock; // a leaf; held while attaching, never while writing
+    Mutex m_segmentLock; // held while attaching, never while writing
     std::uint64_t m_run GUARDED_BY(m_segmentLock) = 0;
     std::map<std::string, Entry, std::less<>> m_segments GUARDED_BY(m_segmentLock);
 };

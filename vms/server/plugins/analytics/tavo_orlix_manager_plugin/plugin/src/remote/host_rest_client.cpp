@@ -23,7 +23,7 @@ constexpr char kThisServerPath[] = "/rest/v4/servers/this";
 constexpr char kJsonMimeType[] = "application/json";
 
 // One request to the host at a time; held while waiting for the answer.
-Mutex restMutex;
+Mutex restMutex{LockLevel::request};
 
 // What a finished request comes to; the empty text after a failure, which is logged.
 std::string responseText(const ORLIXCompletionHandler::Response& response)

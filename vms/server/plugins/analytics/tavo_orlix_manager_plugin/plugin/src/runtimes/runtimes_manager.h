@@ -90,7 +90,7 @@ private:
     std::atomic<RuntimeStatus> m_status{RuntimeStatus::notSelected};
     std::atomic<bool> m_runtimeChanged{true};
 
-    mutable Mutex m_namesMutex; // a leaf
+    mutable Mutex m_namesMutex;
     std::vector<std::string> m_availableRuntimes GUARDED_BY(m_namesMutex);
     std::string m_chosenRuntime GUARDED_BY(m_namesMutex);
     mutable std::string m_installedRuntimeName

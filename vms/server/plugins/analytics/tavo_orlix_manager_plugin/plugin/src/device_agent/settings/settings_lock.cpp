@@ -5,7 +5,7 @@ namespace tavo::vms_server_plugins::analytics::orlix
 
 Mutex& settingsLock()
 {
-    static Mutex mutex;
+    static Mutex mutex(LockLevel::settings);
     return mutex;
 }
 
