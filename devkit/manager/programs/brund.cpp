@@ -4,14 +4,11 @@
 // environment: TAVO_ENGINE=motion|hog puts a built-in detector in the place of all models.
 
 #include <cstdlib>
-#include <exception>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "common/message_stream.h"
-#include "common/options.h"
-#include "common/program.h"
+#include "common/run_program.h"
 #include "engine/engine_loop.h"
 #include "engine/frame_analyser.h"
 #include "engine/model_catalogue.h"
@@ -52,25 +49,5 @@ int run(const Options& options)
 
 int main(int argumentCount, char** arguments)
 {
-    using namespace tavo::devkit;
-
-    const auto options =
-        parseOptions(std::vector<std::string>(arguments + 1, arguments + argumentCount));
-    if (!options)
-        return EXIT_FAILURE;
-    ignore_broken_pipes();
-    orlix::sockets_start();
-    openLog(*options, "brund_0");
-    int exitCode = EXIT_FAILURE;
-    try
-    {
-        exitCode = run(*options);
-    }
-    catch (const std::exception& error) // what cannot be loaded; the module shows it
-    {
-        orlix::log_error("Error! %s\n", error.what());
-    }
-    orlix::log_close();
-    orlix::sockets_stop();
-    return exitCode;
+    return tavo::devkit::runProgram(argumentCount, arguments, "brund_0", tavo::devkit::run);
 }

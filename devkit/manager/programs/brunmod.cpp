@@ -5,10 +5,8 @@
 #include <atomic>
 #include <cstdlib>
 #include <string>
-#include <vector>
 
-#include "common/options.h"
-#include "common/program.h"
+#include "common/run_program.h"
 #include "module/engine_process.h"
 #include "module/module_server.h"
 #include "module/segment_pool.h"
@@ -80,16 +78,6 @@ int main(int argumentCount, char** arguments)
 {
     using namespace tavo::devkit;
 
-    const auto options =
-        parseOptions(std::vector<std::string>(arguments + 1, arguments + argumentCount));
-    if (!options)
-        return EXIT_FAILURE;
-    ignore_broken_pipes();
     orlix::process_set_signal_handler([](int) { stopRequested = true; });
-    orlix::sockets_start();
-    openLog(*options, "brunmod");
-    const int exitCode = run(*options);
-    orlix::log_close();
-    orlix::sockets_stop();
-    return exitCode;
+    return runProgram(argumentCount, arguments, "brunmod", run);
 }
