@@ -1,9 +1,63 @@
 #include "core/engine.h"
 
 #include "engine_fixture.h"
+#include "inference/protocol.h"
+#include "utils/sockets.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
+
+class CountingHandler : public sdk::RefCountable<sdk::analytics::IDeviceAgent::IHandler>
+{
+public:
+    void handleMetadata(sdk::analytics::IMetadataPacket* packet) override
+    {
+        const sdk::Ptr<sdk::analytics::IMetadataPacket> owned(packet);
+        ++packets;
+    }
+    void handleIntegrationDiagnosticEvent(sdk::IIntegrationDiagnosticEvent*) override {}
+    void pushManifest(const sdk::IString*) override {}
+
+    std::atomic<int> packets{0};
+};
+
+TEST_F(EngineTest, AResultReachesItsAgentAlone)
+{
+    m_host->setToken("");
+    constexpr int kAgents = 3;
+    sdk::Ptr<sdk::analytics::IDeviceAgent> agents[kAgents];
+    sdk::Ptr<CountingHandler> handlers[kAgents];
+    for (int i = 0; i < kAgents; ++i)
+    {
+        agents[i] = obtainAgent(std::to_string(i));
+        handlers[i] = sdk::makePtr<CountingHandler>();
+        agents[i]->setHandler(handlers[i].get());
+    }
+    const std::string path = m_folder.path(protocol::kPluginSocketFile);
+    ASSERT_TRUE(test::comesTrue([&] { return std::filesystem::exists(path); }));
+    const auto send = [&path](int index)
+    {
+        const std::string message =
+            std::string("\x82\xaaInputIndex") + static_cast<char>(index) + "\xa9Timestamp\x01";
+        // The file is there a moment before it can be connected to.
+        SocketHandle connection = kInvalidSocket;
+        ASSERT_TRUE(
+            test::comesTrue([&] { return (connection = socket_connect(path)) != kInvalidSocket; }));
+        EXPECT_TRUE(socket_send_message(
+            connection, message.data(), static_cast<std::uint32_t>(message.size())));
+        socket_close(connection);
+    };
+    send(1);
+    EXPECT_TRUE(test::comesTrue([&] { return handlers[1]->packets == 1; }));
+    send(2);
+    send(0);
+    send(2);
+    send(kAgents);
+    EXPECT_TRUE(comesIntoLog("Device agent not found\n"));
+    EXPECT_EQ(1, handlers[0]->packets);
+    EXPECT_EQ(1, handlers[1]->packets);
+    EXPECT_EQ(2, handlers[2]->packets);
+}
 
 TEST_F(EngineTest, IndicesOfGoneAgentsAreTakenAgain)
 {

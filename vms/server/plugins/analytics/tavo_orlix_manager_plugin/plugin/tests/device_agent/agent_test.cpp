@@ -1,4 +1,7 @@
 // An agent's life, its parameters on the host and its settings.
+#include <algorithm>
+#include <atomic>
+
 #include "agent_fixture.h"
 #include "http_server.h"
 
@@ -75,6 +78,25 @@ TEST_F(AgentTest, TakesAChosenPipelineAtOnce)
     for (const char* const unchangedOrUnknown : {"u1", "nobody offers this"})
         setSettings({{"selectedPipeline", unchangedOrUnknown}});
     EXPECT_THAT(patches(), SizeIs(before + 1));
+}
+
+TEST_F(AgentTest, AsksTheCloudForPipelinesSixTimesAndThenTellsTheUser)
+{
+    std::atomic<int> requests{0};
+    LoopbackHttpServer cloud;
+    cloud.handlers.Get(".*", [&](const httplib::Request&, httplib::Response&) { ++requests; });
+    cloud.start();
+    const std::string url = cloud.url("");
+    ini().CloudAPI = url.c_str();
+    MessageBoard& board = services().messageBoard();
+    for (int attempt = 1; attempt <= 8; ++attempt)
+    {
+        agent->fetchAvailablePipelines(board);
+        EXPECT_EQ(std::min(attempt, 6), requests);
+        EXPECT_EQ(
+            attempt > 6 ? 1u : 0u,
+            board.snapshot().count(board_key::kFailedFetchPipelines + std::string(kDeviceId)));
+    }
 }
 
 TEST_F(AgentTest, WritesChangedSensitivitiesIntoTheHostsRecord)

@@ -1,5 +1,6 @@
 // The road of a frame, through a real agent to an application's end of sockets and segment.
 #include <atomic>
+#include <cstring>
 #include <functional>
 #include <numeric>
 #include <string>
@@ -8,6 +9,7 @@
 
 #include "../inference/module_peer.h"
 #include "agent_fixture.h"
+#include "utils/clock.h"
 #include "utils/shm.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -146,10 +148,21 @@ TEST_F(Frames, ThatAreNotTakenAreNoFailureAndAreNotTimed)
     for (const std::string& reply : {encodedReply(""), encodedReply(segment.name)})
     {
         application.reply(reply);
+        const std::uint64_t before = time_now_us();
         EXPECT_EQ("", push());
+        // A hundredth of one frame's latency is told, in whole milliseconds.
+        const std::uint64_t pushed = time_now_us();
+        EXPECT_TRUE(comesTrue([&]() { return time_now_us() > pushed + 200'000; }));
         handleResult({{"Timestamp", number(12345)}});
-        EXPECT_EQ(
-            reply.size() > 1, handler->takeEvents().at(0).find("Latency: ") != std::string::npos);
+        const std::uint64_t most = (time_now_us() - before) / 100'000;
+        const std::string event = handler->takeEvents().at(0);
+        const std::size_t latency = event.find("Latency: ");
+        ASSERT_EQ(reply.size() > 1, latency != std::string::npos);
+        if (latency == std::string::npos)
+            continue;
+        const int ms = std::stoi(event.substr(latency + std::strlen("Latency: ")));
+        EXPECT_LE(2, ms);
+        EXPECT_LE(ms, static_cast<int>(most));
     }
 }
 

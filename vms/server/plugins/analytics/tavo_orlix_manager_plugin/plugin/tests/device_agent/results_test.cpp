@@ -22,7 +22,7 @@ protected:
         return {
             {"Timestamp", number(timestampUs)},
             {"Width", number(1000)},
-            {"Height", number(1000)},
+            {"Height", number(500)},
             {"BBoxes_xyxy", map(byClass)}};
     }
 };
@@ -57,16 +57,16 @@ TEST_F(Results, TakeBoxesAsTheyAre)
 {
     handleResult(boxesOf(
         1000,
-        {{"traffic light", boxes({10, 20, 110, 220, 500, 500, 600, 600})},
+        {{"traffic light", boxes({10, 20, 110, 220, 500, 400, 600, 450})},
          {"person", boxes({110, 220, 10, 20})},
          {"cut off", boxes({10, 20, 110, 220, 500})}, // zero behind its end
          {"bytes", binary("123")}}));
     EXPECT_THAT(
         handler->takeObjects(),
         UnorderedElementsAre(
-            "tavo.orlix.traffic_light 0.01 0.02 0.1 0.2",
-            "tavo.orlix.traffic_light 0.5 0.5 0.1 0.1", "tavo.orlix.person 0.11 0.22 0.1 0.2",
-            "tavo.orlix.cut_off 0.01 0.02 0.1 0.2", "tavo.orlix.cut_off 0.5 0 0.5 0"));
+            "tavo.orlix.traffic_light 0.01 0.04 0.1 0.4",
+            "tavo.orlix.traffic_light 0.5 0.8 0.1 0.1", "tavo.orlix.person 0.11 0.44 0.1 0.4",
+            "tavo.orlix.cut_off 0.01 0.04 0.1 0.4", "tavo.orlix.cut_off 0.5 0 0.5 0"));
 }
 
 TEST_F(Results, TakeIdsAndAttributesFromTheMessage)
@@ -85,7 +85,7 @@ TEST_F(Results, TakeIdsAndAttributesFromTheMessage)
     EXPECT_THAT(
         handler->takeObjects(),
         ElementsAre(
-            "tavo.orlix.car 0 0 0.1 0.1 colour=red plate=AB 1", "tavo.orlix.car 0.2 0.2 0.1 0.1"));
+            "tavo.orlix.car 0 0 0.1 0.2 colour=red plate=AB 1", "tavo.orlix.car 0.2 0.4 0.1 0.2"));
     const auto& ids = handler->trackIds["tavo.orlix.car"];
     EXPECT_EQ("30313233-3435-3637-3839-616263646566", ids.at(0).toText());
     EXPECT_EQ("66656463-6261-3938-3736-353433323130", ids.at(1).toText());
@@ -107,15 +107,16 @@ TEST_F(Results, MetadataThatIsTooShortLeavesEmptyIds)
 
 TEST_F(Results, AreMappedBackFromTheCropWithoutClassesThatAreSwitchedOff)
 {
-    const Entries both = {{"person", boxes({0, 0, 100, 100})}, {"car", boxes({0, 0, 100, 100})}};
+    const Entries both = {
+        {"person", boxes({0, 0, 100, 100})}, {"car", boxes({100, 100, 300, 200})}};
     handleResult(boxesOf(1000, both));
     EXPECT_THAT(handler->takeObjects(), SizeIs(2));
     setSettings(
         {{"visualise_person", "false"},
          {"visualise_car", "true"},
-         {"cropBox", R"({"figure": {"points": [[0.5, 0.5], [1, 1]]}})"}});
+         {"cropBox", R"({"figure": {"points": [[0.5, 0.25], [1, 0.5]]}})"}});
     handleResult(boxesOf(2000, both));
-    EXPECT_THAT(handler->takeObjects(), ElementsAre("tavo.orlix.car 0.5 0.5 0.05 0.05"));
+    EXPECT_THAT(handler->takeObjects(), ElementsAre("tavo.orlix.car 0.55 0.3 0.1 0.05"));
     setSettings({});
     handleResult(boxesOf(3000, both));
     EXPECT_THAT(handler->takeObjects(), SizeIs(2));

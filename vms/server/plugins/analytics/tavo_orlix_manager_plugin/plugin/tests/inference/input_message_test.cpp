@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <numeric>
 
 #include <gtest/gtest.h>
 
 #include "manager_fixture.h"
+#include "utils/mpack_tree.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -33,6 +35,20 @@ protected:
     {
         EXPECT_TRUE(create());
         return joined(buffer);
+    }
+
+    static std::vector<std::string> keysOf(const std::string& message)
+    {
+        MessageTree tree;
+        (void)tree.parse(message);
+        std::vector<std::string> keys;
+        for (std::size_t i = 0; i < mpack_node_map_count(tree.root()); ++i)
+        {
+            const mpack_node_t key = mpack_node_map_key_at(tree.root(), i);
+            keys.emplace_back(mpack_node_str(key), mpack_node_strlen(key));
+        }
+        EXPECT_EQ(mpack_ok, tree.finish());
+        return keys;
     }
 
     std::vector<std::uint8_t> pixels = std::vector<std::uint8_t>(200);
@@ -91,6 +107,50 @@ TEST_F(InputMessageTest, SendsSettingsInTheirUnits)
         EXPECT_NE(std::string::npos, bytes.find(c.sentLine));
         EXPECT_NE(std::string::npos, bytes.find("TimeThreshold\xcd\x2e\xe0"s)); // milliseconds
         EXPECT_NE(std::string::npos, bytes.find("TimeThreshold" + c.sentTime));
+    }
+}
+
+TEST_F(InputMessageTest, CountsWhatItHolds)
+{
+    // What each setting adds, alone and with all before it.
+    const struct
+    {
+        std::function<void(FrameSettings&)> set;
+        std::vector<const char*> keys;
+    } kCases[] = {
+        {[](FrameSettings&) {},
+         {"ImageData", "Pipelines", "Width", "Height", "Channels", "messageType", "InputIndex",
+          "DeviceID", "DeviceName", "Timestamp"}},
+        {[](FrameSettings& s) {
+             s.masks = {{0, 0, 1, 0, 1, 1}, {}};
+         },
+         {"Masks", "MaskType"}},
+        {[](FrameSettings& s) {
+             s.line = {0, 0, 1, 1};
+         },
+         {"LineCrossingSettings"}},
+        {[](FrameSettings& s) { s.dumpingEnabled = true; }, {"DumpingDetectionSettings"}},
+        {[](FrameSettings& s) { s.loiteringEnabled = true; }, {"LoiteringDetectionSettings"}},
+        {[](FrameSettings& s) {
+             s.externalProcessorSettings = {{"a", "1"}, {"b", "2"}};
+         },
+         {"ExternalProcessorSettings"}}};
+    const auto& always = kCases[0].keys;
+    std::vector<const char*> all;
+    FrameSettings allSettings;
+    for (const auto& c : kCases)
+    {
+        SCOPED_TRACE(c.keys.front());
+        std::vector<const char*> alone = &c == kCases ? std::vector<const char*>() : always;
+        alone.insert(alone.end(), c.keys.begin(), c.keys.end());
+        settings = {};
+        c.set(settings);
+        EXPECT_EQ(std::vector<std::string>(alone.begin(), alone.end()), keysOf(created()));
+
+        all.insert(all.end(), c.keys.begin(), c.keys.end());
+        c.set(allSettings);
+        settings = allSettings;
+        EXPECT_EQ(std::vector<std::string>(all.begin(), all.end()), keysOf(created()));
     }
 }
 

@@ -71,7 +71,7 @@ TEST(Tracker, FollowsAsThePlainWayDoes)
         };
         Tracker tracker; // its memory is kept
         test::PlainTracker plain;
-        std::map<sdk::Uuid, sdk::Uuid> sameTrack;
+        std::map<sdk::Uuid, sdk::Uuid> plainOf, ofPlain;
         for (int result = 0; result < c.results; ++result)
         {
             Objects detections;
@@ -90,8 +90,10 @@ TEST(Tracker, FollowsAsThePlainWayDoes)
             ASSERT_FALSE(budget.isUsedUp);
             for (std::size_t j = 0; j < detections.size(); ++j)
             {
-                const auto known = sameTrack.emplace(detections[j].trackId, expected[j].trackId);
-                ASSERT_EQ(known.first->second, expected[j].trackId) << result << ", " << j;
+                const sdk::Uuid id = detections[j].trackId;
+                const sdk::Uuid plainId = expected[j].trackId;
+                ASSERT_EQ(plainId, plainOf.emplace(id, plainId).first->second) << result;
+                ASSERT_EQ(id, ofPlain.emplace(plainId, id).first->second) << result;
             }
         }
     }
