@@ -21,7 +21,7 @@ float scoreOf(double distance)
 
 } // namespace
 
-cv::Rect2f shrinkToPerson(const cv::Rect2f& window)
+Box shrinkToPerson(const Box& window)
 {
     const float width = window.width * kPersonWidth;
     const float height = window.height * kPersonHeight;
@@ -47,12 +47,13 @@ std::vector<Detection> HogPeople::detect(const cv::Mat& bgr)
         bgr, windows, distances, /*hitThreshold*/ 0, /*winStride*/ {8, 8},
         /*padding*/ {}, /*scale*/ 1.05, /*finalThreshold*/ 2);
 
-    const cv::Rect2f image({0, 0}, cv::Size2f(bgr.size()));
+    const Box image{0, 0, static_cast<float>(bgr.cols), static_cast<float>(bgr.rows)};
     std::vector<Detection> found;
     for (size_t i = 0; i < windows.size(); ++i)
     {
-        found.push_back(
-            {kPersonClass, scoreOf(distances[i]), shrinkToPerson(cv::Rect2f(windows[i])) & image});
+        const cv::Rect2f window(windows[i]);
+        const Box person = shrinkToPerson({window.x, window.y, window.width, window.height});
+        found.push_back({kPersonClass, scoreOf(distances[i]), sharedBox(person, image)});
     }
     return found;
 }

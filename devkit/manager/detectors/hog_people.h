@@ -5,7 +5,7 @@
 
 #include <vector>
 
-#include "detection.h"
+#include "engine/detection.h"
 
 namespace tavo::devkit
 {
@@ -27,6 +27,6 @@ private:
 };
 
 // The window that the detector found somebody in, cut down to the person.
-[[nodiscard]] cv::Rect2f shrinkToPerson(const cv::Rect2f& window);
+[[nodiscard]] Box shrinkToPerson(const Box& window);
 
 } // namespace tavo::devkit

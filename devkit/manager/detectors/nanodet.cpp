@@ -87,29 +87,23 @@ float reach(Cell cell, int side)
     return weighted / sum;
 }
 
-cv::Rect2f boxOfCell(Cell cell, int column, int row, int stride)
+Box boxOfCell(Cell cell, int column, int row, int stride)
 {
     const float centreX = static_cast<float>(column) + 0.5f;
     const float centreY = static_cast<float>(row) + 0.5f;
     const auto size = static_cast<float>(stride);
-    return {
-        cv::Point2f(centreX - reach(cell, 0), centreY - reach(cell, 1)) * size,
-        cv::Point2f(centreX + reach(cell, 2), centreY + reach(cell, 3)) * size};
+    return Box::between(
+        Point{centreX - reach(cell, 0), centreY - reach(cell, 1)} * size,
+        Point{centreX + reach(cell, 2), centreY + reach(cell, 3)} * size);
 }
 
-float overlap(const cv::Rect2f& a, const cv::Rect2f& b)
-{
-    const float shared = (a & b).area();
-    const float total = a.area() + b.area() - shared;
-    return total > 0 ? shared / total : 0;
-}
-
-cv::Rect2f toImage(const cv::Rect2f& box, const cv::Size& image)
+Box toImage(const Box& box, const cv::Size& image)
 {
     const float x = static_cast<float>(image.width) / kInputSize;
     const float y = static_cast<float>(image.height) / kInputSize;
-    return cv::Rect2f(box.x * x, box.y * y, box.width * x, box.height * y) &
-        cv::Rect2f({0, 0}, cv::Size2f(image));
+    return sharedBox(
+        {box.x * x, box.y * y, box.width * x, box.height * y},
+        {0, 0, static_cast<float>(image.width), static_cast<float>(image.height)});
 }
 
 } // namespace
@@ -135,28 +129,6 @@ std::vector<Detection> decodeHead(const cv::Mat& head, int stride, float minScor
         }
     }
     return found;
-}
-
-std::vector<Detection> suppressOverlaps(std::vector<Detection> detections, float maxOverlap)
-{
-    std::stable_sort(
-        detections.begin(), detections.end(),
-        [](const Detection& a, const Detection& b) { return a.score > b.score; });
-
-    std::vector<Detection> kept;
-    for (const Detection& candidate : detections)
-    {
-        const bool isCovered = std::any_of(
-            kept.begin(), kept.end(),
-            [&](const Detection& better)
-            {
-                return better.classIndex == candidate.classIndex &&
-                    overlap(better.box, candidate.box) > maxOverlap;
-            });
-        if (!isCovered)
-            kept.push_back(candidate);
-    }
-    return kept;
 }
 
 NanoDet::NanoDet(const std::filesystem::path& model) :

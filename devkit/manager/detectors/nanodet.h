@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <vector>
 
-#include "detection.h"
+#include "engine/detection.h"
 
 namespace tavo::devkit
 {
@@ -39,10 +39,5 @@ private:
 // The objects in one head: `head` is 1 x 124 x rows x columns floats, each cell `stride` pixels of
 // the model's input. Boxes are in pixels of that input and may reach beyond it.
 [[nodiscard]] std::vector<Detection> decodeHead(const cv::Mat& head, int stride, float minScore);
-
-// Drops what overlaps a better detection of its class by more than `maxOverlap` (intersection over
-// union). Gives the best first.
-[[nodiscard]] std::vector<Detection> suppressOverlaps(
-    std::vector<Detection> detections, float maxOverlap);
 
 } // namespace tavo::devkit

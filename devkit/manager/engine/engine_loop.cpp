@@ -95,7 +95,7 @@ void EngineLoop::work(const std::string& segment)
     m_results.send(encodeResult(result));
     orlix::log_debug(
         "Input %zu: %dx%d, classes: %zu, events: %zu, %zu us\n", std::size_t(frame->inputIndex),
-        frame->rgb.cols, frame->rgb.rows, result.objects.size(), result.events.size(),
+        frame->rgb.size.width, frame->rgb.size.height, result.objects.size(), result.events.size(),
         std::size_t(orlix::time_now_us() - begin));
 }
 

@@ -68,7 +68,7 @@ Result FrameAnalyser::analyse(const InputFrame& frame)
     Result result;
     result.inputIndex = frame.inputIndex;
     result.timestampUs = frame.timestampUs;
-    result.imageSize = frame.rgb.size();
+    result.imageSize = frame.rgb.size;
     result.hasIds = wantsIds(frame);
     for (std::size_t i = 0; i < seen.size(); ++i)
     {

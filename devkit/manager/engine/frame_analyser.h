@@ -26,7 +26,7 @@ public:
         m_models(models)
     {}
 
-    // Errors of OpenCV are cv::Exception; the next frame may be all right.
+    // Errors of a detector are std::exception; the next frame may be all right.
     [[nodiscard]] Result analyse(const InputFrame& frame);
 
     // What each input shows next is what its search for things left behind compares with.

@@ -47,9 +47,9 @@ Polygon readPoints(mpack_node_t array)
     const std::size_t count = mpack_node_array_length(array) / 2;
     for (std::size_t i = 0; i < count; ++i)
     {
-        points.emplace_back(
-            mpack_node_float(mpack_node_array_at(array, 2 * i)),
-            mpack_node_float(mpack_node_array_at(array, 2 * i + 1)));
+        points.push_back(
+            {mpack_node_float(mpack_node_array_at(array, 2 * i)),
+             mpack_node_float(mpack_node_array_at(array, 2 * i + 1))});
     }
     return points;
 }
@@ -143,8 +143,9 @@ bool readImage(mpack_node_t root, InputFrame& frame)
     {
         return false;
     }
-    frame.rgb = cv::Mat(
-        static_cast<int>(height), static_cast<int>(width), CV_8UC3, const_cast<char*>(pixels));
+    frame.rgb = {
+        reinterpret_cast<const std::uint8_t*>(pixels),
+        {static_cast<int>(width), static_cast<int>(height)}};
     return true;
 }
 

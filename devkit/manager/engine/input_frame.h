@@ -8,8 +8,6 @@
 #include <string_view>
 #include <vector>
 
-#include <opencv2/core.hpp>
-
 #include "engine/geometry.h"
 
 namespace tavo::devkit
@@ -34,7 +32,7 @@ struct StayWatch
 // A decoded input message. Points are in pixels of the image.
 struct InputFrame
 {
-    cv::Mat rgb; // 3 bytes a pixel; the message's own memory, not to be written to
+    RgbImage rgb; // the message's own memory
     std::uint64_t inputIndex = 0;
     std::uint64_t timestampUs = 0; // the host's clock
     std::vector<PipelineNode> pipeline; // all nodes, each before those chained to it

@@ -7,7 +7,6 @@
 #include <iterator>
 #include <stdexcept>
 
-#include "detectors/nanodet.h"
 #include "utils/json.h"
 #include "utils/log.h"
 
@@ -40,7 +39,7 @@ std::unique_ptr<Detector> makeDetector(std::string_view name, std::string_view f
     {
         return makeNanoDetDetector(file);
     }
-    catch (const cv::Exception& error)
+    catch (const std::exception& error)
     {
         throw std::runtime_error(
             "Model " + std::string(name) + " cannot be loaded from " + std::string(file) + ": " +
@@ -130,7 +129,7 @@ void ModelCatalogue::load(const std::filesystem::path& settingsFile)
 }
 
 std::vector<SeenObject> ModelCatalogue::detect(
-    const std::string& modelUuid, float nms, const cv::Mat& rgb, std::uint64_t inputIndex)
+    const std::string& modelUuid, float nms, const RgbImage& rgb, std::uint64_t inputIndex)
 {
     Model& model = find(modelUuid);
     std::vector<SeenObject> seen;

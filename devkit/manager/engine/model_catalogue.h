@@ -33,9 +33,9 @@ public:
 
     // What the model finds, as objects of the classes that its outputs name. A box that overlaps a
     // better one of its class by more than `nms` is left out. An id that is not assigned gets the
-    // people detector. Errors of OpenCV are cv::Exception.
+    // people detector. Errors of a detector are std::exception.
     [[nodiscard]] std::vector<SeenObject> detect(
-        const std::string& modelUuid, float nms, const cv::Mat& rgb, std::uint64_t inputIndex);
+        const std::string& modelUuid, float nms, const RgbImage& rgb, std::uint64_t inputIndex);
 
     // Models with the same answer are the same.
     [[nodiscard]] const void* identityOf(const std::string& modelUuid);

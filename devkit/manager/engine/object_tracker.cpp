@@ -28,19 +28,18 @@ ObjectId newId()
     return id;
 }
 
-double diagonalOf(const cv::Rect2f& box)
+double diagonalOf(const Box& box)
 {
-    return cv::norm(cv::Point2f(box.width, box.height));
+    return lengthOf({box.width, box.height});
 }
 
 // How well they fit: above 1 where boxes overlap, else up to 1 for centres that are near, or 0.
-double fitOf(const cv::Rect2f& a, const cv::Rect2f& b)
+double fitOf(const Box& a, const Box& b)
 {
     if (const float overlap = overlapOf(a, b); overlap > 0)
         return 1 + overlap;
     const double reach = kNearness * std::max(diagonalOf(a), diagonalOf(b));
-    const cv::Point2f apart = (a.tl() + a.br() - b.tl() - b.br()) / 2;
-    return reach > 0 ? std::max(0.0, 1 - cv::norm(apart) / reach) : 0;
+    return reach > 0 ? std::max(0.0, 1 - lengthOf(a.centre() - b.centre()) / reach) : 0;
 }
 
 struct Pair

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include <opencv2/core.hpp>
+#include "engine/shapes.h"
 
 namespace tavo::devkit
 {
@@ -17,7 +17,7 @@ struct SeenObject
 {
     std::string className;
     float score = 0; // 0 to 1
-    cv::Rect2f box; // pixels of the image
+    Box box; // pixels of the image
 };
 
 using ObjectId = std::array<char, 16>; // a random UUID
@@ -27,14 +27,14 @@ struct Track
 {
     ObjectId id{};
     std::string className;
-    cv::Rect2f box;
+    Box box;
     std::uint64_t firstSeenUs = 0;
     std::uint64_t lastSeenUs = 0;
 
     // What the watches remember of it.
-    std::optional<cv::Point2f> clearOfLine; // where it last stood clear of the line
+    std::optional<Point> clearOfLine; // where it last stood clear of the line
     bool hasLoitered = false;
-    cv::Rect2f restBox; // where it came to rest
+    Box restBox; // where it came to rest
     std::uint64_t restingSinceUs = 0;
     bool isReportedLeft = false;
 };

@@ -36,7 +36,7 @@ void writeBoxes(mpack_writer_t* writer, const Result& result)
         for (const ResultObject& object : objects)
         {
             const std::array<float, 4> corners = {
-                object.box.x, object.box.y, object.box.br().x, object.box.br().y};
+                object.box.x, object.box.y, object.box.right(), object.box.bottom()};
             mpack_write_bytes(
                 writer, reinterpret_cast<const char*>(corners.data()), sizeof corners);
         }

@@ -6,8 +6,6 @@
 #include <utility>
 #include <vector>
 
-#include <opencv2/core.hpp>
-
 #include "engine/object_tracker.h"
 
 namespace tavo::devkit
@@ -15,7 +13,7 @@ namespace tavo::devkit
 
 struct ResultObject
 {
-    cv::Rect2f box; // pixels of the image
+    Box box; // pixels of the image
     ObjectId id{};
     std::vector<std::pair<std::string, std::string>> attributes; // name and value
 };
@@ -32,7 +30,7 @@ struct Result
 {
     std::uint64_t inputIndex = 0;
     std::uint64_t timestampUs = 0; // the frame's, unchanged
-    cv::Size imageSize;
+    Size imageSize;
     std::map<std::string, std::vector<ResultObject>> objects; // by class name
     bool hasIds = false; // the objects' ids and attributes are sent too
     std::map<std::string, std::uint64_t> counts; // by class name; not sent when empty

@@ -1,8 +1,9 @@
 #pragma once
 
+#include <cstdint>
 #include <vector>
 
-#include <opencv2/core.hpp>
+#include "engine/shapes.h"
 
 namespace tavo::devkit
 {
@@ -15,8 +16,8 @@ public:
     // How far each frame pulls the background towards itself, 0 to 1.
     struct Learning
     {
-        double unchanged; // where the frame looks like it
-        double changed; // where it does not: 0 never lets what has come become background
+        float unchanged; // where the frame looks like it
+        float changed; // where it does not: 0 never lets what has come become background
     };
 
     explicit SceneBackground(Learning learning) :
@@ -25,14 +26,18 @@ public:
 
     // The boxes around the parts that differ, in pixels of the image; specks are left out. The
     // first frame, and one of another size, becomes the background.
-    [[nodiscard]] std::vector<cv::Rect2f> differences(const cv::Mat& rgb);
+    [[nodiscard]] std::vector<Box> differences(const RgbImage& rgb);
 
     // The next frame becomes the background.
-    void forget() { m_background.release(); }
+    void forget() { m_size = {}; }
 
 private:
+    // Marks what differs, and lets the background follow the frame.
+    void compare(const std::vector<std::uint8_t>& grey, std::vector<std::uint8_t>& changed);
+
     const Learning m_learning;
-    cv::Mat m_background; // floats
+    Size m_size; // of the background; none when there is no background yet
+    std::vector<float> m_background;
 };
 
 } // namespace tavo::devkit

@@ -21,7 +21,7 @@ constexpr float kRestOverlap = 0.6f;
 // A box that overlaps as much as this with one of the reference was there before.
 constexpr float kReferenceOverlap = 0.3f;
 
-bool overlapsAny(const cv::Rect2f& box, const auto& boxes, float least, auto boxOf)
+bool overlapsAny(const Box& box, const auto& boxes, float least, auto boxOf)
 {
     return std::any_of(
         boxes.begin(), boxes.end(),
@@ -48,11 +48,11 @@ std::vector<SeenObject> withinMasks(std::vector<SeenObject> objects, const Input
 
 bool crossesLine(Track& track, const Polygon& line)
 {
-    const cv::Point2f foot = footPoint(track.box);
+    const Point foot = footPoint(track.box);
     const float margin = std::max(kMinLineMargin, kLineMargin * track.box.height);
     if (distanceToLine(line, foot) < margin)
         return false;
-    const std::optional<cv::Point2f> before = std::exchange(track.clearOfLine, foot);
+    const std::optional<Point> before = std::exchange(track.clearOfLine, foot);
     if (!before)
         return false;
     for (std::size_t i = 1; i < line.size(); ++i)
@@ -119,7 +119,7 @@ std::vector<SeenObject> DumpingWatch::candidates(
     const std::string& wanted = frame.dumping->objectClass;
     if (wanted == kAnyObject)
     {
-        for (const cv::Rect2f& box : m_background.differences(frame.rgb))
+        for (const Box& box : m_background.differences(frame.rgb))
         {
             // Somebody who stands about is not left behind.
             if (!overlapsAny(

@@ -47,8 +47,8 @@ private:
     std::vector<SeenObject> candidates(
         const InputFrame& frame, const std::vector<SeenObject>& seen);
 
-    SceneBackground m_background{{0.02, 0}};
-    std::optional<std::vector<cv::Rect2f>> m_reference; // boxes of what was there
+    SceneBackground m_background{{0.02f, 0}};
+    std::optional<std::vector<Box>> m_reference; // boxes of what was there
     ObjectTracker m_tracker;
 };
 

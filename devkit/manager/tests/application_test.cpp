@@ -9,8 +9,6 @@
 
 #include <sys/socket.h>
 
-#include <opencv2/imgproc.hpp>
-
 #include "application_test_support.h"
 #include "engine/geometry.h"
 
@@ -23,17 +21,17 @@ constexpr char kMotionModel[] =
     R"([{"UUID":"model","Name":"motion","Filepath":"/unused",
          "NamedOutput":[{"Name":"bboxes-format:xyxy;0:mover"}]}])";
 
-const cv::Rect2f kSquare(120, 60, 60, 50);
+constexpr Box kSquare{120, 60, 60, 50};
 
-cv::Mat emptyScene(int width = 320)
+TestPicture emptyScene(int width = 320)
 {
-    return cv::Mat(width * 3 / 4, width, CV_8UC3, cv::Scalar(90, 80, 70));
+    return TestPicture({width, width * 3 / 4}, 80);
 }
 
-cv::Mat sceneWithSquare()
+TestPicture sceneWithSquare()
 {
-    cv::Mat scene = emptyScene();
-    cv::rectangle(scene, kSquare, {240, 240, 240}, cv::FILLED);
+    TestPicture scene = emptyScene();
+    scene.fill(kSquare, 240);
     return scene;
 }
 
@@ -51,7 +49,7 @@ class ApplicationTest : public testing::Test
 protected:
     // Of a frame that is known to be handed over.
     std::optional<ReceivedResult> resultOf(
-        std::uint64_t inputIndex, std::uint64_t timestampUs, const cv::Mat& scene)
+        std::uint64_t inputIndex, std::uint64_t timestampUs, const TestPicture& scene)
     {
         EXPECT_TRUE(m_plugin.sendFrameOnceReady(inputIndex, timestampUs, scene));
         return m_plugin.nextResult();

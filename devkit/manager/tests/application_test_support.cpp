@@ -1,5 +1,6 @@
 #include "application_test_support.h"
 
+#include <cstring>
 #include <filesystem>
 #include <thread>
 
@@ -21,15 +22,16 @@ std::vector<char> closed(orlix::MpackGrowableWriter& writer)
     return {writer.bytes().begin(), writer.bytes().end()};
 }
 
-std::vector<char> inputMessage(std::uint64_t index, std::uint64_t timestampUs, const cv::Mat& rgb)
+std::vector<char> inputMessage(
+    std::uint64_t index, std::uint64_t timestampUs, const TestPicture& picture)
 {
     orlix::MpackGrowableWriter growable;
     mpack_writer_t* const w = growable.writer();
     mpack_start_map(w, 10);
     mpack_write_cstr(w, key::kImageData);
     mpack_write_bin(
-        w, reinterpret_cast<const char*>(rgb.data),
-        static_cast<std::uint32_t>(rgb.total() * rgb.elemSize()));
+        w, reinterpret_cast<const char*>(picture.pixels().data()),
+        static_cast<std::uint32_t>(picture.pixels().size()));
     mpack_write_cstr(w, key::kPipelines);
     mpack_start_array(w, 1);
     mpack_start_map(w, 3);
@@ -42,8 +44,8 @@ std::vector<char> inputMessage(std::uint64_t index, std::uint64_t timestampUs, c
     mpack_finish_map(w);
     mpack_finish_array(w);
     const std::pair<const char*, std::uint64_t> kNumbers[] = {
-        {key::kWidth, std::uint64_t(rgb.cols)},
-        {key::kHeight, std::uint64_t(rgb.rows)},
+        {key::kWidth, std::uint64_t(picture.image().size.width)},
+        {key::kHeight, std::uint64_t(picture.image().size.height)},
         {key::kChannels, 3},
         {key::kMessageType, 0},
         {key::kInputIndex, index},
@@ -106,8 +108,7 @@ ReceivedResult decode(mpack_node_t root)
         {
             float corners[4];
             std::memcpy(corners, mpack_node_bin_data(bin) + at, sizeof corners);
-            list.emplace_back(
-                cv::Point2f(corners[0], corners[1]), cv::Point2f(corners[2], corners[3]));
+            list.push_back(Box::between({corners[0], corners[1]}, {corners[2], corners[3]}));
         }
     }
     const mpack_node_t counts = mpack_node_map_cstr_optional(root, key::kCounts);
@@ -191,9 +192,10 @@ PluginSide::~PluginSide()
     orlix::socket_close(m_listening);
 }
 
-bool PluginSide::sendFrame(std::uint64_t index, std::uint64_t timestampUs, const cv::Mat& rgb)
+bool PluginSide::sendFrame(
+    std::uint64_t index, std::uint64_t timestampUs, const TestPicture& picture)
 {
-    const std::vector<char> message = inputMessage(index, timestampUs, rgb);
+    const std::vector<char> message = inputMessage(index, timestampUs, picture);
     const orlix::SocketHandle socket = orlix::socket_connect(m_moduleSocket);
     if (socket == orlix::kInvalidSocket)
         return false;
@@ -223,9 +225,9 @@ bool PluginSide::sendFrame(std::uint64_t index, std::uint64_t timestampUs, const
 }
 
 bool PluginSide::sendFrameOnceReady(
-    std::uint64_t index, std::uint64_t timestampUs, const cv::Mat& rgb)
+    std::uint64_t index, std::uint64_t timestampUs, const TestPicture& picture)
 {
-    return comesTrue([&] { return sendFrame(index, timestampUs, rgb); });
+    return comesTrue([&] { return sendFrame(index, timestampUs, picture); });
 }
 
 void PluginSide::sendCommand(int command)

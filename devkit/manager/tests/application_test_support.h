@@ -8,9 +8,8 @@
 #include <string>
 #include <vector>
 
-#include <opencv2/core.hpp>
-
 #include "temporary_folder.h"
+#include "test_picture.h"
 #include "utils/pipes.h"
 #include "utils/process.h"
 #include "utils/shm.h"
@@ -54,7 +53,7 @@ struct ReceivedResult
     std::uint64_t inputIndex = 0;
     std::uint64_t timestampUs = 0;
     int width = 0;
-    std::map<std::string, std::vector<cv::Rect2f>> boxes;
+    std::map<std::string, std::vector<Box>> boxes;
     std::map<std::string, std::uint64_t> counts;
     std::size_t idCount = 0; // of 16 bytes, over all classes
 };
@@ -69,11 +68,11 @@ public:
     PluginSide& operator=(const PluginSide&) = delete;
 
     // One exchange; true if the frame was handed over.
-    bool sendFrame(std::uint64_t inputIndex, std::uint64_t timestampUs, const cv::Mat& rgb);
+    bool sendFrame(std::uint64_t inputIndex, std::uint64_t timestampUs, const TestPicture& picture);
 
     // As sendFrame, again while the application is not ready.
     [[nodiscard]] bool sendFrameOnceReady(
-        std::uint64_t inputIndex, std::uint64_t timestampUs, const cv::Mat& rgb);
+        std::uint64_t inputIndex, std::uint64_t timestampUs, const TestPicture& picture);
 
     void sendCommand(int command);
 

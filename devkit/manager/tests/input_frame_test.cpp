@@ -57,9 +57,9 @@ TEST(InputFrame, carriesAllThatTheMessageHolds)
     const std::vector<char> bytes = message(kWhole, 8 * 4 * 3);
     const auto frame = decodeInputFrame(bytes);
     ASSERT_TRUE(frame);
-    EXPECT_EQ(frame->rgb.size(), cv::Size(8, 4));
-    EXPECT_GE(reinterpret_cast<const char*>(frame->rgb.data), bytes.data()); // no copy
-    EXPECT_LT(reinterpret_cast<const char*>(frame->rgb.data), bytes.data() + bytes.size());
+    EXPECT_EQ(frame->rgb.size, (Size{8, 4}));
+    EXPECT_GE(reinterpret_cast<const char*>(frame->rgb.pixels), bytes.data()); // no copy
+    EXPECT_LT(reinterpret_cast<const char*>(frame->rgb.pixels), bytes.data() + bytes.size());
     EXPECT_EQ(frame->inputIndex, 3u);
     EXPECT_EQ(frame->timestampUs, 1'700'000'000'000'000u);
 

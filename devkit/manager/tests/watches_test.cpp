@@ -3,10 +3,10 @@
 #include <string>
 #include <vector>
 
-#include <opencv2/imgproc.hpp>
-
+#include "engine/detection.h"
 #include "engine/geometry.h"
 #include "engine/watches.h"
+#include "test_picture.h"
 
 namespace tavo::devkit
 {
@@ -14,9 +14,25 @@ namespace
 {
 
 // A box whose feet are at the point.
-cv::Rect2f standingAt(float x, float y)
+Box standingAt(float x, float y)
 {
     return {x - 10, y - 40, 20, 40};
+}
+
+TEST(SuppressOverlaps, theBestOfAClassStays)
+{
+    const Box box{0, 0, 10, 10};
+    const Box shifted{0, 2, 10, 10}; // shares 2/3 with `box`
+    const Box apart{0, 6, 10, 10}; // shares 1/4 with `box`
+    const auto kept = suppressOverlaps(
+        {{0, 0.5f, box}, {0, 0.9f, shifted}, {1, 0.6f, box}, {0, 0.4f, {}}, {0, 0.3f, apart}},
+        0.5f);
+
+    ASSERT_EQ(kept.size(), 4u);
+    EXPECT_EQ(kept[0].box, shifted);
+    EXPECT_EQ(kept[1].classIndex, 1);
+    EXPECT_EQ(kept[2].box, Box());
+    EXPECT_EQ(kept[3].box, apart);
 }
 
 TEST(Masks, theFeetDecideWithinOrWithout)
@@ -28,7 +44,7 @@ TEST(Masks, theFeetDecideWithinOrWithout)
     {
         const char* name;
         std::vector<Polygon> masks;
-        cv::Rect2f box;
+        Box box;
         bool within;
     } kCases[] = {
         {"inside the only mask", {left}, standingAt(50, 50), true},
@@ -54,7 +70,7 @@ TEST(LineCrossing, countsOnceClearOfTheLine)
     const struct
     {
         const char* name;
-        std::vector<cv::Point2f> path;
+        std::vector<Point> path;
         int crossings;
     } kCases[] = {
         {"straight over", {{80, 50}, {95, 50}, {120, 50}}, 1},
@@ -69,7 +85,7 @@ TEST(LineCrossing, countsOnceClearOfTheLine)
         SCOPED_TRACE(c.name);
         Track track;
         int crossings = 0;
-        for (const cv::Point2f point : c.path)
+        for (const Point point : c.path)
         {
             track.box = standingAt(point.x, point.y);
             crossings += crossesLine(track, upright);
@@ -96,7 +112,7 @@ TEST(Loitering, isToldOncePerObjectOfTheClass)
 class DumpingTest : public testing::Test
 {
 protected:
-    DumpingTest() { m_frame.rgb = cv::Mat::zeros(240, 320, CV_8UC3); }
+    DumpingTest() { m_frame.rgb = m_picture.image(); }
 
     // One frame each second; gives how many were reported with it.
     std::size_t see(const std::vector<SeenObject>& seen)
@@ -107,6 +123,7 @@ protected:
         return reports.size();
     }
 
+    TestPicture m_picture{{320, 240}};
     DumpingWatch m_watch;
     InputFrame m_frame;
     std::size_t m_left = 0; // what lay about in the last frame
@@ -139,7 +156,7 @@ TEST_F(DumpingTest, whateverChangesThePictureUnlessADetectorKnowsIt)
 {
     m_frame.dumping = StayWatch{DumpingWatch::kAnyObject, 2'000'000};
     EXPECT_EQ(see({}), 0u);
-    cv::rectangle(m_frame.rgb, {50, 60, 40, 50}, {200, 200, 200}, cv::FILLED);
+    m_picture.fill({50, 60, 40, 50}, 200);
     const SeenObject known{"person", 1, {50, 60, 40, 50}};
     for (int i = 0; i < 5; ++i)
         EXPECT_EQ(see({known}), 0u);
@@ -155,21 +172,55 @@ TEST_F(DumpingTest, whateverChangesThePictureUnlessADetectorKnowsIt)
 
 TEST(SceneBackground, findsWhatCameAndForgetsWhatStays)
 {
-    SceneBackground background({0.05, 0.05});
-    cv::Mat frame(360, 640, CV_8UC3, cv::Scalar(80, 90, 100));
-    EXPECT_TRUE(background.differences(frame).empty());
-    EXPECT_TRUE(background.differences(frame).empty());
-    const cv::Rect2f square(200, 100, 80, 60);
-    cv::rectangle(frame, square, {250, 250, 250}, cv::FILLED);
-    frame.at<cv::Vec3b>(10, 10) = {255, 255, 255}; // a speck
-    const auto found = background.differences(frame);
-    ASSERT_EQ(found.size(), 1u);
+    SceneBackground background({0.05f, 0.05f});
+    TestPicture frame({640, 360}, 90);
+    EXPECT_TRUE(background.differences(frame.image()).empty());
+    EXPECT_TRUE(background.differences(frame.image()).empty());
+    const Box square{200, 100, 80, 60};
+    const Box farther{400, 250, 60, 80};
+    frame.fill(square, 250);
+    frame.fill(farther, 10);
+    frame.fill({10, 10, 1, 1}, 255); // a speck
+    const auto found = background.differences(frame.image());
+    ASSERT_EQ(found.size(), 2u);
     EXPECT_GT(overlapOf(found[0], square), 0.6f);
+    EXPECT_GT(overlapOf(found[1], farther), 0.6f);
     int frames = 1;
-    while (!background.differences(frame).empty() && frames < 200)
+    while (!background.differences(frame.image()).empty() && frames < 200)
         ++frames;
     EXPECT_GT(frames, 10);
     EXPECT_LT(frames, 60);
+}
+
+TEST(SceneBackground, partsThatNearlyTouchAreOneAndPartsApartAreNot)
+{
+    const struct
+    {
+        const char* name;
+        float gap;
+        std::size_t parts;
+    } kCases[] = {{"a gap that noise could make", 4, 1}, {"a gap that nobody overlooks", 12, 2}};
+    for (const auto& c : kCases)
+    {
+        SCOPED_TRACE(c.name);
+        SceneBackground background({0.05f, 0.05f});
+        TestPicture frame({320, 240}, 90);
+        EXPECT_TRUE(background.differences(frame.image()).empty());
+        frame.fill({100, 100, 40, 40}, 250);
+        frame.fill({140 + c.gap, 100, 40, 40}, 250);
+        EXPECT_EQ(background.differences(frame.image()).size(), c.parts);
+    }
+}
+
+TEST(SceneBackground, aFrameOfAnotherSizeBeginsAnew)
+{
+    SceneBackground background({0.05f, 0});
+    EXPECT_TRUE(background.differences(TestPicture({64, 48}, 90).image()).empty());
+    EXPECT_EQ(background.differences(TestPicture({64, 48}, 250).image()).size(), 1u);
+    // Sides that are no multiple of the copy's, and a single pixel.
+    EXPECT_TRUE(background.differences(TestPicture({999, 1}, 250).image()).empty());
+    EXPECT_TRUE(background.differences(TestPicture({1, 1}, 250).image()).empty());
+    EXPECT_EQ(background.differences(TestPicture({1, 1}, 90).image()).size(), 1u);
 }
 
 } // namespace

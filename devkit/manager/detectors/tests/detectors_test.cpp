@@ -46,8 +46,8 @@ TEST(DecodeHead, boxReachesFromTheCellsCentreByExpectedDistances)
     // The centre is (36, 12); 1.5, 2.5, 3.5 and 4.5 strides to the left, top, right and bottom.
     EXPECT_NEAR(found[0].box.x, 24, 1e-3f);
     EXPECT_NEAR(found[0].box.y, -8, 1e-3f);
-    EXPECT_NEAR(found[0].box.br().x, 64, 1e-3f);
-    EXPECT_NEAR(found[0].box.br().y, 48, 1e-3f);
+    EXPECT_NEAR(found[0].box.right(), 64, 1e-3f);
+    EXPECT_NEAR(found[0].box.bottom(), 48, 1e-3f);
 }
 
 TEST(DecodeHead, unsureCellsGiveNothing)
@@ -65,22 +65,6 @@ TEST(DecodeHead, otherShapesAreRefused)
         (void)decodeHead(cv::Mat(4, shape, CV_32F, cv::Scalar(0)), 8, 0.5f), cv::Exception);
 }
 
-TEST(SuppressOverlaps, theBestOfAClassStays)
-{
-    const cv::Rect2f box(0, 0, 10, 10);
-    const cv::Rect2f shifted(0, 2, 10, 10); // shares 2/3 with `box`
-    const cv::Rect2f apart(0, 6, 10, 10); // shares 1/4 with `box`
-    const auto kept = suppressOverlaps(
-        {{0, 0.5f, box}, {0, 0.9f, shifted}, {1, 0.6f, box}, {0, 0.4f, {}}, {0, 0.3f, apart}},
-        0.5f);
-
-    ASSERT_EQ(kept.size(), 4u);
-    EXPECT_EQ(kept[0].box, shifted);
-    EXPECT_EQ(kept[1].classIndex, 1);
-    EXPECT_EQ(kept[2].box, cv::Rect2f());
-    EXPECT_EQ(kept[3].box, apart);
-}
-
 TEST(NanoDet, aFileThatIsNoModelIsRefused)
 {
     EXPECT_THROW(NanoDet("/nonexistent/model.onnx"), cv::Exception);
@@ -88,7 +72,7 @@ TEST(NanoDet, aFileThatIsNoModelIsRefused)
 
 TEST(HogPeople, windowIsShrunkAroundItsCentre)
 {
-    const cv::Rect2f person = shrinkToPerson({10, 20, 100, 200});
+    const Box person = shrinkToPerson({10, 20, 100, 200});
     EXPECT_NEAR(person.x, 28, 1e-3f);
     EXPECT_NEAR(person.y, 40, 1e-3f);
     EXPECT_NEAR(person.width, 64, 1e-3f);
