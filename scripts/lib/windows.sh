@@ -132,7 +132,10 @@ build_windows_bsdtar()
     local folder=$1
     fetch_debian_source "$folder" "$(debian_codename)" libarchive
     unpack_debian_source "$folder" libarchive
-    cmake_for_windows "$folder" libarchive bsdtar -DZLIB_WINAPI_EXITCODE=1 -DENABLE_TEST=OFF
+    # What it would find out by running a program, which CMake cannot here.
+    cmake_for_windows "$folder" libarchive all -DZLIB_WINAPI_EXITCODE=1 \
+        -DZLIB_WINAPI_EXITCODE__TRYRUN_OUTPUT=none -DZLIB_LIBRARY="/usr/$kMingw/lib/libz.a" \
+        -DENABLE_TEST=OFF -DENABLE_CPIO=OFF -DENABLE_CAT=OFF -DENABLE_OPENSSL=OFF
 }
 
 # What is all header: copied, so that no folder of the Linux build need be searched.
