@@ -2,11 +2,13 @@
 
 #include <chrono>
 #include <optional>
+#include <string_view>
 
 #include <tavo/network/http/http_client.h>
 
 #include "core/base/ini.h"
 #include "core/base/plugin_version.h"
+#include "remote/answer_body.h"
 #include "remote/text_helpers.h"
 #include "utils/log.h"
 
@@ -43,8 +45,7 @@ bool succeeded(
 
     std::string text = failure + endpoint + " Code: " + std::to_string(status.statusCode) +
         " Line: " + status.toString();
-    if (const std::optional<std::string> body = client.fetchEntireMessageBody())
-        text += " Body: " + *body;
+    text += " Body: " + fetchBodyExcerpt(client);
     log_info("%s", text.c_str()); // without a line end, as operators know it
     return false;
 }
@@ -74,7 +75,9 @@ std::vector<PipelineOption> makeOptions(const std::string& pipelines)
         if (!yyjson_is_str(jsonMember(pipeline, "uuid")))
             continue; // no pipeline: it could not be chosen
         PipelineOption option = makeOption(pipeline);
-        log_info("Patch pipelines %s:\n%s\n", option.name.c_str(), option.patch.c_str());
+        log_info(
+            "Patch pipelines %s:\n%s\n", std::string(excerptOf(option.name)).c_str(),
+            std::string(excerptOf(option.patch)).c_str());
         options.push_back(std::move(option));
     }
     return options;
@@ -96,6 +99,14 @@ std::string resetRequestBody(
     return jsonToText(std::move(document));
 }
 
+// The id becomes a part of a path of the host's interface: it must not lead anywhere else.
+bool isDeviceId(std::string_view id)
+{
+    constexpr std::string_view kAllowed =
+        "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ-_{}";
+    return !id.empty() && id.find_first_not_of(kAllowed) == std::string_view::npos;
+}
+
 // Patches what the cloud answered, for whichever devices it answered.
 void patchDevices(const UtilityProviderPtr& provider, const std::string& answer)
 {
@@ -105,9 +116,18 @@ void patchDevices(const UtilityProviderPtr& provider, const std::string& answer)
     while (yyjson_val* const key = yyjson_obj_iter_next(&iterator))
     {
         const std::string id(jsonText(key));
+        if (!isDeviceId(id))
+        {
+            log_info(
+                "Warning! The cloud answered for what is no device: %s\n",
+                std::string(excerptOf(id)).c_str());
+            continue;
+        }
         auto [patch, copy] = makeParametersDocument(yyjson_obj_iter_get_val(key));
         const std::string text = jsonToText(std::move(patch));
-        log_debug("Patching parameters to device: %s : %s\n", id.c_str(), text.c_str());
+        log_debug(
+            "Patching parameters to device: %s : %s\n", id.c_str(),
+            std::string(excerptOf(text)).c_str());
         patchDevice(provider, text, id);
     }
 }
@@ -152,7 +172,7 @@ std::vector<PipelineOption> getAvailablePipelines(
     const bool done = client.doGet(endpoint);
     if (!succeeded(client, done, endpoint, "Failed to fetch pipelines! Endpoint:"))
         return {};
-    const std::optional<std::string> body = client.fetchEntireMessageBody();
+    const std::optional<std::string> body = fetchBody(client);
     if (!body)
     {
         log_info("Failed to fetch available pipelines! Body can not be read.\n");
@@ -175,7 +195,7 @@ void resetDevices(const UtilityProviderPtr& provider, const std::vector<std::str
     const bool done = client.doPost(endpoint, "application/json", body);
     if (!succeeded(client, done, endpoint, "Failed to configure devices! Endpoint:"))
         return;
-    if (const std::optional<std::string> answer = client.fetchEntireMessageBody())
+    if (const std::optional<std::string> answer = fetchBody(client))
         patchDevices(provider, *answer);
 }
 

@@ -63,28 +63,38 @@ private:
     const std::string& m_key;
 };
 
-// Pulls the body into the file. False when the file did not take it.
-bool receiveBody(
+enum class Reception
+{
+    done,
+    notWritten,
+    tooSlow,
+};
+
+// Pulls the body into the file.
+Reception receiveBody(
     HttpClient& client, std::FILE* file, std::uint64_t length, const std::string& title,
-    ScopedEntry& progress)
+    const TransferFloor& floor, ScopedEntry& progress)
 {
     std::uint64_t total = 0;
+    TransferPace pace(floor);
     while (!client.eof())
     {
         const std::string buffer = client.fetchMessageBodyBuffer();
         total += buffer.size();
         if (std::fwrite(buffer.data(), 1, buffer.size(), file) != buffer.size())
-            return false;
+            return Reception::notWritten;
+        if (!pace.keepsUp(buffer.size()))
+            return Reception::tooSlow;
         progress.post(progressText(title, total, length));
     }
-    return std::fflush(file) == 0;
+    return std::fflush(file) == 0 ? Reception::done : Reception::notWritten;
 }
 
 } // namespace
 
 bool downloadFile(
     const std::string& url, const std::string& filePath, MessageBoard& board,
-    const std::string& key, const std::string& title)
+    const std::string& key, const std::string& title, const TransferFloor& floor)
 {
     log_info("Downloading %s to file: %s\n", url.c_str(), filePath.c_str());
     HttpClient client(network::ssl::kAcceptAnyCertificate);
@@ -108,15 +118,17 @@ bool downloadFile(
     const std::uint64_t length = contentLength(*client.response(), url);
 
     ScopedEntry progress(board, key);
-    if (!receiveBody(client, file.get(), length, title, progress))
-    {
+    const Reception reception = receiveBody(client, file.get(), length, title, floor, progress);
+    if (reception == Reception::done)
+        return true;
+    if (reception == Reception::tooSlow)
+        log_info("Error! Gave up a download that comes too slowly: %s\n", url.c_str());
+    else
         log_info("Error! Could not write downloaded file: %s\n", filePath.c_str());
-        // What there is must not pass for a file that was fetched before.
-        file.reset();
-        deleteFile(filePath);
-        return false;
-    }
-    return true;
+    // What there is must not pass for a file that was fetched before.
+    file.reset();
+    deleteFile(filePath);
+    return false;
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

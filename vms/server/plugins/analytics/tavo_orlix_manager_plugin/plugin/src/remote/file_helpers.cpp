@@ -1,5 +1,6 @@
 #include "remote/file_helpers.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <new>
 #include <system_error>
@@ -110,6 +111,19 @@ int writeFile(const std::string& path, const char* data, std::size_t size)
     log_info("Bytes written: %zu\n", size);
     log_info("Data written successfully\n");
     return 0;
+}
+
+bool isFileName(std::string_view text)
+{
+    if (text.empty() || text == "." || text == "..")
+        return false;
+    return std::none_of(
+        text.begin(), text.end(),
+        [](char c)
+        {
+            const auto byte = static_cast<unsigned char>(c);
+            return c == '/' || c == '\\' || byte < 0x20 || byte == 0x7F;
+        });
 }
 
 std::string fileNameOf(const std::string& path)

@@ -31,6 +31,10 @@ bool deleteFile(const std::string& path);
 // Replaces what is there. 0 on success; 1 on failure, which leaves the file cut short.
 int writeFile(const std::string& path, const char* data, std::size_t size);
 
+// Whether a text of another machine's can be the name of a file on any system, and names it within
+// the folder that it is joined to: no separator, no control character, neither "." nor "..".
+[[nodiscard]] bool isFileName(std::string_view text);
+
 // What stands behind the last "/", also on Windows: these paths come from URLs.
 [[nodiscard]] std::string fileNameOf(const std::string& path);
 

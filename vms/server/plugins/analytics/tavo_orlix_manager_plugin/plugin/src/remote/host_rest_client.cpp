@@ -1,5 +1,6 @@
 #include "remote/host_rest_client.h"
 
+#include <deque>
 #include <exception>
 
 #include <tavo/sdk/helpers/to_string.h>
@@ -25,6 +26,25 @@ constexpr char kJsonMimeType[] = "application/json";
 // One request to the host at a time; held while waiting for the answer.
 Mutex restMutex{LockLevel::request};
 
+// Handlers of requests that ended without an answer. A host may answer yet, through a pointer
+// without a reference, so they live on; so many that only an answer long overdue meets none. Never
+// destroyed, since the host may outlast the statics of this library.
+constexpr std::size_t kMaxUnanswered = 1024;
+std::deque<sdk::Ptr<ORLIXCompletionHandler>>& unanswered()
+{
+    static auto& handlers = *new std::deque<sdk::Ptr<ORLIXCompletionHandler>>();
+    return handlers;
+}
+
+void keepUnanswered(sdk::Ptr<ORLIXCompletionHandler> handler) REQUIRES(restMutex)
+{
+    auto& handlers = unanswered();
+    std::erase_if(handlers, [](const auto& kept) { return kept->executed(); });
+    if (handlers.size() >= kMaxUnanswered)
+        handlers.pop_front();
+    handlers.push_back(std::move(handler));
+}
+
 // What a finished request comes to; the empty text after a failure, which is logged.
 std::string responseText(const ORLIXCompletionHandler::Response& response)
 {
@@ -43,27 +63,28 @@ std::string responseText(const ORLIXCompletionHandler::Response& response)
 // Sends the request and waits for its end, however long it takes the host.
 std::string sendAndWait(
     const std::string& path, const std::string& method, const std::string& mimeType,
-    const std::string& body, const UtilityProviderPtr& provider)
+    const std::string& body, const UtilityProviderPtr& provider) REQUIRES(restMutex)
 {
-    const auto handler = sdk::makePtr<ORLIXCompletionHandler>();
+    auto handler = sdk::makePtr<ORLIXCompletionHandler>();
     std::future<ORLIXCompletionHandler::Response> response = handler->response();
+    std::string failure = "unknown error";
     try
     {
         provider->sendHttpRequest(
             sdk::IUtilityProvider4::HttpRequestKind::restApi, path.c_str(), method.c_str(),
             mimeType.c_str(), body.c_str(), handler.get());
+        handler->awaitHost();
         return responseText(response.get());
     }
     catch (const std::exception& e)
     {
-        handler->abandon();
-        log_info("Http request failed: %s\n", e.what());
+        failure = e.what();
     }
     catch (...)
-    {
-        handler->abandon();
-        log_info("Http request failed: %s\n", "unknown error");
-    }
+    {}
+    handler->abandon();
+    log_info("Http request failed: %s\n", failure.c_str());
+    keepUnanswered(std::move(handler));
     return {};
 }
 

@@ -18,6 +18,15 @@ std::future<ORLIXCompletionHandler::Response> ORLIXCompletionHandler::response()
     return m_state->promise.get_future();
 }
 
+void ORLIXCompletionHandler::awaitHost()
+{
+    m_state->awaitsHost = true;
+    // Of this reference and the host's last one, one is given back with awaitsHost set and only the
+    // waiting thread's left.
+    addRef();
+    releaseRef();
+}
+
 void ORLIXCompletionHandler::abandon() const
 {
     m_state->abandon();
@@ -25,6 +34,7 @@ void ORLIXCompletionHandler::abandon() const
 
 void ORLIXCompletionHandler::execute(Response response)
 {
+    m_state->executed = true;
     if (!m_state->answered.test_and_set())
     {
         m_state->promise.set_value(response);
@@ -39,7 +49,7 @@ std::uint32_t ORLIXCompletionHandler::releaseRef() const
 {
     const std::shared_ptr<State> state = m_state;
     const std::uint32_t count = RefCountable::releaseRef();
-    if (count == 1) // the waiting thread's
+    if (count == 1 && state->awaitsHost) // the waiting thread's is left
         state->abandon();
     return count;
 }

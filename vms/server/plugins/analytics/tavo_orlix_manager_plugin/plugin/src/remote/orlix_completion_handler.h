@@ -28,14 +28,19 @@ public:
     // To be called once. Getting the answer throws std::runtime_error after abandon().
     [[nodiscard]] std::future<Response> response();
 
+    // The host has taken the request and is done with the handler as an argument: from now on one
+    // that holds no reference will never answer, as when it shuts down, and that ends the wait. A
+    // host that is still taking the request may take references and give them back as it likes.
+    void awaitHost();
+
     // Nobody waits any more: ends a wait, and an answer that comes yet is released.
     void abandon() const;
 
+    // Whether the host executed it, abandoned or not.
+    [[nodiscard]] bool executed() const { return m_state->executed; }
+
     // IHttpRequestCompletionHandler:
     void execute(Response response) override;
-
-    // A host that gives its last reference back unexecuted, as when it shuts down, will never
-    // answer: that ends the wait.
     std::uint32_t releaseRef() const override;
 
 private:
@@ -43,6 +48,8 @@ private:
     {
         std::promise<Response> promise;
         std::atomic_flag answered;
+        std::atomic<bool> executed{false};
+        std::atomic<bool> awaitsHost{false};
 
         void abandon();
     };

@@ -111,6 +111,33 @@ TEST_F(CloudClient, AnswersOfTheWrongKindGiveNothing)
     EXPECT_THAT(patches(), IsEmpty());
 }
 
+TEST_F(CloudClient, AnAnswerPatchesDevicesAndNothingElseOfTheHost)
+{
+    startCloud(
+        R"({"Devices":{"../servers/this":{},"a/b":{},"":{},"a?x":{},"a%2Fb":{},"{dev-1}":{}}})");
+    resetDevices(m_host, {});
+    EXPECT_THAT(patches(), ElementsAre(R"(/rest/v4/devices/{dev-1} {"parameters":{"tavoAI":{}}})"));
+    EXPECT_THAT(
+        m_log.text(),
+        HasSubstr("Warning! The cloud answered for what is no device: ../servers/this\n"));
+}
+
+TEST_F(CloudClient, OfAnErrorsBodyTheLogGetsTheBeginning)
+{
+    LoopbackHttpServer cloud;
+    cloud.handlers.Get(
+        ".*",
+        [](const httplib::Request&, httplib::Response& response)
+        {
+            response.status = 500;
+            response.set_content(std::string(1024, 'a') + std::string(10 << 20, 'b'), "text/html");
+        });
+    cloud.start();
+    useCloud(cloud.url(""));
+    EXPECT_THAT(getAvailablePipelines(m_host, "d"), IsEmpty());
+    EXPECT_TRUE(m_log.text().ends_with(" Body: " + std::string(1024, 'a') + "\n"));
+}
+
 TEST_F(CloudClient, OnlyACertificateThatTheSystemTrustsIsAccepted)
 {
     const SelfSignedCertificate certificate;

@@ -1,7 +1,10 @@
 #include "remote/file_downloader.h"
 
+#include <atomic>
+#include <chrono>
 #include <csignal>
 #include <sys/resource.h>
+#include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -118,6 +121,31 @@ TEST_F(FileDownloader, AFileThatTheDiskDoesNotTakeIsNotDownloaded)
     EXPECT_THAT(
         m_log.text(),
         HasSubstr("Error! Could not write downloaded file: " + m_folder.path("file") + "\n"));
+}
+
+TEST_F(FileDownloader, AServerThatTricklesIsLeftAndSoIsItsFile)
+{
+    std::atomic<bool> left{false};
+    m_server.handlers.Get(
+        "/file",
+        [&](const httplib::Request&, httplib::Response& response)
+        {
+            response.set_content_provider(
+                1 << 20, "text/plain",
+                [&](size_t, size_t, httplib::DataSink& sink)
+                {
+                    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+                    left = !sink.write("x", 1);
+                    return !left;
+                });
+        });
+    m_server.start();
+    const TransferFloor floor{1024, std::chrono::milliseconds(100)};
+    EXPECT_FALSE(downloadFile(
+        m_server.url("/file"), m_folder.path("file"), m_board, "KEY", "Downloading it", floor));
+    EXPECT_FALSE(m_folder.has("file"));
+    EXPECT_THAT(m_board.snapshot(), IsEmpty());
+    EXPECT_TRUE(test::comesTrue([&] { return left.load(); }));
 }
 
 TEST_F(FileDownloader, AnyCertificateIsAccepted)

@@ -1,6 +1,7 @@
 #include "remote/host_rest_client.h"
 
 #include <atomic>
+#include <set>
 #include <stdexcept>
 #include <thread>
 
@@ -70,6 +71,42 @@ TEST_F(HostRestClient, AHostThatGivesTheRequestUpEndsTheWait)
         "Http request failed: The host gave the request up.\n"
         "Warning! Could not get response from API.\n",
         m_log.text());
+}
+
+// What a host does while it takes the request says nothing of what it will do with it.
+TEST_F(HostRestClient, AHandlerGivenBackAndTakenAgainIsAnswered)
+{
+    std::jthread hostThread;
+    m_host->run = [&hostThread](const FakeHost::Request&, Handler* handler)
+    {
+        auto kept = sdk::interfaceCast<Handler>(handler);
+        ASSERT_TRUE(kept);
+        kept.reset();
+        kept = sdk::addRefToPtr(handler);
+        hostThread = std::jthread(
+            [kept = std::move(kept)]
+            {
+                sdk::addRefToPtr(kept.get()).reset();
+                FakeHost::reply(kept.get(), "H\n\nbody");
+            });
+    };
+    EXPECT_EQ("body", request());
+    EXPECT_EQ("", m_log.text());
+}
+
+TEST_F(HostRestClient, ALateAnswerWithoutAReferenceMeetsALivingHandler)
+{
+    std::vector<Handler*> pointers;
+    m_host->run = [&pointers](const FakeHost::Request&, Handler* handler)
+    { pointers.push_back(handler); };
+    for (int n = 0; n < 3; ++n)
+        EXPECT_EQ("", request());
+    EXPECT_EQ(3u, std::set(pointers.begin(), pointers.end()).size());
+    for (Handler* const handler : pointers)
+        FakeHost::reply(handler, "H\n\nlate");
+    const std::string text = m_log.text();
+    const std::string dropped = "Warning! Dropped an answer of the host that nobody waits for.\n";
+    EXPECT_TRUE(text.ends_with(dropped + dropped + dropped)) << text;
 }
 
 TEST_F(HostRestClient, AHostThatThrowsIsAFailedRequest)

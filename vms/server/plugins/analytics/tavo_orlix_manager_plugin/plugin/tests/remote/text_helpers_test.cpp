@@ -1,5 +1,7 @@
 #include "remote/text_helpers.h"
 
+#include "remote/file_helpers.h"
+
 #include <locale>
 
 #include <gtest/gtest.h>
@@ -16,6 +18,16 @@ TEST(TextToInt, ReadsDecimalNumbersAndFallsBackWithALogLine)
         {"0x", 0}};
     for (const auto& c : kCases)
         EXPECT_EQ(c.second, textToInt(c.first, kDefault)) << c.first;
+}
+
+TEST(IsFileName, RefusesWhatWouldLeadElsewhere)
+{
+    const std::pair<std::string_view, bool> kCases[] = {
+        {"0f-model id", true}, {"..a", true},  {"\xC3\xA4", true},   {"", false},
+        {".", false},          {"..", false},  {"../a", false},      {"a/b", false},
+        {"a\\b", false},       {"a\n", false}, {{"a\0b", 3}, false}, {"a\x7F", false}};
+    for (const auto& c : kCases)
+        EXPECT_EQ(c.second, isFileName(c.first)) << c.first;
 }
 
 // A host may run with any locale, in C and in C++.
