@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "remote/file_helpers.h"
+#include "remote/text_helpers.h"
 #include "utils/log.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -28,6 +30,11 @@ void ModelCollector::add(yyjson_val* model)
         log_info("Warning! Model has no ID or Name.\n");
         return;
     }
+    if (!isFileName(jsonText(id)))
+    {
+        log_info("Warning! Model's ID cannot name its files: %s\n", oneLine(jsonText(id)).c_str());
+        return;
+    }
     AssignedModel assigned;
     assigned.id = jsonText(id);
     assigned.name = jsonText(name);
@@ -38,6 +45,8 @@ void ModelCollector::add(yyjson_val* model)
     if (files.modelPath.empty())
     {
         log_info("Warning! Assigned model not compatible with runtime %s\n", assigned.name.c_str());
+        if (!m_mimeType.empty()) // else there is no runtime yet
+            m_modelManager.reportIncompatible(assigned.id, assigned.name, m_mimeType);
         return;
     }
     if (const auto known = m_models.find(assigned.id); known != m_models.end())

@@ -15,6 +15,8 @@
 
 #include "core/base/ini.h"
 #include "models/orlix_crypto.h"
+#include "remote/answer_body.h"
+#include "remote/file_helpers.h"
 #include "utils/files.h"
 #include "utils/log.h"
 
@@ -29,6 +31,26 @@ using network::http::HttpClient;
 constexpr char kHttpTimeFormat[] = "%a, %d %b %Y %H:%M:%S GMT";
 constexpr std::string_view kMd5Prefix = "md5=";
 
+// What lies beside a model and beside its key until both are whole. The model moves first and its
+// key follows, so a key without a temporary model belongs to the model that is in place.
+std::string temporaryPathOf(const std::string& path)
+{
+    return path + ".tmp";
+}
+
+void dropFile(const std::string& path)
+{
+    std::error_code ignored; // it may never have been there
+    std::filesystem::remove(pathFromUtf8(path), ignored);
+}
+
+bool rename(const std::string& from, const std::string& to)
+{
+    std::error_code error;
+    std::filesystem::rename(pathFromUtf8(from), pathFromUtf8(to), error);
+    return !error;
+}
+
 // One download under way, and what its steps share.
 class Transfer
 {
@@ -36,7 +58,8 @@ public:
     Transfer(const ModelDownload& download, MessageBoard& board) :
         m_download(download),
         m_board(board),
-        m_temporaryPath(download.modelPath + ".tmp"),
+        m_temporaryPath(temporaryPathOf(download.modelPath)),
+        m_temporaryKeyPath(temporaryPathOf(download.keyPath)),
         m_client(network::ssl::kAcceptAnyCertificate)
     {}
 
@@ -47,8 +70,10 @@ public:
             m_temporaryPath.c_str(), m_download.modelPath.c_str());
         prepareClient();
         postProgress(0);
-        const bool done = request() && readDigest() && saveKey() && receive(lastModified) &&
-            digestMatches() && moveIntoPlace();
+        const bool done = request() && readDigest() && readKey() && receive(lastModified) &&
+            digestMatches() && saveKey() && moveIntoPlace();
+        if (!done)
+            dropTemporaryFiles();
         m_board.removeMessage(board_key::kModelDownloadProgress);
         return done;
     }
@@ -70,11 +95,10 @@ private:
         const auto& status = m_client.response()->statusLine;
         if (status.statusCode == 200)
             return true;
-        std::string text = "Failed to download model from:" + m_download.url +
-            " Code: " + std::to_string(status.statusCode) + " Line: " + status.toString();
-        if (const auto body = m_client.fetchEntireMessageBody())
-            text += " Body: " + std::string(*body);
-        return failed(text);
+        return failed(
+            "Failed to download model from:" + m_download.url +
+            " Code: " + std::to_string(status.statusCode) + " Line: " + status.toString() +
+            " Body: " + fetchBodyExcerpt(m_client, m_download.floor));
     }
 
     bool readDigest()
@@ -86,27 +110,20 @@ private:
         return false;
     }
 
-    bool saveKey()
+    bool readKey()
     {
         if (!m_download.encrypted)
             return true;
         log_debug("Model is encrypted. Get symmetric key and save to file.\n");
-        const auto key = base64Decode(header("X-Key"));
-        if (!key || key->empty())
+        m_key = base64Decode(header("X-Key")).value_or(Bytes());
+        if (m_key.empty())
         {
             log_info("Error! Model is encrypted but could not get symmetric key!\n");
             return false;
         }
         log_debug(
-            "Got symmetric key length %zu for model saved to %s\n", key->size(),
+            "Got symmetric key length %zu for model saved to %s\n", m_key.size(),
             m_temporaryPath.c_str());
-        const FileStream file(file_open_private(m_download.keyPath.c_str()));
-        // Without its key the model will be refused when the application is started.
-        if (!file || std::fwrite(key->data(), 1, key->size(), file.get()) != key->size() ||
-            std::fflush(file.get()) != 0)
-        {
-            log_info("ERROR: Failed to save the symmetric key.\n");
-        }
         return true;
     }
 
@@ -120,12 +137,19 @@ private:
             return false;
         }
         std::uint64_t received = 0;
+        TransferPace pace(m_download.floor);
         bool written = true;
-        while (!m_client.eof())
+        while (written && !m_client.eof())
         {
             const auto buffer = m_client.fetchMessageBodyBuffer();
-            written = written &&
-                std::fwrite(buffer.data(), 1, buffer.size(), file.get()) == buffer.size();
+            written = std::fwrite(buffer.data(), 1, buffer.size(), file.get()) == buffer.size();
+            if (!pace.keepsUp(buffer.size()))
+            {
+                log_info(
+                    "Error! Gave up a download that comes too slowly: %s\n",
+                    m_download.url.c_str());
+                break;
+            }
             received += buffer.size();
             postProgress(received * 100 / m_download.expectedSize);
         }
@@ -144,12 +168,14 @@ private:
             return failed("Could not generate Hash from file: " + m_temporaryPath);
         if (!m_digest.starts_with(kMd5Prefix))
         {
-            dropTemporaryFile();
-            post(m_download.modelPath, "Model file content digest format unknown: " + m_digest);
+            post(
+                m_download.modelPath,
+                "Model file content digest format unknown: " + std::string(excerptOf(m_digest)));
             return false;
         }
         const Bytes expected = base64Decode(encodedDigest()).value_or(Bytes());
-        const std::string compared = " Header: " + m_digest + " File: " + base64Encode(*hash);
+        const std::string compared =
+            " Header: " + std::string(excerptOf(m_digest)) + " File: " + base64Encode(*hash);
         if (expected.size() < kMd5Size)
         {
             return failed(
@@ -161,15 +187,32 @@ private:
         return true;
     }
 
+    // Beside the old key, which goes with the old model until the new one is in place.
+    bool saveKey()
+    {
+        if (!m_download.encrypted)
+            return true;
+        FileStream file(file_open_private(m_temporaryKeyPath.c_str()));
+        const bool written =
+            file && std::fwrite(m_key.data(), 1, m_key.size(), file.get()) == m_key.size();
+        if (file && std::fclose(file.release()) == 0 && written)
+            return true;
+        log_info("ERROR: Failed to save the symmetric key.\n");
+        return false;
+    }
+
     bool moveIntoPlace()
     {
-        std::error_code error;
-        std::filesystem::rename(m_temporaryPath, m_download.modelPath, error);
-        if (error)
+        if (!rename(m_temporaryPath, m_download.modelPath))
         {
             return failed(
                 "Failed to rename file " + m_temporaryPath + " to: " + m_download.modelPath +
                 "\nEnsure file is accessible and not being used by another program.");
+        }
+        if (m_download.encrypted && !rename(m_temporaryKeyPath, m_download.keyPath))
+        {
+            log_info("ERROR: Failed to save the symmetric key.\n");
+            return false;
         }
         log_info(
             "Download completed of %s to %s\n", m_download.url.c_str(),
@@ -211,21 +254,25 @@ private:
     bool failed(const std::string& text)
     {
         post(m_temporaryPath, text);
-        dropTemporaryFile();
         return false;
     }
 
-    void dropTemporaryFile()
+    // The key first: alone it would count as that of the model in place, as it is once that moved.
+    void dropTemporaryFiles()
     {
-        std::error_code ignored; // it may never have been there
-        std::filesystem::remove(m_temporaryPath, ignored);
+        if (!fileExists(m_temporaryPath))
+            return;
+        dropFile(m_temporaryKeyPath);
+        dropFile(m_temporaryPath);
     }
 
     const ModelDownload& m_download;
     MessageBoard& m_board;
     const std::string m_temporaryPath;
+    const std::string m_temporaryKeyPath;
     HttpClient m_client;
     std::string m_digest;
+    Bytes m_key;
 };
 
 } // namespace
@@ -234,6 +281,17 @@ bool downloadModel(
     const ModelDownload& download, MessageBoard& board, std::optional<std::time_t>* lastModified)
 {
     return Transfer(download, board).run(lastModified);
+}
+
+void finishInterruptedDownload(const std::string& modelPath, const std::string& keyPath)
+{
+    const std::string temporaryKeyPath = temporaryPathOf(keyPath);
+    if (!fileExists(temporaryKeyPath))
+        return;
+    if (fileExists(temporaryPathOf(modelPath)))
+        dropFile(temporaryKeyPath);
+    else if (!rename(temporaryKeyPath, keyPath))
+        log_info("ERROR: Failed to save the symmetric key.\n");
 }
 
 std::optional<std::time_t> parseLocalTime(const std::string& text, const char* format)

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "core/base/message_board.h"
+#include "remote/transfer_pace.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -20,16 +21,20 @@ struct ModelDownload
     std::string modelName; // for people
     std::uint64_t expectedSize = 0; // bytes, not 0
     std::string cloudToken; // the whole authorization
+    TransferFloor floor; // below which the transfer is given up
 };
 
 // Fetches a model into a temporary file beside its path, checks its digest, and moves it into
-// place, so that an older good file stays whatever goes wrong. The key of an encrypted model is
-// saved before the body is fetched. Any server certificate is accepted: the digest is what is
-// trusted. True on success; `lastModified` is then the server's time of the file, if it can be
-// read. A failure is on the board, and no temporary file is left. Memory does not depend on the
-// size.
+// place together with the key of an encrypted model, so that an older good pair stays whatever goes
+// wrong. Any server certificate is accepted: the digest is what is trusted. True on success;
+// `lastModified` is then the server's time of the file, if it can be read. A failure is on the
+// board, and no temporary file is left. Memory does not depend on the size.
 [[nodiscard]] bool downloadModel(
     const ModelDownload& download, MessageBoard& board, std::optional<std::time_t>* lastModified);
+
+// Ends the moving into place of a model and its key where a process that died left it: the key
+// follows a model that is in place already, and goes where the model never came.
+void finishInterruptedDownload(const std::string& modelPath, const std::string& keyPath);
 
 // A time in the format of std::get_time, taken as local time.
 [[nodiscard]] std::optional<std::time_t> parseLocalTime(

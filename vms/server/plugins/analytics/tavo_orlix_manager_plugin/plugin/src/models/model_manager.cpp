@@ -53,7 +53,7 @@ ModelFiles ModelManager::selectDownload(
             continue;
 
         const std::string fileName = fileNameOf(textMember(download, "Url"));
-        if (fileName.empty() || fileName == "." || fileName == "..")
+        if (!isFileName(fileName))
             return {}; // without a file there is nothing to load
         ModelFiles files;
         files.encrypted = yyjson_is_true(jsonMember(download, "Encrypted"));
@@ -101,18 +101,20 @@ bool ModelManager::ensureModel(
             verdict = ensureOffer(*offer, model, cloudToken);
     }
 
-    const std::string key = board_key::kNoCompatibleRuntime + model.id;
     if (compatible)
-    {
-        m_messageBoard->removeMessage(key);
-    }
+        m_messageBoard->removeMessage(board_key::kNoCompatibleRuntime + model.id);
     else
-    {
-        m_messageBoard->postMessage(
-            key, "Model " + model.name + " is not compatible with this runtime: " + mimeType,
-            MessageType::warning);
-    }
+        reportIncompatible(model.id, model.name, mimeType);
     return verdict == Verdict::downloaded;
+}
+
+void ModelManager::reportIncompatible(
+    const std::string& modelId, const std::string& modelName, const std::string& mimeType)
+{
+    m_messageBoard->postMessage(
+        board_key::kNoCompatibleRuntime + modelId,
+        "Model " + modelName + " is not compatible with this runtime: " + mimeType,
+        MessageType::warning);
 }
 
 std::optional<ModelManager::Offer> ModelManager::readOffer(
@@ -146,6 +148,7 @@ std::optional<ModelManager::Offer> ModelManager::readOffer(
 ModelManager::Verdict ModelManager::ensureOffer(
     const Offer& offer, const ModelToEnsure& model, const std::string& cloudToken)
 {
+    finishInterruptedDownload(model.modelPath, model.keyPath);
     if (fileStands(offer, model))
     {
         m_metadataTimes[model.id] = offer.lastModified;
@@ -186,7 +189,7 @@ bool ModelManager::fileStands(const Offer& offer, const ModelToEnsure& model) co
 
     const bool exists = fileExists(model.modelPath);
     bool correctSize = false;
-    bool modelFileNewer = false;
+    bool metadataNewer = false;
     bool metadataUpdated = false;
     if (exists)
     {
@@ -202,7 +205,9 @@ bool ModelManager::fileStands(const Offer& offer, const ModelToEnsure& model) co
     if (exists && !correctSize && metadataTimeKnown && fileTime != m_fileTimes.end() &&
         metadataTime->second > fileTime->second)
     {
-        modelFileNewer = true;
+        // The file is kept: the cloud knew this size before it had the file's time. The words are
+        // those that operators know.
+        metadataNewer = true;
         log_info(
             "Warning! The downloaded model file %s is newer than in metadata. It's possible the metadata is outdated.\n",
             model.id.c_str());
@@ -221,8 +226,8 @@ bool ModelManager::fileStands(const Offer& offer, const ModelToEnsure& model) co
     }
     log_debug(
         "File exists: %d Correct size: %d Model file newer: %d : Metadata updated: %d\n", exists,
-        correctSize, modelFileNewer, metadataUpdated);
-    return exists && (correctSize || modelFileNewer) && !metadataUpdated;
+        correctSize, metadataNewer, metadataUpdated);
+    return exists && (correctSize || metadataNewer) && !metadataUpdated;
 }
 
 bool ModelManager::hasFailed(const std::string& modelId) const

@@ -52,6 +52,11 @@ public:
         yyjson_val* downloads, const std::string& mimeType, const ModelToEnsure& model,
         const std::string& cloudToken);
 
+    // Tells the user of a model without a download for this mime type. ensureModel takes it back
+    // once there is one.
+    void reportIncompatible(
+        const std::string& modelId, const std::string& modelName, const std::string& mimeType);
+
     void forgetFailedDownloads();
 
 private:

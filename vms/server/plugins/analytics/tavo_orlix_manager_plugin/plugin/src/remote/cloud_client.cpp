@@ -76,7 +76,7 @@ std::vector<PipelineOption> makeOptions(const std::string& pipelines)
             continue; // no pipeline: it could not be chosen
         PipelineOption option = makeOption(pipeline);
         log_info(
-            "Patch pipelines %s:\n%s\n", std::string(excerptOf(option.name)).c_str(),
+            "Patch pipelines %s:\n%s\n", oneLine(option.name).c_str(),
             std::string(excerptOf(option.patch)).c_str());
         options.push_back(std::move(option));
     }
@@ -119,8 +119,7 @@ void patchDevices(const UtilityProviderPtr& provider, const std::string& answer)
         if (!isDeviceId(id))
         {
             log_info(
-                "Warning! The cloud answered for what is no device: %s\n",
-                std::string(excerptOf(id)).c_str());
+                "Warning! The cloud answered for what is no device: %s\n", oneLine(id).c_str());
             continue;
         }
         auto [patch, copy] = makeParametersDocument(yyjson_obj_iter_get_val(key));

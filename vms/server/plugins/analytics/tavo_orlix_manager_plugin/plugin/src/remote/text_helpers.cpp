@@ -6,6 +6,7 @@
 #include <sstream>
 #include <system_error>
 
+#include "remote/answer_body.h"
 #include "utils/log.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -91,6 +92,15 @@ float textToFloat(std::string text, float defaultValue)
 bool sameDeviceId(std::string_view a, std::string_view b)
 {
     return withoutBraces(a) == withoutBraces(b);
+}
+
+std::string oneLine(std::string_view name)
+{
+    std::string line(excerptOf(name));
+    std::replace_if(
+        line.begin(), line.end(),
+        [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }, '?');
+    return line;
 }
 
 std::string makeIdentifier(std::string text)

@@ -32,6 +32,10 @@ namespace tavo::vms_server_plugins::analytics::orlix
 // Equal but for one pair of braces around either. Used for all comparisons of site and device ids.
 [[nodiscard]] bool sameDeviceId(std::string_view a, std::string_view b);
 
+// A name that another machine chose, for one line of a log: control characters as "?", and no more
+// than 1,024 bytes.
+[[nodiscard]] std::string oneLine(std::string_view name);
+
 // Of the same length, of letters, digits, "_" and, but for the first place, ".".
 [[nodiscard]] std::string makeIdentifier(std::string text);
 

@@ -79,6 +79,34 @@ TEST_F(ModelCollection, WhatCannotBeUsedIsLeftOutWithAWord)
         unfit + "]}]");
     EXPECT_EQ("[]", list);
     EXPECT_TRUE(m_models.empty());
+    const std::string text = "Model Unfit is not compatible with this runtime: application/x-onnx";
+    ASSERT_TRUE(m_board.snapshot().contains("NO_COMPATIBLE_RUNTIME_u1"));
+    EXPECT_EQ(text, m_board.snapshot().at("NO_COMPATIBLE_RUNTIME_u1").text);
+
+    collect(
+        R"([{"UUID":"u1","Name":"Unfit","Downloads":[)" + cachedDownload(m_mimeType, false) +
+        "]}]");
+    EXPECT_FALSE(m_board.snapshot().contains("NO_COMPATIBLE_RUNTIME_u1")) << "it fits now";
+}
+
+// The id names the file of the model's key.
+TEST_F(ModelCollection, AnIdThatLeadsElsewhereIsRefusedWithAWord)
+{
+    const std::string download = cachedDownload(m_mimeType, true);
+    for (const char* const id : {"../../../../x/y\\u0000", "a/b", "a\\\\b", "..", "a\\nb", ""})
+    {
+        SCOPED_TRACE(id);
+        EXPECT_EQ(
+            "[]",
+            collect(
+                R"([{"UUID":")" + std::string(id) + R"(","Name":"n","Downloads":[)" + download +
+                "]}]"));
+        EXPECT_TRUE(m_models.empty());
+    }
+    EXPECT_EQ(0, m_tokensAsked);
+    EXPECT_THAT(
+        m_log.text(),
+        ::testing::HasSubstr("Warning! Model's ID cannot name its files: ../../../../x/y?\n"));
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -6,6 +6,7 @@
 
 #include "core/base/ini.h"
 #include "http_server.h"
+#include "models/model_download.h"
 #include "models/orlix_crypto.h"
 #include "temporary_folder.h"
 #include "utils/json.h"
@@ -233,6 +234,92 @@ TEST_F(ModelManagerTest, theKeyOfAnEncryptedModelIsForItsOwnerOnly)
     EXPECT_EQ(0600u, status.st_mode & 0777u);
 }
 
+TEST_F(ModelManagerTest, keyAndBodyComeTogetherOrNotAtAll)
+{
+    const std::string encrypted = R"(,"Encrypted":true)";
+    const std::string oldKey = std::string(32, 1) + '\0';
+    const std::string newKey = std::string(32, 2) + '\0';
+    const auto key = [&] { return m_folder.read("orlix_manager/cache/keys/model-id.tvc"); };
+    const auto body = [&] { return m_folder.read("orlix_manager/cache/encrypted/net.onnx"); };
+    const auto nothingIsLeft = [&]
+    {
+        return !std::filesystem::exists(m_files.modelPath + ".tmp") &&
+            !std::filesystem::exists(m_files.keyPath + ".tmp");
+    };
+    m_key = base64Encode(Bytes(32, 1));
+    ASSERT_TRUE(ensure(downloads(encrypted)));
+    const std::string oldBody = body();
+
+    m_key = base64Encode(Bytes(32, 2));
+    m_missing = 1000; // the update breaks off
+    m_lastModified = "2026-11-04T10:00:00";
+    EXPECT_FALSE(ensure(downloads(encrypted)));
+    EXPECT_EQ(oldKey, key());
+    EXPECT_EQ(oldBody, body());
+    EXPECT_TRUE(nothingIsLeft());
+
+    m_missing = 0; // the key cannot be kept
+    m_manager.forgetFailedDownloads();
+    m_lastModified = "2026-11-05T10:00:00";
+    std::filesystem::create_directories(m_files.keyPath + ".tmp/x");
+    EXPECT_FALSE(ensure(downloads(encrypted)));
+    EXPECT_EQ(oldKey, key());
+    EXPECT_FALSE(std::filesystem::exists(m_files.modelPath + ".tmp"));
+    std::filesystem::remove_all(m_files.keyPath + ".tmp");
+
+    m_manager.forgetFailedDownloads();
+    m_lastModified = "2026-11-06T10:00:00";
+    EXPECT_TRUE(ensure(downloads(encrypted)));
+    EXPECT_EQ(newKey, key());
+    EXPECT_TRUE(nothingIsLeft());
+
+    // A process that died between the two moves, and one that died before them.
+    m_folder.write("orlix_manager/cache/keys/model-id.tvc.tmp", oldKey);
+    EXPECT_FALSE(ensure(downloads(encrypted)));
+    EXPECT_EQ(oldKey, key());
+    m_folder.write("orlix_manager/cache/keys/model-id.tvc.tmp", newKey);
+    m_folder.write("orlix_manager/cache/encrypted/net.onnx.tmp", "whole or not");
+    EXPECT_FALSE(ensure(downloads(encrypted)));
+    EXPECT_EQ(oldKey, key());
+    EXPECT_FALSE(std::filesystem::exists(m_files.keyPath + ".tmp"));
+}
+
+TEST_F(ModelManagerTest, aServerThatTricklesIsLeftAndAnErrorsBodyIsShownInPart)
+{
+    m_server.handlers.Get(
+        "/slow",
+        [](const httplib::Request&, httplib::Response& response)
+        {
+            response.set_header("Content-Digest", "md5=AAAA");
+            response.set_content_provider(
+                1 << 20, "text/plain",
+                [](std::size_t, std::size_t, httplib::DataSink& sink)
+                {
+                    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+                    return sink.write("x", 1);
+                });
+        });
+    m_server.handlers.Get(
+        "/error",
+        [](const httplib::Request&, httplib::Response& response)
+        {
+            response.status = 500;
+            response.set_content(std::string(1024, 'a') + std::string(10 << 20, 'b'), "text/html");
+        });
+    ModelDownload download;
+    download.modelPath = m_folder.path("net");
+    download.expectedSize = 1;
+    download.floor = {1024, std::chrono::milliseconds(100)};
+    std::optional<std::time_t> time;
+    download.url = m_server.url("/slow");
+    EXPECT_FALSE(downloadModel(download, m_board, &time));
+    EXPECT_FALSE(m_folder.has("net.tmp"));
+    download.url = m_server.url("/error");
+    EXPECT_FALSE(downloadModel(download, m_board, &time));
+    EXPECT_TRUE(warning("DOWNLOAD_MODEL_FAILED_" + m_folder.path("net.tmp"))
+                    .ends_with(" Body: " + std::string(1024, 'a')));
+}
+
 TEST_F(ModelManagerTest, offersThatMakeNoSenseAreToldApart)
 {
     const std::string url = m_server.url("/models/net.onnx");
@@ -246,6 +333,13 @@ TEST_F(ModelManagerTest, offersThatMakeNoSenseAreToldApart)
         warning("DOWNLOAD_MODEL_FAILED_" + m_files.modelPath));
     EXPECT_FALSE(ensure(offer(R"(,"LastModified":"2026-11-03T10:00:00","Size":"3")")));
 
+    for (const char* const none :
+         {R"([{"RuntimeArchitecture":"application/x-onnx","Url":"http://x/a\u0000b"}])",
+          R"([{"RuntimeArchitecture":"application/x-onnx","Url":"http://x/..\\b"}])"})
+    {
+        EXPECT_FALSE(ensure(none));
+        EXPECT_EQ("", m_files.modelPath);
+    }
     for (const char* const none :
          {"[]", "{}", "3", R"([{"RuntimeArchitecture":"other"}, 7, null])"})
     {
