@@ -128,13 +128,16 @@ bool RuntimeManagerLoop::provideRuntime()
     return false;
 }
 
-// The name is saved and told to the host even if the installation failed; the status then says so.
+// The name is saved and told to the host even if the download failed; the status then says so. It
+// is not laid beside a library of another package, which would then count as installed.
 void RuntimeManagerLoop::installRuntime(const std::string& name)
 {
     if (name.empty())
         return;
     RuntimesManager& runtimes = m_engine.m_runtimesManager;
     runtimes.install(name, m_engine.m_messageBoard, /*useSubfolder*/ false);
+    if (runtimes.installedNameStays())
+        return;
     runtimes.saveInstalledRuntimeName(name);
     patchRuntimeInformation(m_engine.utilityProvider(), name, runtimes.getMimeType(name));
 }

@@ -232,6 +232,27 @@ std::unique_ptr<Chip> detectAmbarella(const MachineInfo& machine)
     return chip;
 }
 
+std::span<const ChipFamily> chipFamilies()
+{
+    // Of a Hailo record the common part is kept: its type has done its work with the filing.
+    static constexpr ChipFamily kFamilies[] = {
+        {[](const MachineInfo& machine, MessageBoard&) { return *detectCpu(machine); }, 0},
+        {[](const MachineInfo& machine, MessageBoard&) { return Chip(*detectHailo(machine)); }, 1},
+        {[](const MachineInfo& machine, MessageBoard& board)
+         { return *detectNvidia(machine, board); },
+         2},
+        {[](const MachineInfo& machine, MessageBoard&) { return *detectQualcomm(machine); }, 3},
+        {[](const MachineInfo& machine, MessageBoard&) { return *detectMemryx(machine); }, 4},
+        {[](const MachineInfo& machine, MessageBoard&) { return *detectDeepx(machine); }, 5},
+        {[](const MachineInfo& machine, MessageBoard&) { return *detectAxelera(machine); }, 8},
+        {[](const MachineInfo& machine, MessageBoard&) { return *detectSima(machine); }, 6},
+        {[](const MachineInfo& machine, MessageBoard&) { return *detectIntel(machine); }, 7},
+        {[](const MachineInfo& machine, MessageBoard&) { return *detectEdgeCortix(machine); }, 9},
+        {[](const MachineInfo& machine, MessageBoard&) { return *detectAmbarella(machine); }, 10},
+    };
+    return kFamilies;
+}
+
 const std::unordered_map<std::string, std::string>& documentationLinks()
 {
     static const std::unordered_map<std::string, std::string> links{

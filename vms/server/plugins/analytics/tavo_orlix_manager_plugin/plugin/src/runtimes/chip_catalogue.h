@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <span>
 #include <string>
 #include <unordered_map>
 
@@ -43,6 +44,14 @@ inline constexpr char kAmbarella[] = "Ambarella CV75";
 [[nodiscard]] std::unique_ptr<Chip> detectIntel(const MachineInfo& machine);
 [[nodiscard]] std::unique_ptr<Chip> detectEdgeCortix(const MachineInfo& machine);
 [[nodiscard]] std::unique_ptr<Chip> detectAmbarella(const MachineInfo& machine);
+
+// The families, in the order in which they are detected.
+struct ChipFamily
+{
+    Chip (*detect)(const MachineInfo& machine, MessageBoard& board);
+    int printPlace; // its place when the machine is told in the log, an order of its own
+};
+[[nodiscard]] std::span<const ChipFamily> chipFamilies();
 
 // The filing step of each family: the gates of its runtime, for a record that its probe has filled.
 // Public so that the road of hardware that the build machine lacks can be tested.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <regex>
 #include <sstream>
+#include <stdexcept>
 #include <vector>
 
 #include "utils/command.h"
@@ -15,9 +16,6 @@ namespace tavo::vms_server_plugins::analytics::orlix
 
 namespace
 {
-
-constexpr const char* kDeepxSupportedVersions[] = {"2.9.5", "3.0.0", "3.1.0", "3.2.0"};
-constexpr const char* kHailoSupportedVersions[] = {"4.17.0", "4.18.0", "4.19.0", "4.20.0"};
 
 // Regular expressions recurse over their text; what a tool has to say stands at its beginning.
 constexpr std::size_t kMaxToolOutput = 4096;
@@ -48,24 +46,6 @@ std::vector<std::string> firstGroups(const std::string& text, const char* expres
     return groups;
 }
 
-// The entry of a list of supported versions that equals `version`, or null. Versions come out of
-// regular expressions that let nothing but digits through; one with too many is not supported.
-template <typename Versions>
-const char* findSupported(const Versions& supported, const std::string& version)
-{
-    try
-    {
-        const auto found = std::find_if(
-            std::begin(supported), std::end(supported),
-            [&](const char* entry) { return compareVersions(version, entry) == 0; });
-        return found == std::end(supported) ? nullptr : *found;
-    }
-    catch (const std::out_of_range&)
-    {
-        return nullptr;
-    }
-}
-
 } // namespace
 
 int compareVersions(const std::string& a, const std::string& b)
@@ -78,6 +58,21 @@ int compareVersions(const std::string& a, const std::string& b)
     if (left == right)
         return 0;
     return left > right ? 1 : -1;
+}
+
+const char* findSupportedVersion(std::span<const char* const> supported, const std::string& version)
+{
+    try
+    {
+        const auto found = std::find_if(
+            supported.begin(), supported.end(),
+            [&](const char* entry) { return compareVersions(version, entry) == 0; });
+        return found == supported.end() ? nullptr : *found;
+    }
+    catch (const std::logic_error&)
+    {
+        return nullptr;
+    }
 }
 
 void probeDeepxDriver(Chip& chip)
@@ -106,7 +101,7 @@ void probeDeepxDriver(Chip& chip)
     }
     chip.driverVersion = match[1].str() + "." + match[2].str() + "." + match[3].str();
 
-    const char* const supported = findSupported(kDeepxSupportedVersions, chip.driverVersion);
+    const char* const supported = findSupportedVersion(kDeepxSupportedVersions, chip.driverVersion);
     if (!supported)
     {
         log_info("DEEPX driver version %s is not supported.\n", chip.driverVersion.c_str());
@@ -126,7 +121,7 @@ void probeHailoDriver(HailoChip& chip)
     chip.hailoType = identifyHailoDevice();
     chip.driverVersion = readHailoDriverVersion();
     chip.correctlyInstalled =
-        !chip.driverVersion.empty() && findSupported(kHailoSupportedVersions, chip.driverVersion);
+        findSupportedVersion(kHailoSupportedVersions, chip.driverVersion) != nullptr;
 }
 
 std::vector<std::string> listHailoDevices()

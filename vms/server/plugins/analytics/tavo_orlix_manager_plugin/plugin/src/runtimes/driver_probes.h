@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,6 +28,19 @@ void probeHailoDriver(HailoChip& chip);
 // 1 when version `a` is newer, -1 when `b` is, 0 when equal; a missing piece counts as 0. A piece
 // that is no decimal number throws std::invalid_argument, one too large std::out_of_range.
 [[nodiscard]] int compareVersions(const std::string& a, const std::string& b);
+
+// The driver versions that each family's runtime is built for.
+inline constexpr const char* kDeepxSupportedVersions[] = {"2.9.5", "3.0.0", "3.1.0", "3.2.0"};
+inline constexpr const char* kHailoSupportedVersions[] = {"4.17.0", "4.18.0", "4.19.0", "4.20.0"};
+
+// Kept for the probes of two families that have none yet; whose they are is settled with those.
+inline constexpr const char* kReservedSupportedVersions[] = {"2.3.0"};
+inline constexpr const char* kOtherReservedSupportedVersions[] = {"2.1.0"};
+
+// The entry of such a list that equals `version`, or null; a version that is no version, or beyond
+// numbers, is not supported.
+[[nodiscard]] const char* findSupportedVersion(
+    std::span<const char* const> supported, const std::string& version);
 
 // A value of HailoChip::hailoType.
 [[nodiscard]] int identifyHailoDevice();

@@ -42,8 +42,9 @@ ManagerInstallState ManagerInstallation::checkInstallation()
         return ManagerInstallState::installed;
     const std::string manager = path_join(m_installationDirectory, "bin", kManagerExecutable);
     const std::string engine = path_join(m_installationDirectory, "bin", kEngineExecutable);
-    if (m_state.load() == ManagerInstallState::notInstalled && fileExists(manager) &&
-        fileExists(engine))
+    const ManagerInstallState state = m_state.load();
+    if ((state == ManagerInstallState::notInstalled || state == ManagerInstallState::failed) &&
+        fileExists(manager) && fileExists(engine))
     {
         m_state.store(ManagerInstallState::installed);
     }
@@ -64,8 +65,10 @@ void ManagerInstallation::install(MessageBoard& messageBoard)
 {
     const std::string archivePath =
         (std::filesystem::temp_directory_path() / "orlix_manager.tgz").string();
-    const bool done = fetchArchive(archivePath, messageBoard) && unpackArchive(archivePath) &&
-        filesAreComplete() && logVersion();
+    const Staging staging(m_workingDirectory + "/orlix_manager.unpacking");
+    const bool done = fetchArchive(archivePath, messageBoard) &&
+        unpackArchive(archivePath, staging.content()) && filesAreComplete(staging.content()) &&
+        moveIntoPlace(staging) && logVersion();
     m_state.store(done ? ManagerInstallState::installed : ManagerInstallState::failed);
 }
 
@@ -83,11 +86,11 @@ bool ManagerInstallation::fetchArchive(const std::string& archivePath, MessageBo
     return false;
 }
 
-bool ManagerInstallation::unpackArchive(const std::string& archivePath)
+bool ManagerInstallation::unpackArchive(const std::string& archivePath, const std::string& folder)
 {
     m_state.store(ManagerInstallState::unpacking);
     // The archive holds the installation folder itself.
-    const std::string command = "tar xfz \"" + archivePath + "\" -C \"" + m_workingDirectory + "\"";
+    const std::string command = "tar xfz \"" + archivePath + "\" -C \"" + folder + "\"";
     log_info("Unpacking Orlix Manager with command: \"%s\"\n", command.c_str());
     const CommandResult result = runCommand(command);
     deleteFile(archivePath);
@@ -98,16 +101,33 @@ bool ManagerInstallation::unpackArchive(const std::string& archivePath)
     return false;
 }
 
-bool ManagerInstallation::filesAreComplete() const
+// Of what was unpacked into `folder`; the paths that are told are those that it would have.
+bool ManagerInstallation::filesAreComplete(const std::string& folder) const
 {
-    const std::string manager = m_installationDirectory + "/bin/" + kManagerExecutable;
-    const std::string engine = m_installationDirectory + "/bin/" + kEngineExecutable;
-    const std::string version = m_installationDirectory + "/VERSION";
-    if (fileExists(manager) && fileExists(engine) && fileExists(version))
+    const std::string manager = std::string("/bin/") + kManagerExecutable;
+    const std::string engine = std::string("/bin/") + kEngineExecutable;
+    const std::string version = "/VERSION";
+    const std::string unpacked = folder + manager_files::kRootFolder;
+    if (fileExists(unpacked + manager) && fileExists(unpacked + engine) &&
+        fileExists(unpacked + version))
+    {
         return true;
+    }
     log_info(
         "Warning! Failed installing the Edge Orlix Manager. Checked filepaths: \n%s\n%s\n%s\n",
-        manager.c_str(), engine.c_str(), version.c_str());
+        (m_installationDirectory + manager).c_str(), (m_installationDirectory + engine).c_str(),
+        (m_installationDirectory + version).c_str());
+    return false;
+}
+
+bool ManagerInstallation::moveIntoPlace(const Staging& staging) const
+{
+    const std::string last =
+        std::string(manager_files::kRootFolder).substr(1) + "/bin/" + kManagerExecutable;
+    if (staging.moveInto(m_workingDirectory, last))
+        return true;
+    log_info(
+        "Error! Could not move Orlix Manager into place: %s\n", m_installationDirectory.c_str());
     return false;
 }
 

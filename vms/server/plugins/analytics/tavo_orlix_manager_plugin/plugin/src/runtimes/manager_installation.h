@@ -4,6 +4,7 @@
 #include <string>
 
 #include "core/base/message_board.h"
+#include "runtimes/staging.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -14,7 +15,7 @@ enum class ManagerInstallState : int
     notInstalled = 0, // or not yet known
     downloading = 1,
     unpacking = 2,
-    failed = 3, // only a removal leads out
+    failed = 3, // a removal leads out, or an application that somebody put there
     installed = 4,
 };
 
@@ -27,12 +28,12 @@ public:
     explicit ManagerInstallation(const std::string& workingDirectory);
 
     // Looks for the two executables unless already known to be installed. Both present moves a
-    // state of notInstalled to installed.
+    // state of notInstalled or failed to installed.
     ManagerInstallState checkInstallation();
 
-    // Downloads the application's archive and unpacks it into the working directory. The state and
-    // the log tell the outcome, the board the progress. Blocks for as long as it takes. Throws
-    // std::filesystem::filesystem_error if the system has no temporary directory.
+    // Downloads the application's archive and unpacks it into the working directory, whole or not
+    // at all. The state and the log tell the outcome, the board the progress. Blocks for as long as
+    // it takes. Throws std::filesystem::filesystem_error if the system has no temporary directory.
     void install(MessageBoard& messageBoard);
 
     // Deletes the application with its settings and model cache. A failure is logged and leaves the
@@ -43,8 +44,9 @@ public:
 
 private:
     [[nodiscard]] bool fetchArchive(const std::string& archivePath, MessageBoard& messageBoard);
-    [[nodiscard]] bool unpackArchive(const std::string& archivePath);
-    [[nodiscard]] bool filesAreComplete() const;
+    [[nodiscard]] bool unpackArchive(const std::string& archivePath, const std::string& folder);
+    [[nodiscard]] bool filesAreComplete(const std::string& folder) const;
+    [[nodiscard]] bool moveIntoPlace(const Staging& staging) const;
     [[nodiscard]] bool logVersion() const;
 
     std::string m_workingDirectory;

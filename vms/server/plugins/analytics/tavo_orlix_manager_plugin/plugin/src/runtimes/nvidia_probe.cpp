@@ -15,6 +15,7 @@
 #include "utils/json.h"
 #include "utils/log.h"
 #include "utils/machine.h"
+#include "utils/paths.h"
 #include "utils/platform_names.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -64,17 +65,28 @@ std::string versionInFile(const std::string& path)
     return std::string(jsonText(jsonMember(cuda, "version")));
 }
 
+// Where the path does not tell the version, the toolkit's own file does, and at last the one of the
+// default place.
 std::optional<CudaToolkit> findCudaToolkit()
 {
+    const std::string defaultFile = kCudaVersionFile;
+    const auto defaultVersion = [&defaultFile]
+    { return defaultFile.empty() ? std::string() : versionInFile(defaultFile); };
+
     const std::string path = environmentVariable("CUDA_PATH");
     if (!path.empty() && path.size() <= kMaxVariableSize)
-        return CudaToolkit{path, cudaVersionInPath(path, kPathSeparator)};
-
-    const std::string file = kCudaVersionFile;
-    const std::string version = file.empty() ? std::string() : versionInFile(file);
+    {
+        std::string version = cudaVersionInPath(path, kPathSeparator);
+        if (version.empty())
+            version = versionInFile(path_join(path, "version.json"));
+        if (version.empty())
+            version = defaultVersion();
+        return CudaToolkit{path, version};
+    }
+    const std::string version = defaultVersion();
     if (version.empty())
         return std::nullopt;
-    return CudaToolkit{file.substr(0, file.rfind(kPathSeparator)), version};
+    return CudaToolkit{defaultFile.substr(0, defaultFile.rfind(kPathSeparator)), version};
 }
 
 // A path that cannot be read is let pass.
@@ -200,7 +212,7 @@ void probeNvidiaTools(Chip& chip, MessageBoard& messageBoard)
     {
         log_info(
             "CUDA version '%s' not supported (only 11, 12, or 13 are supported).\n",
-            toolkit->version.c_str());
+            oneLine(toolkit->version).c_str());
         return;
     }
     chip.driverVersion = tag;

@@ -6,8 +6,10 @@
 #include "core/base/ini.h"
 #include "remote/file_downloader.h"
 #include "remote/file_helpers.h"
+#include "remote/text_helpers.h"
 #include "runtimes/chip_catalogue.h"
 #include "runtimes/runtimes_manager.h"
+#include "runtimes/staging.h"
 #include "runtimes/templates.h"
 #include "utils/command.h"
 #include "utils/log.h"
@@ -20,6 +22,7 @@ namespace tavo::vms_server_plugins::analytics::orlix
 namespace
 {
 
+constexpr char kStagingFolder[] = "runtime.unpacking"; // in the bin folder
 constexpr char kUnpackCommand[] = "tar -xf \"{file_path}\" -C \"{folder_path}\"";
 
 void postDocumentation(const std::string& runtimeName, MessageBoard& board)
@@ -53,22 +56,28 @@ void RuntimesManager::install(
         useSubfolder ? path_join(m_binDirectory, runtimeName) : m_binDirectory;
     const std::string packagePath = fileInBin(runtimeName + ".tar.gz");
 
-    const bool done = fetchPackage(runtimeName, packagePath, messageBoard) &&
-        (!useSubfolder || makeSubfolder(folder)) &&
-        unpackPackage(runtimeName, packagePath, folder, messageBoard);
+    bool done = false;
+    m_installedNameStays = fileExists(fileInBin(kRuntimeLibrary));
+    if (fetchPackage(runtimeName, packagePath, messageBoard))
+    {
+        done = unpackPackage(runtimeName, packagePath, folder, useSubfolder, messageBoard);
+        m_installedNameStays = !done;
+    }
     setStatus(done ? RuntimeStatus::installed : RuntimeStatus::installFailed);
 }
 
 bool RuntimesManager::fetchPackage(
     const std::string& runtimeName, const std::string& packagePath, MessageBoard& board)
 {
-    if (ini().cacheRuntimeArchives && fileExists(packagePath))
+    // The name comes from a dialog and is a part of the path: none but an offered one has a
+    // package.
+    const auto chip = m_runtimeToChip.find(runtimeName);
+    if (chip != m_runtimeToChip.end() && ini().cacheRuntimeArchives && fileExists(packagePath))
     {
         log_info("Info: Runtime package file already exists. Skipping download step.\n");
         return true;
     }
-    log_info("Info: Downloading runtime package for %s...\n", runtimeName.c_str());
-    const auto chip = m_runtimeToChip.find(runtimeName);
+    log_info("Info: Downloading runtime package for %s...\n", oneLine(runtimeName).c_str());
     const std::string link =
         chip == m_runtimeToChip.end() ? std::string() : chip->second->getDownloadLink(runtimeName);
     if (link.empty())
@@ -97,23 +106,32 @@ bool RuntimesManager::makeSubfolder(const std::string& folder) const
 
 bool RuntimesManager::unpackPackage(
     const std::string& runtimeName, const std::string& packagePath, const std::string& folder,
-    MessageBoard& board)
+    bool useSubfolder, MessageBoard& board)
 {
     board.postMessage(
         board_key::kRuntimeExtraction, "Extracting runtime from package", MessageType::message);
+    const Staging staging(fileInBin(kStagingFolder));
     std::string command = kUnpackCommand;
     replaceAll(command, "{file_path}", packagePath);
-    replaceAll(command, "{folder_path}", folder);
+    replaceAll(command, "{folder_path}", staging.content());
     const CommandResult result = runCommand(command);
     board.removeMessage(board_key::kRuntimeExtraction);
 
-    if (result.exitCode != 0)
+    if (result.exitCode != 0 || !fileExists(path_join(staging.content(), kRuntimeLibrary)))
     {
         log_info("ERROR: Failed to extract the runtime package.\n");
         board.postMessage(
             board_key::kRuntimeExtractionFailed,
             "Failed to extract the runtime package. Please ensure you have a stable Internet connection and enough free space on your disk.",
             MessageType::warning);
+        deleteFile(packagePath); // it would be taken for a good one the next time
+        return false;
+    }
+    if (useSubfolder && !makeSubfolder(folder))
+        return false;
+    if (!staging.moveInto(folder, kRuntimeLibrary))
+    {
+        log_info("ERROR: Failed to move the runtime into place.\n");
         return false;
     }
     log_info("Info: Runtime %s downloaded successfully.\n", runtimeName.c_str());

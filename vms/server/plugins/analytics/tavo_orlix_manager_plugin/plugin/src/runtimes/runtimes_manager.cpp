@@ -24,10 +24,13 @@ bool canBeOpened(const std::string& path)
     return FileStream(file_open_read(path.c_str())) != nullptr;
 }
 
+// No longer than a name can be.
 std::string firstLine(std::FILE* file)
 {
+    constexpr std::size_t kMaxSize = 255;
     std::string line;
-    for (int c = std::fgetc(file); c != EOF && c != '\n'; c = std::fgetc(file))
+    for (int c = std::fgetc(file); c != EOF && c != '\n' && line.size() < kMaxSize;
+         c = std::fgetc(file))
         line += static_cast<char>(c);
     return line;
 }
@@ -88,29 +91,18 @@ bool RuntimesManager::machineIsFit(MessageBoard& messageBoard) const
 
 void RuntimesManager::detectChips(MessageBoard& messageBoard)
 {
-    m_cpu = detectCpu(m_machineInfo);
-    m_hailo = detectHailo(m_machineInfo);
-    m_nvidia = detectNvidia(m_machineInfo, messageBoard);
-    m_qualcomm = detectQualcomm(m_machineInfo);
-    m_memryx = detectMemryx(m_machineInfo);
-    m_deepx = detectDeepx(m_machineInfo);
-    m_axelera = detectAxelera(m_machineInfo);
-    m_sima = detectSima(m_machineInfo);
-    m_intel = detectIntel(m_machineInfo);
-    m_edgeCortix = detectEdgeCortix(m_machineInfo);
-    m_ambarella = detectAmbarella(m_machineInfo);
+    m_runtimeToChip.clear();
+    m_chips.clear();
+    for (const ChipFamily& family : chipFamilies())
+        m_chips.push_back(family.detect(m_machineInfo, messageBoard));
 }
 
 void RuntimesManager::indexRuntimes()
 {
-    Chip* const chips[] = {m_cpu.get(),      m_hailo.get(),      m_nvidia.get(),   m_memryx.get(),
-                           m_qualcomm.get(), m_deepx.get(),      m_sima.get(),     m_intel.get(),
-                           m_axelera.get(),  m_edgeCortix.get(), m_ambarella.get()};
-    m_runtimeToChip.clear();
-    for (Chip* const chip : chips)
+    for (const Chip& chip : m_chips)
     {
-        for (const std::string& name : chip->listRuntimes(/*mimeType*/ {}))
-            m_runtimeToChip[name] = chip;
+        for (const std::string& name : chip.listRuntimes(/*mimeType*/ {}))
+            m_runtimeToChip[name] = &chip;
     }
 }
 
@@ -123,11 +115,10 @@ void RuntimesManager::printMachine() const
     log_info(
         "OS Name: %s, OS Version: %s, CPU Architecture: %s\n", unfilled.getOsName().c_str(),
         unfilled.getOsVersion().c_str(), architectureText(unfilled.getCpuArchitecture()));
-    const Chip* const chips[] = {m_cpu.get(),        m_hailo.get(),    m_nvidia.get(),
-                                 m_qualcomm.get(),   m_memryx.get(),   m_deepx.get(),
-                                 m_sima.get(),       m_axelera.get(),  m_intel.get(),
-                                 m_edgeCortix.get(), m_ambarella.get()};
-    for (const Chip* const chip : chips)
+    std::map<int, const Chip*> chips; // by their places
+    for (std::size_t i = 0; i < m_chips.size(); ++i)
+        chips[chipFamilies()[i].printPlace] = &m_chips[i];
+    for (const auto& [place, chip] : chips)
         chip->printChipInfo();
 }
 

@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <map>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -39,13 +38,18 @@ public:
     // Looks for the files only: the library is not loaded.
     [[nodiscard]] bool isRuntimeInstalled() const;
 
-    // Downloads and unpacks a runtime; the status tells the outcome. Blocks for as long as it
-    // takes. With `useSubfolder` it goes into a folder of its own name below the bin folder.
+    // Downloads and unpacks a runtime, whole or not at all; the status tells the outcome. A package
+    // that does not unpack is deleted. Blocks for as long as it takes. With `useSubfolder` it goes
+    // into a folder of its own name below the bin folder.
     void install(const std::string& runtimeName, MessageBoard& messageBoard, bool useSubfolder);
 
     // Removes the library and the file with its name; success sets the status to notSelected. Other
     // files of the package stay until the next package overwrites them.
     void uninstall();
+
+    // Whether the last install failed in a way that leaves the name of the installed runtime what
+    // it is: the package did not unpack, or there is a library that is not the new one's.
+    [[nodiscard]] bool installedNameStays() const { return m_installedNameStays; }
 
     void saveInstalledRuntimeName(const std::string& runtimeName);
 
@@ -82,9 +86,10 @@ private:
     [[nodiscard]] bool makeSubfolder(const std::string& folder) const;
     [[nodiscard]] bool unpackPackage(
         const std::string& runtimeName, const std::string& packagePath, const std::string& folder,
-        MessageBoard& board);
+        bool useSubfolder, MessageBoard& board);
     [[nodiscard]] bool removeFile(const std::string& path) const;
 
+    bool m_installedNameStays = false; // the loop thread's
     const std::string m_binDirectory;
     MachineInfo m_machineInfo;
     std::atomic<RuntimeStatus> m_status{RuntimeStatus::notSelected};
@@ -97,18 +102,8 @@ private:
         GUARDED_BY(m_namesMutex); // empty until read or saved
 
     // Constant after initialise.
-    std::unique_ptr<Chip> m_cpu;
-    std::unique_ptr<HailoChip> m_hailo;
-    std::unique_ptr<Chip> m_nvidia;
-    std::unique_ptr<Chip> m_memryx;
-    std::unique_ptr<Chip> m_qualcomm;
-    std::unique_ptr<Chip> m_deepx;
-    std::unique_ptr<Chip> m_sima;
-    std::unique_ptr<Chip> m_axelera;
-    std::unique_ptr<Chip> m_intel;
-    std::unique_ptr<Chip> m_edgeCortix;
-    std::unique_ptr<Chip> m_ambarella;
-    std::map<std::string, Chip*> m_runtimeToChip; // who offers it; not owned
+    std::vector<Chip> m_chips; // in the order of chipFamilies()
+    std::map<std::string, const Chip*> m_runtimeToChip; // who offers it; not owned
 };
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -164,4 +164,37 @@ TEST(ChipCatalogueTest, aHailoDevicesTypeChoosesTheModelsItRuns)
     }
 }
 
+TEST(ChipFamiliesTest, areDetectedInOneOrderAndToldInAnother)
+{
+    ini().enableAmbarellaIntegration = true;
+    MessageBoard board;
+    std::vector<std::string> detected;
+    std::map<int, std::string> told;
+    for (const ChipFamily& family : chipFamilies())
+    {
+        detected.push_back(family.detect(kArmWindows, board).chipName);
+        told[family.printPlace] = detected.back();
+    }
+    ini().enableAmbarellaIntegration = false;
+    EXPECT_EQ(
+        (std::vector<std::string>{
+            "CPU", "HAILO", "NVIDIA", "", "MEMRYX", "DEEPX", "AXELERA", "SIMA", "INTEL",
+            "EDGE CORTIX", "AMBARELLA"}),
+        detected);
+    EXPECT_EQ(
+        (std::map<int, std::string>{
+            {0, "CPU"},
+            {1, "HAILO"},
+            {2, "NVIDIA"},
+            {3, ""},
+            {4, "MEMRYX"},
+            {5, "DEEPX"},
+            {6, "SIMA"},
+            {7, "INTEL"},
+            {8, "AXELERA"},
+            {9, "EDGE CORTIX"},
+            {10, "AMBARELLA"}}),
+        told);
+}
+
 } // namespace tavo::vms_server_plugins::analytics::orlix

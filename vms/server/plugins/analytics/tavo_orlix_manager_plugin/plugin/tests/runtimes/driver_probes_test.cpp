@@ -158,6 +158,44 @@ TEST_F(DriverProbeTest, nvidiaTellsTheUserWhatToMend)
     }
 }
 
+TEST_F(DriverProbeTest, aToolkitsOwnFileTellsItsVersionWhereItsPathDoesNot)
+{
+    const struct
+    {
+        const char* folder;
+        const char* file;
+        const char* driverVersion;
+    } cases[] = {
+        {"cuda", R"({"cuda": {"version": "12.4.0"}})", "cuda_12"},
+        {"cuda", R"({"cuda": {"version": 12}})", ""},
+        {"cuda", R"({"cuda": {"version": "10.2"}})", ""},
+        {"v11.8", R"({"cuda": {"version": "12.4.0"}})", "cuda_11"},
+    };
+    m_folder.writeScript("nvidia-smi", "[ $# = 0 ] || echo 2");
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.file);
+        const std::string cuda = m_folder.path(c.folder);
+        m_folder.write(std::string(c.folder) + "/version.json", c.file);
+        setenv("CUDA_PATH", cuda.c_str(), 1);
+        setenv("PATH", (m_folder.path() + ":/usr/bin:" + cuda + "/bin").c_str(), 1);
+        Chip chip;
+        probeNvidiaTools(chip, m_board);
+        EXPECT_EQ(c.driverVersion, chip.driverVersion);
+    }
+    unsetenv("CUDA_PATH");
+}
+
+TEST(SupportedVersionTest, isFoundByItsNumbers)
+{
+    EXPECT_STREQ("2.9.5", findSupportedVersion(kDeepxSupportedVersions, "2.9.5.0"));
+    EXPECT_STREQ("4.20.0", findSupportedVersion(kHailoSupportedVersions, "4.20"));
+    EXPECT_STREQ("2.3.0", findSupportedVersion(kReservedSupportedVersions, "2.3"));
+    EXPECT_STREQ("2.1.0", findSupportedVersion(kOtherReservedSupportedVersions, "2.1"));
+    for (const char* const version : {"", "2.9", "4.16.0", "x", "99999999999"})
+        EXPECT_EQ(nullptr, findSupportedVersion(kHailoSupportedVersions, version)) << version;
+}
+
 TEST(CudaVersionTest, standsInAWindowsToolkitsPathToo)
 {
     EXPECT_EQ("13.0", cudaVersionInPath("C:\\CUDA\\v13.0\\bin", '\\'));

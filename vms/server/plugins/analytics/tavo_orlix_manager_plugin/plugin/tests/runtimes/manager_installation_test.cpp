@@ -92,6 +92,34 @@ TEST_F(ManagerInstallationTest, installsOnceAndAgainAfterARemoval)
     EXPECT_EQ(1, m_requests);
 }
 
+TEST_F(ManagerInstallationTest, ofACutArchiveNothingCountsAndAnApplicationPutThereDoes)
+{
+    std::string program(300'000, '\0'); // that gzip cannot make small
+    std::uint32_t random = 1;
+    for (char& c : program)
+        c = static_cast<char>((random = random * 1664525 + 1013904223) >> 24);
+    makeArchive(/*engine*/ true, "4.6.1");
+    m_folder.write("content/orlix_manager/bin/brund", program);
+    ASSERT_EQ(
+        0,
+        runCommand(
+            "tar czf " + m_folder.path("archive.tgz") + " -C " + m_folder.path("content") +
+            " orlix_manager/bin/brunmod orlix_manager/bin/brund orlix_manager/VERSION")
+            .exitCode);
+    m_archive = m_folder.read("archive.tgz");
+    m_archive.resize(m_archive.size() / 2);
+    ManagerInstallation installation(m_folder.path("work"));
+    installation.install(m_board);
+    EXPECT_EQ(ManagerInstallState::failed, installation.managerInstallState());
+    EXPECT_EQ(ManagerInstallState::failed, installation.checkInstallation());
+    EXPECT_FALSE(m_folder.has("work/orlix_manager/bin"));
+    EXPECT_FALSE(m_folder.has("work/orlix_manager.unpacking"));
+
+    m_folder.writeScript("work/orlix_manager/bin/brunmod", "exit 0\n");
+    m_folder.writeScript("work/orlix_manager/bin/brund", "exit 0\n");
+    EXPECT_EQ(ManagerInstallState::installed, installation.checkInstallation());
+}
+
 TEST_F(ManagerInstallationTest, aFailureStaysUntilARemoval)
 {
     const struct

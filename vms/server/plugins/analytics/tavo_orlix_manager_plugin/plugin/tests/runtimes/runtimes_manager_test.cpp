@@ -57,7 +57,11 @@ protected:
         setenv("PATH", path.c_str(), 1);
     }
 
-    void TearDown() override { ini().RuntimesStorageURL = ""; }
+    void TearDown() override
+    {
+        ini().RuntimesStorageURL = "";
+        ini().cacheRuntimeArchives = false;
+    }
 
     TemporaryFolder m_folder;
     std::string m_package;
@@ -143,7 +147,7 @@ TEST_F(RuntimesManagerTest, failuresAreToldAndTheNextInstallationTakesThemBack)
     auto entries = m_board.snapshot();
     EXPECT_EQ(1u, entries.size());
     EXPECT_EQ(1u, entries.count("RUNTIME_EXTRACTION_FAILED"));
-    EXPECT_TRUE(m_folder.has("bin/Generic CPU.tar.gz"));
+    EXPECT_FALSE(m_folder.has("bin/Generic CPU.tar.gz"));
 
     m_status = 503;
     m_manager.install(kCpu, m_board, false);
@@ -153,6 +157,68 @@ TEST_F(RuntimesManagerTest, failuresAreToldAndTheNextInstallationTakesThemBack)
     m_manager.install("NVIDIA", m_board, false); // offered by nobody
     EXPECT_EQ(RuntimeStatus::installFailed, m_manager.status());
     EXPECT_EQ(2, m_requests);
+}
+
+TEST_F(RuntimesManagerTest, ofACutPackageNothingStays)
+{
+    std::string library(300'000, '\0'); // that gzip cannot make small
+    std::uint32_t random = 1;
+    for (char& c : library)
+        c = static_cast<char>((random = random * 1664525 + 1013904223) >> 24);
+    m_folder.write(std::string("package/") + kRuntimeLibrary, library);
+    m_folder.write("package/lib/new.so", "new");
+    ASSERT_EQ(
+        0,
+        runCommand(
+            "tar czf " + m_folder.path("p.tar.gz") + " -C " + m_folder.path("package") + " lib " +
+            kRuntimeLibrary)
+            .exitCode);
+    const std::string whole = m_folder.read("p.tar.gz");
+    const std::string libraryInBin = std::string("bin/") + kRuntimeLibrary;
+    m_folder.write(libraryInBin, "old");
+    m_folder.write("bin/lib/old.so", "old");
+    m_folder.write("bin/runtime.unpacking/content/stale.txt", "of a process that died");
+    ini().cacheRuntimeArchives = true;
+    for (const std::string& package : {whole.substr(0, whole.size() / 2), std::string()})
+    {
+        m_package = package;
+        m_manager.install(kCpu, m_board, false);
+        EXPECT_EQ(RuntimeStatus::installFailed, m_manager.status());
+        EXPECT_TRUE(m_manager.installedNameStays());
+        EXPECT_EQ("old", m_folder.read(libraryInBin));
+        for (const char* const gone :
+             {"bin/lib/new.so", "bin/Generic CPU.tar.gz", "bin/runtime.unpacking"})
+            EXPECT_FALSE(m_folder.has(gone)) << gone;
+    }
+    m_status = 503; // a name beside the library of another package would make it count
+    m_manager.install(kCpu, m_board, false);
+    EXPECT_TRUE(m_manager.installedNameStays());
+    std::filesystem::remove(m_folder.path(libraryInBin));
+    m_manager.install(kCpu, m_board, false);
+    EXPECT_FALSE(m_manager.installedNameStays());
+
+    m_status = 200;
+    m_package = whole;
+    m_manager.install(kCpu, m_board, false);
+    EXPECT_EQ(RuntimeStatus::installed, m_manager.status());
+    EXPECT_FALSE(m_manager.installedNameStays());
+    EXPECT_EQ(library, m_folder.read(libraryInBin));
+    EXPECT_EQ("new", m_folder.read("bin/lib/new.so"));
+    for (const char* const kept : {"bin/lib/old.so", "bin/other.txt", "bin/Generic CPU.tar.gz"})
+        EXPECT_TRUE(m_folder.has(kept)) << kept;
+    EXPECT_FALSE(m_folder.has("bin/runtime.unpacking"));
+    EXPECT_FALSE(m_folder.has("bin/stale.txt"));
+}
+
+// The name comes from a dialog.
+TEST_F(RuntimesManagerTest, aRuntimeThatIsNotOfferedHasNoPackage)
+{
+    ini().cacheRuntimeArchives = true;
+    m_folder.write("elsewhere.tar.gz", m_package);
+    m_manager.install("../elsewhere", m_board, false);
+    EXPECT_EQ(RuntimeStatus::installFailed, m_manager.status());
+    EXPECT_FALSE(m_folder.has(std::string("bin/") + kRuntimeLibrary));
+    EXPECT_TRUE(m_folder.has("elsewhere.tar.gz"));
 }
 
 TEST_F(RuntimesManagerTest, aSubfolderIsMadeAnew)
