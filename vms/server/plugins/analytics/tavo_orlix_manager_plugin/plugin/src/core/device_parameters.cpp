@@ -89,14 +89,9 @@ bool RuntimeManagerLoop::applyDevicesIfChanged(Pass& pass)
     RuntimesManager& runtimes = m_engine.m_runtimesManager;
     const bool textDiffers = pass.devicesParameters != m_state.lastDevicesParameters;
     const bool runtimeChanged = runtimes.runtimeChanged();
-    if (!textDiffers && !runtimeChanged && !pass.retryDownloads)
+    const bool agentMade = m_engine.m_agentMade;
+    if (!textDiffers && !runtimeChanged && !pass.retryDownloads && !agentMade)
         return true;
-    if (pass.retryDownloads)
-    {
-        // A request that came after serveRetry is served along with the one before it.
-        m_engine.m_retryDownloadsRequested = false;
-        m_engine.m_messageBoard.removeMessage(board_key::kRetryDownloads);
-    }
     // The third number is always 0, as operators know it.
     log_info("Parsing devices parameters: %d %d %d\n", textDiffers, runtimeChanged, 0);
     const JsonDocument document = parseJson(pass.devicesParameters);
@@ -105,6 +100,20 @@ bool RuntimeManagerLoop::applyDevicesIfChanged(Pass& pass)
         log_info("Error: Failed to parse devices parameters JSON.\n");
         return false;
     }
+    if (!yyjson_is_arr(yyjson_doc_get_root(document.get())))
+    {
+        // An error that the host answers in place of the list: no answer, so what was applied
+        // stays.
+        log_info("Warning! Could not get devices parameters to test for changes.\n");
+        return false;
+    }
+    if (pass.retryDownloads)
+    {
+        // A request that came after serveRetry is served along with the one before it.
+        m_engine.m_retryDownloadsRequested = false;
+        m_engine.m_messageBoard.removeMessage(board_key::kRetryDownloads);
+    }
+    m_engine.m_agentMade = false; // an agent that comes from here on asks anew
     const std::string mimeType = runtimes.getMimeType(runtimes.getInstalledRuntimeName());
     const bool changed = applyDevicesParameters(
         yyjson_doc_get_root(document.get()), mimeType, runtimes.runtimeChanged());

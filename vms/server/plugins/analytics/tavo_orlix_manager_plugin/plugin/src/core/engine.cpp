@@ -91,6 +91,7 @@ sdk::Result<sdk::analytics::IDeviceAgent*> Engine::doObtainDeviceAgent(
     const std::size_t index = freeIndex();
     agent = sdk::makePtr<DeviceAgent>(deviceInfo, index, this, m_workingDirectory);
     m_deviceAgents.emplace(index, agent.get());
+    m_agentMade = true;
     startRuntimeLoop();
     return sdk::Result<sdk::analytics::IDeviceAgent*>(agent.releasePtr());
 }

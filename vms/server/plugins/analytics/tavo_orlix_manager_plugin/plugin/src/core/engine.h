@@ -118,6 +118,7 @@ private:
     std::string m_resetDeviceId GUARDED_BY(m_resetMutex); // empty means all devices
     std::atomic<bool> m_clearCacheRequested{false};
     std::atomic<bool> m_retryDownloadsRequested{false};
+    std::atomic<bool> m_agentMade{false}; // since the device list was last applied
     MessageBoard m_messageBoard;
     ManagerInstallation m_managerInstallation;
     std::atomic<int> m_cloudConnectionState{0};

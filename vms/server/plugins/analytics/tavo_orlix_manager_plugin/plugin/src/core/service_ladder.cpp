@@ -35,7 +35,8 @@ bool RuntimeManagerLoop::connectToCloud()
 bool RuntimeManagerLoop::configureServer()
 {
     const JsonDocument document = getServerParameters(m_engine.utilityProvider());
-    if (!document)
+    // An error that the host answers is no record of a server that is new to us.
+    if (!document || jsonMember(yyjson_doc_get_root(document.get()), "error"))
     {
         log_info("Error: Failed to get server parameters from API.\n");
         return false;
@@ -74,8 +75,18 @@ bool RuntimeManagerLoop::provideManager()
     if (installation.managerInstallState() == ManagerInstallState::installed)
         return true;
     log_info("Checking installation\n");
-    if (installation.checkInstallation() == ManagerInstallState::notInstalled)
-        installation.install(m_engine.m_messageBoard);
+    switch (installation.checkInstallation())
+    {
+        case ManagerInstallState::notInstalled:
+            installation.install(m_engine.m_messageBoard);
+            break;
+        case ManagerInstallState::failed:
+            // No pass comes to step 10, and only the removal leads out.
+            serveClearCache(Pass());
+            break;
+        default:
+            break;
+    }
     return false;
 }
 

@@ -124,6 +124,66 @@ TEST_F(EngineTest, AnExceptionCostsOnePass)
     agent.reset();
 }
 
+// What the loop does by itself for cameras that come.
+class EngineInService : public EngineTest
+{
+protected:
+    EngineInService()
+    {
+        installManager();
+        installRuntime();
+    }
+
+    static std::string record(const std::string& id, const std::string& models)
+    {
+        return R"({"id":")" + id + R"(","parameters":{"tavoAI":{"deviceAdmin":"https://)" + id +
+            R"(","pipelines":[{"modelUUID":"u"}],"models":)" + models + "}}}";
+    }
+
+    bool isConfigured(const std::string& id) const
+    {
+        return comesIntoLog("Got device admin from parameters: https://" + id + "\n");
+    }
+
+    const std::string kFirst = "00010203-0405-0607-0809-0a0b0c0d0e0f";
+    const std::string kSecond = "10010203-0405-0607-0809-0a0b0c0d0e0f";
+};
+
+TEST_F(EngineInService, ACameraMadeWhileTheListStaysIsConfigured)
+{
+    setDeviceRecords("[" + record(kFirst, "[]") + "," + record(kSecond, "[]") + "]");
+    auto first = obtainAgent(kFirst);
+    EXPECT_TRUE(isConfigured(kFirst));
+    auto second = obtainAgent(kSecond);
+    EXPECT_TRUE(isConfigured(kSecond));
+    first.reset();
+    second.reset();
+    m_engine.reset();
+    EXPECT_LE(logged("Parsing devices parameters:"), 3) << "once for each, not in every pass";
+}
+
+TEST_F(EngineInService, AnErrorInPlaceOfTheListTakesNothingAway)
+{
+    setDeviceRecords(
+        "[" +
+        record(
+            kFirst,
+            R"([{"UUID":"u","Name":"n","UpdatedAt":"1","Downloads":[{"Size":1,)"
+            R"("RuntimeArchitecture":"application/x-onnx","Url":"http://127.0.0.1:1/m",)"
+            R"("LastModified":"2026-11-03T10:00:00"}]}])") +
+        "]");
+    auto agent = obtainAgent(kFirst);
+    const std::string settings = kWorking + "orlix_manager/etc/settings.json";
+    const auto hasModel = [&]
+    { return m_folder.read(settings).find(R"("UUID": "u")") != std::string::npos; };
+    EXPECT_TRUE(test::comesTrue(hasModel));
+    setDeviceRecords(R"({"error":"503","errorString":"Service unavailable"})");
+    EXPECT_TRUE(
+        comesIntoLog("Warning! Could not get devices parameters to test for changes.\n", 2));
+    EXPECT_TRUE(hasModel());
+    agent.reset();
+}
+
 TEST_F(EngineTest, TheHostOwnsTheOneReferenceOfWhatTheEntryPointGives)
 {
     sdk::IPlugin* const plugin = createTavoPlugin();

@@ -94,6 +94,8 @@ TEST_F(ServiceLadder, OnlyAnotherSiteResetsTheDevices)
          "Could not get the server cloud ID.\n", ""},
         {"<html>Bad gateway</html>", "site-1", "Error: Failed to get server parameters from API.\n",
          ""},
+        {R"({"error":"401","errorString":"Unauthorized"})", "site-1",
+         "Error: Failed to get server parameters from API.\n", ""},
         {R"({"parameters":[]})", "site-1", "First time server is being configured.", "fresh"}};
     setDeviceRecords(kDevices);
     for (const auto& c : kCases)
@@ -110,6 +112,24 @@ TEST_F(ServiceLadder, OnlyAnotherSiteResetsTheDevices)
             c.reset.empty() ? std::vector<std::string>{} : std::vector{resetOf(c.reset)};
         EXPECT_EQ(expected, m_cloud.takeResets());
     }
+}
+
+TEST_F(ServiceLadder, AFailedInstallationIsClearedOnDemand)
+{
+    pass();
+    EXPECT_EQ(ManagerInstallState::failed, engine().managerInstallation().managerInstallState());
+    m_folder.write(kWorking + "orlix_manager/cache/keys/id.tvc", "key");
+    engine().clearCache();
+    EXPECT_EQ(PassEnd::cutShort, pass());
+    EXPECT_TRUE(engine().messageBoard().snapshot().empty());
+    EXPECT_FALSE(m_folder.has(kWorking + "orlix_manager/cache"));
+    EXPECT_EQ(
+        ManagerInstallState::notInstalled, engine().managerInstallation().managerInstallState());
+    EXPECT_EQ(PassEnd::cutShort, pass()); // tries again
+    EXPECT_EQ(ManagerInstallState::failed, engine().managerInstallation().managerInstallState());
+    installManager();
+    EXPECT_EQ(PassEnd::cutShort, pass());
+    EXPECT_EQ(ManagerInstallState::installed, engine().managerInstallation().managerInstallState());
 }
 
 TEST_F(ServiceLadder, AmongSeveralRuntimesTheUserChooses)
@@ -196,6 +216,21 @@ TEST_F(DeviceParameters, AListThatDoesNotParseIsParsedAgain)
     EXPECT_EQ(2, logged("Parsing devices parameters: 1 0 0\n"));
 }
 
+TEST_F(DeviceParameters, ARetryWaitsForAList)
+{
+    engine().retryDownloads();
+    for (const char* const answer : {R"({"error":"503"})", "7", "<html>"})
+    {
+        setDeviceRecords(answer);
+        EXPECT_EQ(PassEnd::cutShort, pass()) << answer;
+    }
+    setDeviceRecords("[]"); // as it was applied last
+    EXPECT_EQ(PassEnd::complete, pass());
+    EXPECT_EQ(1, logged("Parsing devices parameters: 0 0 0\n"));
+    EXPECT_EQ(PassEnd::complete, pass());
+    EXPECT_EQ(1, logged("Parsing devices parameters: 0 0 0\n"));
+}
+
 TEST_F(DeviceParameters, AResetIsServedBeforeTheListIsRead)
 {
     engine().resetDevice("device-7");
@@ -247,8 +282,6 @@ TEST_F(DeviceParameters, DevicesOfTheWrongKindHarmNobody)
         const char* records;
         std::size_t resets;
     } kCases[] = {
-        {"{}", 0},
-        {"7", 0},
         {R"([null,1,"a",[],{}])", 0},
         {R"([{"id":"a","parameters":[]}])", 0},
         {R"([{"id":"a","parameters":{"tavoAI":7}}])", 1},
