@@ -29,7 +29,7 @@ readonly kToolPackages=(g++ cmake ninja-build ccache pkg-config git xz-utils)
 readonly kLibraryPackages=(libcurl4-openssl-dev libssl-dev libsimpleini-dev qt6-base-dev)
 readonly kTestPackages=(libgtest-dev libgmock-dev libbenchmark-dev)
 readonly kDevkitPackages=(
-    libavformat-dev libavcodec-dev libavutil-dev libswscale-dev
+    libavdevice-dev libavformat-dev libavcodec-dev libavutil-dev libswscale-dev
     # OpenCV's parts by name: libopencv-dev would bring half a desktop.
     libopencv-dnn-dev libopencv-objdetect-dev libopencv-imgproc-dev libopencv-imgcodecs-dev
     libcpp-httplib-dev libcli11-dev libsqlite3-dev curl)

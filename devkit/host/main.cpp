@@ -1,10 +1,16 @@
 #include <exception>
 #include <iostream>
+#include <memory>
 
 #include <tavo/sdk/helpers/lib_context.h>
 
 #include "host.h"
 #include "options.h"
+#include "page/live_view.h"
+#include "page/page_server.h"
+
+namespace tavo::devkit
+{
 
 namespace
 {
@@ -12,7 +18,19 @@ namespace
 constexpr int kExitNoMetadata = 3;
 constexpr int kExitFailure = 2;
 
+bool runWithPage(const Options& options)
+{
+    LiveView live;
+    Host host(options, &live);
+    const PageServer page(
+        host, live, *options.page, options.webFolder.empty() ? TAVO_WEB_FOLDER : options.webFolder);
+    std::cerr << "page: " << page.url() << std::endl;
+    return host.run();
+}
+
 } // namespace
+
+} // namespace tavo::devkit
 
 int main(int argc, char** argv)
 {
@@ -24,8 +42,8 @@ int main(int argc, char** argv)
     tavo::sdk::libContext().setName("tavo_host");
     try
     {
-        Host host(std::move(options));
-        return host.run() ? 0 : kExitNoMetadata;
+        const bool hasMetadata = options.page ? runWithPage(options) : Host(options).run();
+        return hasMetadata ? 0 : kExitNoMetadata;
     }
     catch (const std::exception& error)
     {

@@ -14,7 +14,6 @@ namespace
 
 constexpr size_t kRecentFrames = 32;
 constexpr size_t kWaitingJobs = 16;
-constexpr int64_t kCaptionUs = 1'000'000; // how long an event stays on the pictures
 
 } // namespace
 
@@ -105,7 +104,7 @@ void Annotator::draw(const Job& job)
     std::copy_n(source.pixels.data(), picture.total() * picture.elemSize(), picture.data);
     drawLine(picture, m_output.line);
     drawObjects(picture, job.objects);
-    drawTexts(picture, captions(job));
+    drawTexts(picture, m_captions.next(job.events, source.mediaUs));
 
     if (!m_output.contactSheetFile.empty())
         m_sheet.offer(picture);
@@ -114,27 +113,6 @@ void Annotator::draw(const Job& job)
     if (!m_video)
         m_video = std::make_unique<VideoWriter>(m_output.videoFile, picture.cols, picture.rows);
     m_video->write(picture.data, picture.cols, picture.rows, int(picture.step[0]), source.mediaUs);
-}
-
-// What to tell above the picture: the counts, and the last event of note for a while.
-std::vector<std::string> Annotator::captions(const Job& job)
-{
-    std::vector<std::string> lines;
-    for (const DetectedEvent& event : job.events)
-    {
-        std::string text = event.caption + ": " + event.description;
-        std::replace(text.begin(), text.end(), '\n', ' ');
-        if (event.typeId == kFpsEventTypeId || event.typeId == kCountedEventTypeId)
-        {
-            lines.push_back(std::move(text));
-            continue;
-        }
-        m_lastEvent = std::move(text);
-        m_lastEventUs = job.picture->mediaUs;
-    }
-    if (!m_lastEvent.empty() && job.picture->mediaUs - m_lastEventUs < kCaptionUs)
-        lines.push_back(m_lastEvent);
-    return lines;
 }
 
 PicturePtr Annotator::findFrame(int64_t timestampUs) const

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "contact_sheet.h"
+#include "event_captions.h"
 #include "frame_observer.h"
 #include "metadata.h"
 #include "picture.h"
@@ -63,7 +64,6 @@ private:
 
     void run(std::stop_token stop);
     void draw(const Job& job);
-    [[nodiscard]] std::vector<std::string> captions(const Job& job);
     [[nodiscard]] PicturePtr findFrame(int64_t timestampUs) const;
     void fail(const std::string& text);
 
@@ -81,8 +81,7 @@ private:
     // State below belongs to the thread.
     std::unique_ptr<VideoWriter> m_video;
     ContactSheet m_sheet;
-    std::string m_lastEvent;
-    int64_t m_lastEventUs = 0;
+    EventCaptions m_captions;
 
     std::jthread m_thread; // last: it uses all of the above
 };

@@ -60,6 +60,13 @@ std::string stringMember(yyjson_val* object, const char* key, std::string_view f
     return {yyjson_get_str(value), yyjson_get_len(value)};
 }
 
+std::string jsonString(std::string_view text)
+{
+    const MutableJsonDocument document(yyjson_mut_doc_new(nullptr));
+    yyjson_mut_doc_set_root(document.get(), newString(document.get(), text));
+    return toText(*document);
+}
+
 yyjson_mut_val* newString(yyjson_mut_doc* document, std::string_view text)
 {
     return yyjson_mut_strncpy(document, text.data(), text.size());

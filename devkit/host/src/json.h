@@ -35,6 +35,9 @@ using MutableJsonDocument = std::unique_ptr<yyjson_mut_doc, JsonDeleter>;
 [[nodiscard]] std::string stringMember(
     yyjson_val* object, const char* key, std::string_view fallback = {});
 
+// The text as a JSON string, with its quotation marks.
+[[nodiscard]] std::string jsonString(std::string_view text);
+
 // A string value that is copied into `document`.
 [[nodiscard]] yyjson_mut_val* newString(yyjson_mut_doc* document, std::string_view text);
 

@@ -3,6 +3,7 @@
 #include <charconv>
 
 #include <CLI/CLI.hpp>
+#include <tavo/sdk/uuid.h>
 
 namespace tavo::devkit
 {
@@ -28,8 +29,7 @@ void addInput(CLI::App& app, Options& options, std::string& size)
 {
     app.add_option("--plugin", options.plugin, "The library to load")->required();
     app.add_option("--work-dir", options.workDir, "The host's home directory")->required();
-    app.add_option("--video", options.video, "A file, which is played over and over, or a URL")
-        ->required();
+    app.add_option("--video", options.video, "A file, which is played over and over, or a URL");
     app.add_option("--cameras", options.cameras, "How many cameras show the video")
         ->check(CLI::Range(1, 1000));
     app.add_option("--seconds", options.seconds, "How long to run; without it until a signal")
@@ -52,7 +52,21 @@ void addOutput(CLI::App& app, Options& options)
     app.add_option("--annotated-camera", options.annotatedCamera, "Index of the camera drawn")
         ->check(CLI::NonNegativeNumber);
     app.add_flag("--show-dialog", options.showDialog, "Print the settings dialog's banners");
+    app.add_option("--web-folder", options.webFolder, "The page's files, where they were moved")
+        ->check(CLI::ExistingDirectory);
     app.add_flag("--resources", options.resources, "Print memory and descriptors each minute");
+}
+
+// A page that others can reach is never without a token.
+PageAddress readPage(const std::string& text, const std::string& token)
+{
+    std::optional<PageAddress> page = parsePageAddress(text);
+    if (!page)
+        throw CLI::ValidationError("--page", "'" + text + "' is not [ADDRESS:]PORT");
+    page->token = token;
+    if (page->token.empty() && !isLoopback(page->host))
+        page->token = sdk::Uuid::random().toText();
+    return *page;
 }
 
 } // namespace
@@ -90,11 +104,17 @@ std::optional<int> parseOptions(int argc, const char* const* argv, Options* opti
     std::string size;
     std::vector<std::string> presses;
     bool realtime = false;
+    std::string page;
+    std::string pageToken;
     addInput(app, *options, size);
     addOutput(app, *options);
     app.add_option(
            "--press", presses, "DEVICE:BUTTON@SECONDS: press a button of the dialog, repeatable")
         ->allow_extra_args(false);
+    CLI::Option* const pageOption =
+        app.add_option("--page", page, "[ADDRESS:]PORT: serve a page; port 0 is any free one");
+    app.add_option("--page-token", pageToken, "What a viewer of the page must know")
+        ->needs(pageOption);
     CLI::Option* const fast =
         app.add_flag("--fast", options->fast, "As fast as all cameras take the frames");
     app.add_flag("--realtime", realtime, "At the video's own pace (the default)")->excludes(fast);
@@ -104,6 +124,10 @@ std::optional<int> parseOptions(int argc, const char* const* argv, Options* opti
         app.parse(argc, argv);
         if (!size.empty() && !(options->size = parseFrameSize(size)))
             throw CLI::ValidationError("--size", "'" + size + "' is not WxH");
+        if (!page.empty())
+            options->page = readPage(page, pageToken);
+        else if (options->video.empty())
+            throw CLI::RequiredError("--video");
         for (const std::string& text : presses)
         {
             const auto press = parseButtonPress(text);

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "page_address.h"
+
 namespace tavo::devkit
 {
 
@@ -25,7 +27,7 @@ struct Options
 {
     std::string plugin;
     std::string workDir;
-    std::string video;
+    std::string video; // may be empty with a page
     int cameras = 0; // 0: as many as the records have devices, at least one
     double seconds = 0; // 0: until a signal
     bool fast = false;
@@ -42,6 +44,9 @@ struct Options
     int annotatedCamera = 0;
     bool showDialog = false;
     bool resources = false;
+
+    std::optional<PageAddress> page; // nothing: no page
+    std::string webFolder; // the page's files; empty: where they were built
 };
 
 // "WxH", both from 1 to 16384; nothing for any other text.

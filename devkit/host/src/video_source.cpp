@@ -30,6 +30,20 @@ void check(int code, const std::string& what)
         throw std::runtime_error(what + ": " + libavErrorText(code));
 }
 
+bool isMachineCamera(const std::string& url)
+{
+    return url.starts_with("/dev/video");
+}
+
+// What libav cannot tell from the name itself; null where it can.
+const AVInputFormat* formatOf(const std::string& url)
+{
+    if (!isMachineCamera(url))
+        return nullptr;
+    avdevice_register_all();
+    return av_find_input_format("v4l2");
+}
+
 Input openInput(const std::string& url, std::stop_token* stop)
 {
     AVFormatContext* context = avformat_alloc_context();
@@ -41,7 +55,7 @@ Input openInput(const std::string& url, std::stop_token* stop)
     // Over TCP a picture arrives whole or not at all. Other protocols leave both entries alone.
     av_dict_set(&options, "rtsp_transport", "tcp", 0);
     av_dict_set(&options, "timeout", "10000000", 0); // us
-    const int code = avformat_open_input(&context, url.c_str(), nullptr, &options);
+    const int code = avformat_open_input(&context, url.c_str(), formatOf(url), &options);
     av_dict_free(&options);
     check(code, url); // a failed opening has freed the context
     return Input(context);
@@ -170,7 +184,8 @@ int64_t VideoSource::pictureDurationUs() const
 
 bool isLive(const std::string& url)
 {
-    return url.find("://") != std::string::npos && !url.starts_with("file:");
+    return isMachineCamera(url) ||
+        (url.find("://") != std::string::npos && !url.starts_with("file:"));
 }
 
 } // namespace tavo::devkit

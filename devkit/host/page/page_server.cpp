@@ -1,0 +1,369 @@
+#include "page/page_server.h"
+
+#include <algorithm>
+#include <charconv>
+#include <functional>
+#include <memory>
+#include <stdexcept>
+
+#include "json.h"
+#include "page/clip.h"
+#include "page/machine_cameras.h"
+
+namespace tavo::devkit
+{
+
+namespace
+{
+
+constexpr char kJson[] = "application/json";
+constexpr size_t kThreads = 64; // an open page holds one
+constexpr int kKeepAliveSeconds = 2; // how long the end may wait for a connection without requests
+constexpr int kBadRequest = 400;
+constexpr int kNotFound = 404;
+
+// Only what the host itself serves is loaded or asked.
+constexpr char kPolicy[] =
+    "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self' blob: data:; media-src blob:; "
+    "connect-src 'self'; base-uri 'none'; form-action 'none'; frame-ancestors 'none'";
+
+void fail(httplib::Response& response, int status, const std::string& text)
+{
+    response.status = status;
+    response.set_content(text, "text/plain; charset=utf-8");
+}
+
+std::string textObject(const std::map<std::string, std::string>& values)
+{
+    return toJson(values); // a JSON object of texts
+}
+
+// The model is a JSON text already; what is none goes as null.
+std::string answerText(const DialogAnswer& answer)
+{
+    const bool isModel = parseJson(answer.model) != nullptr;
+    return R"({"values":)" + textObject(answer.values) + R"(,"model":)" +
+        (isModel ? answer.model : "null") + R"(,"errors":)" + textObject(answer.errors) +
+        R"(,"actionUrl":)" + jsonString(answer.actionUrl) + R"(,"messageToUser":)" +
+        jsonString(answer.messageToUser) + R"(,"failure":)" + jsonString(answer.failure) + "}";
+}
+
+std::optional<int64_t> timeParameter(const httplib::Request& request, const char* name)
+{
+    const std::string text = request.get_param_value(name);
+    int64_t value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (text.empty() || error != std::errc() || end != text.data() + text.size())
+        return std::nullopt;
+    return value;
+}
+
+ViewerWish readWish(const httplib::Request& request)
+{
+    ViewerWish wish;
+    const std::string pictures = request.get_param_value("pictures");
+    if (pictures == "small")
+        wish.pictures = PictureSize::small;
+    if (pictures == "large")
+        wish.pictures = PictureSize::large;
+    const std::string devices = request.get_param_value("cameras");
+    for (size_t begin = 0; begin < devices.size();)
+    {
+        const size_t end = std::min(devices.find(',', begin), devices.size());
+        wish.devices.insert(devices.substr(begin, end - begin));
+        begin = end + 1;
+    }
+    return wish;
+}
+
+std::string addressUrl(const PageAddress& address)
+{
+    const bool isIpv6 = address.host.find(':') != std::string::npos;
+    return "http://" + (isIpv6 ? "[" + address.host + "]" : address.host) + ":" +
+        std::to_string(address.port) + "/";
+}
+
+} // namespace
+
+PageServer::PageServer(Host& host, LiveView& live, PageAddress address, const std::string& folder) :
+    m_host(host),
+    m_live(live),
+    m_address(std::move(address)),
+    m_guard(m_address),
+    m_reporter(host, live)
+{
+    m_server.new_task_queue = [] { return new httplib::ThreadPool(kThreads); };
+    m_server.set_keep_alive_timeout(kKeepAliveSeconds);
+    m_server.set_tcp_nodelay(true);
+    m_server.set_pre_routing_handler(
+        [this](const Request& request, Response& response)
+        {
+            return m_guard.letsPass(request, response) ? httplib::Server::HandlerResponse::Unhandled
+                                                       : httplib::Server::HandlerResponse::Handled;
+        });
+    m_server.set_exception_handler(
+        [](const Request&, Response& response, std::exception_ptr thrown)
+        {
+            try
+            {
+                std::rethrow_exception(thrown);
+            }
+            catch (const std::exception& error)
+            {
+                fail(response, 500, error.what());
+            }
+        });
+    routeFiles(folder);
+    routeStream();
+    routeCameras();
+    routeDialogs();
+    routeBoard();
+    routeSpans();
+
+    if (m_address.port == 0)
+        m_address.port = m_server.bind_to_any_port(m_address.host);
+    else if (!m_server.bind_to_port(m_address.host, m_address.port))
+        m_address.port = -1;
+    if (m_address.port < 0)
+        throw std::runtime_error("The page cannot be served at " + m_address.host + ".");
+    m_thread = std::jthread([this] { m_server.listen_after_bind(); });
+    while (!m_server.is_running()) // before, stop would not stop it
+        std::this_thread::yield();
+}
+
+PageServer::~PageServer()
+{
+    m_live.close();
+    m_server.stop();
+}
+
+std::string PageServer::url() const
+{
+    return addressUrl(m_address) + (m_address.token.empty() ? "" : "?token=" + m_address.token);
+}
+
+void PageServer::routeFiles(const std::string& folder)
+{
+    m_server.set_default_headers(
+        {{"Content-Security-Policy", kPolicy},
+         {"X-Content-Type-Options", "nosniff"},
+         {"Referrer-Policy", "no-referrer"},
+         {"Cache-Control", "no-cache"}});
+    if (!m_server.set_mount_point("/", folder))
+        throw std::runtime_error(folder + ": the page's files are not there");
+}
+
+void PageServer::routeStream()
+{
+    m_server.Get(
+        "/api/stream",
+        [this](const Request& request, Response& response)
+        {
+            const std::shared_ptr<Viewer> viewer = m_live.join(readWish(request));
+            for (const std::string& text : m_reporter.greeting())
+                viewer->offer(std::make_shared<const std::string>(streamMessage(text)));
+            response.set_chunked_content_provider(
+                "application/octet-stream",
+                [viewer](size_t, httplib::DataSink& sink)
+                {
+                    const Viewer::Message message = viewer->take();
+                    return message && sink.write(message->data(), message->size());
+                },
+                [this, viewer](bool) { m_live.leave(viewer); });
+        });
+}
+
+void PageServer::routeCameras()
+{
+    m_server.Get(
+        "/api/cameras",
+        [this](const Request&, Response& response) { response.set_content(camerasText(), kJson); });
+    m_server.Get(
+        "/api/machine-cameras",
+        [](const Request&, Response& response)
+        {
+            std::string text = "[";
+            for (const MachineCamera& camera : listMachineCameras())
+            {
+                text += (text.size() > 1 ? "," : "") +
+                    textObject({{"name", camera.name}, {"source", camera.source}});
+            }
+            response.set_content(text + "]", kJson);
+        });
+    m_server.Post(
+        "/api/cameras",
+        [this](const Request& request, Response& response)
+        {
+            const JsonDocument document = parseJson(request.body);
+            yyjson_val* const root = yyjson_doc_get_root(document.get());
+            const std::string name = stringMember(root, "name");
+            const std::string source = stringMember(root, "source");
+            if (name.empty() || source.empty())
+                return fail(response, kBadRequest, "A camera needs a name and a source.");
+            const std::string id = m_host.devices().add(name, source);
+            publishCameras();
+            response.set_content(R"({"id":)" + jsonString(id) + "}", kJson);
+        });
+    m_server.Delete(
+        R"(/api/cameras/([^/]+))",
+        [this](const Request& request, Response& response)
+        {
+            const std::string id = request.matches[1];
+            if (!m_host.devices().remove(id))
+                return fail(response, kNotFound, "There is no such camera.");
+            m_live.forget(id);
+            publishCameras();
+            response.set_content("{}", kJson);
+        });
+}
+
+void PageServer::routeDialogs()
+{
+    const auto answer = [this](
+                            const Request& request, Response& response,
+                            const std::function<DialogAnswer(SettingsDialog&)>& ask)
+    {
+        const std::shared_ptr<Device> device = m_host.devices().find(request.matches[1]);
+        if (!device)
+            return fail(response, kNotFound, "There is no such camera.");
+        response.set_content(answerText(ask(device->dialog())), kJson);
+    };
+    m_server.Get(
+        R"(/api/cameras/([^/]+)/settings)",
+        [answer](const Request& request, Response& response)
+        { answer(request, response, [](SettingsDialog& dialog) { return dialog.refresh(); }); });
+    m_server.Post(
+        R"(/api/cameras/([^/]+)/settings)",
+        [this, answer](const Request& request, Response& response)
+        {
+            answer(
+                request, response,
+                [&](SettingsDialog& dialog)
+                { return dialog.apply(parseSettingValues(request.body)); });
+            publishCameras();
+        });
+    m_server.Post(
+        R"(/api/cameras/([^/]+)/active)",
+        [answer](const Request& request, Response& response)
+        {
+            const JsonDocument document = parseJson(request.body);
+            yyjson_val* const root = yyjson_doc_get_root(document.get());
+            yyjson_val* const values = yyjson_obj_get(root, "values");
+            if (!yyjson_is_obj(values))
+                return fail(response, kBadRequest, "There are no values.");
+            answer(
+                request, response,
+                [&](SettingsDialog& dialog) {
+                    return dialog.press(
+                        stringMember(root, "name"), parseSettingValues(toText(values)));
+                });
+        });
+    m_server.Get(
+        "/api/engine/settings",
+        [this](const Request&, Response& response)
+        { response.set_content(answerText(m_host.engineDialog().refresh()), kJson); });
+    m_server.Post(
+        "/api/engine/settings",
+        [this](const Request& request, Response& response)
+        {
+            response.set_content(
+                answerText(m_host.engineDialog().apply(parseSettingValues(request.body))), kJson);
+        });
+}
+
+void PageServer::routeBoard()
+{
+    m_server.Get(
+        "/api/board",
+        [this](const Request&, Response& response) { response.set_content(boardText(), kJson); });
+}
+
+void PageServer::routeSpans()
+{
+    const auto spanOf = [](const Request& request) -> std::optional<TimeSpan>
+    {
+        const auto from = timeParameter(request, "from");
+        const auto to = timeParameter(request, "to");
+        return from && to ? std::optional(TimeSpan{*from, *to}) : std::nullopt;
+    };
+    m_server.Get(
+        R"(/api/cameras/([^/]+)/metadata)",
+        [this, spanOf](const Request& request, Response& response)
+        {
+            const auto span = spanOf(request);
+            if (!span)
+                return fail(response, kBadRequest, "A span needs its ends.");
+            std::string text;
+            for (const History::Line& line : m_live.history().lines(request.matches[1], *span))
+                text += line.text + "\n";
+            response.set_header("Content-Disposition", "attachment; filename=metadata.jsonl");
+            response.set_content(text, "application/x-ndjson");
+        });
+    m_server.Get(
+        R"(/api/cameras/([^/]+)/clip)",
+        [this, spanOf](const Request& request, Response& response)
+        {
+            const auto span = spanOf(request);
+            if (!span)
+                return fail(response, kBadRequest, "A span needs its ends.");
+            const std::string id = request.matches[1];
+            const SettingValues values =
+                parseSettingValues(m_host.records().find(RecordKind::settings, id).value_or("{}"));
+            const auto line = values.find("lineCrossingLine");
+            const std::string clip = makeClip(
+                m_live.history().pictures(id, *span), m_live.history().lines(id, *span),
+                readFigure(line == values.end() ? "" : line->second));
+            if (clip.empty())
+                return fail(response, kNotFound, "No pictures of that span were kept.");
+            response.set_header("Content-Disposition", "attachment; filename=clip.mp4");
+            response.set_content(clip, "video/mp4");
+        });
+}
+
+void PageServer::publishCameras()
+{
+    m_live.publish(R"({"kind":"cameras","cameras":)" + camerasText() + "}");
+}
+
+std::string PageServer::camerasText() const
+{
+    std::string text = "[";
+    for (const auto& device : m_host.devices().all())
+    {
+        const std::string& id = device->origin().deviceId;
+        const JsonDocument record =
+            parseJson(m_host.records().find(RecordKind::device, id).value_or("{}"));
+        const SettingValues values =
+            parseSettingValues(m_host.records().find(RecordKind::settings, id).value_or("{}"));
+        text += (text.size() > 1 ? "," : "") + std::string(R"({"id":)") + jsonString(id) +
+            R"(,"name":)" +
+            jsonString(stringMember(yyjson_doc_get_root(record.get()), "name", id)) +
+            R"(,"source":)" + jsonString(device->source()) + R"(,"values":)" + textObject(values) +
+            "}";
+    }
+    return text + "]";
+}
+
+std::string PageServer::boardText()
+{
+    const std::lock_guard lock(m_boardMutex);
+    std::vector<Banner> banners;
+    for (const auto& device : m_host.devices().all())
+    {
+        (void)device->dialog().refresh();
+        for (const Banner& banner : readBanners(device->dialog().lastModel()))
+        {
+            if (std::find(banners.begin(), banners.end(), banner) == banners.end())
+                banners.push_back(banner);
+        }
+    }
+    std::string text = "[";
+    for (const Banner& banner : banners)
+    {
+        text += (text.size() > 1 ? "," : "") +
+            textObject({{"icon", banner.icon}, {"text", banner.text}});
+    }
+    return text + "]";
+}
+
+} // namespace tavo::devkit

@@ -1,0 +1,195 @@
+// What the page is fed from: its stream, the kept minutes, the logs and the ladder.
+
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "page/ladder.h"
+#include "page/live_view.h"
+#include "page/log_follower.h"
+#include "records.h"
+#include "temp_folder.h"
+
+namespace tavo::devkit
+{
+
+namespace
+{
+
+Viewer::Message text(const std::string& json)
+{
+    return std::make_shared<const std::string>(streamMessage(json));
+}
+
+// The JSON of a message.
+std::string jsonOf(const Viewer::Message& message)
+{
+    if (!message)
+        return "closed";
+    size_t length = 0;
+    for (size_t i = 0; i < 4; ++i)
+        length |= size_t(static_cast<unsigned char>((*message)[i])) << 8 * i;
+    return message->substr(8, length);
+}
+
+PicturePtr greyPicture()
+{
+    auto picture = std::make_shared<Picture>();
+    picture->width = 64;
+    picture->height = 48;
+    picture->pixels.assign(64 * 48 * 3, 128);
+    return picture;
+}
+
+} // namespace
+
+TEST(Viewer, losesItsOldestPicturesFirstAndSaysWhatElseItLost)
+{
+    Viewer viewer({PictureSize::small, {}});
+    viewer.offer(text("kept"));
+    for (int i = 0; i < 6; ++i)
+        viewer.offerPicture("a", text("a" + std::to_string(i)));
+    viewer.offerPicture("b", text("b0"));
+    for (const char* const expected : {"kept", "a2", "a3", "a4", "a5", "b0"})
+        EXPECT_EQ(jsonOf(viewer.take()), expected);
+
+    for (int i = 0; i < 2003; ++i)
+        viewer.offer(text(std::to_string(i)));
+    EXPECT_EQ(jsonOf(viewer.take()), R"({"kind":"lost","messages":3})");
+    EXPECT_EQ(jsonOf(viewer.take()), "3");
+
+    viewer.close();
+    EXPECT_EQ(viewer.take(), nullptr);
+}
+
+TEST(LiveView, showsPicturesToThoseWhoWantThem)
+{
+    LiveView live;
+    const MetadataSink::Origin first{0, "first"};
+    const MetadataSink::Origin second{1, "second"};
+    live.onFrame(first, 1, greyPicture()); // nobody looks
+
+    const auto one = live.join({PictureSize::large, {"second"}});
+    const auto none = live.join({std::nullopt, {}});
+    live.onFrame(first, 2, greyPicture());
+    live.onFrame(second, 3, greyPicture());
+    EXPECT_EQ(jsonOf(one->take()), R"({"kind":"picture","device":"second","timestampUs":3})");
+
+    live.onLine({"objects", &first, 4, R"({"kind":"objects"})"});
+    live.onLine({"settingsModel", &first, 0, R"({"kind":"settingsModel"})"});
+    live.publish(R"({"kind":"last"})");
+    for (const auto& viewer : {one, none})
+    {
+        EXPECT_EQ(jsonOf(viewer->take()), R"({"kind":"objects"})");
+        EXPECT_EQ(jsonOf(viewer->take()), R"({"kind":"last"})");
+    }
+
+    EXPECT_EQ(live.history().pictures("first", {0, 9}).size(), 0u);
+    EXPECT_EQ(live.history().pictures("second", {0, 9}).size(), 1u);
+    EXPECT_EQ(live.history().pictures("second", {0, 2}).size(), 0u);
+    EXPECT_EQ(live.history().lines("first", {4, 4}).size(), 1u);
+    live.forget("first");
+    EXPECT_EQ(live.history().lines("first", {4, 4}).size(), 0u);
+
+    live.close();
+    EXPECT_EQ(one->take(), nullptr);
+    EXPECT_EQ(live.join({})->take(), nullptr);
+}
+
+TEST(History, forgetsWhatIsOld)
+{
+    History history;
+    for (int64_t second = 0; second <= 400; ++second)
+        history.keepLine("a", {second * 1'000'000, "{}"});
+    EXPECT_EQ(history.lines("a", {0, 99'999'999}).size(), 0u);
+    EXPECT_EQ(history.lines("a", {0, 400'000'000}).size(), 301u);
+}
+
+TEST(LogFollower, givesWholeLinesAndBeginsACutFileAgain)
+{
+    const TempFolder folder;
+    const std::string file = folder.file("a.log");
+    LogFollower follower("a", {file, folder.file("none.log")});
+    EXPECT_TRUE(follower.takeNew().empty());
+
+    std::ofstream(file) << "one\ntw";
+    EXPECT_EQ(follower.takeNew(), (std::vector<std::string>{"one"}));
+    std::ofstream(file, std::ios::app) << "o\nthree\n";
+    EXPECT_EQ(follower.takeNew(), (std::vector<std::string>{"two", "three"}));
+    EXPECT_TRUE(follower.takeNew().empty());
+
+    std::ofstream(file) << "new\n";
+    EXPECT_EQ(follower.takeNew(), (std::vector<std::string>{"new"}));
+    EXPECT_EQ(follower.recent(), (std::vector<std::string>{"one", "two", "three", "new"}));
+
+    std::ofstream(file, std::ios::app) << std::string(100'000, 'x') << "\nlast\n";
+    EXPECT_EQ(follower.takeNew(), (std::vector<std::string>{"last"}));
+}
+
+TEST(Ladder, tellsTheRungThatTheMachineStandsOn)
+{
+    const auto store = makeMemoryRecordStore();
+    const TempFolder folder;
+    LadderView view{*store, folder.file(""), {}, 0, 0, 0, 0};
+    const auto expectCurrent = [&](const char* title, Rung::State state, const char* detail)
+    {
+        SCOPED_TRACE(title);
+        const std::vector<Rung> rungs = readLadder(view);
+        const auto current = std::find_if(
+            rungs.begin(), rungs.end(),
+            [](const Rung& rung) { return rung.state != Rung::State::done; });
+        ASSERT_NE(current, rungs.end());
+        EXPECT_EQ(current->title, title);
+        EXPECT_EQ(current->state, state);
+        EXPECT_EQ(current->detail, detail);
+        EXPECT_TRUE(std::all_of(
+            current + 1, rungs.end(),
+            [](const Rung& rung)
+            { return rung.state == Rung::State::pending || rung.state == Rung::State::done; }));
+    };
+    const auto banner = [](const char* words) {
+        return std::string(R"({"items":[{"type":"Banner","icon":"info","text":")") + words +
+            R"("}]})";
+    };
+
+    seedRecords(*store, R"({"cloudAuthToken": "", "cloudSystemId": ""})", 0);
+    expectCurrent("Cloud connection", Rung::State::waiting, "This server has no cloud token");
+    seedRecords(*store, R"({"cloudAuthToken": "t"})", 0);
+    expectCurrent("Cloud system", Rung::State::waiting, "This server belongs to no cloud system");
+    seedRecords(*store, R"({"cloudSystemId": "s"})", 0);
+    expectCurrent("Server record", Rung::State::working, "Not written yet");
+    store->put(
+        RecordKind::server, kServerRecordId, R"({"parameters":{"tavoAI":{"pluginVersion":"4"}}})");
+    expectCurrent("Cameras", Rung::State::waiting, "0 of 0 cameras");
+
+    view.devices = 1;
+    store->put(RecordKind::device, "d", R"({"id":"d"})");
+    view.models = {banner("is being downloaded")};
+    expectCurrent("Inference application", Rung::State::working, "is being downloaded");
+    view.models = {banner("could not be installed")};
+    expectCurrent("Inference application", Rung::State::failed, "could not be installed");
+
+    std::filesystem::create_directories(folder.file("bin"));
+    std::filesystem::create_directories(folder.file("etc"));
+    std::ofstream(folder.file("bin/brunmod"));
+    std::ofstream(folder.file("bin/brund"));
+    view.models = {R"({"items":[{"type":"Button","name":"libraryChoiceX"}]})"};
+    expectCurrent("AI runtime", Rung::State::waiting, "Choose one in the settings of a camera");
+    view.models.clear();
+    std::ofstream(folder.file("bin/installed_runtime.txt")) << "X";
+    expectCurrent("Pipelines", Rung::State::working, "0 of 1 camera");
+    store->put(RecordKind::device, "d", R"({"parameters":{"tavoAI":{"pipelines":[{}]}}})");
+    expectCurrent("Models", Rung::State::working, "None handed to the application yet");
+    std::ofstream(folder.file("etc/settings.json")) << R"([{"Name":"M"}])";
+    expectCurrent("Switched on", Rung::State::waiting, "0 of 1 camera");
+    view.devicesOn = 1;
+    expectCurrent("Frames", Rung::State::working, "0 of 1 camera");
+    view.devicesWithFrames = 1;
+    expectCurrent("Results", Rung::State::working, "0 of 1 camera");
+    view.devicesWithResults = 1;
+    EXPECT_EQ(readLadder(view).back().state, Rung::State::done);
+}
+
+} // namespace tavo::devkit

@@ -1,0 +1,214 @@
+// The page: the cameras on one side, the panel of the chosen one on the other, and the stream that
+// keeps both going.
+
+import {cameraDialog, listCameras} from './api.js';
+import {openAddDialog, openRemoveDialog} from './camera_dialogs.js';
+import {Dialog} from './dialog/dialog.js';
+import {byId, element, notify} from './dom.js';
+import {EventsPanel} from './events.js';
+import {LogsPanel} from './logs.js';
+import {currentRung, MachinePanel} from './machine.js';
+import {SpanPanel} from './span.js';
+import {StatisticsPanel} from './statistics.js';
+import {Stream} from './stream.js';
+import {Tabs} from './tabs.js';
+import {Tile} from './tile.js';
+
+const tiles = new Map(); // by camera
+let selected = null; // the camera that the panel is about
+let enlarged = null; // the one that is shown alone
+let hostOffsetUs = 0; // from this page's clock to the host's
+
+const cameraName = id => tiles.get(id)?.camera.name ?? '';
+const settingsRoot = element('div', {}, element('p', {class: 'hint'}, 'Choose a camera.'));
+const events = new EventsPanel(cameraName);
+const statistics = new StatisticsPanel();
+const span = new SpanPanel(() => Date.now() * 1000 + hostOffsetUs);
+const machine = new MachinePanel();
+const logs = new LogsPanel();
+const tabs = new Tabs([
+    {id: 'settings', caption: 'Settings', root: settingsRoot},
+    {id: 'events', caption: 'Events', root: events.root, paint: () => events.paint()},
+    {id: 'statistics', caption: 'Counts', root: statistics.root, paint: () => statistics.paint()},
+    {id: 'span', caption: 'Record', root: span.root},
+    {id: 'machine', caption: 'Machine', root: machine.root, show: isShown => machine.show(isShown)},
+    {id: 'logs', caption: 'Logs', root: logs.root, paint: () => logs.paint()},
+]);
+const stream = new Stream(onMessage, onState);
+
+const onMessageOf = {
+    picture: (message, bytes) =>
+        tiles.get(message.device)?.player.addPicture(message.timestampUs, bytes, performance.now()),
+    objects: message => tiles.get(message.device)?.player.addObjects(message),
+    events: message => {
+        const result = tiles.get(message.device)?.player.addEvents(message, performance.now());
+        if (!result)
+            return;
+        events.addResult(message.device, result);
+        statistics.addResult(message.device, result);
+    },
+    diagnosticEvent: message => events.addDiagnostic(message),
+    deviceManifest: message => events.addManifest(message.value),
+    status: onStatus,
+    cameras: message => setCameras(message.cameras),
+    log: message => logs.add(message.log, message.lines),
+    lost: message => notify(`This page is slow: it has lost ${message.messages} messages.`),
+    trouble: message => notify(message.text),
+};
+
+function onMessage(message, bytes) {
+    onMessageOf[message.kind]?.(message, bytes);
+}
+
+async function onState(isOpen) {
+    const summary = byId('summary');
+    if (!isOpen) {
+        summary.dataset.state = 'failed';
+        summary.textContent = 'No connection to the host';
+        return;
+    }
+    logs.restart();
+    setCameras(await listCameras());
+}
+
+function onStatus(status) {
+    hostOffsetUs = status.nowUs - Date.now() * 1000;
+    for (const camera of status.cameras)
+        tiles.get(camera.id)?.setStatus(camera, performance.now());
+    const rung = currentRung(status.ladder);
+    const summary = byId('summary');
+    summary.dataset.state = rung.state;
+    summary.textContent = rung.state === 'done' ? 'Results flow' : rung.title;
+    summary.title = rung.detail;
+    machine.setStatus(status);
+    statistics.setStatus(status, cameraName);
+}
+
+function setCameras(cameras) {
+    for (const [id, tile] of tiles) {
+        if (cameras.some(camera => camera.id === id))
+            continue;
+        tile.player.close();
+        tile.root.remove();
+        tiles.delete(id);
+    }
+    for (const camera of cameras) {
+        const tile = tiles.get(camera.id);
+        if (!tile) {
+            tiles.set(camera.id, new Tile(camera, {select, enlarge, remove}));
+            byId('tiles').append(tiles.get(camera.id).root);
+        } else {
+            tile.update(camera);
+            if (camera.id === selected)
+                showFigures(tile, dialog?.figures ?? []);
+        }
+    }
+    byId('no-cameras').hidden = cameras.length > 0;
+    events.setCameras(cameras);
+    if (enlarged && !tiles.has(enlarged))
+        enlarge(null);
+    if (!tiles.has(selected))
+        select(cameras[0]?.id ?? null);
+    layOut();
+}
+
+let dialog = null; // the chosen camera's
+
+function select(id) {
+    if (id === selected)
+        return;
+    tiles.get(selected)?.overlay.cancel();
+    tiles.get(selected)?.showSavedFigures();
+    selected = id;
+    for (const [other, tile] of tiles)
+        tile.root.classList.toggle('selected', other === id);
+    statistics.setDevice(id);
+    span.setDevice(id);
+    const tile = tiles.get(id);
+    dialog = tile ? new Dialog(cameraDialog(id), tile.overlay, figures => showFigures(tile, figures)) : null;
+    settingsRoot.replaceChildren(tile
+        ? element('div', {}, element('h2', {}, tile.camera.name), dialog.root)
+        : element('p', {class: 'hint'}, 'Choose a camera.'));
+    dialog?.refresh();
+}
+
+// The figures of the open dialog can be moved on the picture.
+function showFigures(tile, figures) {
+    const own = dialog;
+    if (figures.length === 0)
+        return tile.showSavedFigures();
+    tile.overlay.showFigures(figures, own.value('maskType') === 'exclusive',
+        (name, points) => own.movePoints(name, points));
+}
+
+// Null: all cameras again.
+function enlarge(id) {
+    enlarged = id === enlarged ? null : id;
+    if (enlarged)
+        select(enlarged);
+    layOut();
+}
+
+function remove(id) {
+    openRemoveDialog(tiles.get(id).camera);
+}
+
+function layOut() {
+    document.body.classList.toggle('one-large', enlarged !== null);
+    document.body.dataset.count = tiles.size;
+    byId('back-to-grid').hidden = enlarged === null;
+    for (const [id, tile] of tiles)
+        tile.root.hidden = enlarged !== null && id !== enlarged;
+    wishPictures();
+}
+
+// Nobody looks at a page that is hidden.
+function wishPictures() {
+    if (document.hidden)
+        stream.wish('none');
+    else if (enlarged)
+        stream.wish('large', [enlarged]);
+    else
+        stream.wish('small');
+}
+
+function repaint(nowMs) {
+    for (const tile of tiles.values()) {
+        if (!tile.root.hidden)
+            tile.player.tick(performance.now());
+    }
+    if (Math.floor(nowMs / 250) !== Math.floor(lastRepaintMs / 250))
+        tabs.paint();
+    lastRepaintMs = nowMs;
+    requestAnimationFrame(repaint);
+}
+
+let lastRepaintMs = 0;
+
+function switchTheme() {
+    const root = document.documentElement;
+    const isDark = getComputedStyle(root).colorScheme === 'dark'
+        || (root.dataset.theme === undefined && matchMedia('(prefers-color-scheme: dark)').matches);
+    root.dataset.theme = isDark ? 'light' : 'dark';
+    localStorage.setItem('theme', root.dataset.theme);
+}
+
+const theme = localStorage.getItem('theme');
+if (theme)
+    document.documentElement.dataset.theme = theme;
+byId('theme').addEventListener('click', switchTheme);
+byId('add-camera').addEventListener('click', () => openAddDialog(tiles.size));
+byId('back-to-grid').addEventListener('click', () => enlarge(null));
+byId('summary').addEventListener('click', () => tabs.open('machine'));
+document.addEventListener('visibilitychange', wishPictures);
+document.addEventListener('keydown', event => {
+    if (event.key !== 'Escape' || document.querySelector('dialog[open]'))
+        return;
+    const overlay = tiles.get(selected)?.overlay;
+    if (overlay?.drawing)
+        overlay.cancel();
+    else if (enlarged)
+        enlarge(null);
+});
+wishPictures();
+requestAnimationFrame(repaint);
