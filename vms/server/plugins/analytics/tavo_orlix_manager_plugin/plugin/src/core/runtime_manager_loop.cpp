@@ -25,7 +25,7 @@ bool anyAgentIsActive(const DeviceAgents& agents)
             log_info("Something went terribly wrong casting a DeviceAgent %zu\n", index);
             continue;
         }
-        MutexLock lock(settingsLock());
+        const FairMutexLock lock(settingsLock());
         if (agent->isActive())
             return true;
     }

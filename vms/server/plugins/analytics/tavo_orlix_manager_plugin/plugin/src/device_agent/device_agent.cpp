@@ -24,7 +24,7 @@ DeviceAgent::DeviceAgent(
     log_debug("Device agent started: %s\n", m_deviceId.c_str());
     log_debug("Device agent loading settings\n");
     {
-        const MutexLock lock(settingsLock());
+        const FairMutexLock lock(settingsLock());
         m_settingsValues = loadSettingsCache(m_settingsCachePath);
     }
     log_debug("Device agent processing settings\n");

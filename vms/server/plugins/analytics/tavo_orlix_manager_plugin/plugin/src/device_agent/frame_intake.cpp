@@ -36,12 +36,13 @@ constexpr std::int64_t kMaxFrameAgeUs = 500'000; // older frames are told of, an
 // 5. Hand it over. A failure costs this one frame and is no failure of the operation.
 // 6. Remember when the frame left.
 // settingsLock() is held to the end, also while the application is waited for: it is one lock for
-// all devices, so they take turns. On every way out the lock goes first and then the frame.
+// all devices, so they take turns, in order. On every way out the lock goes first and then the
+// frame.
 bool DeviceAgent::pushUncompressedVideoFrame(sdk::Ptr<const Frame> videoFrame)
 {
     const sdk::Ptr<const Frame> frame = std::move(videoFrame);
     log_debug("Device %s received uncompressed frame.\n", m_deviceId.c_str());
-    const MutexLock lock(settingsLock());
+    const FairMutexLock lock(settingsLock(), FairMutex::Lane::inLine);
     if (!frameMayPass())
         return true;
 

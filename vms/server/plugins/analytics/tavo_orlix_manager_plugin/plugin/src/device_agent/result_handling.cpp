@@ -48,7 +48,7 @@ bool isVisualised(const DeviceSettings& settings, const std::string& className)
 // 5. Add what was counted, scored and detected, and hand over the events.
 void DeviceAgent::handleResultMessage(mpack_node_t root)
 {
-    const MutexLock lock(settingsLock());
+    const FairMutexLock lock(settingsLock());
     const std::uint64_t timestampUs = mpack_node_u64(mpack_node_map_cstr(root, key::kTimestamp));
     if (timestampUs == 0)
     {

@@ -1,8 +1,10 @@
 // An agent's life, its parameters on the host and its settings.
 #include <algorithm>
 #include <atomic>
+#include <future>
 
 #include "agent_fixture.h"
+#include "gate.h"
 #include "http_server.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -51,23 +53,35 @@ TEST_F(AgentTest, ShowsWhatIsWrongWithItsPipelines)
     EXPECT_EQ(before, model()) << "nothing changes without an admin URL";
 }
 
-TEST_F(AgentTest, TakesAChosenPipelineAtOnce)
+// With a cloud that offers one pipeline.
+class PipelineChoice : public AgentTest
 {
-    LoopbackHttpServer cloud;
-    cloud.handlers.Get(
-        std::string("/system/site-1/device/") + kDeviceId + "/available-pipelines",
-        [](const httplib::Request&, httplib::Response& response)
-        {
-            response.set_content(
-                R"([{"name": "People", "uuid": "u1", "deviceAdmin": "https://admin",
-                    "pipelines": {"modelUUID": "m1", "modelNMS": 0.5}}])",
-                "application/json");
-        });
-    cloud.start();
-    const std::string url = cloud.url("");
-    ini().CloudAPI = url.c_str();
-    host->setToken("token");
-    agent->fetchAvailablePipelines(services().messageBoard());
+protected:
+    PipelineChoice()
+    {
+        m_cloud.handlers.Get(
+            std::string("/system/site-1/device/") + kDeviceId + "/available-pipelines",
+            [](const httplib::Request&, httplib::Response& response)
+            {
+                response.set_content(
+                    R"([{"name": "People", "uuid": "u1", "deviceAdmin": "https://admin",
+                        "pipelines": {"modelUUID": "m1", "modelNMS": 0.5}}])",
+                    "application/json");
+            });
+        m_cloud.start();
+        m_url = m_cloud.url("");
+        ini().CloudAPI = m_url.c_str();
+        host->setToken("token");
+        agent->fetchAvailablePipelines(services().messageBoard());
+    }
+
+private:
+    LoopbackHttpServer m_cloud;
+    std::string m_url;
+};
+
+TEST_F(PipelineChoice, IsTakenAtOnce)
+{
     const std::size_t before = patches().size();
     EXPECT_THAT(setSettings({{"selectedPipeline", "u1"}}).second, HasSubstr(":\\nm1\\n"));
     ASSERT_THAT(patches(), SizeIs(before + 1));
@@ -96,6 +110,41 @@ TEST_F(AgentTest, AsksTheCloudForPipelinesSixTimesAndThenTellsTheUser)
         EXPECT_EQ(
             attempt > 6 ? 1u : 0u,
             board.snapshot().count(board_key::kFailedFetchPipelines + std::string(kDeviceId)));
+    }
+}
+
+// However long the host takes over a request that the user's settings lead to.
+TEST_F(PipelineChoice, HoldsUpNoResultAndNoDialog)
+{
+    const struct
+    {
+        const char* method;
+        std::map<std::string, std::string> settings;
+    } kCases[] = {
+        {"PATCH", {{"selectedPipeline", "u1"}}},
+        {"GET", {{"selectedPipeline", "u1"}, {"model_nms_m1", "100"}}},
+    };
+    for (const auto& c : kCases)
+    {
+        SCOPED_TRACE(c.method);
+        const auto gate = std::make_shared<Gate>(); // the host keeps it to the end
+        host->run =
+            [gate, method = c.method](const FakeHost::Request& request, FakeHost::Handler* to)
+        {
+            if (request.method == method)
+                gate->pass();
+            FakeHost::reply(to, "HTTP/1.1 200 OK\r\n\r\n{}");
+        };
+        const auto user = std::async(std::launch::async, [&] { setSettings(c.settings); });
+        EXPECT_TRUE(gate->isReached());
+        EXPECT_TRUE(gate->doesNotHoldUp(
+            [this]
+            {
+                handleResult({{"Timestamp", number(1)}, {"Scores", map({})}});
+                readAnswer(agent->pluginSideSettings().value);
+            }));
+        EXPECT_THAT(handler->takeEvents(), Not(IsEmpty()));
+        gate->open();
     }
 }
 

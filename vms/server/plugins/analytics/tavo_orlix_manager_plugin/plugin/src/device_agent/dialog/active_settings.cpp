@@ -48,7 +48,7 @@ void DeviceAgent::getSettingsOnActiveSettingChange(
     const sdk::IActiveSettingChangedAction* action)
 {
     log_debug("Active settings triggered\n");
-    const MutexLock lock(settingsLock());
+    const FairMutexLock lock(settingsLock());
     const std::string name = textOrEmpty(action->activeSettingName());
     log_debug("Active setting name: %s\n", name.c_str());
 

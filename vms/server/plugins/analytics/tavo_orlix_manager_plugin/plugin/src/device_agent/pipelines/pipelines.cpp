@@ -1,5 +1,5 @@
 // A device's pipelines: where they come from, and how they reach the agent and the host's record.
-// Requests to host and cloud are made without m_pipelineLock.
+// Requests to host and cloud are made without a lock of the agent.
 
 #include <optional>
 #include <string>
@@ -48,7 +48,7 @@ void DeviceAgent::fetchAvailablePipelines(MessageBoard& board)
 {
     const std::string boardKey = board_key::kFailedFetchPipelines + m_deviceId;
     {
-        const MutexLock lock(settingsLock());
+        const FairMutexLock lock(settingsLock());
         if (!m_settings.availablePipelines.empty())
             return; // fetched once for the agent's life, as are the attempts counted
         if (m_pipelineFetchAttempts++ >= kMaxPipelineFetchAttempts)
@@ -68,7 +68,7 @@ void DeviceAgent::fetchAvailablePipelines(MessageBoard& board)
     board.removeMessage(boardKey);
     const std::size_t count = pipelines.size();
     {
-        const MutexLock lock(settingsLock());
+        const FairMutexLock lock(settingsLock());
         m_settings.availablePipelines = std::move(pipelines);
     }
     log_info("Device %s got %zu available pipelines.\n", m_deviceId.c_str(), count);
@@ -87,7 +87,7 @@ void DeviceAgent::processDeviceParameters(yyjson_val* root)
     clearAgentError(kNoPipelineError);
     auto tree = readPipelines(jsonMember(tavoAi, "pipelines"));
 
-    const MutexLock lock(settingsLock());
+    const FairMutexLock lock(settingsLock());
     yyjson_val* const selected = jsonMember(tavoAi, "selectedPipeline");
     m_settings.selectedPipeline = yyjson_is_str(selected) ? jsonText(selected) : kCustomPipeline;
     m_settings.adminUrl = std::move(*adminUrl);

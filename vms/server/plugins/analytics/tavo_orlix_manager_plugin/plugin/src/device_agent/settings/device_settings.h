@@ -6,7 +6,7 @@
 
 #include "core/base/frame_settings.h"
 #include "core/base/pipeline_option.h"
-#include "utils/mutex.h"
+#include "utils/fair_mutex.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -39,8 +39,10 @@ struct DeviceSettings : FrameSettings
 };
 
 // The one lock over all DeviceSettings of the process, held through a frame's whole road and a
-// result's whole handling. Order: the engine's m_deviceAgentsMutex, then this, then an agent's
-// pipelineLock; the REST client's lock may be taken inside it.
-Mutex& settingsLock();
+// result's whole handling, and never while host or cloud are waited for. Frames wait for it in
+// line, all others ahead of them: so a result, a dialog or a setting waits for one hand-over at
+// most, however many cameras there are. Order: the engine's m_deviceAgentsMutex, then this, then an
+// agent's pipelineLock.
+FairMutex& settingsLock();
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

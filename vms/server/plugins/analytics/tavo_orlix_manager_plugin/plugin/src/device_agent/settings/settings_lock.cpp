@@ -3,9 +3,9 @@
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
-Mutex& settingsLock()
+FairMutex& settingsLock()
 {
-    static Mutex mutex(LockLevel::settings);
+    static FairMutex mutex(LockLevel::settings);
     return mutex;
 }
 

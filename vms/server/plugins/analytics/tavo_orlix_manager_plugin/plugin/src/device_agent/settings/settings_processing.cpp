@@ -1,4 +1,5 @@
-// What the user entered: how it is stored, applied and answered.
+// What the user entered: how it is stored, applied and answered. The host is asked and told without
+// settingsLock(), so frames and results may come in between.
 
 #include <string>
 #include <utility>
@@ -44,14 +45,16 @@ sdk::Result<const sdk::ISettingsResponse*> DeviceAgent::settingsReceived()
     const SettingValues current = currentSettings();
     applySettings();
 
-    const MutexLock lock(settingsLock());
-    if (m_pipelineParsed)
+    NmsChanges changes;
     {
-        const NmsChanges changes = readNmsChanges(m_settings.modelNms, current);
-        if (changes.changed)
-            writeModelNms(changes.values);
+        const FairMutexLock lock(settingsLock());
+        if (m_pipelineParsed)
+            changes = readNmsChanges(m_settings.modelNms, current);
     }
+    if (changes.changed)
+        writeModelNms(changes.values);
 
+    const FairMutexLock lock(settingsLock());
     auto response = sdk::makePtr<sdk::SettingsResponse>();
     response->setModel(settingsModelBuilder(*m_services, agentErrors(), m_settings));
     pushManifest(deviceManifestBuilder(m_settings, m_services->managerInterface()));
@@ -63,33 +66,33 @@ sdk::Result<const sdk::ISettingsResponse*> DeviceAgent::settingsReceived()
 
 void DeviceAgent::applySettings()
 {
-    MutexLock lock(settingsLock());
-    const SettingValues current = currentSettings();
-    for (const auto& [name, value] : current)
-        m_settingsValues[name] = value;
-    saveSettingsCache(m_settingsCachePath, m_settingsValues);
-
-    const auto selected = current.find(setting::kSelectedPipeline);
-    if (selected != current.end())
+    std::vector<std::string> patches;
     {
-        if (selected->second != m_settings.selectedPipeline)
+        const FairMutexLock lock(settingsLock());
+        const SettingValues current = currentSettings();
+        for (const auto& [name, value] : current)
+            m_settingsValues[name] = value;
+        saveSettingsCache(m_settingsCachePath, m_settingsValues);
+        const auto selected = current.find(setting::kSelectedPipeline);
+        if (selected != current.end() && selected->second != m_settings.selectedPipeline)
         {
             log_info("Detected change in pipeline selection.\n");
-            // Copied, as the options may change in the gap of the lock.
-            for (const std::string& patch : patchesOf(m_settings, selected->second))
-            {
-                patchDevice(m_services->utilityProvider(), patch, m_deviceId);
-                const JsonDocument document = parseJson(patch);
-                log_info("Processing new parameters\n");
-                // The one gap in the lock: processDeviceParameters takes it by itself, and frames
-                // may come in between.
-                lock.unlock();
-                processDeviceParameters(yyjson_doc_get_root(document.get()));
-                lock.lock();
-            }
+            patches = patchesOf(m_settings, selected->second);
         }
-        m_settings.selectedPipeline = selected->second;
     }
+    for (const std::string& patch : patches)
+    {
+        patchDevice(m_services->utilityProvider(), patch, m_deviceId);
+        const JsonDocument document = parseJson(patch);
+        log_info("Processing new parameters\n");
+        processDeviceParameters(yyjson_doc_get_root(document.get()));
+    }
+
+    const FairMutexLock lock(settingsLock());
+    // Read anew: while the host was waited for, the user may have entered others.
+    const SettingValues current = currentSettings();
+    if (const auto selected = current.find(setting::kSelectedPipeline); selected != current.end())
+        m_settings.selectedPipeline = selected->second;
     applySettingValues(current, m_settings);
 }
 
@@ -99,7 +102,7 @@ sdk::Result<const sdk::ISettingsResponse*> DeviceAgent::pluginSideSettings() con
     DeviceSettings settings;
     SettingValues values;
     {
-        const MutexLock lock(settingsLock());
+        const FairMutexLock lock(settingsLock());
         settings = m_settings;
         values = m_settingsValues;
     }
