@@ -3,9 +3,10 @@
 # through sudo; a second run changes nothing. What has no package is built into the cache folder:
 # $TAVO_CACHE_DIR, else $XDG_CACHE_HOME/tavo_orlix, else ~/.cache/tavo_orlix.
 #
-# usage: setup.sh [build|demo|windows]
+# usage: setup.sh [build|demo|lint|windows]
 #   build    what compiling and testing need (the default)
 #   demo     the same, and the video and the model of the demonstration
+#   lint     the same as build, and what scripts/lint.sh needs
 #   windows  the same as build, and what compiling for Windows and testing under Wine need
 set -euo pipefail
 
@@ -33,6 +34,7 @@ readonly kDevkitPackages=(
     # OpenCV's parts by name: libopencv-dev would bring half a desktop.
     libopencv-dnn-dev libopencv-objdetect-dev libopencv-imgproc-dev libopencv-imgcodecs-dev
     libcpp-httplib-dev libcli11-dev libsqlite3-dev curl)
+readonly kLintPackages=(clang clang-format clang-tidy shellcheck)
 
 set_up_build()
 {
@@ -51,10 +53,14 @@ case $mode in
         install_video
         install_model
         ;;
+    lint)
+        set_up_build
+        install_packages "${kLintPackages[@]}"
+        ;;
     windows)
         set_up_build
         install_windows
         ;;
-    *) die "usage: $0 [build|demo|windows]" ;;
+    *) die "usage: $0 [build|demo|lint|windows]" ;;
 esac
 say "Set-up for '$mode' is complete"
