@@ -51,12 +51,12 @@ Message readMessage(MapReader& map)
         return Unknown();
     if (map.has(protocol::key::kMessageType))
     {
-        switch (protocol::MessageType{map.integer(protocol::key::kMessageType)})
+        switch (protocol::MessageKind{map.integer(protocol::key::kMessageType)})
         {
-            case protocol::MessageType::input:
+            case protocol::MessageKind::input:
                 return InputAnnouncement{
                     map.count(protocol::key::kInputIndex), map.count(protocol::key::kSize)};
-            case protocol::MessageType::command:
+            case protocol::MessageKind::command:
                 return CommandMessage{protocol::Command{map.integer(protocol::key::kCommand)}};
         }
         return Unknown();
@@ -119,7 +119,7 @@ Message decodeMessage(std::span<const char> body)
 std::vector<char> encode(const CommandMessage& message)
 {
     return MapWriter(2)
-        .add(protocol::key::kMessageType, std::uint64_t(protocol::MessageType::command))
+        .add(protocol::key::kMessageType, std::uint64_t(protocol::MessageKind::command))
         .add(protocol::key::kCommand, std::uint64_t(message.command))
         .finish();
 }

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "engine/input_frame.h"
-#include "utils/dump.h"
 #include "utils/json.h"
+#include "utils/json_mpack.h"
 #include "utils/mpack_tree.h"
 
 namespace tavo::devkit

@@ -1,4 +1,4 @@
-#include "utils/dump.h"
+#include "utils/json_mpack.h"
 
 #include <cstddef>
 #include <string>

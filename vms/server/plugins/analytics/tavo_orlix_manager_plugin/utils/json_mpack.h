@@ -7,8 +7,9 @@
 
 #include "utils/mpack_tree.h"
 
-// Walks of JSON values and MessagePack nodes. No state; a failure is a log line and the result
-// shown.
+// From JSON to MessagePack, and copies of MessagePack nodes. No state; a failure is a log line and
+// the result shown. mpack_node_clone and mpack_node_dump are for whoever looks into messages;
+// nothing here calls them.
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {

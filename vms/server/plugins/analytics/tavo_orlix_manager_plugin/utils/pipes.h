@@ -59,7 +59,8 @@ void pipe_close_side(PipePair& pair, int side);
 
 [[nodiscard]] PipeEnd pipe_end_new();
 
-// The end whose handle was printed with "%p", blank if the text names no open handle.
+// For a program that gets a pipe's end on its command line; nothing here calls it. The end whose
+// handle was printed with "%p", blank if the text names no open handle.
 [[nodiscard]] PipeEnd pipe_end_from_string(const std::string& text);
 
 // Waits for a byte. Gives it, kPipeFailed, or kPipeEmpty when the other end has closed.

@@ -117,7 +117,8 @@ void shm_remove(const ShmSegment& segment);
 // The payload, valid while the view is; null, with `size` 0, when nothing is committed.
 const char* shm_read_attached(const ShmView& view, std::uint32_t& size, const char*& data);
 
-// Parses a handle that was printed with "%p". False, and `handle` unchanged, when it does not
+// For a program that gets a segment on its command line; nothing here calls it. Parses a handle
+// that was printed with "%p". False, and `handle` unchanged, when it does not
 // parse.
 [[nodiscard]] bool shm_from_string(const std::string& text, ShmHandle& handle);
 

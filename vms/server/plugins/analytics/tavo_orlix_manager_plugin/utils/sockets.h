@@ -108,6 +108,7 @@ bool socket_send_message(SocketHandle socket, const void* data, std::uint32_t si
 // Sends one message on a connection of its own. Fire and forget: the caller learns nothing.
 void socket_send_once(const std::string& path, const void* data, std::uint32_t size);
 
+// This and socket_serve are for other programs that use these utilities; nothing here calls them.
 // Sends one message on a connection of its own and receives one. Gives the size of the answer as
 // buffer.message() has it, or 0 with errno set.
 std::uint32_t socket_request(

@@ -1,4 +1,4 @@
-#include "utils/dump.h"
+#include "utils/json_mpack.h"
 
 #include "test_support.h"
 #include "utils/json.h"

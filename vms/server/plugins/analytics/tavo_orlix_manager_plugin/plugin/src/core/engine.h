@@ -28,8 +28,8 @@ namespace tavo::vms_server_plugins::analytics::orlix
 class DeviceAgent;
 class Plugin;
 
-// The living agents by their index; none is owned. The index travels with frames and results, so
-// it is not used anew while its agent lives.
+// The living agents by their index, which is the device number of each; none is owned. It travels
+// with frames and results as "InputIndex", so it is not used anew while its agent lives.
 using DeviceAgents = std::unordered_map<std::size_t, DeviceAgent*>;
 
 // The one long-lived object of the library: it owns every service that does not belong to a single

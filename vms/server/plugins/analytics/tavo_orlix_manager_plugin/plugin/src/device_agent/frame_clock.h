@@ -7,9 +7,9 @@
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
-// When the last frames passed the gates, by the timestamp that the host gave them, so that their
-// results can be timed. A result does not free its slot: once all are taken, the frame with the
-// smallest timestamp makes room for the next. Not synchronised.
+// When the last frames that were handed over had passed the gates, by the timestamp that the host
+// gave them, so that their results can be timed. A result does not free its slot: once all are
+// taken, the frame with the smallest timestamp makes room for the next. Not synchronised.
 class FrameClock
 {
 public:

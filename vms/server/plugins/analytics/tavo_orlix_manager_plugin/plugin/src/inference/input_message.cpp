@@ -179,7 +179,7 @@ constexpr struct
      [](auto* writer, auto&) { mpack_write_u64(writer, protocol::kChannels); }},
     {key::kMessageType, always,
      [](auto* writer, auto&)
-     { mpack_write_i64(writer, static_cast<std::int64_t>(protocol::MessageType::input)); }},
+     { mpack_write_i64(writer, static_cast<std::int64_t>(protocol::MessageKind::input)); }},
     {key::kInputIndex, always,
      [](auto* writer, auto& c) { mpack_write_u64(writer, c.source.deviceNumber); }},
     {key::kDeviceId, always, [](auto* writer, auto& c) { writeText(writer, c.source.deviceId); }},

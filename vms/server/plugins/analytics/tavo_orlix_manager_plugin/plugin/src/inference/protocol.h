@@ -19,7 +19,8 @@ inline constexpr char kPluginSocketArgument[] = "-o";
 inline constexpr char kLogToFileArgument[] = "-l"; // "0" or "1"
 inline constexpr char kVerbosityArgument[] = "-v"; // "0", "1" or "2"
 
-enum class MessageType : std::int64_t
+// What "messageType" says.
+enum class MessageKind : std::int64_t
 {
     input = 0, // announcement and input message
     command = 1,

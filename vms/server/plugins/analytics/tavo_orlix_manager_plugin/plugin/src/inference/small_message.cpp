@@ -41,7 +41,7 @@ SmallMessage SmallMessage::announcement(std::uint64_t deviceNumber, std::uint64_
         {
             mpack_start_map(writer, 3);
             writeSigned(
-                writer, key::kMessageType, static_cast<std::int64_t>(protocol::MessageType::input));
+                writer, key::kMessageType, static_cast<std::int64_t>(protocol::MessageKind::input));
             writeUnsigned(writer, key::kInputIndex, deviceNumber);
             writeUnsigned(writer, key::kSize, size);
             mpack_finish_map(writer);
@@ -67,7 +67,7 @@ SmallMessage SmallMessage::command(protocol::Command command)
             mpack_start_map(writer, 2);
             writeSigned(
                 writer, key::kMessageType,
-                static_cast<std::int64_t>(protocol::MessageType::command));
+                static_cast<std::int64_t>(protocol::MessageKind::command));
             writeSigned(writer, key::kCommand, static_cast<std::int64_t>(command));
             mpack_finish_map(writer);
         });

@@ -5,7 +5,7 @@
 
 #include "core/base/deployment.h"
 #include "core/base/ini.h"
-#include "runtimes/templates.h"
+#include "runtimes/placeholders.h"
 #include "utils/log.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "utils/dump.h"
+#include "utils/json_mpack.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {

@@ -1,0 +1,77 @@
+// What nothing in the library calls: it is there for other programs that use these utilities.
+
+#include <atomic>
+#include <cstdio>
+#include <string>
+#include <thread>
+
+#include "test_support.h"
+#include "utils/json.h"
+#include "utils/json_mpack.h"
+#include "utils/pipes.h"
+#include "utils/shm.h"
+#include "utils/sockets.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix::test
+{
+namespace
+{
+
+TEST(OtherUsersTest, aRequestIsServedAndAnswered)
+{
+    const TempFolder folder;
+    const std::string path = folder.file("server.sock");
+    std::atomic<bool> stop{false};
+    std::thread server(
+        [&]
+        {
+            const auto answer = [](std::span<const char> message, SocketHandle connection)
+            {
+                const std::string text = "re: " + std::string(message.data(), message.size());
+                socket_send_message(
+                    connection, text.data(), static_cast<std::uint32_t>(text.size()));
+            };
+            EXPECT_EQ(0, socket_serve(path, answer, stop));
+        });
+    ReceiveBuffer buffer;
+    std::uint32_t size = 0;
+    EXPECT_TRUE(comesTrue([&] { return (size = socket_request(path, "hello", 5, buffer)) != 0; }));
+    EXPECT_EQ("re: hello", std::string(buffer.data(), size));
+    stop = true;
+    server.join();
+    EXPECT_EQ(0u, socket_request(path, "hello", 5, buffer)) << "nobody serves any more";
+}
+
+TEST(OtherUsersTest, handlesAreReadFromTheirText)
+{
+    ShmHandle segment{};
+    EXPECT_FALSE(shm_from_string("no handle", segment));
+    EXPECT_TRUE(shm_from_string("0x1f", segment));
+
+    PipeEnd readEnd;
+    PipeEnd writeEnd;
+    ASSERT_EQ(1, pipe_create(readEnd.handle, writeEnd.handle));
+    char text[32];
+    std::snprintf(text, sizeof text, "%p", reinterpret_cast<void*>(writeEnd.handle));
+    PipeEnd same = pipe_end_from_string(text);
+    EXPECT_EQ(writeEnd.handle, same.handle);
+    same.handle = kInvalidPipe; // the other end's to close
+    EXPECT_EQ(kInvalidPipe, pipe_end_from_string("0x7ffffff0").handle);
+    EXPECT_EQ(kInvalidPipe, pipe_end_from_string("no handle").handle);
+}
+
+TEST(OtherUsersTest, aNodeIsPrintedWithItsNesting)
+{
+    const JsonDocument document = parseJson(R"({"a": [true, -1, 2, 1.5, "b"]})");
+    const auto tree = json_to_mpack_tree(yyjson_doc_get_root(document.get()));
+    ASSERT_TRUE(tree);
+    testing::internal::CaptureStdout();
+    mpack_node_dump(tree->root());
+    std::fflush(stdout);
+    EXPECT_EQ(
+        "{\n\"a\":   [\n  true,\n  -1,\n  2,\n  1.500000,\n  \"b\",\n  ],\n}",
+        testing::internal::GetCapturedStdout());
+}
+
+} // namespace
+} // namespace tavo::vms_server_plugins::analytics::orlix::test
