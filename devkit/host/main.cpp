@@ -1,13 +1,11 @@
 #include <exception>
 #include <iostream>
-#include <memory>
 
 #include <tavo/sdk/helpers/lib_context.h>
 
 #include "host.h"
 #include "options.h"
-#include "page/live_view.h"
-#include "page/page_server.h"
+#include "run_with_page.h"
 
 namespace tavo::devkit
 {
@@ -17,16 +15,6 @@ namespace
 
 constexpr int kExitNoMetadata = 3;
 constexpr int kExitFailure = 2;
-
-bool runWithPage(const Options& options)
-{
-    LiveView live;
-    Host host(options, &live);
-    const PageServer page(
-        host, live, *options.page, options.webFolder.empty() ? TAVO_WEB_FOLDER : options.webFolder);
-    std::cerr << "page: " << page.url() << std::endl;
-    return host.run();
-}
 
 } // namespace
 

@@ -9,6 +9,7 @@
 #include "json.h"
 #include "page/clip.h"
 #include "page/machine_cameras.h"
+#include "picture_annotator.h"
 
 namespace tavo::devkit
 {

@@ -122,9 +122,8 @@ std::unique_ptr<Annotator> Host::makeAnnotator() const
             .value_or("{}"));
     for (const auto& [name, value] : userValues(deviceIds[size_t(m_options.annotatedCamera)]))
         values[name] = value;
-    return std::make_unique<Annotator>(Annotator::Output{
-        m_options.annotatedFile, m_options.contactSheetFile,
-        readFigure(values["lineCrossingLine"])});
+    return tavo::devkit::makeAnnotator(
+        {m_options.annotatedFile, m_options.contactSheetFile, values["lineCrossingLine"]});
 }
 
 // Without a settings file a device that has been set up before stays as it was.

@@ -75,15 +75,15 @@ void VideoFeed::run(std::stop_token stop)
 // Plays the video from its beginning to its end. Tells whether there was a picture.
 bool VideoFeed::playRound(std::stop_token stop)
 {
-    VideoSource source(m_url, m_size, stop);
+    const std::unique_ptr<VideoSource> source = openVideo(m_url, m_size, stop);
     m_mediaClock.beginRound();
     bool played = false;
-    while (const std::shared_ptr<Picture> picture = source.next())
+    while (const std::shared_ptr<Picture> picture = source->next())
     {
         if (!played)
             setState({});
         played = true;
-        picture->mediaUs = m_mediaClock.next(picture->mediaUs, source.pictureDurationUs());
+        picture->mediaUs = m_mediaClock.next(picture->mediaUs, source->pictureDurationUs());
         if (!m_fast)
         {
             const int64_t dueUs = m_pacer.dueUs(picture->mediaUs, steadyClockUs());

@@ -1,4 +1,4 @@
-#include "annotator.h"
+#include "picture_annotator.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -17,12 +17,13 @@ constexpr size_t kWaitingJobs = 16;
 
 } // namespace
 
-Annotator::Annotator(Output output) :
+PictureAnnotator::PictureAnnotator(Output output) :
     m_output(std::move(output)),
+    m_line(readFigure(m_output.line)),
     m_thread([this](std::stop_token stop) { run(std::move(stop)); })
 {}
 
-void Annotator::onFrame(
+void PictureAnnotator::onFrame(
     const MetadataSink::Origin& /*camera*/, int64_t timestampUs, const PicturePtr& picture)
 {
     const std::lock_guard lock(m_mutex);
@@ -31,7 +32,7 @@ void Annotator::onFrame(
         m_recent.pop_front();
 }
 
-void Annotator::onMetadata(const Metadata& metadata)
+void PictureAnnotator::onMetadata(const Metadata& metadata)
 {
     {
         const std::lock_guard lock(m_mutex);
@@ -58,7 +59,7 @@ void Annotator::onMetadata(const Metadata& metadata)
     m_changed.notify_one();
 }
 
-Annotator::Summary Annotator::finish()
+Annotator::Summary PictureAnnotator::finish()
 {
     m_thread = {}; // ends once nothing waits
     try
@@ -76,7 +77,7 @@ Annotator::Summary Annotator::finish()
     return m_summary;
 }
 
-void Annotator::run(std::stop_token stop)
+void PictureAnnotator::run(std::stop_token stop)
 {
     std::unique_lock lock(m_mutex);
     while (m_changed.wait(lock, stop, [this] { return !m_jobs.empty(); }))
@@ -97,12 +98,12 @@ void Annotator::run(std::stop_token stop)
     }
 }
 
-void Annotator::draw(const Job& job)
+void PictureAnnotator::draw(const Job& job)
 {
     const Picture& source = *job.picture;
     cv::Mat picture(source.height, source.width, CV_8UC3);
     std::copy_n(source.pixels.data(), picture.total() * picture.elemSize(), picture.data);
-    drawLine(picture, m_output.line);
+    drawLine(picture, m_line);
     drawObjects(picture, job.objects);
     drawTexts(picture, m_captions.next(job.events, source.mediaUs));
 
@@ -115,7 +116,7 @@ void Annotator::draw(const Job& job)
     m_video->write(picture.data, picture.cols, picture.rows, int(picture.step[0]), source.mediaUs);
 }
 
-PicturePtr Annotator::findFrame(int64_t timestampUs) const
+PicturePtr PictureAnnotator::findFrame(int64_t timestampUs) const
 {
     for (const auto& [frameUs, picture] : m_recent)
     {
@@ -125,7 +126,7 @@ PicturePtr Annotator::findFrame(int64_t timestampUs) const
     return nullptr;
 }
 
-void Annotator::fail(const std::string& text)
+void PictureAnnotator::fail(const std::string& text)
 {
     const std::lock_guard lock(m_mutex);
     if (m_summary.failure.empty())
@@ -148,6 +149,11 @@ std::vector<cv::Point2f> readFigure(std::string_view json)
             float(yyjson_get_num(yyjson_arr_get(point, 1))));
     }
     return result;
+}
+
+std::unique_ptr<Annotator> makeAnnotator(Annotator::Output output)
+{
+    return std::make_unique<PictureAnnotator>(std::move(output));
 }
 
 } // namespace tavo::devkit
