@@ -1,17 +1,16 @@
 #include "utils/log.h"
 
 #include <atomic>
-#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <new>
+#include <system_error>
 
 #include "utils/clock.h"
 #include "utils/files.h"
 #include "utils/mutex.h"
-#include "utils/system_error.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -41,7 +40,7 @@ LineTime nextLineTime()
 }
 
 // Straight to the stream, without a buffer of our own. Gives the bytes written.
-[[gnu::format(printf, 4, 0)]] std::uint64_t writeTo(
+[[ORLIX_PRINTF(4, 0)]] std::uint64_t writeTo(
     std::FILE* stream, const std::string& prefix, const LineTime& time, const char* format,
     std::va_list arguments)
 {
@@ -74,7 +73,7 @@ public:
 
     [[nodiscard]] std::string prefix() EXCLUDES(m_mutex);
 
-    [[gnu::format(printf, 3, 0)]] void writeLine(
+    [[ORLIX_PRINTF(3, 0)]] void writeLine(
         const LineTime& time, const char* format, std::va_list arguments) EXCLUDES(m_mutex);
 
 private:
@@ -190,10 +189,12 @@ std::FILE* LogFiles::streamForLine()
 bool LogFiles::rotate()
 {
     m_main.reset();
-    std::remove(m_oldPath.c_str()); // there is none at the first rotation
-    if (std::rename(m_mainPath.c_str(), m_oldPath.c_str()) != 0)
+    std::error_code error;
+    std::filesystem::remove(m_oldPath, error); // there is none at the first rotation
+    std::filesystem::rename(m_mainPath, m_oldPath, error);
+    if (error)
     {
-        std::fprintf(stderr, "Error renaming file: %s\n", SystemErrorText(errno).c_str());
+        std::fprintf(stderr, "Error renaming file: %s\n", error.message().c_str());
         return false;
     }
     m_main = openLog(m_mainPath, /*append*/ false);
@@ -214,7 +215,7 @@ LogFiles& logFiles()
     return *files;
 }
 
-[[gnu::format(printf, 1, 0)]] void writeLine(const char* format, std::va_list arguments)
+[[ORLIX_PRINTF(1, 0)]] void writeLine(const char* format, std::va_list arguments)
 {
     const bool console = logToConsole.load(std::memory_order_relaxed);
     const bool file = logToFile.load(std::memory_order_relaxed);

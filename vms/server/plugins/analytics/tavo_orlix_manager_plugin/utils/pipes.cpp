@@ -9,6 +9,8 @@ namespace tavo::vms_server_plugins::analytics::orlix
 
 PipeEnd::PipeEnd(PipeEnd&& other) noexcept :
     handle(std::exchange(other.handle, kInvalidPipe)),
+    read(std::move(other.read)),
+    readPending(std::exchange(other.readPending, false)),
     dataReady(std::exchange(other.dataReady, false))
 {}
 
@@ -17,6 +19,8 @@ PipeEnd& PipeEnd::operator=(PipeEnd&& other) noexcept
     // What this end held is closed with `moved`.
     PipeEnd moved(std::move(other));
     std::swap(handle, moved.handle);
+    std::swap(read, moved.read);
+    std::swap(readPending, moved.readPending);
     std::swap(dataReady, moved.dataReady);
     return *this;
 }

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -15,10 +16,19 @@ namespace tavo::vms_server_plugins::analytics::orlix
 using PipeHandle = std::intptr_t;
 inline constexpr PipeHandle kInvalidPipe = -1;
 
+class PipeRead; // the platform's
+
+struct PipeReadCloser
+{
+    void operator()(PipeRead* read) const;
+};
+
 // Owns its handle.
 struct PipeEnd
 {
     PipeHandle handle = kInvalidPipe;
+    std::unique_ptr<PipeRead, PipeReadCloser> read; // where the system waits by reading ahead
+    bool readPending = false; // a read is under way, whose byte is the next one
     bool dataReady = false; // pipe_wait_any saw a byte here while it served another pair
 
     PipeEnd() = default;
@@ -64,13 +74,13 @@ void pipe_close_side(PipePair& pair, int side);
 [[nodiscard]] PipeEnd pipe_end_from_string(const std::string& text);
 
 // Waits for a byte. Gives it, kPipeFailed, or kPipeEmpty when the other end has closed.
-[[nodiscard]] int pipe_read_byte(const PipePair& pair, int side);
+[[nodiscard]] int pipe_read_byte(PipePair& pair, int side);
 
 // Gives 1, or 0.
 int pipe_write_byte(const PipePair& pair, int side, std::uint8_t byte);
 
 // Waits `seconds` for a byte. Gives it, kPipeTimeout, or kPipeFailed.
-[[nodiscard]] int pipe_read_byte_timeout(const PipePair& pair, int side, int seconds);
+[[nodiscard]] int pipe_read_byte_timeout(PipePair& pair, int side, int seconds);
 
 // Waits a second for a byte on any of the pairs, of which none is passed over for long. Gives the
 // index of the pair that `byte` came from, or pairs.size() if none came.
@@ -78,6 +88,6 @@ int pipe_write_byte(const PipePair& pair, int side, std::uint8_t byte);
     std::span<PipePair* const> pairs, int side, std::uint8_t* byte);
 
 // All that can be read now, without waiting; nothing when a read fails.
-[[nodiscard]] std::optional<std::string> pipe_read_text(const PipeEnd& end);
+[[nodiscard]] std::optional<std::string> pipe_read_text(PipeEnd& end);
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

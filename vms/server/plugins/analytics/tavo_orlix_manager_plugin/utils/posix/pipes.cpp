@@ -29,11 +29,6 @@ PipeEnd& readEnd(PipePair& pair, int side)
     return side == 1 ? pair.upRead : pair.downRead;
 }
 
-const PipeEnd& readEnd(const PipePair& pair, int side)
-{
-    return side == 1 ? pair.upRead : pair.downRead;
-}
-
 const PipeEnd& writeEnd(const PipePair& pair, int side)
 {
     return side == 1 ? pair.upWrite : pair.downWrite;
@@ -105,6 +100,9 @@ private:
 
 } // namespace
 
+// None is ever made: a poll waits without reading.
+void PipeReadCloser::operator()(PipeRead*) const {}
+
 PipeEnd::~PipeEnd()
 {
     if (handle != kInvalidPipe)
@@ -129,7 +127,7 @@ PipeEnd pipe_end_from_string(const std::string& text)
     return PipeEnd(handle);
 }
 
-int pipe_read_byte(const PipePair& pair, int side)
+int pipe_read_byte(PipePair& pair, int side)
 {
     const PipeEnd& end = readEnd(pair, side);
     std::uint8_t byte = 0;
@@ -149,7 +147,7 @@ int pipe_write_byte(const PipePair& pair, int side, std::uint8_t byte)
     return count == 1 ? 1 : 0;
 }
 
-int pipe_read_byte_timeout(const PipePair& pair, int side, int seconds)
+int pipe_read_byte_timeout(PipePair& pair, int side, int seconds)
 {
     const PipeEnd& end = readEnd(pair, side);
     const int ready = waitFor(end, seconds * 1000);
@@ -214,7 +212,7 @@ std::size_t pipe_wait_any(std::span<PipePair* const> pairs, int side, std::uint8
     return pairs.size();
 }
 
-std::optional<std::string> pipe_read_text(const PipeEnd& end)
+std::optional<std::string> pipe_read_text(PipeEnd& end)
 {
     constexpr std::size_t kEnough = 1024 * 1024; // of a writer that does not stop
     std::string text;

@@ -1,0 +1,353 @@
+#include "utils/sockets.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <winsock2.h>
+
+#include <afunix.h>
+#include <windows.h>
+
+#include "utils/log.h"
+#include "utils/socket_calls.h"
+#include "utils/system_error.h"
+#include "utils/windows/wide_text.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+namespace
+{
+
+using Status = Transferred::Status;
+
+// Without overlapped, a socket's time-outs have no effect.
+constexpr DWORD kSocketFlags = WSA_FLAG_OVERLAPPED | WSA_FLAG_NO_HANDLE_INHERIT;
+
+bool setTimeout(SocketHandle socket, int option)
+{
+    const DWORD milliseconds = kSocketTimeoutMs;
+    return setsockopt(
+               socket, SOL_SOCKET, option, reinterpret_cast<const char*>(&milliseconds),
+               sizeof milliseconds) == 0;
+}
+
+// As much of the path as an address holds beside its terminator. The way through the system's
+// encoding leaves nothing that it would not take for a path.
+std::string pathInAddress(const std::string& path)
+{
+    constexpr std::size_t kMostUnits = MAX_PATH;
+    std::wstring wide = wideText(path);
+    wide.resize(std::min({wide.size(), wide.find(L'\0'), kMostUnits}));
+    const std::string narrow = narrowText(wide);
+    return narrow.substr(0, sizeof(sockaddr_un::sun_path) - 1);
+}
+
+sockaddr_un addressOf(const std::string& path)
+{
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    const std::string fitting = pathInAddress(path);
+    std::memcpy(address.sun_path, fitting.data(), fitting.size());
+    return address;
+}
+
+// The whole address is passed in all cases; the path in it ends with its terminator.
+const sockaddr* generic(const sockaddr_un& address)
+{
+    return reinterpret_cast<const sockaddr*>(&address);
+}
+
+// Gives up on a socket for the error that was logged, and leaves it where the caller looks.
+SocketHandle giveUp(SocketHandle socket, int error)
+{
+    closesocket(socket);
+    WSASetLastError(error);
+    return kInvalidSocket;
+}
+
+// The thread's last error, which logging may change.
+struct SocketError
+{
+    const int code = WSAGetLastError();
+    const SystemErrorText text{code};
+};
+
+// Signalled by a connection to a listening socket, or by its end.
+class AcceptEvent
+{
+public:
+    explicit AcceptEvent(SocketHandle listeningSocket) :
+        m_socket(listeningSocket),
+        m_event(WSACreateEvent())
+    {}
+    ~AcceptEvent()
+    {
+        if (m_event == WSA_INVALID_EVENT)
+            return;
+        const int error = WSAGetLastError();
+        WSAEventSelect(m_socket, nullptr, 0);
+        WSACloseEvent(m_event);
+        WSASetLastError(error);
+    }
+    AcceptEvent(const AcceptEvent&) = delete;
+    AcceptEvent& operator=(const AcceptEvent&) = delete;
+
+    [[nodiscard]] bool isValid() const { return m_event != WSA_INVALID_EVENT; }
+    [[nodiscard]] bool select() const
+    {
+        return WSAEventSelect(m_socket, m_event, FD_ACCEPT | FD_CLOSE) == 0;
+    }
+    [[nodiscard]] DWORD wait() const
+    {
+        return WSAWaitForMultipleEvents(1, &m_event, FALSE, kSocketTimeoutMs, FALSE);
+    }
+
+private:
+    SocketHandle m_socket;
+    WSAEVENT m_event;
+};
+
+bool isReadable(SocketHandle socket)
+{
+    fd_set sockets;
+    FD_ZERO(&sockets);
+    FD_SET(socket, &sockets);
+    timeval atOnce = {};
+    return select(0, &sockets, nullptr, nullptr, &atOnce) >= 1;
+}
+
+// An accepted socket takes over from the listening one that it is not to block, and its event.
+void makeOrdinary(SocketHandle socket)
+{
+    WSAEventSelect(socket, nullptr, 0);
+    u_long isNonblocking = 0;
+    ioctlsocket(socket, FIONBIO, &isNonblocking);
+    SetHandleInformation(reinterpret_cast<HANDLE>(socket), HANDLE_FLAG_INHERIT, 0);
+    setTimeout(socket, SO_RCVTIMEO);
+}
+
+Transferred waitFor(SocketHandle socket, short events, int timeoutMs)
+{
+    WSAPOLLFD polled{socket, events, 0};
+    const int ready = WSAPoll(&polled, 1, timeoutMs);
+    if (ready == 0)
+        return {Status::timedOut};
+    if (ready > 0 && (polled.revents & POLLNVAL) != 0)
+    {
+        WSASetLastError(WSAENOTSOCK);
+        return {Status::waitFailed};
+    }
+    return {ready > 0 ? Status::done : Status::waitFailed};
+}
+
+Transferred failed()
+{
+    const int error = WSAGetLastError();
+    const bool isTimeout = error == WSAETIMEDOUT || error == WSAEWOULDBLOCK;
+    return {isTimeout ? Status::timedOut : Status::failed};
+}
+
+} // namespace
+
+SocketHandle socket_connect(const std::string& path)
+{
+    const SocketHandle socket = WSASocketW(AF_UNIX, SOCK_STREAM, 0, nullptr, 0, kSocketFlags);
+    if (socket == kInvalidSocket)
+    {
+        log_info("Warning: socket() creation failed\n");
+        return kInvalidSocket;
+    }
+    setTimeout(socket, SO_SNDTIMEO);
+    setTimeout(socket, SO_RCVTIMEO);
+    const sockaddr_un address = addressOf(path);
+    if (connect(socket, generic(address), sizeof address) != 0)
+    {
+        const SocketError error;
+        log_info(
+            "Warning: Connect to socket [%s] failed: %.*s\n", path.c_str(), error.text.length(),
+            error.text.c_str());
+        return giveUp(socket, error.code);
+    }
+    return socket;
+}
+
+SocketHandle socket_listen(const std::string& path)
+{
+    socket_unlink(path); // one of an earlier run would block the bind
+    const sockaddr_un address = addressOf(path);
+    const SocketHandle socket = WSASocketA(AF_UNIX, SOCK_STREAM, 0, nullptr, 0, kSocketFlags);
+    if (socket == kInvalidSocket)
+    {
+        const SocketError error;
+        log_info("Error: Sender socket error: %.*s\n", error.text.length(), error.text.c_str());
+        return kInvalidSocket;
+    }
+    if (bind(socket, generic(address), sizeof address) != 0)
+    {
+        const SocketError error;
+        log_info(
+            "Error: Sender socket bind error: %.*s\n", error.text.length(), error.text.c_str());
+        return giveUp(socket, error.code);
+    }
+    if (!setTimeout(socket, SO_RCVTIMEO))
+    {
+        const SocketError error;
+        log_info(
+            "Error: Failed to set receive timeout: %.*s\n", error.text.length(),
+            error.text.c_str());
+        return giveUp(socket, error.code);
+    }
+    if (!setTimeout(socket, SO_SNDTIMEO))
+    {
+        const SocketError error;
+        log_info(
+            "Error: Failed to set send timeout: %.*s\n", error.text.length(), error.text.c_str());
+        return giveUp(socket, error.code);
+    }
+    if (listen(socket, SOMAXCONN) != 0)
+    {
+        const int error = WSAGetLastError();
+        errno = socket_error_to_errno(error);
+        log_info("Error: Sender socket listen error.\n");
+        return giveUp(socket, error);
+    }
+    return socket;
+}
+
+SocketHandle socket_accept(SocketHandle listeningSocket)
+{
+    errno = EINVAL;
+    const AcceptEvent event(listeningSocket);
+    if (!event.isValid())
+    {
+        const SocketError error;
+        log_info(
+            "Error: Failed to create accept event: %.*s\n", error.text.length(),
+            error.text.c_str());
+        return kInvalidSocket;
+    }
+    if (!event.select())
+    {
+        const SocketError error;
+        log_info(
+            "Error: Failed to select accept event: %.*s\n", error.text.length(),
+            error.text.c_str());
+        return kInvalidSocket;
+    }
+    const DWORD waited = event.wait();
+    if (waited == WSA_WAIT_TIMEOUT)
+    {
+        errno = ETIMEDOUT;
+        return kInvalidSocket;
+    }
+    if (waited == WSA_WAIT_FAILED)
+    {
+        const SocketError error;
+        log_info("Error: Accept wait failed: %.*s\n", error.text.length(), error.text.c_str());
+        return kInvalidSocket;
+    }
+    if (!isReadable(listeningSocket)) // shut down
+        return kInvalidSocket;
+    const SocketHandle accepted = accept(listeningSocket, nullptr, nullptr);
+    if (accepted == kInvalidSocket)
+    {
+        const SocketError error;
+        log_info("Error: Accept failed: %.*s\n", error.text.length(), error.text.c_str());
+        return kInvalidSocket;
+    }
+    makeOrdinary(accepted);
+    return accepted;
+}
+
+Transferred socket_receive_some(SocketHandle socket, void* target, std::size_t size, int timeoutMs)
+{
+    const Transferred waited = waitFor(socket, POLLRDNORM, timeoutMs);
+    if (waited.status != Status::done)
+        return waited;
+    const int count = recv(
+        socket, static_cast<char*>(target),
+        static_cast<int>(std::min<std::size_t>(size, kMaxMessageSize)), 0);
+    return count < 0 ? failed() : Transferred{Status::done, static_cast<std::size_t>(count)};
+}
+
+void socket_set_send_timeout(SocketHandle socket)
+{
+    setTimeout(socket, SO_SNDTIMEO);
+}
+
+// A blocking send takes all or fails with its time-out, whatever went out: so it gets no more than
+// a slow reader takes in that time.
+Transferred socket_send_some(
+    SocketHandle socket, std::span<const char> first, std::span<const char> second, int timeoutMs)
+{
+    constexpr std::size_t kPiece = 256 * 1024;
+    if (timeoutMs < kSocketTimeoutMs)
+    {
+        const Transferred waited = waitFor(socket, POLLWRNORM, timeoutMs);
+        if (waited.status != Status::done)
+            return waited;
+    }
+    second = second.first(std::min(second.size(), kPiece));
+    WSABUF parts[2] = {
+        {static_cast<ULONG>(first.size()), const_cast<char*>(first.data())},
+        {static_cast<ULONG>(second.size()), const_cast<char*>(second.data())}};
+    DWORD count = 0;
+    if (WSASend(socket, parts, 2, &count, 0, nullptr, nullptr) != 0)
+        return failed();
+    return {Status::done, count};
+}
+
+int socket_close(SocketHandle socket)
+{
+    return closesocket(socket);
+}
+
+void socket_shutdown(SocketHandle socket)
+{
+    shutdown(socket, SD_BOTH);
+}
+
+void socket_unlink(const std::string& path)
+{
+    DeleteFileW(wideText(pathInAddress(path)).c_str());
+}
+
+int sockets_start()
+{
+    WSADATA data = {};
+    const int error = WSAStartup(MAKEWORD(2, 2), &data);
+    if (error == 0)
+        return 0;
+    log_info("WSAStartup failed: %d\n", error);
+    return 1;
+}
+
+int sockets_stop()
+{
+    WSACleanup();
+    return 0;
+}
+
+int socket_error_to_errno(int systemError)
+{
+    constexpr int kNoBufferSpace = 119; // of the system's own C library
+    switch (systemError)
+    {
+        case ERROR_FILE_NOT_FOUND:
+            return ENOENT;
+        case ERROR_PATH_NOT_FOUND:
+            return ENOTDIR;
+        case ERROR_ACCESS_DENIED:
+            return EACCES;
+        case ERROR_INSUFFICIENT_BUFFER:
+            return ENOMEM;
+        case ERROR_ALREADY_EXISTS:
+            return EEXIST;
+        case ERROR_NO_MORE_ITEMS:
+            return kNoBufferSpace;
+        default:
+            return EINVAL;
+    }
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix
