@@ -11,6 +11,7 @@
 #include "utils/clock.h"
 #include "utils/files.h"
 #include "utils/mutex.h"
+#include "utils/paths.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -190,8 +191,8 @@ bool LogFiles::rotate()
 {
     m_main.reset();
     std::error_code error;
-    std::filesystem::remove(m_oldPath, error); // there is none at the first rotation
-    std::filesystem::rename(m_mainPath, m_oldPath, error);
+    std::filesystem::remove(pathFromUtf8(m_oldPath), error); // there is none at the first rotation
+    std::filesystem::rename(pathFromUtf8(m_mainPath), pathFromUtf8(m_oldPath), error);
     if (error)
     {
         std::fprintf(stderr, "Error renaming file: %s\n", error.message().c_str());
@@ -317,7 +318,7 @@ std::string log_format_alloc(std::size_t firstSize, const char* format, ...)
 bool log_size_of_file(const std::string& path, std::uint32_t& size)
 {
     std::error_code error;
-    const std::uintmax_t whole = std::filesystem::file_size(path, error);
+    const std::uintmax_t whole = std::filesystem::file_size(pathFromUtf8(path), error);
     if (error)
     {
         std::printf(

@@ -1,4 +1,5 @@
 #include "utils/machine.h"
+#include "utils/paths.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -54,13 +55,13 @@ std::vector<std::string> list_files(const std::string& folder)
 {
     std::vector<std::string> names;
     std::error_code error;
-    std::filesystem::directory_iterator entries(folder, error);
+    std::filesystem::directory_iterator entries(pathFromUtf8(folder), error);
     for (; !error && entries != std::filesystem::directory_iterator(); entries.increment(error))
     {
         // A link to a folder is none itself: the devices of a class are such links.
         std::error_code ignored;
         if (entries->symlink_status(ignored).type() != std::filesystem::file_type::directory)
-            names.push_back(entries->path().filename().string());
+            names.push_back(utf8FromPath(entries->path().filename()));
     }
     return names;
 }

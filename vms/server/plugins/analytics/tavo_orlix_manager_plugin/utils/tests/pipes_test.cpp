@@ -22,7 +22,7 @@ PipePair newPair()
 
 TEST(PipesTest, bytesTravelOnBothSides)
 {
-    const PipePair pair = newPair();
+    PipePair pair = newPair();
     for (const int side : {kUp, kDown})
     {
         EXPECT_EQ(1, pipe_write_byte(pair, side, static_cast<std::uint8_t>(side + 40)));

@@ -51,14 +51,38 @@ UniqueHandle openFile(const char* path, DWORD access, DWORD disposition)
         nullptr));
 }
 
-// Access for the owner and the system alone, inherited from nowhere.
+// As the system writes it; empty on failure.
+std::wstring idOfThisUser()
+{
+    HANDLE handle = nullptr;
+    if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &handle))
+        return {};
+    const UniqueHandle token(handle);
+    alignas(TOKEN_USER) char user[sizeof(TOKEN_USER) + SECURITY_MAX_SID_SIZE];
+    DWORD size = 0;
+    wchar_t* text = nullptr;
+    if (!GetTokenInformation(token.get(), TokenUser, user, sizeof user, &size) ||
+        !ConvertSidToStringSidW(reinterpret_cast<TOKEN_USER*>(user)->User.Sid, &text))
+    {
+        return {};
+    }
+    const std::wstring id = text;
+    LocalFree(text);
+    return id;
+}
+
+// Access for this user and the system alone, with nothing inherited from the folder.
 class PrivateAccess
 {
 public:
     PrivateAccess()
     {
+        const std::wstring user = idOfThisUser();
+        if (user.empty())
+            return;
+        const std::wstring rules = L"D:P(A;;FA;;;SY)(A;;FA;;;" + user + L")";
         ConvertStringSecurityDescriptorToSecurityDescriptorW(
-            L"D:P(A;;FA;;;OW)(A;;FA;;;SY)", SDDL_REVISION_1, &m_descriptor, nullptr);
+            rules.c_str(), SDDL_REVISION_1, &m_descriptor, nullptr);
         m_attributes = {sizeof m_attributes, m_descriptor, FALSE};
     }
     ~PrivateAccess() { LocalFree(m_descriptor); }

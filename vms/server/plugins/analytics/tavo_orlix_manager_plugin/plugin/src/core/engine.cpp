@@ -1,6 +1,5 @@
 #include "core/engine.h"
 
-#include <filesystem>
 #include <functional>
 #include <utility>
 
@@ -12,8 +11,8 @@
 #include "device_agent/device_agent.h"
 #include "device_agent/manifest_builder.h"
 #include "inference/protocol.h"
-#include "remote/file_helpers.h"
 #include "utils/log.h"
+#include "utils/paths.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -32,8 +31,7 @@ Engine::Engine(Plugin* plugin, std::string workingDirectory) :
         "ORLIX Plugin: ", ini().logToConsole, ini().logToFile, ini().logVerbosityLevel);
     try
     {
-        m_socketPath =
-            utf8FromPath(std::filesystem::temp_directory_path() / protocol::kPluginSocketFile);
+        m_socketPath = pathOfTemporary(protocol::kPluginSocketFile);
         m_listenerThread = std::thread(
             [this] { listenerLoop(m_socketPath, m_listeningSocket, m_shuttingDown, *this); });
         m_runtimesManager.initialise(m_messageBoard);

@@ -9,8 +9,8 @@
 #include "core/base/ini.h"
 #include "core/base/plugin_version.h"
 #include "core/engine.h"
-#include "remote/file_helpers.h"
 #include "remote/text_helpers.h"
+#include "utils/paths.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {

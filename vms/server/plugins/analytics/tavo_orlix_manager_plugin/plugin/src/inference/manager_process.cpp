@@ -12,6 +12,7 @@
 #include "remote/file_helpers.h"
 #include "remote/host_rest_client.h"
 #include "utils/log.h"
+#include "utils/paths.h"
 #include "utils/platform_names.h"
 #include "utils/sockets.h"
 

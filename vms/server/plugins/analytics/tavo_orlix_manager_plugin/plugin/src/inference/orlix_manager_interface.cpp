@@ -1,11 +1,9 @@
 #include "inference/orlix_manager_interface.h"
 
-#include <filesystem>
-
 #include "core/base/manager_files.h"
 #include "inference/protocol.h"
-#include "remote/file_helpers.h"
 #include "utils/log.h"
+#include "utils/paths.h"
 #include "utils/sockets.h"
 
 // start, stop and checkRunning are in manager_process.cpp, sendInput in send_input.cpp, the
@@ -17,8 +15,7 @@ namespace tavo::vms_server_plugins::analytics::orlix
 OrlixManagerInterface::OrlixManagerInterface(
     const std::string& workingDirectory, MessageBoard* messageBoard) :
     m_rootFolder(workingDirectory + manager_files::kRootFolder),
-    m_moduleSocketPath(
-        utf8FromPath(std::filesystem::temp_directory_path() / protocol::kModuleSocketFile)),
+    m_moduleSocketPath(pathOfTemporary(protocol::kModuleSocketFile)),
     m_messageBoard(messageBoard)
 {
     log_info("Using Orlix Manager root folder: %s\n", m_rootFolder.c_str());

@@ -19,6 +19,7 @@
 #include "remote/file_helpers.h"
 #include "utils/files.h"
 #include "utils/log.h"
+#include "utils/paths.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {

@@ -61,7 +61,7 @@ ModelFiles ModelManager::selectDownload(
         if (files.encrypted)
         {
             files.modelPath = path_join(m_encryptedFolder, fileName);
-            files.runtimePath = (std::filesystem::temp_directory_path() / fileName).string();
+            files.runtimePath = pathOfTemporary(fileName);
             log_debug(
                 "Using runtime filepath for encrypted model %s : %s\n", modelId.c_str(),
                 files.runtimePath.c_str());
@@ -247,11 +247,11 @@ void ModelManager::ensureDirectories() const
     bool failed = false;
     for (const std::string& folder : {m_unencryptedFolder, m_encryptedFolder, m_keysFolder})
     {
-        std::filesystem::create_directories(folder, error);
+        std::filesystem::create_directories(pathFromUtf8(folder), error);
         failed = failed || error;
     }
     // The download then fails by itself, and says so to the user.
-    if (failed || !std::filesystem::is_directory(m_root, error))
+    if (failed || !std::filesystem::is_directory(pathFromUtf8(m_root), error))
     {
         log_info(
             "Error! Failed to create model directores: \n%s\n%s\n%s\n", m_unencryptedFolder.c_str(),

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <new>
 #include <system_error>
 
@@ -9,6 +10,7 @@
 
 #include "utils/files.h"
 #include "utils/log.h"
+#include "utils/paths.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -30,17 +32,6 @@ bool writeAll(std::FILE* file, const char* data, std::size_t size)
 }
 
 } // namespace
-
-std::filesystem::path pathFromUtf8(std::string_view path)
-{
-    return std::filesystem::path(std::u8string(path.begin(), path.end()));
-}
-
-std::string utf8FromPath(const std::filesystem::path& path)
-{
-    const std::u8string text = path.u8string();
-    return std::string(text.begin(), text.end());
-}
 
 bool fileExists(const std::string& path)
 {

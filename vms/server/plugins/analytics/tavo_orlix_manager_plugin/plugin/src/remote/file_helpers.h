@@ -2,19 +2,16 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
 #include <memory>
 #include <string>
 #include <string_view>
+
+#include "utils/paths.h"
 
 // Small helpers for files; paths are UTF-8. No state. They log their failures and do not throw.
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
-
-// The path in the form of the system that runs this.
-[[nodiscard]] std::filesystem::path pathFromUtf8(std::string_view path);
-[[nodiscard]] std::string utf8FromPath(const std::filesystem::path& path);
 
 [[nodiscard]] bool fileExists(const std::string& path);
 

@@ -63,8 +63,7 @@ std::string managerArchiveUrl()
 
 void ManagerInstallation::install(MessageBoard& messageBoard)
 {
-    const std::string archivePath =
-        (std::filesystem::temp_directory_path() / "orlix_manager.tgz").string();
+    const std::string archivePath = pathOfTemporary("orlix_manager.tgz");
     const Staging staging(m_workingDirectory + "/orlix_manager.unpacking");
     const bool done = fetchArchive(archivePath, messageBoard) &&
         unpackArchive(archivePath, staging.content()) && filesAreComplete(staging.content()) &&
@@ -155,7 +154,7 @@ void ManagerInstallation::remove()
         {
             const std::string path = path_join(m_installationDirectory, entry);
             log_debug("Removing path: %s\n", path.c_str());
-            std::filesystem::remove_all(path);
+            std::filesystem::remove_all(pathFromUtf8(path));
         }
     }
     catch (const std::filesystem::filesystem_error& error)

@@ -147,8 +147,8 @@ bool RuntimesManager::unpackPackage(
 bool RuntimesManager::removeFile(const std::string& path) const
 {
     std::error_code error;
-    if (std::filesystem::exists(path, error))
-        std::filesystem::remove(path, error);
+    if (std::filesystem::exists(pathFromUtf8(path), error))
+        std::filesystem::remove(pathFromUtf8(path), error);
     log_debug("Removed: %s with error: %d\n", path.c_str(), error.value());
     return !error;
 }

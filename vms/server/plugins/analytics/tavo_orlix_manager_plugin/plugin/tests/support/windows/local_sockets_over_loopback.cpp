@@ -1,15 +1,17 @@
-// Local sockets for tests under Wine, which has none: AF_UNIX becomes TCP on the loopback interface,
-// and the socket's file holds the port. These three stand where calls into the system's own library
-// are looked up, so what is tested is linked as it is. Never part of the library that is delivered.
+// Local sockets for tests under Wine, which has none: AF_UNIX becomes TCP on the loopback
+// interface, and the socket's file holds the port. These stand where calls into the system's own
+// library are looked up, so what is tested is linked as it is. Never part of the library that is
+// delivered.
 
 #include <winsock2.h>
-#include <windows.h>
 
 #include <afunix.h>
 #include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <type_traits>
+#include <windows.h>
 
 namespace
 {
@@ -41,8 +43,8 @@ sockaddr_in loopback(std::uint16_t networkPort)
 // A file that is there blocks the bind, as that of a socket does.
 bool writePort(const std::wstring& path, std::uint16_t port)
 {
-    const HANDLE file =
-        CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+    const HANDLE file = CreateFileW(
+        path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE)
     {
         WSASetLastError(GetLastError() == ERROR_FILE_EXISTS ? WSAEADDRINUSE : WSAEINVAL);
@@ -72,6 +74,16 @@ SOCKET WSAAPI openSocket(int family, int type, int protocol)
 {
     return systemCall<SOCKET WSAAPI(int, int, int)>("socket")(
         family == AF_UNIX ? AF_INET : family, type, protocol);
+}
+
+template <class ProtocolInfo>
+SOCKET WSAAPI
+openSocketWith(int family, int type, int protocol, ProtocolInfo* info, GROUP group, DWORD flags)
+{
+    constexpr bool kIsWide = std::is_same_v<ProtocolInfo, WSAPROTOCOL_INFOW>;
+    return systemCall<SOCKET WSAAPI(int, int, int, ProtocolInfo*, GROUP, DWORD)>(
+        kIsWide ? "WSASocketW" : "WSASocketA")(
+        family == AF_UNIX ? AF_INET : family, type, protocol, info, group, flags);
 }
 
 int WSAAPI bindSocket(SOCKET socket, const sockaddr* address, int size)
@@ -108,10 +120,16 @@ int WSAAPI connectSocket(SOCKET socket, const sockaddr* address, int size)
 
 extern "C" {
 extern SOCKET(WSAAPI* const __imp_socket)(int, int, int);
+extern SOCKET(WSAAPI* const __imp_WSASocketA)(int, int, int, WSAPROTOCOL_INFOA*, GROUP, DWORD);
+extern SOCKET(WSAAPI* const __imp_WSASocketW)(int, int, int, WSAPROTOCOL_INFOW*, GROUP, DWORD);
 extern int(WSAAPI* const __imp_bind)(SOCKET, const sockaddr*, int);
 extern int(WSAAPI* const __imp_connect)(SOCKET, const sockaddr*, int);
 
 SOCKET(WSAAPI* const __imp_socket)(int, int, int) = &openSocket;
+SOCKET(WSAAPI* const __imp_WSASocketA)
+(int, int, int, WSAPROTOCOL_INFOA*, GROUP, DWORD) = &openSocketWith<WSAPROTOCOL_INFOA>;
+SOCKET(WSAAPI* const __imp_WSASocketW)
+(int, int, int, WSAPROTOCOL_INFOW*, GROUP, DWORD) = &openSocketWith<WSAPROTOCOL_INFOW>;
 int(WSAAPI* const __imp_bind)(SOCKET, const sockaddr*, int) = &bindSocket;
 int(WSAAPI* const __imp_connect)(SOCKET, const sockaddr*, int) = &connectSocket;
 }
