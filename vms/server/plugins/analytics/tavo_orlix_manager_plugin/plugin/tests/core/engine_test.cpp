@@ -1,5 +1,8 @@
 #include "core/engine.h"
 
+#include <tavo/sdk/helpers/string_map.h>
+
+#include "../inference/module_peer.h"
 #include "engine_fixture.h"
 #include "inference/protocol.h"
 #include "utils/sockets.h"
@@ -100,6 +103,65 @@ TEST_F(EngineTest, AllAgentsShareOneLoopThatEndsWithTheEngine)
     EXPECT_EQ(1, logged("Runtime loop sucessfully finished.\n"));
     // The loop asks for the provider once more, to tell the host of a stop.
     EXPECT_LE(1, logged("Warning! Tried to access utility provider while shutting down.\n"));
+}
+
+TEST_F(EngineTest, TheApplicationRunsWhileACameraIsSwitchedOn)
+{
+    const std::string id = "00010203-0405-0607-0809-0a0b0c0d0e0f";
+    installManager();
+    m_folder.writeScript(
+        kBin + kManagerExecutable,
+        R"(while [ ! -e "$(dirname "$0")/end" ]; do sleep 0.02; done; rm "$(dirname "$0")/end")");
+    installRuntime();
+    test::ModulePeer application(m_folder.path()); // that passes the command to stop on
+    application.replyBy(
+        [&]()
+        {
+            m_folder.write(kBin + "end", "");
+            return std::string();
+        });
+    sdk::Ptr<sdk::analytics::IDeviceAgent> agent = obtainAgent(id);
+    const auto switchTo = [&agent](const char* value)
+    {
+        const auto values = sdk::makePtr<sdk::StringMap>(
+            std::map<std::string, std::string>{{"deviceActiveSwitch", value}});
+        const sdk::Ptr<const sdk::ISettingsResponse> answer(agent->setSettings(values.get()).value);
+    };
+    const auto activity = [this]
+    {
+        std::string all;
+        for (const FakeHost::Request& patch : m_host->requests("PATCH /rest/v4/servers/this"))
+        {
+            const std::size_t at = patch.body.find("runtimeActive\":");
+            if (at != std::string::npos)
+                all += patch.body[at + 15];
+        }
+        return all;
+    };
+    switchTo("true");
+    EXPECT_TRUE(test::comesTrue([&] { return activity() == "t"; })) << activity();
+    EXPECT_EQ(1, logged("Orlix Manager started\n"));
+
+    // A model that is in the cache already.
+    const std::string cache = kWorking + "orlix_manager/cache/unencrypted/";
+    m_folder.write(cache + "m.bin", "12345");
+    setDeviceRecords(
+        R"([{"id":")" + id +
+        R"(","parameters":{"tavoAI":{"pipelines":[],"models":[{"UUID":"u","Name":"n","Downloads":[)" +
+        R"({"RuntimeArchitecture":"application/x-onnx","Url":"http://127.0.0.1:1/m.bin",)" +
+        R"("LastModified":"2024-01-01T00:00:00","Size":5}]}]}}}])");
+    EXPECT_TRUE(comesIntoLog("Orlix Manager started\n", 2));
+    EXPECT_EQ(1, logged("Settings change detected. Restarting runtime\n"));
+    EXPECT_EQ("t", activity());
+
+    switchTo("false");
+    EXPECT_TRUE(test::comesTrue([&] { return activity() == "tf"; })) << activity();
+    EXPECT_EQ(2, logged("Orlix Manager stopped with exit code 0\n"));
+    switchTo("true");
+    EXPECT_TRUE(test::comesTrue([&] { return activity() == "tft"; })) << activity();
+    agent.reset();
+    m_engine.reset();
+    EXPECT_EQ(3, logged("Orlix Manager stopped with exit code 0\n"));
 }
 
 // A pass may fail in any way without ending the thread.

@@ -40,6 +40,7 @@ public:
     void handleMetadata(sdk::analytics::IMetadataPacket* packet) override
     {
         const sdk::Ptr<sdk::analytics::IMetadataPacket> owned(packet);
+        m_timesUs.push_back(packet->timestampUs());
         if (const auto objects = sdk::interfaceCast<sdk::analytics::IObjectMetadataPacket>(owned))
         {
             for (int i = 0; i < objects->count(); ++i)
@@ -65,6 +66,7 @@ public:
 
     // What came since the last call: "type x y w h attribute=value", "type|caption|description".
     auto takeObjects() { return std::exchange(m_objects, {}); }
+    auto takeTimesUs() { return std::exchange(m_timesUs, {}); }
     auto takeEvents() { return std::exchange(m_events, {}); }
     auto takeManifests() { return std::exchange(m_manifests, {}); }
 
@@ -87,6 +89,7 @@ private:
     }
 
     std::mutex m_mutex;
+    std::vector<std::int64_t> m_timesUs; // of all packets
     std::vector<std::string> m_objects, m_events, m_manifests;
 };
 

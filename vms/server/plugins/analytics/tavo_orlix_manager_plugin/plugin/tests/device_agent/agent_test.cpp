@@ -3,6 +3,9 @@
 #include <atomic>
 #include <future>
 
+#include <tavo/sdk/i_active_setting_changed_action.h>
+#include <tavo/sdk/i_active_setting_changed_response.h>
+
 #include "agent_fixture.h"
 #include "gate.h"
 #include "http_server.h"
@@ -12,13 +15,78 @@ namespace tavo::vms_server_plugins::analytics::orlix
 
 using namespace test;
 using testing::AllOf, testing::ElementsAre, testing::HasSubstr, testing::IsEmpty, testing::Not,
-    testing::SizeIs;
+    testing::Pair, testing::SizeIs;
 
 constexpr char kOnePipeline[] = R"({
     "deviceAdmin": "https://admin",
     "models": [{"UUID": "m1", "Name": "People",
         "NamedOutput": [{"Name": "bboxes-format:xyxy;0:person;1:car"}]}],
     "pipelines": [{"modelUUID": "m1", "modelNMS": 0.58, "Postprocessor": "LineCrossing"}]})";
+
+TEST_F(AgentTest, TellsTheHostOfItsLife)
+{
+    const auto isEnabled = [](const char* value)
+    { return R"({"parameters":{"tavoAI":{"PluginEnabled":)" + std::string(value) + "}}}"; };
+    EXPECT_EQ(isEnabled("true"), patches().back().body);
+    EXPECT_EQ("application/json", patches().back().mimeType);
+    agent.reset();
+    EXPECT_EQ(isEnabled("false"), patches().back().body);
+    EXPECT_EQ(std::string("/rest/v4/devices/") + kDeviceId, patches().back().path);
+    EXPECT_THAT(services().takeRequests(), ElementsAre("removeDeviceAgent 7"));
+}
+
+TEST_F(AgentTest, AsksForWhatAButtonSays)
+{
+    struct Press : sdk::RefCountable<sdk::IActiveSettingChangedAction>
+    {
+        const char* activeSettingName() const override { return button; }
+        const sdk::IStringMap* settingsValues() const override
+        {
+            return new sdk::StringMap({{"visualise_car", "x"}, {"other", "x"}});
+        }
+        const sdk::IStringMap* params() const override { return nullptr; }
+        const char* button = nullptr;
+    };
+    const std::pair<const char*, std::string> kCases[] = {
+        {"resetSingleDeviceButton", std::string("resetDevice ") + kDeviceId},
+        {"resetAllDevicesButton", "resetDevices"},
+        {"clearCacheButton", "clearCache"},
+        {"modelDownloadRetryButton", "retryDownloads"},
+        {"reselectRuntimeButton", "requestRuntimeReselection"},
+        {"libraryChoiceIntel", ""},
+        {"selectAllButton", ""},
+        {"deSelectAllButton", ""},
+        {"manageDevice", ""},
+        {"unknown", ""}};
+    for (const auto& [button, request] : kCases)
+    {
+        SCOPED_TRACE(button);
+        const auto press = sdk::makePtr<Press>();
+        press->button = button;
+        sdk::Result<const sdk::IActiveSettingChangedResponse*> result;
+        agent->getSettingsOnActiveSettingChange(&result, press.get());
+        const auto requests = services().takeRequests();
+        EXPECT_EQ(request.empty() ? 0u : 1u, requests.size());
+        EXPECT_EQ(request, requests.empty() ? "" : requests.front());
+        EXPECT_EQ(
+            button == std::string("libraryChoiceIntel"),
+            services().runtimesManager().chosenRuntime() == "Intel");
+        services().runtimesManager().chooseRuntime("");
+
+        ASSERT_TRUE(result.isOk());
+        const sdk::Ptr<const sdk::IActiveSettingChangedResponse> response(result.value);
+        const sdk::ISettingsResponse* const settings = response->settingsResponse();
+        ASSERT_EQ(button == std::string("manageDevice"), settings == nullptr);
+        if (!settings)
+            continue;
+        const std::string car = button == std::string("selectAllButton") ? "true"
+            : button == std::string("deSelectAllButton")                 ? "false"
+                                                                         : "x";
+        EXPECT_THAT(
+            readAnswer(settings).first,
+            ElementsAre(Pair("other", "x"), Pair("visualise_car", car)));
+    }
+}
 
 TEST_F(AgentTest, KnowsNoClassesUntilAManifestIsPushed)
 {

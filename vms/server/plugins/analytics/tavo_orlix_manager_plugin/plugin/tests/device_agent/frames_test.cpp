@@ -125,8 +125,10 @@ TEST_F(Frames, PassOnlyWhenAllGatesAreOpen)
 
 TEST_F(Frames, ArriveWholeOrCroppedOrFail)
 {
+    const CapturedLog log;
     processParameters(kPipelines);
     expectInput(0, 32, 8, 4);
+    EXPECT_THAT(log.text(), testing::HasSubstr("Warning! Frame age over 500ms. Time now:  "));
     // With padding behind the rows a crop is read as if there were none.
     setCropBox("[[0.25, 0.5], [0.75, 1]]");
     expectInput(2 * 24 + 2 * 3, 24, 4, 2);

@@ -67,6 +67,7 @@ TEST_F(Results, TakeBoxesAsTheyAre)
             "tavo.orlix.traffic_light 0.01 0.04 0.1 0.4",
             "tavo.orlix.traffic_light 0.5 0.8 0.1 0.1", "tavo.orlix.person 0.11 0.44 0.1 0.4",
             "tavo.orlix.cut_off 0.01 0.04 0.1 0.4", "tavo.orlix.cut_off 0.5 0 0.5 0"));
+    EXPECT_THAT(handler->takeTimesUs(), ElementsAre(1000, 1000)) << "objects, then events";
 }
 
 TEST_F(Results, TakeIdsAndAttributesFromTheMessage)

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "encrypted_model.h"
 #include "manager_fixture.h"
 #include "module_peer.h"
 #include "utils/platform_names.h"
@@ -39,7 +40,9 @@ constexpr char kEndsWhenTold[] = "trap 'exit 0' TERM\n"
 
 TEST_F(ManagerProcessTest, StopsWhatStopsByItself)
 {
-    install(kEndsWhenTold);
+    ini().logToFile = true;
+    ini().logVerbosityLevel = 2;
+    install("echo \"$@\" > \"$(dirname $0)/arguments\"\n" + std::string(kEndsWhenTold));
     start();
     EXPECT_EQ(ManagerState::Running, check());
 
@@ -55,6 +58,10 @@ TEST_F(ManagerProcessTest, StopsWhatStopsByItself)
     EXPECT_EQ(0u, manager.startCount());
     EXPECT_TRUE(logHas("Orlix Manager stopped with exit code 0\n"));
     EXPECT_EQ("", onBoard(board_key::kManagerCrash));
+    EXPECT_EQ(
+        "-i " + folder.path(protocol::kModuleSocketFile) + " -o " +
+            folder.path(protocol::kPluginSocketFile) + " -l 1 -v 2\n",
+        folder.read("orlix_manager/bin/arguments"));
 }
 
 TEST_F(ManagerProcessTest, KillsWhatDoesNotStop)
@@ -70,6 +77,7 @@ TEST_F(ManagerProcessTest, ReportsACrashWithItsLastWords)
 {
     install("echo first words >&2; echo 'no %s memory' >&2; exit 7\n");
     folder.write("orlix_manager/etc/brunmod_start.log", "module's");
+    folder.write("orlix_manager/etc/brund_0_start.log", "engine's");
     folder.write("orlix_manager/etc/brunmod_crash.log", "of an earlier crash, and longer");
     start();
     ASSERT_TRUE(ends());
@@ -79,6 +87,14 @@ TEST_F(ManagerProcessTest, ReportsACrashWithItsLastWords)
         onBoard(board_key::kManagerCrash));
     EXPECT_TRUE(logHas("Detected Orlix Manager crash Exit status: 7 Error: \n"));
     EXPECT_EQ("module's", folder.read("orlix_manager/etc/brunmod_crash.log"));
+    EXPECT_EQ("engine's", folder.read("orlix_manager/etc/brund_0_crash.log"));
+
+    ini().restartOrlixManagerOnCrash = false;
+    start();
+    EXPECT_EQ(ManagerState::Stopped, manager.state());
+    ini().restartOrlixManagerOnCrash = true;
+    start();
+    EXPECT_EQ(ManagerState::Running, manager.state());
 }
 
 TEST_F(ManagerProcessTest, KeepsTheCrashReportUntilARestartHasLasted)
@@ -99,6 +115,26 @@ TEST_F(ManagerProcessTest, KeepsTheCrashReportUntilARestartHasLasted)
     EXPECT_EQ("", onBoard(board_key::kManagerCrash));
     EXPECT_EQ(1u, manager.startCount());
     folder.write("orlix_manager/bin/end", "");
+}
+
+TEST_F(ManagerProcessTest, DecryptsItsModelsForAsLongAsItRuns)
+{
+    const std::string key(32, 'k');
+    folder.write("m", test::encryptedModel("weights", key));
+    folder.write("m.key", key);
+    models["m"] = {"m", "", "", folder.path("m"), folder.path("m.key"), folder.path("m.run"), true};
+    install("exec sleep 1000\n");
+    start();
+    EXPECT_EQ(ManagerState::Running, manager.state());
+    EXPECT_EQ("weights", folder.read("m.run"));
+    manager.stop(models);
+    EXPECT_FALSE(folder.has("m.run"));
+    EXPECT_TRUE(folder.has("m"));
+
+    folder.write("m.key", std::string(32, 'x'));
+    start();
+    EXPECT_EQ(ManagerState::Failed, manager.state());
+    EXPECT_NE(std::string::npos, onBoard(board_key::kCouldNotStart).find("decrypt model m for"));
 }
 
 TEST_F(ManagerProcessTest, FailsWithoutItsFiles)

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 #include <openssl/evp.h>
 
+#include "encrypted_model.h"
 #include "temporary_folder.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -17,27 +18,9 @@ namespace tavo::vms_server_plugins::analytics::orlix
 namespace
 {
 
-const std::string kKey = "0123456789abcdef0123456789ABCDEF!"; // one byte more than is used
+using test::encryptedModel;
 
-std::string encrypt(const std::string& plaintext, const std::string& key = kKey)
-{
-    const std::string iv = "twelve bytes";
-    std::string ciphertext(plaintext.size(), '\0');
-    std::string tag(16, '\0');
-    EVP_CIPHER_CTX* const context = EVP_CIPHER_CTX_new();
-    int size = 0;
-    EVP_EncryptInit_ex(
-        context, EVP_aes_256_gcm(), nullptr, reinterpret_cast<const unsigned char*>(key.data()),
-        reinterpret_cast<const unsigned char*>(iv.data()));
-    EVP_EncryptUpdate(
-        context, reinterpret_cast<unsigned char*>(ciphertext.data()), &size,
-        reinterpret_cast<const unsigned char*>(plaintext.data()),
-        static_cast<int>(plaintext.size()));
-    EVP_EncryptFinal_ex(context, nullptr, &size);
-    EVP_CIPHER_CTX_ctrl(context, EVP_CTRL_AEAD_GET_TAG, 16, tag.data());
-    EVP_CIPHER_CTX_free(context);
-    return iv + ciphertext + tag;
-}
+const std::string kKey = "0123456789abcdef0123456789ABCDEF!"; // one byte more than is used
 
 class ModelCryptoTest : public testing::Test
 {
@@ -61,7 +44,7 @@ TEST_F(ModelCryptoTest, decryptsFilesOfEverySizeAroundItsBlocks)
         std::string plaintext(size, 'x');
         for (std::size_t i = 0; i < size; ++i)
             plaintext[i] = static_cast<char>(i * 31);
-        EXPECT_TRUE(decrypt(encrypt(plaintext)));
+        EXPECT_TRUE(decrypt(encryptedModel(plaintext, kKey)));
         EXPECT_EQ(plaintext, m_folder.read("model"));
     }
 }
@@ -70,7 +53,7 @@ TEST_F(ModelCryptoTest, onlyItsOwnerCanReadTheDecryptedCopy)
 {
     m_folder.write("model", "a stale copy that anyone may read");
     chmod(m_folder.path("model").c_str(), 0666);
-    ASSERT_TRUE(decrypt(encrypt("weights")));
+    ASSERT_TRUE(decrypt(encryptedModel("weights", kKey)));
     struct stat status = {};
     ASSERT_EQ(0, stat(m_folder.path("model").c_str(), &status));
     EXPECT_EQ(0600u, status.st_mode & 0777u);
@@ -78,7 +61,7 @@ TEST_F(ModelCryptoTest, onlyItsOwnerCanReadTheDecryptedCopy)
 
 TEST_F(ModelCryptoTest, refusesWhatIsNotWholeAndAuthentic)
 {
-    const std::string good = encrypt("weights of a model");
+    const std::string good = encryptedModel("weights of a model", kKey);
     std::string flipped = good;
     flipped[20] = static_cast<char>(flipped[20] ^ 1);
     const struct

@@ -1,5 +1,6 @@
 #include "remote/cloud_client.h"
 
+#include <atomic>
 #include <cstdlib>
 
 #include <gmock/gmock.h>
@@ -38,6 +39,7 @@ protected:
         const auto answer = [this](const httplib::Request& request, httplib::Response& response)
         {
             m_request = request;
+            response.status = m_status;
             response.set_content(m_body, "application/json");
         };
         m_cloud.handlers.Get(".*", answer);
@@ -57,6 +59,7 @@ protected:
     sdk::Ptr<FakeHost> m_host = sdk::makePtr<FakeHost>();
     test::CapturedLog m_log;
     httplib::Request m_request;
+    std::atomic<int> m_status{200};
 
 private:
     const char* const m_defaultApi = ini().CloudAPI;
@@ -106,6 +109,14 @@ TEST_F(CloudClient, AnswersOfTheWrongKindGiveNothing)
         SCOPED_TRACE(body);
         startCloud(body);
         EXPECT_THAT(getAvailablePipelines(m_host, "dev-1"), IsEmpty());
+        resetDevices(m_host, {"a"});
+    }
+    for (const int status : {206, 302, 500})
+    {
+        m_status = status;
+        startCloud(R"([{"name":"n","uuid":"u"}])");
+        EXPECT_THAT(getAvailablePipelines(m_host, "dev-1"), IsEmpty());
+        startCloud(R"({"Devices":{"a":{}}})");
         resetDevices(m_host, {"a"});
     }
     EXPECT_THAT(patches(), IsEmpty());

@@ -66,4 +66,13 @@ TEST(RecordLists, TakeWhatIsAListOfDevicesAndLeaveTheRest)
     }
 }
 
+TEST(CloudUserIds, AreThoseOfUsersFromTheCloud)
+{
+    EXPECT_EQ(
+        (std::vector<std::string>{"a", "d"}),
+        cloudUserIds(R"([{"id":"a","type":"cloud"},{"id":"b","type":"local"},{"id":"c"},7,)"
+                     R"({"type":"cloud"},{"id":"d","type":"cloud"}])"));
+    EXPECT_TRUE(cloudUserIds(R"({"id":"a","type":"cloud"})").empty());
+}
+
 } // namespace tavo::vms_server_plugins::analytics::orlix

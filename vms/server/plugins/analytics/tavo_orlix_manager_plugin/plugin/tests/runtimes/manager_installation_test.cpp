@@ -82,12 +82,13 @@ TEST_F(ManagerInstallationTest, installsOnceAndAgainAfterARemoval)
     EXPECT_EQ(ManagerInstallState::notInstalled, afterRestart.managerInstallState());
     EXPECT_EQ(ManagerInstallState::installed, afterRestart.checkInstallation());
 
-    m_folder.write("work/orlix_manager/cache/keys/id.tvc", "key");
+    for (const char* const file : {"cache/keys/id.tvc", "etc/settings.json", "version"})
+        m_folder.write(std::string("work/orlix_manager/") + file, "");
     m_folder.write("work/orlix_manager/postprocessors/kept.json", "{}");
     installation.remove();
     EXPECT_EQ(ManagerInstallState::notInstalled, installation.checkInstallation());
-    EXPECT_FALSE(m_folder.has("work/orlix_manager/cache"));
-    EXPECT_FALSE(m_folder.has("work/orlix_manager/VERSION"));
+    for (const char* const gone : {"bin", "etc", "cache", "version", "VERSION"})
+        EXPECT_FALSE(m_folder.has(std::string("work/orlix_manager/") + gone)) << gone;
     EXPECT_TRUE(m_folder.has("work/orlix_manager/postprocessors/kept.json"));
     EXPECT_EQ(1, m_requests);
 }

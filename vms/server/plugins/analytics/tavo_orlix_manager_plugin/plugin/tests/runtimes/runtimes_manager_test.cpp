@@ -120,6 +120,7 @@ TEST_F(RuntimesManagerTest, installsAndUninstalls)
     EXPECT_EQ(RuntimeStatus::notSelected, m_manager.status());
     EXPECT_FALSE(m_manager.isRuntimeInstalled());
     EXPECT_EQ(kCpu, m_manager.getInstalledRuntimeName());
+    EXPECT_FALSE(m_folder.has("bin/installed_runtime.txt"));
     EXPECT_TRUE(m_folder.has("bin/other.txt"));
     EXPECT_EQ(1, m_requests);
 }

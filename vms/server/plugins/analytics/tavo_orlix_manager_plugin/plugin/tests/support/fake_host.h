@@ -24,7 +24,7 @@ public:
 
     struct Request
     {
-        std::string path, method, body;
+        std::string path, method, body, mimeType;
     };
 
     // To be set up before use.
@@ -73,10 +73,10 @@ public:
     }
 
     void sendHttpRequest(
-        HttpRequestKind, const char* path, const char* method, const char* /*mimeType*/,
+        HttpRequestKind, const char* path, const char* method, const char* mimeType,
         const char* requestBody, Handler* handler) const override
     {
-        const Request request{path, method, requestBody};
+        const Request request{path, method, requestBody, mimeType};
         {
             MutexLock lock(m_mutex);
             m_requests.push_back(request);
