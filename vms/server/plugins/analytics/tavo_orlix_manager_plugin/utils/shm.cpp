@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "utils/clock.h"
-#include "utils/copy_to_shared.h"
 #include "utils/handle_text.h"
 #include "utils/log.h"
 #include "utils/shm_calls.h"
@@ -189,7 +188,7 @@ bool shm_write_attached(const ShmView& view, const void* data, std::uint32_t siz
     char* const payload = shm_write_begin(view, size);
     if (!payload)
         return false;
-    copy_to_shared(payload, data, size);
+    std::memcpy(payload, data, size);
     return true;
 }
 

@@ -1,5 +1,6 @@
 #include "inference/attached_segments.h"
 
+#include <chrono>
 #include <utility>
 
 #include "utils/log.h"
@@ -24,13 +25,18 @@ std::shared_ptr<AttachedSegment> attach(std::string_view name)
 
 } // namespace
 
-bool AttachedSegment::write(const MessageBuffer& message)
+bool AttachedSegment::write(const MessageBuffer& message, CopyChoice& copyChoice)
 {
-    const MutexLock lock(m_writeLock);
+    const CopyWay way = copyChoice.wayFor(message.size());
+    MutexLock lock(m_writeLock);
     char* const payload = shm_write_begin(m_view, static_cast<std::uint32_t>(message.size()));
     if (!payload)
         return false;
-    message.copyTo(payload);
+    const auto begin = std::chrono::steady_clock::now();
+    message.copyTo(payload, way);
+    const auto took = std::chrono::steady_clock::now() - begin;
+    lock.unlock();
+    copyChoice.note(message.size(), way, took);
     return true;
 }
 

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "inference/message_buffer.h"
+#include "utils/copy_choice.h"
 #include "utils/mutex.h"
 #include "utils/shm.h"
 
@@ -24,7 +25,7 @@ public:
 
     // Writes the size word and the message. False, with nothing written and the reason logged, when
     // the application has committed less than that.
-    [[nodiscard]] bool write(const MessageBuffer& message);
+    [[nodiscard]] bool write(const MessageBuffer& message, CopyChoice& copyChoice);
 
 private:
     // The protocol gives a segment to one frame at a time; this holds if the application does not.

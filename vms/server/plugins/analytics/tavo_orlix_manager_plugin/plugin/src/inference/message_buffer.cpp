@@ -1,14 +1,13 @@
 #include "inference/message_buffer.h"
 
 #include "inference/protocol.h"
-#include "utils/copy_to_shared.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
-void MessageBuffer::copyTo(char* target) const
+void MessageBuffer::copyTo(char* target, CopyWay way) const
 {
-    SharedCopy copy(target, size());
+    SharedCopy copy(target, way);
     copy.append(m_encoded.data(), m_imageOffset);
     const std::size_t rowSize = std::size_t{m_image.width} * protocol::kChannels;
     if (m_image.lineSize == rowSize)

@@ -5,6 +5,8 @@
 #include <span>
 #include <vector>
 
+#include "utils/copy_to_shared.h"
+
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
@@ -29,9 +31,8 @@ public:
     // Bytes of the whole message; 0 when there is none.
     [[nodiscard]] std::size_t size() const { return m_encodedSize + m_imageSize; }
 
-    // Puts the message together: size() bytes, the image's rows packed. Written past the caches, as
-    // memory that another process reads next.
-    void copyTo(char* target) const;
+    // Puts the message together: size() bytes, the image's rows packed.
+    void copyTo(char* target, CopyWay way) const;
 
     // For whoever encodes: the memory for all but the pixels.
     [[nodiscard]] std::span<char> memory() { return m_encoded; }

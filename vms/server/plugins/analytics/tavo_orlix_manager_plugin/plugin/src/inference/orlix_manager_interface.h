@@ -16,6 +16,7 @@
 #include "inference/model_changes.h"
 #include "inference/small_message.h"
 #include "utils/clock.h"
+#include "utils/copy_choice.h"
 #include "utils/json.h"
 #include "utils/pipes.h"
 #include "utils/process.h"
@@ -104,7 +105,8 @@ private:
     std::uint64_t m_startTimeMs = 0; // wall clock of the last successful start
     ModelStamps m_changeTable; // as of the last write of the settings file
     const SmallMessage m_completionMessage = SmallMessage::completion();
-    AttachedSegments m_segments; // provides its own locking
+    AttachedSegments m_segments; // provides its own locking, as the next
+    CopyChoice m_copyChoice;
 };
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -118,7 +118,7 @@ bool OrlixManagerInterface::sendInput(const MessageBuffer& message, std::uint64_
         return false;
 
     log_debug("Writing to attached SHM\n");
-    if (!segment->write(message))
+    if (!segment->write(message, m_copyChoice))
         return false;
     log_debug("Sending success message to Orlix Manager\n");
     connection.send(m_completionMessage);

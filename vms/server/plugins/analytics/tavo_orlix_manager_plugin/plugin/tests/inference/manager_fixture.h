@@ -17,7 +17,7 @@ namespace tavo::vms_server_plugins::analytics::orlix::test
 inline std::string joined(const MessageBuffer& message)
 {
     std::string bytes(message.size(), '\0');
-    message.copyTo(bytes.data());
+    message.copyTo(bytes.data(), CopyWay::plain);
     return bytes;
 }
 

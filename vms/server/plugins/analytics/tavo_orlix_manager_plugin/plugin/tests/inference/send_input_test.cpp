@@ -171,20 +171,22 @@ TEST_F(SendInputTest, AttachesAnewWhatIsClosedInTheSameReply)
 TEST_F(SendInputTest, ANewRunMeansNewSegments)
 {
     AttachedSegments segments;
+    CopyChoice copyChoice;
     const std::string key = test::uniqueName("shm");
     auto segment = std::make_unique<Segment>(room(), key);
     const std::string name = segment->name();
-    ASSERT_TRUE(segments.find(name)->write(message));
+    ASSERT_TRUE(segments.find(name)->write(message, copyChoice));
     segment.reset();
     segment = std::make_unique<Segment>(room(), key);
     segments.startRun();
-    ASSERT_TRUE(segments.find(name)->write(message));
+    ASSERT_TRUE(segments.find(name)->write(message, copyChoice));
     EXPECT_EQ(joined(message), segment->content());
 }
 
 TEST_F(SendInputTest, ClosingMeetsWriting)
 {
     AttachedSegments segments;
+    CopyChoice copyChoice;
     const Segment segment(room());
     std::atomic<int> running{3};
     std::vector<std::thread> writers;
@@ -196,7 +198,7 @@ TEST_F(SendInputTest, ClosingMeetsWriting)
                 for (int round = 0; round < 200; ++round)
                 {
                     const auto attached = segments.find(segment.name());
-                    EXPECT_TRUE(attached && attached->write(message));
+                    EXPECT_TRUE(attached && attached->write(message, copyChoice));
                 }
                 --running;
             });
