@@ -43,8 +43,7 @@ inline std::vector<std::uint32_t> matchByFullSort(
         for (std::uint32_t t = 0; t < tracks.size(); ++t)
         {
             const float value = score(detections[d], tracks[t]);
-            if (value > 0) // a NaN would be no order to sort by
-                pairs.push_back({value, d, t});
+            pairs.push_back({value > 0 ? value : 0, d, t}); // a NaN would be no order to sort by
         }
     }
     std::sort(
@@ -59,8 +58,11 @@ inline std::vector<std::uint32_t> matchByFullSort(
     std::vector<bool> taken(tracks.size());
     for (const Pair& pair : pairs)
     {
-        if (taken[pair.track] || result[pair.detection] != OverlapMatcher::kNoTrack)
+        if (pair.score == 0 || taken[pair.track] ||
+            result[pair.detection] != OverlapMatcher::kNoTrack)
+        {
             continue;
+        }
         taken[pair.track] = true;
         result[pair.detection] = pair.track;
     }
