@@ -51,8 +51,10 @@ void Camera::pushFrame(PicturePtr picture)
         observer->onFrame(m_origin, timestampUs, picture);
     const auto frame = sdk::makePtr<VideoFrame>(std::move(picture), timestampUs);
     sdk::Result<void> result;
+    m_statistics.onFrameBegins(timestampUs);
+    const int64_t beginUs = steadyClockUs();
     m_agent->doPushDataPacket(&result, frame.get());
-    m_statistics.onFrameSent(result.isOk());
+    m_statistics.onFrameSent(result.isOk(), steadyClockUs() - beginUs);
     if (result.isOk())
         return;
     const std::string failure = takeText(result.errorMessage);

@@ -1,9 +1,11 @@
 #include "host.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <stdexcept>
 
 #include "clock.h"
+#include "latency.h"
 #include "records.h"
 #include "report.h"
 #include "resources.h"
@@ -35,8 +37,8 @@ bool Host::run()
 // 1. the end: the time is over, the video has ended, a signal came;
 // 2. buttons that the user presses at this moment;
 // 3. devices whose types have changed: their dialog is opened and applied again;
-// 4. full speed once results flow, where asked for: before, it would only take the machine's time
-//    from what is being set up;
+// 4. full speed and slow answers once results flow, where asked for: before, they would only take
+//    time from what is being set up;
 // 5. once a second the live lines, once a minute the resources.
 void Host::mainLoop()
 {
@@ -51,8 +53,11 @@ void Host::mainLoop()
         checkVideo();
         pressDueButtons(seconds);
         followManifests();
-        if (m_options.fast && allTotals().results > 0)
+        const bool resultsFlow = allTotals().results > 0;
+        if (m_options.fast && resultsFlow)
             m_feeds.goFast();
+        if (resultsFlow)
+            m_restService->setDelay(std::chrono::milliseconds(m_options.restDelayMs));
         if (const int64_t sinceLastUs = steadyClockUs() - lastShownUs; sinceLastUs >= 1'000'000)
         {
             everySecond(double(sinceLastUs) / kMicroseconds);
@@ -149,6 +154,17 @@ void Host::printSummary()
             "camera " + std::to_string(device->origin().camera), device->statistics().totals()));
     }
     m_console.line(summaryLine("total", allTotals()));
+
+    const char* const timesFile = std::getenv("TAVO_RESULT_TIMES"); // the application's, too
+    const ApplicationTimes times(timesFile ? timesFile : "");
+    Latencies latencies;
+    for (const auto& device : m_devices->all())
+    {
+        for (const FrameTime& frame : device->statistics().frameTimes())
+            latencies.add(frame, times.sentUs(device->origin().camera, frame.timestampUs));
+    }
+    if (const std::string text = latencies.text(); !text.empty())
+        m_console.line("latency: " + text);
 }
 
 void Host::printResources(double seconds)

@@ -34,6 +34,9 @@ void addInput(CLI::App& app, Options& options, std::string& size)
         ->check(CLI::Range(1, 1000));
     app.add_option("--seconds", options.seconds, "How long to run; without it until a signal")
         ->check(CLI::NonNegativeNumber);
+    app.add_option(
+           "--rest-delay", options.restDelayMs, "Milliseconds by which requests are answered late")
+        ->check(CLI::NonNegativeNumber);
     app.add_option("--size", size, "Scale the frames to WxH");
     app.add_option("--records", options.recordsFile, "JSON with server, devices, cloud token")
         ->check(CLI::ExistingFile);

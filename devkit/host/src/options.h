@@ -31,6 +31,7 @@ struct Options
     int cameras = 0; // 0: as many as the records have devices, at least one
     double seconds = 0; // 0: until a signal
     bool fast = false;
+    int restDelayMs = 0; // how late requests of the library are answered, once results flow
     std::optional<FrameSize> size;
 
     std::string recordsFile;

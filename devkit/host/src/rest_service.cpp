@@ -40,6 +40,8 @@ void RestService::run(std::stop_token stop)
     {
         Job job = std::move(m_jobs.front());
         m_jobs.pop_front();
+        // Late, but not for somebody who waits for the end.
+        m_changed.wait_for(lock, stop, std::chrono::milliseconds(m_delayMs), [] { return false; });
         lock.unlock();
         // The handler owns the reference in the result.
         job.handler->execute(

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <atomic>
+#include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <mutex>
@@ -31,6 +34,9 @@ public:
     // Returns at once. Any thread.
     void submit(RestRequest request, sdk::Ptr<CompletionHandler> handler);
 
+    // From now on every answer comes so late. Any thread.
+    void setDelay(std::chrono::milliseconds delay) { m_delayMs = delay.count(); }
+
     // Changes records while no request does. Any thread but the service's own.
     void betweenRequests(const std::function<void()>& change);
 
@@ -47,6 +53,7 @@ private:
 private:
     RecordStore& m_store;
     std::mutex m_requestMutex; // held while one is answered
+    std::atomic<int64_t> m_delayMs = 0;
     std::mutex m_mutex;
     std::condition_variable_any m_changed;
     std::deque<Job> m_jobs;

@@ -32,10 +32,21 @@ double CameraTotals::latencyMeanMs() const
     return results ? double(latencySumUs) / double(results) / 1000 : 0;
 }
 
-void CameraStatistics::onFrameSent(bool accepted)
+void CameraStatistics::onFrameBegins(int64_t timestampUs)
+{
+    constexpr size_t kKept = 4096;
+    const std::lock_guard lock(m_mutex);
+    if (m_frames.size() == kKept)
+        m_frames.pop_front();
+    m_frames.push_back({timestampUs});
+}
+
+void CameraStatistics::onFrameSent(bool accepted, int64_t tookUs)
 {
     const std::lock_guard lock(m_mutex);
     ++m_totals.framesSent;
+    if (!m_frames.empty())
+        m_frames.back().handOverUs = tookUs;
     if (!accepted)
         ++m_totals.pushFailures;
 }
@@ -63,6 +74,7 @@ void CameraStatistics::onMetadata(const Metadata& metadata, int64_t nowUs)
         return;
 
     ++m_totals.results;
+    noteResult(metadata.timestampUs, nowUs);
     const auto latencyUs = uint64_t(std::max<int64_t>(nowUs - metadata.timestampUs, 0));
     m_totals.latencySumUs += latencyUs;
     m_totals.latencyMaxUs = std::max(m_totals.latencyMaxUs, latencyUs);
@@ -77,6 +89,22 @@ void CameraStatistics::onMetadata(const Metadata& metadata, int64_t nowUs)
         else
             ++m_totals.otherEvents;
     }
+}
+
+// A result is mostly of one of the last frames.
+void CameraStatistics::noteResult(int64_t timestampUs, int64_t nowUs)
+{
+    const auto frame = std::find_if(
+        m_frames.rbegin(), m_frames.rend(),
+        [&](const FrameTime& each) { return each.timestampUs == timestampUs; });
+    if (frame != m_frames.rend())
+        frame->packetUs = nowUs;
+}
+
+std::vector<FrameTime> CameraStatistics::frameTimes() const
+{
+    const std::lock_guard lock(m_mutex);
+    return {m_frames.begin(), m_frames.end()};
 }
 
 CameraTotals CameraStatistics::totals() const

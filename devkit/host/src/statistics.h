@@ -1,8 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <mutex>
+#include <vector>
 
+#include "latency.h"
 #include "metadata.h"
 
 namespace tavo::devkit
@@ -37,19 +40,29 @@ struct CameraTotals
 class CameraStatistics
 {
 public:
-    void onFrameSent(bool accepted);
+    void onFrameBegins(int64_t timestampUs);
+
+    // The frame that began last was pushed, in so much time.
+    void onFrameSent(bool accepted, int64_t tookUs);
     void onFrameLost();
     void onMetadata(const Metadata& metadata, int64_t nowUs);
 
     [[nodiscard]] CameraTotals totals() const;
 
+    // The last few thousand frames.
+    [[nodiscard]] std::vector<FrameTime> frameTimes() const;
+
     // The persons of the last result that had objects.
     [[nodiscard]] uint64_t personsNow() const;
+
+private:
+    void noteResult(int64_t timestampUs, int64_t nowUs);
 
 private:
     mutable std::mutex m_mutex;
     CameraTotals m_totals;
     uint64_t m_personsNow = 0;
+    std::deque<FrameTime> m_frames; // oldest first
 };
 
 } // namespace tavo::devkit

@@ -92,7 +92,7 @@ void EngineLoop::work(const std::string& segment)
     if (!frame)
         return;
     const Result result = m_analyser.analyse(*frame);
-    m_results.send(encodeResult(result));
+    m_results.send({encodeResult(result), frame->inputIndex, frame->timestampUs});
     orlix::log_debug(
         "Input %zu: %dx%d, classes: %zu, events: %zu, %zu us\n", std::size_t(frame->inputIndex),
         frame->rgb.size.width, frame->rgb.size.height, result.objects.size(), result.events.size(),

@@ -10,8 +10,9 @@ namespace tavo::devkit
 
 namespace orlix = vms_server_plugins::analytics::orlix;
 
-ResultSender::ResultSender(std::string pluginSocket) :
+ResultSender::ResultSender(std::string pluginSocket, const char* timesFile) :
     m_pluginSocket(std::move(pluginSocket)),
+    m_times(timesFile),
     m_thread([this] { run(); })
 {}
 
@@ -25,7 +26,7 @@ ResultSender::~ResultSender()
     m_thread.join();
 }
 
-void ResultSender::send(std::vector<char> message)
+void ResultSender::send(Outgoing result)
 {
     {
         const std::lock_guard lock(m_mutex);
@@ -34,7 +35,7 @@ void ResultSender::send(std::vector<char> message)
             orlix::log_debug("Result dropped: the plugin does not follow.\n");
             m_waiting.pop_front();
         }
-        m_waiting.push_back(std::move(message));
+        m_waiting.push_back(std::move(result));
     }
     m_changed.notify_one();
 }
@@ -47,14 +48,15 @@ void ResultSender::run()
         m_changed.wait(lock, [this] { return m_stopping || !m_waiting.empty(); });
         if (m_stopping)
             return;
-        const std::vector<char> message = std::move(m_waiting.front());
+        const Outgoing result = std::move(m_waiting.front());
         m_waiting.pop_front();
         lock.unlock();
+        m_times.note(result.inputIndex, result.timestampUs);
         const orlix::SocketHandle socket = orlix::socket_connect(m_pluginSocket);
         if (socket != orlix::kInvalidSocket) // else the reason is in the log
         {
             (void)orlix::socket_send_message(
-                socket, message.data(), static_cast<std::uint32_t>(message.size()));
+                socket, result.message.data(), static_cast<std::uint32_t>(result.message.size()));
             orlix::socket_close(socket);
         }
         lock.lock();

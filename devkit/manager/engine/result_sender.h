@@ -2,11 +2,14 @@
 
 #include <condition_variable>
 #include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "engine/result_times.h"
 
 namespace tavo::devkit
 {
@@ -17,7 +20,15 @@ namespace tavo::devkit
 class ResultSender
 {
 public:
-    explicit ResultSender(std::string pluginSocket);
+    struct Outgoing
+    {
+        std::vector<char> message;
+        std::uint64_t inputIndex = 0; // of its frame, as the timestamp
+        std::uint64_t timestampUs = 0;
+    };
+
+    // The times of all results go into the file `timesFile`, unless that is null.
+    ResultSender(std::string pluginSocket, const char* timesFile);
 
     // Drops what has not been sent; waits for the one that is on its way, a second or two at most.
     ~ResultSender();
@@ -25,7 +36,7 @@ public:
     ResultSender& operator=(const ResultSender&) = delete;
 
     // Takes an encoded result. Never waits. Any thread.
-    void send(std::vector<char> message);
+    void send(Outgoing result);
 
 private:
     void run();
@@ -33,9 +44,10 @@ private:
     static constexpr std::size_t kMaxWaiting = 64;
 
     const std::string m_pluginSocket;
+    ResultTimes m_times; // the thread's alone
     std::mutex m_mutex;
     std::condition_variable m_changed;
-    std::deque<std::vector<char>> m_waiting; // guarded by m_mutex, as is m_stopping
+    std::deque<Outgoing> m_waiting; // guarded by m_mutex, as is m_stopping
     bool m_stopping = false;
     std::thread m_thread; // last: it uses all the others
 };

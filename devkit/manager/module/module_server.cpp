@@ -1,6 +1,7 @@
 #include "module/module_server.h"
 
 #include <optional>
+#include <thread>
 #include <utility>
 #include <variant>
 
@@ -30,10 +31,13 @@ constexpr std::size_t kFirstConnection = 2;
 
 } // namespace
 
-ModuleServer::ModuleServer(SocketHandle listeningSocket, SegmentPool& pool, EngineProcess& engine) :
+ModuleServer::ModuleServer(
+    SocketHandle listeningSocket, SegmentPool& pool, EngineProcess& engine,
+    std::chrono::milliseconds replyDelay) :
     m_listeningSocket(listeningSocket),
     m_pool(pool),
-    m_engine(engine)
+    m_engine(engine),
+    m_replyDelay(replyDelay)
 {
     set_non_blocking(m_listeningSocket);
 }
@@ -154,6 +158,8 @@ void ModuleServer::handle(Connection& connection, const InputAnnouncement& messa
         std::size_t(message.size), reply.segment.empty() ? "not ready" : reply.segment.c_str());
     connection.inputIndex = message.inputIndex;
     connection.segment = reply.segment;
+    if (m_replyDelay > m_replyDelay.zero())
+        std::this_thread::sleep_for(m_replyDelay);
     connection.isDone = !connection.stream.send(reply) || reply.segment.empty();
     // A sender that has not got the name does not write.
     if (connection.isDone && !connection.segment.empty())

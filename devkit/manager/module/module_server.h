@@ -27,7 +27,10 @@ class ModuleServer
 {
 public:
     // `listeningSocket`, `pool` and `engine` outlive the server.
-    ModuleServer(SocketHandle listeningSocket, SegmentPool& pool, EngineProcess& engine);
+    // `replyDelay` is how long an announcement waits for its reply, and all others with it.
+    ModuleServer(
+        SocketHandle listeningSocket, SegmentPool& pool, EngineProcess& engine,
+        std::chrono::milliseconds replyDelay = {});
 
     enum class End
     {
@@ -72,6 +75,7 @@ private:
     const SocketHandle m_listeningSocket;
     SegmentPool& m_pool;
     EngineProcess& m_engine;
+    const std::chrono::milliseconds m_replyDelay;
     FrameBoard m_board;
     std::vector<std::unique_ptr<Connection>> m_connections; // oldest first
     std::vector<WatchedSocket> m_watched; // listening, engine's or none, then as m_connections

@@ -1,7 +1,8 @@
 // brund: the inference engine. Started by brunmod, which hands it the frames.
 //
 // usage: brund -i <module socket> -o <plugin socket> [-l <0|1>] [-v <0|1|2>] -t <token>
-// environment: TAVO_ENGINE=motion|hog puts a built-in detector in the place of all models.
+// environment: TAVO_ENGINE=motion|hog puts a built-in detector in the place of all models;
+// TAVO_RESULT_TIMES=FILE tells there when which result was sent.
 
 #include <cstdlib>
 #include <string>
@@ -29,7 +30,7 @@ int run(const Options& options)
     const char* const engine = std::getenv("TAVO_ENGINE");
     ModelCatalogue models(options.etcFolder() / "settings.json", engine ? engine : "");
     FrameAnalyser analyser(models);
-    ResultSender results(options.pluginSocket);
+    ResultSender results(options.pluginSocket, std::getenv("TAVO_RESULT_TIMES"));
 
     const SocketHandle socket = orlix::socket_connect(options.moduleSocket);
     if (socket == kInvalidSocket)

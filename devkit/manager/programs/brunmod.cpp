@@ -1,8 +1,10 @@
 // brunmod: the manager application. Takes frames on the module socket and runs the engine, brund.
 //
 // usage: brunmod -i <module socket> -o <plugin socket> [-l <0|1>] [-v <0|1|2>]
+// environment: TAVO_REPLY_DELAY_MS makes it slow to answer an announcement.
 
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <string>
 
@@ -49,6 +51,12 @@ private:
     const SocketHandle m_socket;
 };
 
+std::chrono::milliseconds replyDelay()
+{
+    const char* const text = std::getenv("TAVO_REPLY_DELAY_MS");
+    return std::chrono::milliseconds(text ? std::strtol(text, nullptr, 10) : 0);
+}
+
 int run(const Options& options)
 {
     const ModuleSocket moduleSocket(options.moduleSocket);
@@ -60,7 +68,7 @@ int run(const Options& options)
     SegmentRecord record(options.etcFolder() / "brunmod_segments.txt");
     SegmentPool pool(record); // outlives the engine, which reads from its segments
     EngineProcess engine(options);
-    ModuleServer server(moduleSocket.socket(), pool, engine);
+    ModuleServer server(moduleSocket.socket(), pool, engine, replyDelay());
     if (server.serve(stopRequested) == ModuleServer::End::engineEnded)
     {
         // The plugin's crash report shows this.

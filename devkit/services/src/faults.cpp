@@ -19,7 +19,7 @@ constexpr std::pair<const char*, FaultKind> kKinds[] = {
     {"cut", FaultKind::cut},           {"wrongDigest", FaultKind::wrongDigest},
     {"noDigest", FaultKind::noDigest}, {"noKey", FaultKind::noKey},
     {"slow", FaultKind::slow},         {"reset", FaultKind::reset},
-    {"body", FaultKind::body}};
+    {"late", FaultKind::late},         {"body", FaultKind::body}};
 
 } // namespace
 

@@ -19,6 +19,7 @@ enum class FaultKind
     noKey, // leave the key of an encrypted model out
     slow, // send the body in small pieces with pauses
     reset, // end the connection before the first byte of the body
+    late, // answer after a pause
     body, // answer with `text` instead of what was asked for
 };
 

@@ -23,24 +23,26 @@ std::string readWhole(const std::string& path)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
+using Content = std::shared_ptr<const std::string>; // a model may be large
+
 // Sends `content` as the fault has it: cut, slowly, or without telling its length.
 void sendBody(
-    httplib::Response& response, const std::string& content, const std::optional<Fault>& fault)
+    httplib::Response& response, const Content& content, const std::optional<Fault>& fault)
 {
     if (!fault)
-        return response.set_content(content, kBinary);
+        return response.set_content(*content, kBinary);
 
     const FaultKind kind = fault->kind;
     const std::size_t end = kind == FaultKind::reset ? 0
-        : kind == FaultKind::cut                     ? content.size() / 2
-                                                     : content.size();
+        : kind == FaultKind::cut                     ? content->size() / 2
+                                                     : content->size();
     const auto pause = kind == FaultKind::slow ? fault->pause : std::chrono::milliseconds(0);
     const auto send = [content, end, pause](std::size_t offset, httplib::DataSink& sink)
     {
         if (offset >= end)
             return false; // ends the connection
         std::this_thread::sleep_for(pause);
-        return sink.write(content.data() + offset, std::min(kSlowPiece, end - offset));
+        return sink.write(content->data() + offset, std::min(kSlowPiece, end - offset));
     };
     if (kind == FaultKind::noLength)
     {
@@ -56,7 +58,7 @@ void sendBody(
         return;
     }
     response.set_content_provider(
-        content.size(), kBinary,
+        content->size(), kBinary,
         [send](std::size_t offset, std::size_t, httplib::DataSink& sink)
         { return send(offset, sink); });
 }
@@ -92,8 +94,13 @@ Services::Services(ServicesOptions options) :
         {
             if (!request.path.starts_with("/control/"))
             {
-                const std::lock_guard lock(m_mutex);
-                m_requests += request.method + " " + request.path + "\n";
+                {
+                    const std::lock_guard lock(m_mutex);
+                    m_requests += request.method + " " + request.path + "\n";
+                }
+                const auto fault = m_faults.of(request.path);
+                if (fault && fault->kind == FaultKind::late)
+                    std::this_thread::sleep_for(fault->pause);
             }
             return httplib::Server::HandlerResponse::Unhandled;
         });
@@ -150,7 +157,7 @@ void Services::answerFile(
     if (content.empty())
         response.status = 404;
     else
-        sendBody(response, content, fault);
+        sendBody(response, std::make_shared<const std::string>(content), fault);
 }
 
 void Services::answerModel(const Request& request, Response& response, const std::string& name)
@@ -174,7 +181,8 @@ void Services::answerModel(const Request& request, Response& response, const std
     if (!model->key.empty() && !is(FaultKind::noKey))
         response.set_header("X-Key", model->key);
     response.set_header("Last-Modified", kModelTime);
-    sendBody(response, model->content, fault);
+    sendBody(
+        response, Content(Content(), &model->content), fault); // lives as long as the catalogue
 }
 
 void Services::routeCloud()
