@@ -71,6 +71,9 @@ public:
     // False if the agent refused it.
     bool push(BorrowedFrame& frame);
 
+    // Handles a result as if it had come over the socket.
+    void handle(mpack_node_t root) { deliverResult(0, root); }
+
     [[nodiscard]] const std::string& pluginSocketPath() const { return m_pluginSocketPath; }
     [[nodiscard]] PacketCounter& packets() { return *m_packets; }
 

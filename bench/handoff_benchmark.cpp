@@ -1,5 +1,5 @@
 // A frame's hand-over, end to end: how long the thread that has the frame is held. Beside it,
-// taking turns with it in the same run, what it cannot do without:
+// taking turns with it in the same run, block by block, what it cannot do without:
 //   exchange    connect, three small messages, close, with bare system calls
 //   floor       the same, and one memcpy of the frame into the mapped segment
 //   two copies  the same, and a memcpy into other memory before it
@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <vector>
 
@@ -23,6 +24,7 @@
 
 #include "agent_rig.h"
 #include "frame_consumer.h"
+#include "goals.h"
 #include "inference/input_message.h"
 #include "inference/orlix_manager_interface.h"
 #include "samples.h"
@@ -35,8 +37,12 @@ namespace
 using namespace tavo::vms_server_plugins::analytics::orlix;
 using tavo::bench::AgentRig;
 using tavo::bench::BorrowedFrame;
+using tavo::bench::Bound;
 using tavo::bench::FrameConsumer;
+using tavo::bench::goal;
 using tavo::bench::measureUs;
+using tavo::bench::ratioOf;
+using tavo::bench::runBlock;
 using tavo::bench::Samples;
 
 struct Row
@@ -49,6 +55,15 @@ struct Row
     Samples handOver;
     Samples byAgent;
 };
+
+struct Goals
+{
+    double ofFloor;
+    double ofTwoCopies;
+};
+
+const std::map<int, Goals> kGoals = {
+    {360, {1.15, 0.85}}, {720, {1.15, 0.75}}, {1080, {1.1, 0.7}}, {2160, {0.7, 0.4}}};
 
 std::vector<std::unique_ptr<Row>> rows;
 FrameConsumer* consumer = nullptr;
@@ -134,49 +149,71 @@ void handOver(benchmark::State& state)
     settings.masks = {{0.f, 0.f, 1.f, 0.f, 1.f, 1.f, 0.f, 1.f}};
     MessageBuffer message;
 
+    const auto exchanged = [&](auto&& write)
+    {
+        const double us = measureUs([&]() { bareExchange(write); });
+        consumer->waitUntilAsleep();
+        return us;
+    };
     for (auto _ : state)
     {
-        row.exchange.add(measureUs([&]() { bareExchange([]() {}); }));
-        consumer->waitUntilAsleep();
-
-        const std::uint8_t* frame = frames.next();
-        row.floor.add(
-            measureUs([&]() { bareExchange([&]() { std::memcpy(target, frame, size); }); }));
-        consumer->waitUntilAsleep();
-
-        frame = frames.next();
-        row.twoCopies.add(measureUs(
+        runBlock(row.exchange, [&]() { return exchanged([]() {}); });
+        runBlock(
+            row.floor,
             [&]()
             {
-                std::memcpy(between.data(), frame, size);
-                bareExchange([&]() { std::memcpy(target, between.data(), size); });
-            }));
-        consumer->waitUntilAsleep();
-
-        frame = frames.next();
-        const double us = measureUs(
-            [&]()
-            {
-                const InputImage image{frame, std::size_t{width} * 3, width, height};
-                if (!createInputMessage(
-                        image, {1, 3, id, name}, settings, pipelines->encoded(), message) ||
-                    !manager.sendInput(message, 3))
-                {
-                    state.SkipWithError("not handed over");
-                }
+                const std::uint8_t* const frame = frames.next();
+                return exchanged([&]() { std::memcpy(target, frame, size); });
             });
-        consumer->waitUntilAsleep();
-        row.handOver.add(us);
-        state.SetIterationTime(us / 1e6);
-
-        const auto hostsFrame =
-            tavo::sdk::makePtr<BorrowedFrame>(frames.next(), row.width, row.height);
-        row.byAgent.add(measureUs([&]() { rig->push(*hostsFrame); }));
-        consumer->waitUntilAsleep();
+        runBlock(
+            row.twoCopies,
+            [&]()
+            {
+                const std::uint8_t* const frame = frames.next();
+                return measureUs([&]() { std::memcpy(between.data(), frame, size); }) +
+                    exchanged([&]() { std::memcpy(target, between.data(), size); });
+            });
+        runBlock(
+            row.handOver,
+            [&]()
+            {
+                const InputImage image{frames.next(), std::size_t{width} * 3, width, height};
+                const double us = measureUs(
+                    [&]()
+                    {
+                        if (!createInputMessage(
+                                image, {1, 3, id, name}, settings, pipelines->encoded(), message) ||
+                            !manager.sendInput(message, 3))
+                        {
+                            state.SkipWithError("not handed over");
+                        }
+                    });
+                consumer->waitUntilAsleep();
+                return us;
+            });
+        runBlock(
+            row.byAgent,
+            [&]()
+            {
+                const auto frame =
+                    tavo::sdk::makePtr<BorrowedFrame>(frames.next(), row.width, row.height);
+                const double us = measureUs([&]() { rig->push(*frame); });
+                consumer->waitUntilAsleep();
+                return us;
+            });
+        state.SetIterationTime(row.byAgent.blockMedians().back() / 1e6);
     }
     shm_close(segment);
-    state.counters["of_floor"] = row.handOver.median() / row.floor.median();
-    state.counters["of_two_copies"] = row.handOver.median() / row.twoCopies.median();
+    state.counters["exchange_us"] = row.exchange.overall();
+    state.counters["floor_us"] = row.floor.overall();
+    const std::string frame = std::to_string(row.width) + "x" + std::to_string(row.height);
+    const Goals& goals = kGoals.at(row.height);
+    goal(
+        state, "hand-off / floor, " + frame, ratioOf(row.byAgent, row.floor), Bound::atMost,
+        goals.ofFloor);
+    goal(
+        state, "hand-off / two copies, " + frame, ratioOf(row.byAgent, row.twoCopies),
+        Bound::atMost, goals.ofTwoCopies);
 }
 
 BENCHMARK(handOver)
@@ -185,7 +222,7 @@ BENCHMARK(handOver)
     ->Args({1280, 720})
     ->Args({1920, 1080})
     ->Args({3840, 2160})
-    ->Iterations(300)
+    ->Iterations(8) // blocks of each way
     ->UseManualTime()
     ->Unit(benchmark::kMicrosecond);
 
@@ -199,10 +236,9 @@ void printTable()
         const std::string frame = std::to_string(row->width) + "x" + std::to_string(row->height);
         std::printf(
             "%-12s%10.0f%10.0f%12.0f%10.0f%10.0f%10.2f%14.2f\n", frame.c_str(),
-            row->exchange.median(), row->floor.median(), row->twoCopies.median(),
-            row->handOver.median(), row->byAgent.median(),
-            row->handOver.median() / row->floor.median(),
-            row->handOver.median() / row->twoCopies.median());
+            row->exchange.overall(), row->floor.overall(), row->twoCopies.overall(),
+            row->handOver.overall(), row->byAgent.overall(), ratioOf(row->byAgent, row->floor),
+            ratioOf(row->byAgent, row->twoCopies));
     }
 }
 
@@ -224,5 +260,5 @@ int main(int argc, char** argv)
     }
     printTable();
     std::filesystem::remove_all(folder);
-    return 0;
+    return tavo::bench::printGoals() == 0 ? 0 : 1;
 }

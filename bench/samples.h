@@ -38,8 +38,54 @@ public:
     }
     [[nodiscard]] double median() { return at(0.5); }
 
+    // The median of each block by itself, and of those the one in the middle.
+    void endBlock()
+    {
+        if (!m_us.empty())
+            m_blockMedians.push_back(median());
+        m_us.clear();
+    }
+    [[nodiscard]] const std::vector<double>& blockMedians() const { return m_blockMedians; }
+    [[nodiscard]] double overall()
+    {
+        Samples blocks;
+        blocks.m_us = m_blockMedians;
+        return blocks.median();
+    }
+
 private:
-    std::vector<double> m_us;
+    std::vector<double> m_us; // of the block under way
+    std::vector<double> m_blockMedians;
 };
+
+// How two ways compare whose blocks took turns: block by block, since a machine drifts.
+inline double ratioOf(const Samples& way, const Samples& other)
+{
+    Samples ratios;
+    for (std::size_t i = 0; i < std::min(way.blockMedians().size(), other.blockMedians().size());
+         ++i)
+    {
+        ratios.add(way.blockMedians()[i] / other.blockMedians()[i]);
+    }
+    return ratios.median();
+}
+
+inline constexpr int kBlockRuns = 60;
+
+// Runs a way so many times in a row. Each way has a block of its own: frame by frame in turn, every
+// way would meet the caches as the one before has left them. `measured` gives the microseconds of
+// one run; the first few are those that still meet somebody else's caches.
+template <typename Measured>
+void runBlock(Samples& samples, Measured&& measured)
+{
+    constexpr int kUncounted = 6;
+    for (int i = 0; i < kBlockRuns; ++i)
+    {
+        const double us = measured();
+        if (i >= kUncounted)
+            samples.add(us);
+    }
+    samples.endBlock();
+}
 
 } // namespace tavo::bench

@@ -1,0 +1,387 @@
+#!/usr/bin/env python3
+"""Whole runs over the built library, host, application and services.
+
+usage: scenarios.py many_cameras|bad_neighbours --build FOLDER --out FILE.json
+           [--seconds N] [--cameras N] [--work FOLDER]
+
+  many_cameras    100 cameras of 640x360 and 32 of 1280x720, 10 frames a second each: frames lost,
+                  latency from frame to packet, processor time and memory of each camera
+  bad_neighbours  16 cameras while something else is slow: an application that takes 300 ms to answer
+                  an announcement, a cloud that hangs, a host that answers after 2 s, a model of 1 GiB
+                  that comes at 20 MB/s. Results delivered, and how long after they were sent
+
+Every case brings the library up first, with a user's choice of a runtime, and then measures in a
+second start, from the first results on. The last lines tell which goals hold.
+"""
+
+import argparse
+import json
+import os
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+import urllib.request
+
+FPS = 10
+TOKEN = "bench-token"
+MODEL = "6f1d2b8e-3a55-4c1f-9d1e-0b5a7c9e1f01"
+
+
+def write_video(path, width, height):
+    """A light square that walks over a dark ground, uncompressed: decoding costs next to nothing."""
+    side = height // 6
+    chroma = bytes([128]) * (width * height // 2)
+    with open(path, "wb") as video:
+        video.write(b"YUV4MPEG2 W%d H%d F%d:1 Ip C420jpeg\n" % (width, height, FPS))
+        for step in range(40):
+            left = step * (width - side) // 40
+            dark = bytes([30]) * width
+            row = bytes([30]) * left + bytes([220]) * side + bytes([30]) * (width - side - left)
+            luma = dark * side + row * side + dark * (height - 2 * side)
+            video.write(b"FRAME\n" + luma + chroma)
+
+
+def percentile(values, share):
+    ordered = sorted(values)
+    return ordered[int(share * (len(ordered) - 1))] if ordered else None
+
+
+def spread(values_us):
+    return {
+        name: None if not values_us else round(percentile(values_us, share) / 1000, 2)
+        for name, share in (("p50_ms", 0.5), ("p99_ms", 0.99), ("max_ms", 1.0))
+    }
+
+
+class Services:
+    """The stand-in cloud and storage, with one model of the application's motion detector."""
+
+    def __init__(self, build, folder, model_bytes):
+        files = os.path.join(folder, "files")
+        os.makedirs(files)
+        with open(os.path.join(files, "motion.bin"), "wb") as model:
+            model.truncate(model_bytes)
+        catalogue = os.path.join(folder, "catalogue.json")
+        with open(catalogue, "w") as out:
+            json.dump(
+                {
+                    "models": [
+                        {
+                            "UUID": MODEL,
+                            "Name": "motion",
+                            "File": "motion.bin",
+                            "Encrypted": False,
+                            "RuntimeArchitectures": ["application/x-onnx"],
+                            "NamedOutput": [{"Name": "bboxes;0:motion"}],
+                        }
+                    ],
+                    "pipelines": [
+                        {
+                            "uuid": "a1c7e7d4-52a0-4f0c-8a5e-6b1d8e3f2a01",
+                            "name": "Motion",
+                            "models": [MODEL],
+                            "pipelines": [
+                                {"method": "detect", "modelUUID": MODEL, "modelNMS": 0.5}
+                            ],
+                        }
+                    ],
+                },
+                out,
+            )
+        manager = os.path.join(build, "devkit/manager")
+        archive = [name for name in os.listdir(manager) if re.match(r"orlix_manager-.*\.tgz", name)]
+        self.process = subprocess.Popen(
+            [
+                os.path.join(build, "devkit/services/tavo_services"),
+                "--token", TOKEN, "--catalogue", catalogue, "--files", files,
+                "--archive", os.path.join(manager, archive[0]),
+                "--runtimes", os.path.join(build, "devkit/services/runtimes"),
+            ],
+            stdout=subprocess.PIPE, text=True,
+        )
+        line = self.process.stdout.readline()
+        if not line.startswith("serving on port "):
+            raise RuntimeError("the stand-in services did not start")
+        self.url = "http://127.0.0.1:" + line.split()[-1]
+
+    def control(self, method, path, body=""):
+        request = urllib.request.Request(self.url + path, data=body.encode(), method=method)
+        urllib.request.urlopen(request, timeout=20).read()
+
+    def fault(self, path, kind, pause_ms):
+        self.control(
+            "POST", "/control/faults", json.dumps({"path": path, "kind": kind, "pauseMs": pause_ms}))
+
+    def stop(self):
+        self.process.terminate()
+        self.process.wait()
+
+
+class Usage:
+    """Processor time and memory of the host and, apart, of the application's processes."""
+
+    def __init__(self, host_pid, work):
+        self.host_pid = host_pid
+        self.work = os.path.realpath(work)
+
+    def read(self):
+        usage = {"host_cpu_s": 0.0, "host_rss_mb": 0.0, "application_cpu_s": 0.0}
+        for name in filter(str.isdigit, os.listdir("/proc")):
+            try:
+                exe = os.readlink("/proc/%s/exe" % name)
+                is_host = int(name) == self.host_pid
+                if not is_host and not exe.startswith(self.work):
+                    continue
+                fields = open("/proc/%s/stat" % name).read().rsplit(")", 1)[1].split()
+            except OSError:
+                continue
+            cpu = (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+            usage["host_cpu_s" if is_host else "application_cpu_s"] += cpu
+            if is_host:
+                usage["host_rss_mb"] = int(fields[21]) * os.sysconf("SC_PAGESIZE") / 1e6
+        return usage
+
+
+class Run:
+    """One start of the host. What came back is read from its metadata and its summary."""
+
+    def __init__(self, case, name, seconds, arguments=(), environment=None, actions=()):
+        self.metadata = os.path.join(case.work, name + ".jsonl")
+        self.times = os.path.join(case.work, name + ".times")
+        environment = dict(
+            os.environ, TAVO_INI_DIR=case.work, TMPDIR=case.sockets, TAVO_ENGINE="motion",
+            TAVO_RESULT_TIMES=self.times, **(environment or {}))
+        with open(os.path.join(case.work, name + ".log"), "w") as log:
+            process = subprocess.Popen(
+                [
+                    os.path.join(case.build, "devkit/host/tavo_host"),
+                    "--plugin", case.plugin, "--work-dir", case.work, "--video", case.video,
+                    "--cameras", str(case.cameras), "--records", case.records,
+                    "--database", os.path.join(case.work, "records.db"), "--realtime",
+                    "--metadata", self.metadata, "--seconds", str(seconds), *arguments,
+                ],
+                stdout=log, stderr=subprocess.STDOUT, env=environment,
+            )
+            for at, action in actions:
+                threading.Timer(at, action).start()
+            usage = Usage(process.pid, case.work)
+            self.usage = []
+            while process.poll() is None:
+                self.usage.append((time.time(), usage.read()))
+                time.sleep(1)
+        self.exit_code = process.returncode
+        self.summary = open(os.path.join(case.work, name + ".log"), errors="replace").read()
+
+    def packets(self):
+        """(camera, frame's timestamp, time of the packet), in microseconds, for each result."""
+        packets = []
+        with open(self.metadata, errors="replace") as lines:
+            for line in lines:
+                if line.startswith('{"kind":"events"'):
+                    event = json.loads(line)
+                    packets.append((event["camera"], event["timestampUs"], event["receivedUs"]))
+        return packets
+
+    def sent(self):
+        """When the application sent the result of which frame."""
+        sent = {}
+        if os.path.exists(self.times):
+            with open(self.times) as lines:
+                for line in lines:
+                    camera, timestamp, at = map(int, line.split())
+                    sent[camera, timestamp] = at
+        return sent
+
+    def frames_lost(self):
+        total = re.search(r"^total: frames (\d+) \(lost (\d+),", self.summary, re.MULTILINE)
+        return int(total.group(2)) if total else None
+
+    def latency_line(self):
+        line = re.search(r"^latency: (.*)$", self.summary, re.MULTILINE)
+        return line.group(1) if line else ""
+
+    def measure(self, case, warm_up):
+        """The figures from `warm_up` seconds after the first result on."""
+        packets = self.packets()
+        if not packets:
+            return {"name": case.name, "cameras": case.cameras, "results": 0}
+        begin = min(at for _, _, at in packets) + int(warm_up * 1e6)
+        end = max(at for _, _, at in packets)
+        seconds = max((end - begin) / 1e6, 0.001)
+        window = [packet for packet in packets if packet[2] >= begin]
+        arrived = {(camera, timestamp): at for camera, timestamp, at in packets}
+        sent = {key: at for key, at in self.sent().items() if begin <= at <= end - 1_500_000}
+        usage = [each for at, each in self.usage if begin <= at * 1e6 <= end]
+        figures = {
+            "name": case.name,
+            "cameras": case.cameras,
+            "seconds": round(seconds, 1),
+            "results": len(window),
+            "results_per_second": round(len(window) / seconds, 2),
+            "frames_lost": self.frames_lost(),
+            "sent_and_not_delivered": sum(key not in arrived for key in sent),
+            "latency": spread([at - timestamp for _, timestamp, at in window]),
+            "delay_after_sending": spread([arrived[key] - at for key, at in sent.items()
+                                           if key in arrived]),
+            "split": self.latency_line(),
+        }
+        if len(usage) > 1:
+            for key in ("host_cpu_s", "application_cpu_s"):
+                figures[key.replace("_s", "_cores")] = round(
+                    (usage[-1][key] - usage[0][key]) / seconds, 2)
+            figures["host_mb_per_camera"] = round(usage[-1]["host_rss_mb"] / case.cameras, 2)
+        return figures
+
+
+class Case:
+    def __init__(self, options, name, cameras, size, model_bytes=1000):
+        self.name = name
+        self.build = options.build
+        self.cameras = cameras
+        self.seconds = options.seconds
+        self.work = tempfile.mkdtemp(prefix="scenario.", dir=options.work)
+        self.sockets = tempfile.mkdtemp(prefix="tavo.") # short, as the names of sockets must be
+        self.video = os.path.join(self.work, "video.y4m")
+        self.records = os.path.join(self.work, "records.json")
+        self.plugin = subprocess.check_output(
+            ["find", os.path.join(self.build, "vms"), "-name", "tavo_orlix_manager_plugin.so"],
+            text=True).split()[0]
+        write_video(self.video, *size)
+        self.services = Services(self.build, self.work, model_bytes)
+        with open(self.records, "w") as out:
+            devices = [
+                {"id": "d3a0c5b4-6f1e-4b7a-9c28-%012d" % i, "name": "Camera %d" % i,
+                 "parameters": {}} for i in range(1, cameras + 1)]
+            json.dump(
+                {"cloudSystemId": "bench", "cloudAuthToken": TOKEN,
+                 "server": {"id": "bench", "parameters": {}}, "devices": devices}, out)
+        with open(os.path.join(self.work, "tavo_orlix_manager_plugin.ini"), "w") as out:
+            out.write("CloudAPI=%s/dev\n" % self.services.url)
+            out.write("RuntimesStorageURL=%s/runtimes\n" % self.services.url)
+            out.write("OrlixManagerStorageURL=%s/apps\n" % self.services.url)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.services.stop()
+        shutil.rmtree(self.work, ignore_errors=True)
+        shutil.rmtree(self.sockets, ignore_errors=True)
+
+    def set_up(self, seconds=40):
+        first = Run(self, "set_up", seconds, ["--press", "0:libraryChoiceGeneric CPU@8"])
+        if first.exit_code != 0:
+            raise RuntimeError("no results came back:\n" + first.summary[-2000:])
+
+    def run(self, arguments=(), environment=None, actions=(), warm_up=3, extra=12):
+        run = Run(self, "run", self.seconds + extra, arguments, environment, actions)
+        return run.measure(self, warm_up)
+
+
+class Goals:
+    def __init__(self):
+        self.lines = []
+        self.failed = 0
+
+    def check(self, name, value, holds, bound):
+        self.failed += 0 if holds else 1
+        self.lines.append(
+            "goal: %s: %s, %s: %s" % (name, value, bound, "holds" if holds else "DOES NOT HOLD"))
+
+    def at_most(self, name, value, limit):
+        self.check(name, value, value is not None and value <= limit, "at most %g" % limit)
+
+    def at_least(self, name, value, limit):
+        self.check(name, value, value is not None and value >= limit, "at least %g" % limit)
+
+
+def many_cameras(options, goals):
+    cases = []
+    for count, size in ((100, (640, 360)), (32, (1280, 720))):
+        count = min(count, options.cameras or count)
+        name = "%d cameras of %dx%d" % (count, *size)
+        with Case(options, name, count, size) as case:
+            case.set_up()
+            figures = case.run()
+        cases.append(figures)
+        goals.at_most(name + ", frames lost", figures.get("frames_lost"), 0)
+        goals.at_most(
+            name + ", 99% of frame to packet, ms", figures.get("latency", {}).get("p99_ms"), 100)
+    return cases
+
+
+def bad_neighbours(options, goals):
+    count = options.cameras or 16
+    size = (640, 360)
+
+    def measured(name, prepare=None, model_bytes=1000, set_up_seconds=40, **run):
+        with Case(options, name, count, size, model_bytes) as case:
+            case.set_up(set_up_seconds)
+            if prepare:
+                prepare(case)
+            return case.run(**{key: value(case) if callable(value) else value
+                               for key, value in run.items()})
+
+    plain = measured("nothing is slow")
+    slow_application = measured(
+        "an application that answers after 300 ms", environment={"TAVO_REPLY_DELAY_MS": "300"})
+    others = [
+        measured(
+            "a cloud that hangs",
+            prepare=lambda case: case.services.fault("/dev/", "late", 6000)),
+        measured("a host that answers after 2 s", arguments=["--rest-delay", "2000"], warm_up=6),
+        measured(
+            "a model of 1 GiB at 20 MB/s", model_bytes=1 << 30, set_up_seconds=60,
+            prepare=lambda case: case.services.fault("/models/", "slow", 3),
+            arguments=["--press", "*:resetAllDevicesButton@12"],
+            actions=lambda case: [
+                (10, lambda: case.services.control(
+                    "POST", "/control/updated-at", "2026-11-02T12:00:00"))],
+            warm_up=10),
+    ]
+    goals.at_most(
+        slow_application["name"] + ", sent and not delivered",
+        slow_application.get("sent_and_not_delivered"), 0)
+    goals.at_most(
+        slow_application["name"] + ", delay after sending, ms",
+        slow_application.get("delay_after_sending", {}).get("max_ms"), 1000)
+    usual = plain.get("results_per_second", 0)
+    for figures in others:
+        goals.at_least(
+            figures["name"] + ", results a second (%.1f without)" % usual,
+            figures.get("results_per_second"), 0.95 * usual)
+        goals.at_most(
+            figures["name"] + ", delay after sending, ms",
+            figures.get("delay_after_sending", {}).get("max_ms"), 1000)
+    return [plain, slow_application, *others]
+
+
+def main():
+    parser = argparse.ArgumentParser(
+        description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("scenario", choices=["many_cameras", "bad_neighbours"])
+    parser.add_argument("--build", required=True, type=os.path.abspath)
+    parser.add_argument("--out", required=True)
+    parser.add_argument("--seconds", type=float, default=20, help="how long a case is measured")
+    parser.add_argument("--cameras", type=int, help="instead of what the scenario says")
+    parser.add_argument("--work", default=tempfile.gettempdir(), help="where the runs' folders lie")
+    options = parser.parse_args()
+    goals = Goals()
+    cases = {"many_cameras": many_cameras, "bad_neighbours": bad_neighbours}[options.scenario](
+        options, goals)
+    with open(options.out, "w") as out:
+        json.dump({"scenario": options.scenario, "cases": cases, "goals": goals.lines}, out,
+                  indent=2)
+        out.write("\n")
+    for figures in cases:
+        print(json.dumps(figures, indent=2))
+    print("\n".join(["", *goals.lines]))
+    return 1 if goals.failed else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
