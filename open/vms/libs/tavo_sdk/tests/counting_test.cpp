@@ -46,6 +46,28 @@ TEST(Counting, anyThreadMayCount)
     EXPECT_EQ(refCount(probe.get()), 1u);
 }
 
+// One who knows an object without keeping it cannot bring it back.
+TEST(Counting, nobodyIsKeptWhoseLastReferenceIsGone)
+{
+    class Registered : public Probe
+    {
+    public:
+        explicit Registered(bool* kept) :
+            m_kept(kept)
+        {}
+        ~Registered() override { *m_kept = tryAddRef(); }
+
+    private:
+        bool* const m_kept;
+    };
+    bool kept = true;
+    auto registered = makePtr<Registered>(&kept);
+    EXPECT_TRUE(registered->tryAddRef());
+    EXPECT_EQ(registered->releaseRef(), 1u);
+    registered.reset();
+    EXPECT_FALSE(kept);
+}
+
 TEST(Counting, aPartForwardsToItsOwner)
 {
     class Part : public RefCountable<IString>

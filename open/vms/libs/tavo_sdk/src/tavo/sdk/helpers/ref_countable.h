@@ -31,6 +31,22 @@ public:
         return m_refCount.fetch_add(1, std::memory_order_relaxed) + 1;
     }
 
+    // For who knows the object without keeping it, from a registry that the object leaves in its
+    // destructor: adds a reference, unless the last one is gone and the destructor is on its way.
+    // Not for a part of another object, whose count is that one's.
+    [[nodiscard]] bool tryAddRef() const
+    {
+        std::uint32_t refCount = m_delegate ? 0 : m_refCount.load(std::memory_order_relaxed);
+        while (refCount != 0)
+        {
+            if (m_refCount.compare_exchange_weak(refCount, refCount + 1, std::memory_order_relaxed))
+            {
+                return true;
+            }
+        }
+        return false;
+    }
+
     std::uint32_t releaseRef() const override
     {
         if (m_delegate)
