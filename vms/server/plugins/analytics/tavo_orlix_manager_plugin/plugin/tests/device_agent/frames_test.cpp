@@ -2,13 +2,13 @@
 #include <atomic>
 #include <cstring>
 #include <functional>
-#include <numeric>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "../inference/module_peer.h"
 #include "agent_fixture.h"
+#include "fake_frame.h"
 #include "utils/clock.h"
 #include "utils/shm.h"
 
@@ -19,32 +19,6 @@ using namespace test;
 
 constexpr char kPipelines[] =
     R"({"deviceAdmin": "https://admin", "pipelines": [{"modelUUID": "m1", "modelNMS": 0.5}]})";
-
-// A frame of 8 by 4 pixels whose bytes count up, in padded rows; knows how many of its kind live.
-class TestFrame : public sdk::RefCountable<sdk::analytics::IUncompressedVideoFrame>
-{
-public:
-    TestFrame()
-    {
-        std::iota(m_plane.begin(), m_plane.end(), 0);
-        ++alive;
-    }
-    ~TestFrame() override { --alive; }
-
-    std::int64_t timestampUs() const override { return 12345; }
-    const char* data(int) const override { return m_plane.data(); }
-    int width() const override { return 8; }
-    int height() const override { return 4; }
-    int lineSize(int) const override { return 32; }
-    PixelFormat pixelFormat() const override { return PixelFormat::rgb; }
-    int planeCount() const override { return 1; }
-    int dataSize(int) const override { return static_cast<int>(m_plane.size()); }
-
-    static inline std::atomic<int> alive{0};
-
-private:
-    std::vector<char> m_plane = std::vector<char>(4 * 32);
-};
 
 class Frames : public AgentTest
 {
@@ -59,14 +33,14 @@ protected:
     {
         shm_close(segment);
         shm_remove(segment);
-        EXPECT_EQ(0, TestFrame::alive) << "every frame was released";
+        EXPECT_EQ(0, FakeFrame::alive) << "every frame was released";
     }
 
     // The error message of the push; empty on success.
     std::string push()
     {
         sdk::Result<void> result;
-        agent->doPushDataPacket(&result, sdk::makePtr<TestFrame>().get());
+        agent->doPushDataPacket(&result, sdk::makePtr<FakeFrame>().get());
         const sdk::Ptr<const sdk::IString> message(result.errorMessage);
         return message ? message->str() : "";
     }
