@@ -10,10 +10,11 @@ namespace tavo::vms_server_plugins::analytics::orlix
 // Outermost first. Whoever holds one may take those below it, and none beside it.
 enum class LockLevel : int
 {
+    presence, // that of telling the host whether a device has an agent
+    request, // the REST client's: one request to the host at a time
     registry, // the engine's, over its device agents
     settings, // settingsLock()
     pipeline, // an agent's, over its pipelines
-    request, // the REST client's: one request to the host at a time
     leaf, // whatever is held shortly, with nothing but the log called under it
     log,
 };

@@ -19,21 +19,6 @@
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
-namespace
-{
-
-DeviceAgent* findAgent(const DeviceAgents& agents, const std::string& deviceId)
-{
-    for (const auto& [index, agent] : agents)
-    {
-        if (agent && sameDeviceId(agent->deviceId(), deviceId))
-            return agent;
-    }
-    return nullptr;
-}
-
-} // namespace
-
 bool RuntimeManagerLoop::serveReset()
 {
     std::string deviceId;
@@ -128,12 +113,21 @@ bool RuntimeManagerLoop::applyDevicesIfChanged(Pass& pass)
     return true;
 }
 
-// True when something changed that needs a restart of the manager application. Results wait for the
-// whole of it, downloads included: see Engine.
+sdk::Ptr<DeviceAgent> RuntimeManagerLoop::findAgent(std::string_view deviceId) const
+{
+    for (const std::size_t index : m_engine.deviceAgentIndices())
+    {
+        auto agent = m_engine.deviceAgentAt(index);
+        if (agent && sameDeviceId(agent->deviceId(), deviceId))
+            return agent;
+    }
+    return nullptr;
+}
+
+// True when something changed that needs a restart of the manager application.
 bool RuntimeManagerLoop::applyDevicesParameters(
     yyjson_val* devices, const std::string& mimeType, bool runtimeChanged)
 {
-    MutexLock lock(m_engine.m_deviceAgentsMutex);
     ModelCollector models(
         m_engine.m_assignedModels, m_engine.m_modelManager, mimeType,
         [this] { return cloudAuthToken(m_engine.utilityProvider()); });
@@ -154,10 +148,11 @@ bool RuntimeManagerLoop::applyDevicesParameters(
             resetDevices(m_engine.utilityProvider(), {id});
             continue;
         }
-        DeviceAgent* const agent = findAgent(m_engine.m_deviceAgents, id);
+        auto agent = findAgent(id);
         if (!agent)
             continue;
         agent->processDeviceParameters(device);
+        agent.reset(); // its models may take long
         yyjson_arr_iter modelIterator = yyjson_arr_iter_with(deviceModels);
         while (yyjson_val* const model = yyjson_arr_iter_next(&modelIterator))
             models.add(model);

@@ -83,21 +83,38 @@ void Engine::stopThreads()
 sdk::Result<sdk::analytics::IDeviceAgent*> Engine::doObtainDeviceAgent(
     const sdk::analytics::IDeviceInfo* deviceInfo)
 {
-    // Before the lock, so that an agent which is dropped on failure finds the lock free.
+    const std::size_t index = reserveIndex(DeviceAgent::deviceIdOf(*deviceInfo));
     sdk::Ptr<DeviceAgent> agent;
-    MutexLock lock(m_deviceAgentsMutex);
-    const std::size_t index = freeIndex();
-    agent = sdk::makePtr<DeviceAgent>(deviceInfo, index, this, m_workingDirectory);
+    try
+    {
+        // Without the lock: the agent tells the host that it is there.
+        agent = sdk::makePtr<DeviceAgent>(deviceInfo, index, this, m_workingDirectory);
+    }
+    catch (...)
+    {
+        removeDeviceAgent(index);
+        throw;
+    }
+    MutexLock lock(m_deviceAgentsMutex); // goes before an agent that is dropped on failure
     m_deviceAgents.emplace(index, agent.get());
+    m_reservedIndices.erase(index);
     m_agentMade = true;
     startRuntimeLoop();
     return sdk::Result<sdk::analytics::IDeviceAgent*>(agent.releasePtr());
 }
 
+std::size_t Engine::reserveIndex(const std::string& deviceId)
+{
+    MutexLock lock(m_deviceAgentsMutex);
+    const std::size_t index = freeIndex();
+    m_reservedIndices.emplace(index, deviceId);
+    return index;
+}
+
 std::size_t Engine::freeIndex() const
 {
     std::size_t index = 0;
-    while (m_deviceAgents.contains(index))
+    while (m_deviceAgents.contains(index) || m_reservedIndices.contains(index))
         ++index;
     return index;
 }
@@ -114,6 +131,43 @@ void Engine::removeDeviceAgent(std::size_t index)
 {
     MutexLock lock(m_deviceAgentsMutex);
     m_deviceAgents.erase(index);
+    m_reservedIndices.erase(index);
+}
+
+bool Engine::hasDeviceAgent(const std::string& deviceId) const
+{
+    MutexLock lock(m_deviceAgentsMutex);
+    for (const auto& [index, agent] : m_deviceAgents)
+    {
+        if (agent->deviceId() == deviceId)
+            return true;
+    }
+    for (const auto& [index, reservedFor] : m_reservedIndices)
+    {
+        if (reservedFor == deviceId)
+            return true;
+    }
+    return false;
+}
+
+std::vector<std::size_t> Engine::deviceAgentIndices() const
+{
+    MutexLock lock(m_deviceAgentsMutex);
+    std::vector<std::size_t> indices;
+    indices.reserve(m_deviceAgents.size());
+    for (const auto& [index, agent] : m_deviceAgents)
+        indices.push_back(index);
+    return indices;
+}
+
+sdk::Ptr<DeviceAgent> Engine::deviceAgentAt(std::size_t index) const
+{
+    MutexLock lock(m_deviceAgentsMutex);
+    const auto entry = m_deviceAgents.find(index);
+    // The destructor of one that is in the registry has yet to pass removeDeviceAgent.
+    return entry != m_deviceAgents.end() && entry->second->tryAddRef()
+        ? sdk::Ptr<DeviceAgent>(entry->second)
+        : nullptr;
 }
 
 bool Engine::deliverResult(std::uint32_t inputIndex, mpack_node_t root)

@@ -5,6 +5,7 @@
 #include <string>
 #include <thread>
 #include <unordered_map>
+#include <vector>
 
 #include <tavo/sdk/analytics/helpers/engine.h>
 #include <tavo/sdk/i_utility_provider.h>
@@ -40,10 +41,11 @@ using DeviceAgents = std::unordered_map<std::size_t, DeviceAgent*>;
 // Life, threads, registry and results are in engine.cpp; its dialog and what users ask for in
 // engine_settings.cpp; the server's record in server_parameters.cpp.
 //
-// Lock order, outermost first: m_deviceAgentsMutex; settingsLock(); an agent's pipelineLock. The
-// REST client's lock is taken under any of them. The board's mutex, the segment lock, the locks of
-// single texts and the log's are leaves. m_deviceAgentsMutex is held across model downloads, so
-// results of all cameras wait for those: accepted.
+// The order of all locks is that of LockLevel. m_deviceAgentsMutex guards the registry and nothing
+// else: it is held for a look or a change, and for the whole of a result, whose agent therefore
+// cannot go. Host, cloud and storage are waited for without it. An agent that the loop uses is kept
+// alive by a reference of the loop's, one agent at a time; if that is the last in the end, the
+// agent is destroyed on the loop's thread.
 class Engine : public sdk::analytics::Engine, public AgentServices, private ResultReceiver
 {
 public:
@@ -70,6 +72,8 @@ public:
     void clearCache() override;
     void retryDownloads() override;
     void requestRuntimeReselection() override;
+    [[nodiscard]] bool hasDeviceAgent(const std::string& deviceId) const override
+        EXCLUDES(m_deviceAgentsMutex);
     void removeDeviceAgent(std::size_t index) override EXCLUDES(m_deviceAgentsMutex);
 
     // sdk::analytics::Engine:
@@ -87,7 +91,17 @@ private:
     [[nodiscard]] bool deliverResult(std::uint32_t inputIndex, mpack_node_t root) override
         EXCLUDES(m_deviceAgentsMutex);
 
+    // An index for an agent that is yet to be made; nobody else gets it.
+    [[nodiscard]] std::size_t reserveIndex(const std::string& deviceId)
+        EXCLUDES(m_deviceAgentsMutex);
     [[nodiscard]] std::size_t freeIndex() const REQUIRES(m_deviceAgentsMutex);
+
+    // For the loop, which asks for one agent after the other: null for one that is gone meanwhile,
+    // or whose last reference is.
+    [[nodiscard]] std::vector<std::size_t> deviceAgentIndices() const EXCLUDES(m_deviceAgentsMutex);
+    [[nodiscard]] sdk::Ptr<DeviceAgent> deviceAgentAt(std::size_t index) const
+        EXCLUDES(m_deviceAgentsMutex);
+
     void startRuntimeLoop() REQUIRES(m_deviceAgentsMutex);
     void stopThreads();
 
@@ -106,6 +120,8 @@ private:
     std::thread m_listenerThread;
     mutable Mutex m_deviceAgentsMutex{LockLevel::registry};
     DeviceAgents m_deviceAgents GUARDED_BY(m_deviceAgentsMutex);
+    // Of agents that are being made: their device, by the index that they are going to have.
+    std::unordered_map<std::size_t, std::string> m_reservedIndices GUARDED_BY(m_deviceAgentsMutex);
     std::atomic<SocketHandle> m_listeningSocket{kInvalidSocket}; // whoever exchanges it closes it
     std::string m_socketPath; // constant after construction
     std::atomic<bool> m_shuttingDown{false};

@@ -2,6 +2,8 @@
 
 #include <exception>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include "core/engine.h"
 #include "core/loop_decisions.h"
@@ -12,27 +14,6 @@
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
-
-namespace
-{
-
-bool anyAgentIsActive(const DeviceAgents& agents)
-{
-    for (const auto& [index, agent] : agents)
-    {
-        if (!agent)
-        {
-            log_info("Something went terribly wrong casting a DeviceAgent %zu\n", index);
-            continue;
-        }
-        const FairMutexLock lock(settingsLock());
-        if (agent->isActive())
-            return true;
-    }
-    return false;
-}
-
-} // namespace
 
 void runtimeManagerLoop(Engine& engine)
 {
@@ -132,17 +113,32 @@ bool RuntimeManagerLoop::checkManager(Pass& pass)
 
 bool RuntimeManagerLoop::walkAgents(Pass& pass)
 {
-    MutexLock lock(m_engine.m_deviceAgentsMutex);
-    for (const auto& [index, agent] : m_engine.m_deviceAgents)
+    for (const std::size_t index : m_engine.deviceAgentIndices())
     {
-        if (agent)
+        // One at a time, so that no agent outlives the host's last reference for another's request.
+        if (const auto agent = m_engine.deviceAgentAt(index))
             agent->fetchAvailablePipelines(m_engine.m_messageBoard);
-        else
-            log_info("Something went terribly wrong casting a DeviceAgent %zu\n", index);
     }
-    pass.desired =
-        anyAgentIsActive(m_engine.m_deviceAgents) ? ManagerState::Running : ManagerState::Stopped;
+    pass.desired = anyAgentIsActive() ? ManagerState::Running : ManagerState::Stopped;
     return true;
+}
+
+bool RuntimeManagerLoop::anyAgentIsActive() const
+{
+    // Before the lock, which goes before an agent whose last references these are.
+    std::vector<sdk::Ptr<DeviceAgent>> agents;
+    for (const std::size_t index : m_engine.deviceAgentIndices())
+    {
+        if (auto agent = m_engine.deviceAgentAt(index))
+            agents.push_back(std::move(agent));
+    }
+    const FairMutexLock lock(settingsLock());
+    for (const auto& agent : agents)
+    {
+        if (agent->isActive())
+            return true;
+    }
+    return false;
 }
 
 bool RuntimeManagerLoop::startOrStopManager(const Pass& pass)

@@ -2,7 +2,9 @@
 
 #include <chrono>
 #include <string>
+#include <string_view>
 
+#include <tavo/sdk/ptr.h>
 #include <yyjson.h>
 
 #include "inference/manager_state.h"
@@ -11,6 +13,7 @@
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
+class DeviceAgent;
 class Engine;
 
 // Brings the state of this machine into line with what the host and the user want. It polls: once
@@ -29,8 +32,8 @@ class Engine;
 //      7  runtime reselection            15  start and stop decision
 //      8  runtime selection              16  start of the manager
 //
-// Requests to the host and the cloud hold the thread until they end; shutdown is seen between
-// passes only.
+// Requests to the host and the cloud and downloads hold the thread until they end, and nobody else:
+// no lock is held meanwhile. Shutdown is seen between passes only.
 //
 // The pass, and steps 1, 2, 6 and 14 to 16, are in runtime_manager_loop.cpp; 3 to 5, 7 and 8, which
 // bring up what is missing, in service_ladder.cpp; 9 to 13 in device_parameters.cpp.
@@ -91,6 +94,8 @@ private:
     // Parts of steps.
     bool configureServer();
     void installRuntime(const std::string& name);
+    [[nodiscard]] sdk::Ptr<DeviceAgent> findAgent(std::string_view deviceId) const;
+    [[nodiscard]] bool anyAgentIsActive() const;
     bool applyDevicesParameters(
         yyjson_val* devices, const std::string& mimeType, bool runtimeChanged);
     void startManager();

@@ -41,6 +41,9 @@ public:
     virtual void retryDownloads() = 0;
     virtual void requestRuntimeReselection() = 0;
 
+    // Whether there is an agent of that device, or one is being made.
+    [[nodiscard]] virtual bool hasDeviceAgent(const std::string& deviceId) const = 0;
+
     // Called by an agent's destructor, with no lock held: no result comes any more once it
     // returned. An unknown index is ignored.
     virtual void removeDeviceAgent(std::size_t index) = 0;

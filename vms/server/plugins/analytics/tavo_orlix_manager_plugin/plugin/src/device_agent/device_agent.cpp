@@ -15,7 +15,7 @@ DeviceAgent::DeviceAgent(
     const sdk::analytics::IDeviceInfo* deviceInfo, std::size_t deviceNumber,
     AgentServices* services, std::string settingsCacheDir) :
     ConsumingDeviceAgent(deviceInfo, ini().enableOutput),
-    m_deviceId(sdk::Uuid::fromText(deviceInfo->id()).toText()),
+    m_deviceId(deviceIdOf(*deviceInfo)),
     m_deviceName(textOrEmpty(deviceInfo->name())),
     m_deviceNumber(deviceNumber),
     m_services(services),
@@ -39,6 +39,11 @@ DeviceAgent::~DeviceAgent()
     const MutexLock lock(m_pipelineLock);
     m_pipelineTree.reset();
     m_pipelineParsed = false;
+}
+
+std::string DeviceAgent::deviceIdOf(const sdk::analytics::IDeviceInfo& deviceInfo)
+{
+    return sdk::Uuid::fromText(deviceInfo.id()).toText();
 }
 
 std::string DeviceAgent::manifestString() const

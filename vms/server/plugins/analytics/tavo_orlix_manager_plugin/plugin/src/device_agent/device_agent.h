@@ -43,8 +43,8 @@ struct DeviceModels;
 // frame is ignored.
 //
 // Threads: the host's for settings and frames, the listener's for results, the runtime loop's. All
-// operations take the locks that they need, in the order that the engine's header tells; requests
-// to host and cloud are never made under pipelineLock.
+// operations take the locks that they need, in the order of LockLevel; host and cloud are asked
+// without any of them.
 //
 // Frames are in frame_intake.cpp, results in result_handling.cpp, the pipelines and the record on
 // the host in pipelines/pipelines.cpp, settings in settings/settings_processing.cpp, buttons in
@@ -52,18 +52,19 @@ struct DeviceModels;
 class DeviceAgent final : public sdk::analytics::ConsumingDeviceAgent
 {
 public:
-    // Called under the engine's m_deviceAgentsMutex. Loads the settings cache from
-    // `settingsCacheDir` and tells the host that the plugin is enabled for the device. `services`
-    // is not owned and outlives the agent.
+    // Loads the settings cache from `settingsCacheDir` and tells the host that the plugin is
+    // enabled for the device, which may take the host as long as it likes. `services` is not owned,
+    // outlives the agent and knows of it already.
     DeviceAgent(
         const sdk::analytics::IDeviceInfo* deviceInfo, std::size_t deviceNumber,
         AgentServices* services, std::string settingsCacheDir);
 
     // Leaves the engine's registry first, under m_deviceAgentsMutex, so that no result comes any
-    // more: whoever drops the last reference must hold neither that lock nor settingsLock().
+    // more, and then tells the host: whoever drops the last reference must hold no lock.
     ~DeviceAgent() override;
 
     // The host's id of the device: lower case with hyphens, no braces.
+    [[nodiscard]] static std::string deviceIdOf(const sdk::analytics::IDeviceInfo& deviceInfo);
     [[nodiscard]] const std::string& deviceId() const { return m_deviceId; }
 
     // Whether the user wants frames of this device to be analysed.
@@ -80,7 +81,9 @@ public:
     // Takes the device's pipeline configuration from `root`: a device record, or a patch of one.
     void processDeviceParameters(yyjson_val* root) EXCLUDES(settingsLock(), m_pipelineLock);
 
-    // Writes the flag to the host; a failure is not noticed.
+    // Writes the flag to the host; a failure is not noticed. False is not written while the device
+    // has an agent: one that is kept alive for a moment longer than its successor needs to come
+    // would take the flag from it.
     void setPluginEnabled(bool enabled);
 
     using ConsumingDeviceAgent::pushManifest;

@@ -49,6 +49,7 @@ public:
     {
         m_requests.emplace_back("requestRuntimeReselection");
     }
+    bool hasDeviceAgent(const std::string&) const override { return false; }
     void removeDeviceAgent(std::size_t index) override
     {
         m_requests.push_back("removeDeviceAgent " + std::to_string(index));

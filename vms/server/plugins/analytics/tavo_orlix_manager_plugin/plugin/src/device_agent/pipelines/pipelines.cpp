@@ -35,10 +35,16 @@ constexpr char kBrokenPipelineText[] =
 constexpr char kFetchFailedText[] =
     "Could not fetch available pipelines from cloud. This could point to a network issue. Disable and enable the plugin when the problem is fixed to try again.";
 
+// Makes one of the look at who is there and the telling of it; held while waiting for the host.
+Mutex presenceMutex(LockLevel::presence);
+
 } // namespace
 
 void DeviceAgent::setPluginEnabled(bool enabled)
 {
+    const MutexLock lock(presenceMutex);
+    if (!enabled && m_services->hasDeviceAgent(m_deviceId))
+        return;
     auto [document, tavoAi] = makeParametersDocument();
     yyjson_mut_obj_add_bool(document.get(), tavoAi, "PluginEnabled", enabled);
     patchDevice(m_services->utilityProvider(), jsonToText(std::move(document)), m_deviceId);
