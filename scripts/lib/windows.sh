@@ -143,6 +143,7 @@ build_windows_headers()
 {
     cp /usr/include/SimpleIni.h "$(windows_prefix)/include/"
     cp -r /usr/include/CLI "$(windows_prefix)/include/"
+    cp -r /usr/share/cmake/CLI11 "$(windows_prefix)/lib/cmake/"
 }
 
 # All header in its source; Debian's package splits it into a header and a library.
@@ -173,7 +174,7 @@ install_for_windows()
     fi
     say "Building $1 for Windows into $(windows_prefix)"
     rm -f "$stamp"
-    mkdir -p "$(windows_prefix)"/{built,include,lib/pkgconfig,bin}
+    mkdir -p "$(windows_prefix)"/{built,include,lib/cmake,lib/pkgconfig,bin}
     with_scratch "build_windows_$1"
     printf '%s\n' "$state" >"$stamp"
 }
