@@ -5,10 +5,13 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <memory>
 #include <new>
+#include <string_view>
 #include <system_error>
 
 #include "utils/clock.h"
+#include "utils/console.h"
 #include "utils/files.h"
 #include "utils/mutex.h"
 #include "utils/paths.h"
@@ -40,6 +43,52 @@ LineTime nextLineTime()
     return {now / 1000, last != 0 && now > last ? now - last : 0};
 }
 
+// A text of whatever length that needs no memory as long as it is short; cut where there is none.
+class FormattedText
+{
+public:
+    [[ORLIX_PRINTF(2, 0)]] FormattedText(const char* format, std::va_list arguments)
+    {
+        std::va_list copy;
+        va_copy(copy, arguments);
+        const int needed = std::vsnprintf(m_short, sizeof m_short, format, arguments);
+        m_length = needed < 0 ? 0 : static_cast<std::size_t>(needed);
+        if (m_length >= sizeof m_short)
+        {
+            m_long.reset(new (std::nothrow) char[m_length + 1]);
+            if (m_long)
+                std::vsnprintf(m_long.get(), m_length + 1, format, copy);
+            else
+                m_length = sizeof m_short - 1;
+        }
+        va_end(copy);
+    }
+
+    [[nodiscard]] std::string_view text() const
+    {
+        return {m_long ? m_long.get() : m_short, m_length};
+    }
+
+private:
+    char m_short[1024];
+    std::unique_ptr<char[]> m_long;
+    std::size_t m_length = 0;
+};
+
+[[ORLIX_PRINTF(2, 0)]] void printTo(
+    ConsoleStream stream, const char* format, std::va_list arguments)
+{
+    console_write(stream, FormattedText(format, arguments).text());
+}
+
+[[ORLIX_PRINTF(2, 3)]] void printTo(ConsoleStream stream, const char* format, ...)
+{
+    std::va_list arguments;
+    va_start(arguments, format);
+    printTo(stream, format, arguments);
+    va_end(arguments);
+}
+
 // Straight to the stream, without a buffer of our own. Gives the bytes written.
 [[ORLIX_PRINTF(4, 0)]] std::uint64_t writeTo(
     std::FILE* stream, const std::string& prefix, const LineTime& time, const char* format,
@@ -50,7 +99,7 @@ LineTime nextLineTime()
         static_cast<unsigned long long>(time.sinceLastUs));
     const int text = std::vfprintf(stream, format, arguments);
     if (head < 0 || text < 0)
-        std::printf("Failed to write to log file!\n");
+        print_out("Failed to write to log file!\n");
     return static_cast<std::uint64_t>(head < 0 ? 0 : head) +
         static_cast<std::uint64_t>(text < 0 ? 0 : text);
 }
@@ -110,10 +159,10 @@ void LogFiles::open(
         return;
     m_start = openLog(m_startPath, /*append*/ false);
     if (!m_start)
-        std::printf("Failed to initialise logfile: %s\n", m_startPath.c_str());
+        print_out("Failed to initialise logfile: %s\n", m_startPath.c_str());
     m_main = openLog(m_mainPath, /*append*/ false);
     if (!m_main)
-        std::printf("Failed to initialise logfile: %s\n", m_mainPath.c_str());
+        print_out("Failed to initialise logfile: %s\n", m_mainPath.c_str());
     m_oldPath = m_mainPath + ".old";
 }
 
@@ -151,10 +200,7 @@ void LogFiles::writeLine(const LineTime& time, const char* format, std::va_list 
         return;
     m_bytes += writeTo(stream, m_prefix, time, format, arguments);
     if (logVerbosity.load(std::memory_order_relaxed) >= 2)
-    {
         std::fflush(stream);
-        std::fflush(stdout);
-    }
 }
 
 // The start log until it has the limit, then the main log; a line that passes a limit is whole.
@@ -178,7 +224,7 @@ std::FILE* LogFiles::streamForLine()
         m_main = openLog(m_mainPath, /*append*/ true);
         if (!m_main)
         {
-            std::fprintf(stderr, "Error creating log file");
+            printTo(ConsoleStream::error, "Error creating log file");
             return nullptr;
         }
     }
@@ -195,13 +241,13 @@ bool LogFiles::rotate()
     std::filesystem::rename(pathFromUtf8(m_mainPath), pathFromUtf8(m_oldPath), error);
     if (error)
     {
-        std::fprintf(stderr, "Error renaming file: %s\n", error.message().c_str());
+        printTo(ConsoleStream::error, "Error renaming file: %s\n", error.message().c_str());
         return false;
     }
     m_main = openLog(m_mainPath, /*append*/ false);
     if (!m_main)
     {
-        std::fprintf(stderr, "Error creating log file");
+        printTo(ConsoleStream::error, "Error creating log file");
         return false;
     }
     m_bytes = 0;
@@ -216,6 +262,18 @@ LogFiles& logFiles()
     return *files;
 }
 
+// With one write, so that lines of several threads stay whole.
+[[ORLIX_PRINTF(2, 0)]] void printLine(
+    const LineTime& time, const char* format, std::va_list arguments)
+{
+    const FormattedText text(format, arguments);
+    printTo(
+        ConsoleStream::output, "%s%llu %09llu: %.*s", logFiles().prefix().c_str(),
+        static_cast<unsigned long long>(time.nowMs),
+        static_cast<unsigned long long>(time.sinceLastUs), static_cast<int>(text.text().size()),
+        text.text().data());
+}
+
 [[ORLIX_PRINTF(1, 0)]] void writeLine(const char* format, std::va_list arguments)
 {
     const bool console = logToConsole.load(std::memory_order_relaxed);
@@ -227,7 +285,7 @@ LogFiles& logFiles()
     {
         std::va_list copy;
         va_copy(copy, arguments);
-        writeTo(stdout, logFiles().prefix(), time, format, copy);
+        printLine(time, format, copy);
         va_end(copy);
     }
     if (file)
@@ -280,7 +338,7 @@ void log_error(const char* format, ...)
     va_start(arguments, format);
     std::va_list copy;
     va_copy(copy, arguments);
-    std::vfprintf(stderr, format, copy);
+    printTo(ConsoleStream::error, format, copy);
     va_end(copy);
     writeLine(format, arguments);
     va_end(arguments);
@@ -290,7 +348,7 @@ void print_out(const char* format, ...)
 {
     std::va_list arguments;
     va_start(arguments, format);
-    std::vprintf(format, arguments);
+    printTo(ConsoleStream::output, format, arguments);
     va_end(arguments);
 }
 
@@ -321,7 +379,7 @@ bool log_size_of_file(const std::string& path, std::uint32_t& size)
     const std::uintmax_t whole = std::filesystem::file_size(pathFromUtf8(path), error);
     if (error)
     {
-        std::printf(
+        print_out(
             "An unexpected error occurred accessing log file: %s %s\n", path.c_str(),
             error.message().c_str());
         return false;

@@ -1,7 +1,6 @@
 #include "utils/pipes.h"
 
 #include <cerrno>
-#include <csignal>
 #include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
@@ -10,6 +9,7 @@
 #include "utils/deadline.h"
 #include "utils/handle_text.h"
 #include "utils/log.h"
+#include "utils/posix/no_pipe_signal.h"
 #include "utils/system_error.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -68,35 +68,6 @@ ssize_t readSome(const PipeEnd& end, void* target, std::size_t size)
             return count;
     }
 }
-
-// A write to a pipe has no flag against SIGPIPE: the signal is held back on this thread and taken.
-class NoPipeSignal
-{
-public:
-    NoPipeSignal()
-    {
-        sigemptyset(&m_pipeSignal);
-        sigaddset(&m_pipeSignal, SIGPIPE);
-        sigset_t pending;
-        sigpending(&pending);
-        m_wasPending = sigismember(&pending, SIGPIPE) == 1;
-        pthread_sigmask(SIG_BLOCK, &m_pipeSignal, &m_before);
-    }
-    ~NoPipeSignal()
-    {
-        const timespec atOnce = {};
-        if (!m_wasPending)
-            sigtimedwait(&m_pipeSignal, nullptr, &atOnce);
-        pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
-    }
-    NoPipeSignal(const NoPipeSignal&) = delete;
-    NoPipeSignal& operator=(const NoPipeSignal&) = delete;
-
-private:
-    sigset_t m_pipeSignal;
-    sigset_t m_before;
-    bool m_wasPending;
-};
 
 } // namespace
 

@@ -1,5 +1,8 @@
 #include <tavo/sdk/helpers/lib_context.h>
 
+#include <cstddef>
+#include <new>
+#include <string>
 #include <string_view>
 
 #include <tavo/kit/debug.h>
@@ -35,8 +38,8 @@ void LibContext::setName(const char* name)
     if (currentName == newName)
         return; // readers may hold the text
 
-    m_ownName = newName;
-    m_name.store(m_ownName.c_str(), std::memory_order_release);
+    m_ownName[std::string_view(newName).copy(m_ownName.data(), m_ownName.size() - 1)] = '\0';
+    m_name.store(m_ownName.data(), std::memory_order_release);
 }
 
 void LibContext::setRefCountableRegistry(IRefCountableRegistry* registry)
@@ -50,8 +53,9 @@ void LibContext::setRefCountableRegistry(IRefCountableRegistry* registry)
 
 LibContext& libContext()
 {
-    static LibContext context;
-    return context;
+    alignas(LibContext) static std::byte memory[sizeof(LibContext)];
+    static LibContext* const context = new (memory) LibContext;
+    return *context;
 }
 
 } // namespace tavo::sdk

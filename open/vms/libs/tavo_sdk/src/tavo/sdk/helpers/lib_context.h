@@ -1,9 +1,10 @@
-// The one LibContext of this library. Built on first use, from any thread.
+// The one LibContext of this library. Built on first use, from any thread, and never destroyed: a
+// host may hold its last object of ours until the process has ended.
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <mutex>
-#include <string>
 
 #include <tavo/sdk/i_lib_context.h>
 
@@ -28,7 +29,7 @@ public:
 
 private:
     std::mutex m_mutex; // over the set operations
-    std::string m_ownName; // written once, before m_name points to it
+    std::array<char, 256> m_ownName{}; // cut if longer; written once, before m_name points to it
     std::atomic<const char*> m_name{kDefaultName};
     std::atomic<IRefCountableRegistry*> m_refCountableRegistry{nullptr}; // not owned
 };

@@ -7,6 +7,8 @@
 #include <optional>
 #include <string>
 
+#include <tavo/kit/debug.h>
+
 #include "core/base/deployment.h"
 #include "remote/text_helpers.h"
 #include "runtimes/driver_probes.h"
@@ -147,7 +149,7 @@ bool findNvidiaPciDevice()
     int systemError = 0;
     if (!machine_pci_devices(devices, systemError))
     {
-        std::fprintf(stderr, "Failed to open PCI registry key, status=%d\n", systemError);
+        kit::printLine("Failed to open PCI registry key, status=" + std::to_string(systemError));
         return false;
     }
     for (const PciDevice& device : devices)
