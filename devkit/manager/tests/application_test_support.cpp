@@ -213,7 +213,7 @@ bool PluginSide::sendFrame(
     bool isWritten = false;
     if (reply.error() == mpack_ok && !mpack_node_is_missing(name))
     {
-        const orlix::ShmView* const view = attach(text(name));
+        orlix::ShmView* const view = attach(text(name));
         isWritten = view &&
             orlix::shm_write_attached(
                         *view, message.data(), static_cast<std::uint32_t>(message.size()));
@@ -256,7 +256,7 @@ std::optional<ReceivedResult> PluginSide::nextResult()
     return result;
 }
 
-const orlix::ShmView* PluginSide::attach(const std::string& name)
+orlix::ShmView* PluginSide::attach(const std::string& name)
 {
     const auto known = m_segments.find(name);
     if (known != m_segments.end())

@@ -85,7 +85,7 @@ public:
     }
 
 private:
-    const orlix::ShmView* attach(const std::string& name);
+    orlix::ShmView* attach(const std::string& name);
 
     const std::string m_moduleSocket;
     const std::string m_pluginSocket;

@@ -53,7 +53,7 @@ TEST_F(SegmentPoolTest, aSegmentGrowsUnderItsNameAndInViewsThatExist)
     orlix::ShmSegment segment;
     orlix::shm_from_name(segment, name);
     ASSERT_TRUE(orlix::shm_open(segment));
-    const orlix::ShmView view = orlix::shm_attach(segment);
+    orlix::ShmView view = orlix::shm_attach(segment);
     orlix::shm_close(segment);
     pool.giveBack(name, m_now);
 

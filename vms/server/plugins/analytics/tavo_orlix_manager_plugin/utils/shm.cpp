@@ -37,7 +37,8 @@ const char* payloadOf(const ShmView& view, std::uint32_t& size, const char*& dat
 ShmView::ShmView(ShmView&& other) noexcept :
     m_address(std::exchange(other.m_address, nullptr)),
     m_length(std::exchange(other.m_length, 0)),
-    m_handle(std::exchange(other.m_handle, kNoShm))
+    m_handle(std::exchange(other.m_handle, kNoShm)),
+    m_backed(std::exchange(other.m_backed, 0))
 {}
 
 ShmView& ShmView::operator=(ShmView&& other) noexcept
@@ -46,6 +47,7 @@ ShmView& ShmView::operator=(ShmView&& other) noexcept
     std::swap(m_address, other.m_address);
     std::swap(m_length, other.m_length);
     std::swap(m_handle, other.m_handle);
+    std::swap(m_backed, other.m_backed);
     return *this;
 }
 
@@ -157,9 +159,9 @@ std::string shm_name(const ShmSegment& segment)
     return segment.name;
 }
 
-char* shm_write_begin(const ShmView& view, std::uint32_t size)
+char* shm_write_begin(ShmView& view, std::uint32_t size)
 {
-    if (!ShmCalls::isWritable(view, size + kShmHeaderSize))
+    if (!ShmCalls::beginWrite(view, size + kShmHeaderSize))
     {
         log_info(
             "Warning: A message of %u bytes does not fit the shared memory. Ignoring it.\n", size);
@@ -169,9 +171,18 @@ char* shm_write_begin(const ShmView& view, std::uint32_t size)
     return view.address() + kShmHeaderSize;
 }
 
+bool shm_write_end(ShmView& view)
+{
+    if (ShmCalls::endWrite(view))
+        return true;
+    log_info("Warning: Shared memory was taken away while it was written to. Ignoring the "
+             "message.\n");
+    return false;
+}
+
 bool shm_write(const ShmSegment& segment, const void* data, std::uint32_t size)
 {
-    const ShmView view = ShmCalls::map(segment.handle, /*readOnly*/ false);
+    ShmView view = ShmCalls::map(segment.handle, /*readOnly*/ false);
     if (!shm_is_attached(view))
     {
         const SystemErrorText error(last_system_error());
@@ -183,13 +194,13 @@ bool shm_write(const ShmSegment& segment, const void* data, std::uint32_t size)
     return shm_write_attached(view, data, size);
 }
 
-bool shm_write_attached(const ShmView& view, const void* data, std::uint32_t size)
+bool shm_write_attached(ShmView& view, const void* data, std::uint32_t size)
 {
     char* const payload = shm_write_begin(view, size);
     if (!payload)
         return false;
     std::memcpy(payload, data, size);
-    return true;
+    return shm_write_end(view);
 }
 
 ShmView shm_read(const ShmSegment& segment, std::uint32_t& size, const char*& data)

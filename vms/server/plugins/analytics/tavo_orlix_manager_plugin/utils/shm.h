@@ -10,7 +10,8 @@
 // holds a 4-byte size in machine order, then that many bytes of payload.
 //
 // The other process is not trusted: every read and write is held against what is committed at that
-// moment, since a touch beyond it would end this process.
+// moment, since a touch beyond it would end this process. Where what is committed can be taken away
+// again, a write survives that too, and says so; elsewhere it stays.
 //
 // A failed call says so by its value and has logged why; nothing throws. No locks and no state: any
 // thread may call, a view and a record belong to one thread at a time. Two threads may write to
@@ -56,6 +57,7 @@ private:
     char* m_address = nullptr;
     std::size_t m_length = 0; // mapped bytes
     ShmHandle m_handle = kNoShm; // the view's own
+    std::size_t m_backed = 0; // bytes that were seen to have memory
 };
 
 // Creates a segment with a new random name and commits `payloadSize` + 4 bytes. Five names are
@@ -102,13 +104,20 @@ void shm_remove(const ShmSegment& segment);
 
 [[nodiscard]] std::string shm_name(const ShmSegment& segment);
 
-// Stores the size and gives the place of the payload, which the caller fills next. Null, with one
-// warning and nothing stored, if the payload does not fit what is committed.
-[[nodiscard]] char* shm_write_begin(const ShmView& view, std::uint32_t size);
+// Stores the size and gives the place of the payload, which the caller fills next and then ends
+// with shm_write_end, on the same thread and before it begins another write. Null, with one warning
+// and nothing stored, if the payload does not fit what is committed; then there is nothing to end.
+[[nodiscard]] char* shm_write_begin(ShmView& view, std::uint32_t size);
 
-// Writes size and payload. False, with one warning, if it does not fit what is committed.
+// False, with one warning, if the other side has taken memory of the segment away meanwhile: what
+// was written is void then. The view can be written to again, unless the system refuses that; it is
+// not attached any more then.
+[[nodiscard]] bool shm_write_end(ShmView& view);
+
+// Writes size and payload. False, with one warning, if it does not fit what is committed, or that
+// is taken away meanwhile.
 [[nodiscard]] bool shm_write(const ShmSegment& segment, const void* data, std::uint32_t size);
-[[nodiscard]] bool shm_write_attached(const ShmView& view, const void* data, std::uint32_t size);
+[[nodiscard]] bool shm_write_attached(ShmView& view, const void* data, std::uint32_t size);
 
 // A read-only view in which `data` and `size` tell the payload; not attached on failure. A size
 // word that says more than is committed is cut to that.

@@ -25,8 +25,12 @@ struct ShmCalls
     [[nodiscard]] static bool commit(const ShmView& view, std::size_t size);
 
     // True if the first `size` bytes are committed, and can be written to without running out of
-    // memory.
-    [[nodiscard]] static bool isWritable(const ShmView& view, std::size_t size);
+    // memory. Every true is followed by endWrite on the same thread.
+    [[nodiscard]] static bool beginWrite(ShmView& view, std::size_t size);
+
+    // False if memory of the view was taken away since beginWrite. The view is whole again then, or
+    // not attached any more. Always true where what is committed stays so.
+    [[nodiscard]] static bool endWrite(ShmView& view);
 };
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

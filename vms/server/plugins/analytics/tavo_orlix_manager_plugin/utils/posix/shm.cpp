@@ -8,6 +8,7 @@
 #include <unistd.h>
 #include <utility>
 
+#include "utils/posix/bus_error_guard.h"
 #include "utils/shm_calls.h"
 
 // The size of the segment's file is what is committed; every view maps the whole reserve, so that
@@ -100,6 +101,8 @@ ShmView ShmCalls::map(ShmHandle handle, bool readOnly)
         errno = EBADF;
         return view;
     }
+    if (!readOnly && !installBusErrorGuard())
+        return view;
     const int own = fcntl(descriptorOf(handle), F_DUPFD_CLOEXEC, kFirstDescriptor);
     if (own < 0)
         return view;
@@ -128,20 +131,46 @@ bool ShmCalls::commit(const ShmView& view, std::size_t size)
     return allocate(descriptorOf(view.m_handle), size);
 }
 
-bool ShmCalls::isWritable(const ShmView& view, std::size_t size)
+// A creator that has only set the file's size has left holes, which cost memory at the first touch.
+// Where the holes are is not told, so one of them anywhere has the system look at all that is
+// needed, once.
+bool ShmCalls::beginWrite(ShmView& view, std::size_t size)
 {
+    constexpr std::size_t kBlock = 512;
     const int descriptor = descriptorOf(view.m_handle);
     struct stat status = {};
-    if (size > view.m_length || fstat(descriptor, &status) != 0 ||
-        size > static_cast<std::size_t>(status.st_size))
-    {
+    if (size > view.m_length || fstat(descriptor, &status) != 0)
         return false;
+    const auto committed = static_cast<std::size_t>(status.st_size);
+    if (size > committed)
+        return false;
+    if (size > view.m_backed || view.m_backed > committed)
+    {
+        const bool hasHoles = static_cast<std::size_t>(status.st_blocks) * kBlock < committed;
+        if (hasHoles && !allocate(descriptor, size))
+            return false;
+        view.m_backed = size;
     }
-    // A creator that has only set the file's size has left holes, which cost memory at the first
-    // touch.
-    constexpr std::size_t kBlock = 512;
-    return static_cast<std::size_t>(status.st_blocks) * kBlock >= size ||
-        allocate(descriptor, size);
+    guardWrite(view.m_address, view.m_length);
+    return true;
+}
+
+bool ShmCalls::endWrite(ShmView& view)
+{
+    if (endGuard())
+        return true;
+    view.m_backed = 0;
+    if (mmap(
+            view.m_address, view.m_length, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED,
+            descriptorOf(view.m_handle), 0) == MAP_FAILED)
+    {
+        munmap(view.m_address, view.m_length);
+        close(descriptorOf(view.m_handle));
+        view.m_address = nullptr;
+        view.m_length = 0;
+        view.m_handle = kNoShm;
+    }
+    return false;
 }
 
 int shm_close(ShmSegment& segment)

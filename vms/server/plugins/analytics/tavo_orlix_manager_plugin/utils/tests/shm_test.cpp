@@ -1,6 +1,7 @@
 #include "utils/shm.h"
 
 #include <cstring>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -37,7 +38,7 @@ ShmView attachByName(const std::string& name)
     return view;
 }
 
-bool write(const ShmView& view, const std::string& text)
+bool write(ShmView& view, const std::string& text)
 {
     return shm_write_attached(view, text.data(), static_cast<std::uint32_t>(text.size()));
 }
@@ -54,7 +55,7 @@ TEST(ShmTest, whatOneSideWritesTheOtherReads)
 {
     const OwnSegment segment(10);
     EXPECT_EQ(10u, shm_size(segment));
-    const ShmView view = attachByName(shm_name(segment));
+    ShmView view = attachByName(shm_name(segment));
     ASSERT_TRUE(write(view, "frame"));
     EXPECT_EQ("frame", readText(segment));
     ASSERT_TRUE(shm_write(segment, "back", 4));
@@ -67,7 +68,7 @@ TEST(ShmTest, whatOneSideWritesTheOtherReads)
 TEST(ShmTest, aMessageIsHeldAgainstWhatIsCommittedNow)
 {
     const OwnSegment segment(10);
-    const ShmView view = attachByName(segment.name);
+    ShmView view = attachByName(segment.name);
     ASSERT_TRUE(write(view, "0123456789"));
     EXPECT_FALSE(write(view, "0123456789a"));
     EXPECT_EQ("0123456789", readText(segment));
@@ -83,7 +84,7 @@ TEST(ShmTest, aMessageIsHeldAgainstWhatIsCommittedNow)
 TEST(ShmTest, aSegmentCutByTheOtherSideDoesNotEndThisProcess)
 {
     const OwnSegment segment(100'000);
-    const ShmView view = attachByName(segment.name);
+    ShmView view = attachByName(segment.name);
     ASSERT_TRUE(write(view, std::string(100'000, 'x')));
     ASSERT_EQ(0, ftruncate(static_cast<int>(segment.handle), 8));
     std::uint32_t size = 0;
@@ -97,16 +98,52 @@ TEST(ShmTest, aSegmentCutByTheOtherSideDoesNotEndThisProcess)
     EXPECT_EQ(0u, shm_size(segment));
 }
 
+TEST(ShmTest, aSegmentCutWhileItIsWrittenToFailsTheWriteAlone)
+{
+    constexpr std::uint32_t kSize = 1'000'000;
+    OwnSegment segment(kSize);
+    ShmView view = attachByName(segment.name);
+    for (const std::size_t left : {std::size_t{0}, std::size_t{500'000}})
+    {
+        SCOPED_TRACE(left);
+        char* const payload = shm_write_begin(view, kSize);
+        ASSERT_TRUE(payload);
+        ASSERT_EQ(0, ftruncate(static_cast<int>(segment.handle), static_cast<off_t>(left)));
+        std::memset(payload, 'x', kSize);
+        EXPECT_FALSE(shm_write_end(view));
+
+        EXPECT_FALSE(write(view, std::string(kSize, 'y')));
+        ASSERT_TRUE(shm_resize(segment, kSize));
+        ASSERT_TRUE(write(view, std::string(kSize, 'z')));
+        EXPECT_EQ(std::string(kSize, 'z'), readText(segment)); // of the segment, as before
+    }
+}
+
 TEST(ShmTest, holesAreBackedBeforeTheyAreTouched)
 {
-    const OwnSegment segment(0);
     constexpr std::size_t kSize = 1'000'000;
-    ASSERT_EQ(0, ftruncate(static_cast<int>(segment.handle), kSize));
-    const ShmView view = attachByName(segment.name);
-    ASSERT_TRUE(shm_write_begin(view, kSize - 4));
-    struct stat status = {};
-    ASSERT_EQ(0, fstat(static_cast<int>(segment.handle), &status));
-    EXPECT_GE(static_cast<std::size_t>(status.st_blocks) * 512, kSize);
+    const struct
+    {
+        const char* name;
+        std::size_t allocated; // bytes at the segment's end
+    } cases[] = {{"all is a hole", 0}, {"a hole in front", kSize}};
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        const OwnSegment segment(0);
+        const int descriptor = static_cast<int>(segment.handle);
+        ASSERT_EQ(0, ftruncate(descriptor, kSize + 1'000'000));
+        if (c.allocated > 0)
+        {
+            ASSERT_EQ(0, posix_fallocate(descriptor, 1'000'000, static_cast<off_t>(c.allocated)));
+        }
+        ShmView view = attachByName(segment.name);
+        ASSERT_TRUE(shm_write_begin(view, kSize - 4));
+        EXPECT_TRUE(shm_write_end(view));
+        struct stat status = {};
+        ASSERT_EQ(0, fstat(descriptor, &status));
+        EXPECT_GE(static_cast<std::size_t>(status.st_blocks) * 512, kSize + c.allocated);
+    }
 }
 
 TEST(ShmTest, nothingGoesBeyondTheReserve)
@@ -123,7 +160,7 @@ TEST(ShmTest, aViewOutlivesNameAndHandleAndLeavesNoDescriptor)
     {
         OwnSegment segment(10);
         ShmView view = attachByName(segment.name);
-        const ShmView other = attachByName(segment.name);
+        ShmView other = attachByName(segment.name);
         shm_remove(segment);
         EXPECT_EQ(0, shm_close(segment));
         EXPECT_EQ(-1, shm_close(segment));

@@ -35,6 +35,8 @@ bool AttachedSegment::write(const MessageBuffer& message, CopyChoice& copyChoice
     const auto begin = std::chrono::steady_clock::now();
     message.copyTo(payload, way);
     const auto took = std::chrono::steady_clock::now() - begin;
+    if (!shm_write_end(m_view))
+        return false;
     lock.unlock();
     copyChoice.note(message.size(), way, took);
     return true;

@@ -23,14 +23,14 @@ public:
         m_view(std::move(view))
     {}
 
-    // Writes the size word and the message. False, with nothing written and the reason logged, when
-    // the application has committed less than that.
+    // Writes the size word and the message. False, with the reason logged, when the application has
+    // committed less than that, or takes it away meanwhile.
     [[nodiscard]] bool write(const MessageBuffer& message, CopyChoice& copyChoice);
 
 private:
     // The protocol gives a segment to one frame at a time; this holds if the application does not.
     Mutex m_writeLock;
-    const ShmView m_view GUARDED_BY(m_writeLock);
+    ShmView m_view GUARDED_BY(m_writeLock);
 };
 
 // The segments that the application has named, by name. It creates, sizes and names them; here
