@@ -33,8 +33,6 @@ inline constexpr int kSocketTimeoutMs = socket_timeout.seconds * 1000;
 [[nodiscard]] Transferred socket_receive_some(
     SocketHandle socket, void* target, std::size_t size, int timeoutMs);
 
-void socket_set_send_timeout(SocketHandle socket);
-
 // Sends the first part, then the second, with one call.
 [[nodiscard]] Transferred socket_send_some(
     SocketHandle socket, std::span<const char> first, std::span<const char> second, int timeoutMs);

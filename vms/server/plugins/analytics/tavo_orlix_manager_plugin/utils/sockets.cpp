@@ -134,7 +134,6 @@ void socket_receive_message(SocketHandle socket, ReceiveBuffer& buffer, MessageP
 
 bool socket_send_message(SocketHandle socket, const void* data, std::uint32_t size)
 {
-    socket_set_send_timeout(socket);
     const Deadline deadline(kMessageDeadlineMs);
     char sizeBytes[kHeaderSize];
     std::memcpy(sizeBytes, &size, kHeaderSize);
@@ -195,7 +194,8 @@ std::uint32_t socket_request(
 int socket_serve(
     const std::string& path, const SocketCallback& callback, const std::atomic<bool>& stop)
 {
-    const SocketHandle listeningSocket = socket_listen(path);
+    SocketFile file;
+    const SocketHandle listeningSocket = socket_listen(path, &file);
     if (listeningSocket == kInvalidSocket)
     {
         errno = socket_error_to_errno(last_socket_error());
@@ -213,7 +213,7 @@ int socket_serve(
             log_info("Warning: Sender socket close error!\n");
     }
     socket_close(listeningSocket);
-    socket_unlink(path);
+    socket_unlink(path, file);
     return 0;
 }
 

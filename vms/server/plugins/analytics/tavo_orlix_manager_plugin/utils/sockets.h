@@ -12,6 +12,10 @@
 // Local stream sockets and the frame record, the one message format on them: a 4-byte size in
 // machine order, then that many bytes.
 //
+// Nobody but the user of this process and the system's administrator has a part in it: a socket
+// file is for its owner alone from before anybody can connect, and both sides look at who the other
+// one is. (Where a platform does not tell that, the folder of the sockets is the user's own.)
+//
 // No wait lasts longer than a second, and no message takes longer than 5 seconds in all, however
 // its bytes trickle. A failed call says so by its value and has logged why; nothing is retried and
 // nothing throws. No write raises a signal. No state: any thread may call. A socket belongs to one
@@ -80,12 +84,27 @@ enum class MessagePlace
 };
 
 // Connects to the socket that listens at `path`, which is cut to 107 bytes. Gives a socket to be
-// closed with socket_close, or kInvalidSocket.
+// closed with socket_close, or kInvalidSocket, also when somebody else's process listens there.
 [[nodiscard]] SocketHandle socket_connect(const std::string& path);
 
-// Listens at `path`, cut to 107 bytes; a file that is there is replaced. Gives a socket to be
-// closed with socket_close, or kInvalidSocket. The file stays until socket_unlink.
-[[nodiscard]] SocketHandle socket_listen(const std::string& path);
+// Which file a listening socket has made, so that it is not taken for another's at the same path.
+// Stays blank where a platform cannot tell.
+struct SocketFile
+{
+    std::uint64_t device = 0;
+    std::uint64_t number = 0;
+
+    [[nodiscard]] bool isBlank() const { return device == 0 && number == 0; }
+    bool operator==(const SocketFile&) const = default;
+};
+
+// Listens at `path`, cut to 107 bytes; a file or an empty folder that is there is replaced. Gives a
+// socket to be closed with socket_close, or kInvalidSocket. The file stays until socket_unlink.
+[[nodiscard]] SocketHandle socket_listen(const std::string& path, SocketFile* file = nullptr);
+
+// False if the process at the other end of a connection is another user's, and not the
+// administrator's. Looked at by socket_connect and socket_accept_message already.
+[[nodiscard]] bool socket_peer_is_trusted(SocketHandle socket);
 
 // Waits a second for a connection and receives its first message as socket_receive_message does.
 // Gives the accepted socket, whether or not a message came, to be closed with socket_close. Gives
@@ -102,7 +121,8 @@ enum class MessagePlace
 void socket_receive_message(
     SocketHandle socket, ReceiveBuffer& buffer, MessagePlace place = MessagePlace::oneOfSeveral);
 
-// Sends one message. Why it failed is told on standard output and not in the log.
+// Sends one message. Why it failed is told on standard output and not in the log. `socket` comes
+// from socket_connect or socket_accept_message.
 bool socket_send_message(SocketHandle socket, const void* data, std::uint32_t size);
 
 // Sends one message on a connection of its own. Fire and forget: the caller learns nothing.
@@ -131,6 +151,12 @@ void socket_shutdown(SocketHandle socket);
 
 // Deletes the file of a listening socket.
 void socket_unlink(const std::string& path);
+
+// The same, unless another socket has taken the path over.
+void socket_unlink(const std::string& path, const SocketFile& own);
+
+// Deletes the file of a socket whose process has ended; one that somebody listens at stays.
+void socket_unlink_stale(const std::string& path);
 
 // Make the system's sockets ready, and end that. Needed once per process by programs; inside a host
 // they are ready. Give 0, or 1 with the reason logged.

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -104,6 +105,32 @@ bool isShortage(int error)
     return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM;
 }
 
+bool isTrusted(int descriptor)
+{
+    ucred peer = {};
+    socklen_t size = sizeof peer;
+    return getsockopt(descriptor, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 &&
+        (peer.uid == geteuid() || peer.uid == 0);
+}
+
+// One of an earlier run would block the bind. A folder is not looked into: what is in it is
+// somebody's.
+void clearPath(const std::string& path)
+{
+    const std::string fitting = pathInAddress(path);
+    if (unlink(fitting.c_str()) != 0 && (errno == EISDIR || errno == EPERM))
+        rmdir(fitting.c_str());
+}
+
+// Blank if there is no such file.
+SocketFile fileAt(const std::string& path)
+{
+    struct stat status = {};
+    if (lstat(pathInAddress(path).c_str(), &status) != 0)
+        return {};
+    return {status.st_dev, status.st_ino};
+}
+
 } // namespace
 
 SocketHandle socket_connect(const std::string& path)
@@ -116,9 +143,10 @@ SocketHandle socket_connect(const std::string& path)
     }
     setTimeout(descriptor, SO_SNDTIMEO);
     setTimeout(descriptor, SO_RCVTIMEO);
-    if (!connectTo(descriptor, addressOf(path)))
+    const bool isConnected = connectTo(descriptor, addressOf(path));
+    if (!isConnected || !isTrusted(descriptor))
     {
-        const int error = errno;
+        const int error = isConnected ? EACCES : errno;
         const SystemErrorText text(error);
         log_info(
             "Warning: Connect to socket [%s] failed: %.*s\n", path.c_str(), text.length(),
@@ -128,9 +156,9 @@ SocketHandle socket_connect(const std::string& path)
     return handleOf(descriptor);
 }
 
-SocketHandle socket_listen(const std::string& path)
+SocketHandle socket_listen(const std::string& path, SocketFile* file)
 {
-    socket_unlink(path); // one of an earlier run would block the bind
+    clearPath(path);
     const sockaddr_un address = addressOf(path);
     const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (descriptor < 0)
@@ -139,13 +167,17 @@ SocketHandle socket_listen(const std::string& path)
         log_info("Error: Sender socket error: %.*s\n", error.length(), error.c_str());
         return kInvalidSocket;
     }
-    if (bind(descriptor, generic(address), sizeof address) != 0)
+    // The file that a bind makes has the socket's own mode, as far as the umask leaves it.
+    if (fchmod(descriptor, S_IRUSR | S_IWUSR) != 0 ||
+        bind(descriptor, generic(address), sizeof address) != 0)
     {
         const int error = errno;
         const SystemErrorText text(error);
         log_info("Error: Sender socket bind error: %.*s\n", text.length(), text.c_str());
         return giveUp(descriptor, error);
     }
+    if (file)
+        *file = fileAt(path);
     if (!setTimeout(descriptor, SO_RCVTIMEO))
     {
         const int error = errno;
@@ -176,7 +208,13 @@ SocketHandle socket_accept(SocketHandle listeningSocket)
     const int accepted = accept4(descriptor, nullptr, nullptr, SOCK_CLOEXEC);
     if (accepted >= 0)
     {
+        if (!isTrusted(accepted))
+        {
+            log_info("Warning: A process of another user has connected. Closing the connection.\n");
+            return giveUp(accepted, EACCES);
+        }
         setTimeout(accepted, SO_RCVTIMEO); // not inherited
+        setTimeout(accepted, SO_SNDTIMEO);
         return handleOf(accepted);
     }
     const int error = errno;
@@ -206,11 +244,6 @@ Transferred socket_receive_some(SocketHandle socket, void* target, std::size_t s
     if (waited.status != Status::done)
         return waited;
     return transferred(recv(descriptor, target, size, MSG_DONTWAIT));
-}
-
-void socket_set_send_timeout(SocketHandle socket)
-{
-    setTimeout(descriptorOf(socket), SO_SNDTIMEO);
 }
 
 Transferred socket_send_some(
@@ -243,9 +276,32 @@ void socket_shutdown(SocketHandle socket)
     shutdown(descriptorOf(socket), SHUT_RDWR);
 }
 
+bool socket_peer_is_trusted(SocketHandle socket)
+{
+    return isTrusted(descriptorOf(socket));
+}
+
 void socket_unlink(const std::string& path)
 {
     unlink(pathInAddress(path).c_str());
+}
+
+void socket_unlink(const std::string& path, const SocketFile& own)
+{
+    if (!own.isBlank() && fileAt(path) == own)
+        socket_unlink(path);
+}
+
+void socket_unlink_stale(const std::string& path)
+{
+    const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    if (descriptor < 0)
+        return;
+    const sockaddr_un address = addressOf(path);
+    const SocketFile seen = fileAt(path);
+    if (connect(descriptor, generic(address), sizeof address) != 0 && errno == ECONNREFUSED)
+        socket_unlink(path, seen);
+    close(descriptor);
 }
 
 int sockets_start()
