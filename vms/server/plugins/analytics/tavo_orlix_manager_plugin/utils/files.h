@@ -25,8 +25,9 @@ using FileStream = std::unique_ptr<std::FILE, FileCloser>;
 // Created, or written on from its end.
 [[nodiscard]] std::FILE* file_open_append(const char* path);
 
-// As file_open_write, with access for the owner only from before the first byte; a file that is
-// already there is given that mode too.
+// A new file for the owner only, from before the first byte, in place of whatever has that name: a
+// file that is there is never opened, and a link never followed. For everything below a folder that
+// others can write to. Null, too, if what is there cannot be removed.
 [[nodiscard]] std::FILE* file_open_private(const char* path);
 
 // Lets everybody read and write an open file. A failure has no effect.

@@ -24,17 +24,16 @@ std::FILE* file_open_append(const char* path)
 
 std::FILE* file_open_private(const char* path)
 {
+    // Whoever has opened what is there, or has linked it to somewhere else, keeps that.
+    unlink(path);
     const int descriptor =
-        open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR);
+        open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR);
     if (descriptor < 0)
         return nullptr;
-    if (fchmod(descriptor, S_IRUSR | S_IWUSR) == 0)
-    {
-        if (std::FILE* const file = fdopen(descriptor, "wb"))
-            return file;
-    }
-    close(descriptor);
-    return nullptr;
+    std::FILE* const file = fdopen(descriptor, "wb");
+    if (!file)
+        close(descriptor);
+    return file;
 }
 
 void file_allow_all(std::FILE* file)

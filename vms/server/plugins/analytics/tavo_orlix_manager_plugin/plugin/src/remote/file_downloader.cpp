@@ -109,7 +109,7 @@ bool downloadFile(
         log_info("Error! Could not request file data! Status code: %d\n", statusCode);
         return false;
     }
-    FileStream file(file_open_write(filePath.c_str()));
+    FileStream file(file_open_private(filePath.c_str())); // it may lie in the temporary folder
     if (!file)
     {
         log_info("Error opening file for writing: %s\n", filePath.c_str());
