@@ -30,26 +30,46 @@ bool areUsable(const char* const* arguments)
     return hasText;
 }
 
-} // namespace
-
-ProcessRecord process_start(const char* const* arguments, bool console, PipeEnd* errorPipe)
+ProcessRecord prepare(const char* const* arguments, bool console, PipeEnd* errorPipe)
 {
     if (errorPipe)
         *errorPipe = {};
     if (!areUsable(arguments))
         return {};
-    return process_start_checked(arguments, console, errorPipe);
+    return process_prepare_checked(arguments, console, errorPipe);
 }
 
-ProcessRecord process_start(
-    const std::vector<std::string>& arguments, bool console, PipeEnd* errorPipe)
+// Ended by a null pointer.
+std::vector<const char*> pointersTo(const std::vector<std::string>& arguments)
 {
     std::vector<const char*> pointers;
     pointers.reserve(arguments.size() + 1);
     for (const std::string& argument : arguments)
         pointers.push_back(argument.c_str());
     pointers.push_back(nullptr);
-    return process_start(pointers.data(), console, errorPipe);
+    return pointers;
+}
+
+} // namespace
+
+ProcessRecord process_start(const char* const* arguments, bool console, PipeEnd* errorPipe)
+{
+    ProcessRecord record = prepare(arguments, console, errorPipe);
+    if (record.job && !process_run(record) && errorPipe)
+        *errorPipe = {};
+    return record;
+}
+
+ProcessRecord process_start(
+    const std::vector<std::string>& arguments, bool console, PipeEnd* errorPipe)
+{
+    return process_start(pointersTo(arguments).data(), console, errorPipe);
+}
+
+ProcessRecord process_prepare(
+    const std::vector<std::string>& arguments, bool console, PipeEnd* errorPipe)
+{
+    return prepare(pointersTo(arguments).data(), console, errorPipe);
 }
 
 bool process_started(const ProcessRecord& record)

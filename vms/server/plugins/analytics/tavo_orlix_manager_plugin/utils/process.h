@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
@@ -46,13 +47,21 @@ inline constexpr int kProcessWaitTimeout = -2;
 
 // Starts `arguments`, ended by a null pointer, of which the first is the program; it is searched
 // for where it holds no separator. The child has this process's environment and current directory,
-// no standard input, and its standard output only with `console`. With `errorPipe` its standard
-// error goes to that pipe, of which the read end is given; a full pipe loses text and never stalls
-// the child. On failure the record's pid is kProcessNotStarted and `errorPipe` is blank.
+// no standard input, and its standard output only with `console`. With `errorPipe` its last words,
+// which are the last 64 KiB at most of what it writes to its standard error, can be read from that
+// pipe once its end was seen; it may write as much as it likes, and nobody need read. On failure
+// the record's pid is kProcessNotStarted and `errorPipe` is blank.
 [[nodiscard]] ProcessRecord process_start(
     const char* const* arguments, bool console, PipeEnd* errorPipe = nullptr);
 [[nodiscard]] ProcessRecord process_start(
     const std::vector<std::string>& arguments, bool console, PipeEnd* errorPipe = nullptr);
+
+// The two halves of process_start, for what is to be tied to the job before the program runs: a
+// record of the first has a job, and no process yet; the second starts it and gives false on
+// failure. A failure of either leaves no job.
+[[nodiscard]] ProcessRecord process_prepare(
+    const std::vector<std::string>& arguments, bool console, PipeEnd* errorPipe = nullptr);
+[[nodiscard]] bool process_run(ProcessRecord& record);
 
 [[nodiscard]] bool process_started(const ProcessRecord& record);
 
@@ -68,9 +77,10 @@ inline constexpr int kProcessWaitTimeout = -2;
 // there is no process any more.
 int process_kill(const ProcessRecord& record);
 
-// Has a file, by its absolute path, deleted when the job has ended, for what must not outlive it
-// even if this process is killed. Not every platform can; logs when it cannot be.
-void process_delete_at_end(const ProcessRecord& record, const std::string& path);
+// Has a file deleted when the job has ended, for what must not outlive it even if this process is
+// killed. `file` is open, and `path` its absolute path; another file that has that path by then
+// stays. Holds from the return on. Not every platform can; logs when it cannot be.
+void process_delete_at_end(const ProcessRecord& record, const std::string& path, std::FILE* file);
 
 using ProcessSignalHandler = void (*)(int signal);
 

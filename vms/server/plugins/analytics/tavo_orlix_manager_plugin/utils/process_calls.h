@@ -5,8 +5,8 @@
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
-// As process_start, for arguments that were looked at.
-[[nodiscard]] ProcessRecord process_start_checked(
+// As process_prepare, for arguments that were looked at.
+[[nodiscard]] ProcessRecord process_prepare_checked(
     const char* const* arguments, bool console, PipeEnd* errorPipe);
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,8 +1,11 @@
 #include "utils/command.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
+#include <poll.h>
 
+#include "utils/deadline.h"
 #include "utils/log.h"
 #include "utils/posix/keeper_file.h"
 #include "utils/posix/kept_program.h"
@@ -12,25 +15,65 @@ namespace tavo::vms_server_plugins::analytics::orlix
 namespace
 {
 
-std::string readToEnd(const UniqueDescriptor& pipe)
+constexpr std::size_t kMaxOutput = 16 * 1024 * 1024;
+
+// What a program writes. The read end never waits.
+class Output
 {
-    std::string text;
-    char block[4096];
-    for (;;)
+public:
+    explicit Output(UniqueDescriptor pipe) :
+        m_pipe(std::move(pipe))
+    {}
+
+    // -1 once nobody writes any more.
+    [[nodiscard]] int descriptor() const { return m_pipe.get(); }
+
+    // One piece of it. False when there is none for now.
+    bool take()
     {
-        const ssize_t count = read(pipe.get(), block, sizeof block);
+        char block[4096];
+        const ssize_t count = m_pipe ? read(m_pipe.get(), block, sizeof block) : 0;
         if (count > 0)
-            text.append(block, static_cast<std::size_t>(count));
-        else if (count == 0 || errno != EINTR)
-            return text;
+            m_text.append(
+                block, std::min(static_cast<std::size_t>(count), kMaxOutput - m_text.size()));
+        else if (count == 0 || (errno != EAGAIN && errno != EINTR))
+            m_pipe.reset();
+        return count > 0;
     }
+
+    [[nodiscard]] std::string text() { return std::move(m_text); }
+
+private:
+    UniqueDescriptor m_pipe;
+    std::string m_text;
+};
+
+// False if the program has not ended by then.
+bool takeUntilEnd(Output& output, KeptProgram& program, const Deadline& deadline)
+{
+    while (!deadline.hasPassed())
+    {
+        pollfd polled[] = {{output.descriptor(), POLLIN, 0}, {program.endDescriptor(), POLLIN, 0}};
+        if (poll(polled, 2, deadline.remainingMs()) <= 0)
+            continue;
+        if (polled[1].revents != 0 && program.waitForEnd(0))
+        {
+            // What it has written is in the pipe; what others go on to write is not waited for.
+            for (std::size_t i = 0; i < kMaxOutput / 4096 && output.take(); ++i)
+                continue;
+            return true;
+        }
+        if (polled[0].revents != 0)
+            output.take();
+    }
+    return false;
 }
 
 } // namespace
 
 // Through a keeper, as the manager application: a command ends with the host, and its exit code is
 // known also where the host ignores SIGCHLD or collects all children itself.
-CommandResult runCommand(const std::string& commandLine)
+CommandResult runCommand(const std::string& commandLine, std::chrono::seconds limit)
 {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0)
@@ -38,7 +81,8 @@ CommandResult runCommand(const std::string& commandLine)
         log_info("Error creating pipe: %d", errno);
         return {};
     }
-    const UniqueDescriptor readEnd(ends[0]);
+    Output output{UniqueDescriptor(ends[0])};
+    fcntl(output.descriptor(), F_SETFL, O_NONBLOCK);
     UniqueDescriptor writeEnd = aboveStandard(UniqueDescriptor(ends[1]));
     const std::vector<std::string> words = splitCommandLine(commandLine);
     std::vector<const char*> arguments;
@@ -53,17 +97,28 @@ CommandResult runCommand(const std::string& commandLine)
         return {};
     }
     const ProgramStream both{ProgramStream::descriptor, writeEnd.get()};
-    KeptProgram program = KeptProgram::start(arguments.data(), both, both, failure);
+    const Deadline deadline(static_cast<int>(std::chrono::milliseconds(limit).count()));
+    KeptProgram program = KeptProgram::prepare(arguments.data(), both, both, failure);
     writeEnd.reset();
+    if (failure.stage == StartFailure::none)
+        failure = program.run();
     if (failure.stage != StartFailure::none)
     {
         log_info("Error creating process: %d", failure.systemError);
         return {};
     }
     CommandResult result;
-    result.output = readToEnd(readEnd);
-    static_cast<void>(program.waitForEnd(-1));
-    result.exitCode = program.exitCode().value_or(-1);
+    if (takeUntilEnd(output, program, deadline))
+    {
+        result.exitCode = program.exitCode().value_or(-1);
+    }
+    else
+    {
+        log_info(
+            "Error: Command did not end in %d seconds and is killed: %s\n",
+            static_cast<int>(limit.count()), commandLine.c_str());
+    }
+    result.output = output.text();
     return result;
 }
 

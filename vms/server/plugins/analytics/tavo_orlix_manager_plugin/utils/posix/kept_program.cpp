@@ -1,10 +1,12 @@
 #include "utils/posix/kept_program.h"
 
 #include <cerrno>
+#include <cstring>
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
 #include <string>
+#include <string_view>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -51,7 +53,7 @@ public:
     {
         if (stream.kind == ProgramStream::nowhere)
             posix_spawn_file_actions_addopen(&m_actions, target, "/dev/null", O_RDWR, 0);
-        else if (stream.kind == ProgramStream::descriptor)
+        else if (stream.kind != ProgramStream::inherited)
             give(target, stream.number);
     }
     void give(int target, int descriptor)
@@ -91,9 +93,47 @@ bool receive(int socket, KeeperMessage& message)
     return recv(socket, &message, sizeof message, MSG_DONTWAIT) == sizeof message;
 }
 
-std::vector<char*> keeperArguments(const std::string& host, const char* const* arguments)
+constexpr char kStart = kKeeperStart;
+constexpr char kKill = kKeeperKill;
+
+// A request goes whole or not at all. The keeper has no more than a few of them waiting.
+bool ask(int socket, std::string_view request, int descriptor = -1)
 {
-    std::vector<char*> all{const_cast<char*>("orlix_keeper"), const_cast<char*>(host.c_str())};
+    iovec part{const_cast<char*>(request.data()), request.size()};
+    alignas(cmsghdr) char control[CMSG_SPACE(sizeof descriptor)] = {};
+    msghdr message = {};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    if (descriptor >= 0)
+    {
+        message.msg_control = control;
+        message.msg_controllen = sizeof control;
+        cmsghdr* const header = CMSG_FIRSTHDR(&message);
+        header->cmsg_level = SOL_SOCKET;
+        header->cmsg_type = SCM_RIGHTS;
+        header->cmsg_len = CMSG_LEN(sizeof descriptor);
+        std::memcpy(CMSG_DATA(header), &descriptor, sizeof descriptor);
+    }
+    const Deadline deadline(kAnswerMs);
+    for (;;)
+    {
+        if (sendmsg(socket, &message, MSG_NOSIGNAL | MSG_DONTWAIT) >= 0)
+            return true;
+        const bool isFull = errno == EAGAIN;
+        if ((!isFull && errno != EINTR) || deadline.hasPassed())
+            return false;
+        pollfd polled{socket, POLLOUT, 0};
+        if (isFull)
+            poll(&polled, 1, deadline.remainingMs());
+    }
+}
+
+std::vector<char*> keeperArguments(
+    const std::string& host, const char* errors, const char* const* arguments)
+{
+    std::vector<char*> all{
+        const_cast<char*>("orlix_keeper"), const_cast<char*>(host.c_str()),
+        const_cast<char*>(errors)};
     for (; *arguments; ++arguments)
         all.push_back(const_cast<char*>(*arguments));
     all.push_back(nullptr);
@@ -102,13 +142,20 @@ std::vector<char*> keeperArguments(const std::string& host, const char* const* a
 
 } // namespace
 
-KeptProgram KeptProgram::start(
+KeptProgram KeptProgram::prepare(
     const char* const* arguments, ProgramStream output, ProgramStream errors, StartFailure& failure)
 {
     KeptProgram program;
     if (program.spawnKeeper(arguments, output, errors, failure))
-        failure = program.takeAnswer();
+        failure = program.takeAnswer(kKeeperReady);
     return program;
+}
+
+StartFailure KeptProgram::run()
+{
+    if (!ask(m_socket.get(), {&kStart, 1}))
+        return {StartFailure::noKeeper, errno};
+    return takeAnswer(kKeeperStarted);
 }
 
 bool KeptProgram::spawnKeeper(
@@ -129,7 +176,9 @@ bool KeptProgram::spawnKeeper(
     plan.setStream(STDERR_FILENO, errors);
     plan.give(kKeeperSocket, keeperEnd.get());
     const std::string host = std::to_string(getpid());
-    const std::vector<char*> keeper = keeperArguments(host, arguments);
+    const bool areLastWords = errors.kind == ProgramStream::lastWords;
+    const std::vector<char*> keeper = keeperArguments(
+        host, areLastWords ? KEEPER_ERRORS_LAST_WORDS : KEEPER_ERRORS_OF_PROGRAM, arguments);
     for (int attempt = 0; attempt < kKeeperAttempts; ++attempt)
     {
         const UniqueDescriptor file = openKeeper(attempt, arguments[0]);
@@ -144,16 +193,16 @@ bool KeptProgram::spawnKeeper(
     return false;
 }
 
-StartFailure KeptProgram::takeAnswer()
+StartFailure KeptProgram::takeAnswer(std::uint32_t wanted)
 {
     KeeperMessage message = {};
     if (!isReadable(m_socket.get(), kAnswerMs))
         return {StartFailure::noKeeper, ETIMEDOUT};
     if (!receive(m_socket.get(), message))
         return {StartFailure::noKeeper, ECHILD};
-    if (message.event == kKeeperStarted)
+    if (message.event == wanted)
     {
-        m_program = message.value;
+        m_program = message.value; // 0 while there is none
         return {};
     }
     return {
@@ -190,16 +239,13 @@ bool KeptProgram::waitForEnd(int timeoutMs)
 
 bool KeptProgram::kill()
 {
-    const char byte = kKeeperKill;
-    return send(m_socket.get(), &byte, 1, MSG_NOSIGNAL | MSG_DONTWAIT) == 1;
+    return ask(m_socket.get(), {&kKill, 1});
 }
 
-bool KeptProgram::deleteAtEnd(const std::string& path)
+bool KeptProgram::deleteAtEnd(const std::string& path, int descriptor)
 {
     const std::string request = static_cast<char>(kKeeperDeleteAtEnd) + path;
-    return request.size() <= kKeeperMaxPath &&
-        send(m_socket.get(), request.data(), request.size(), MSG_NOSIGNAL | MSG_DONTWAIT) ==
-        static_cast<ssize_t>(request.size());
+    return request.size() <= kKeeperMaxPath && ask(m_socket.get(), request, descriptor);
 }
 
 // The keeper ends once its tree is gone. It is this process's child and must be collected, but by

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <sys/types.h>
@@ -17,6 +18,7 @@ struct ProgramStream
         nowhere,
         inherited,
         descriptor, // `number`, not owned
+        lastWords, // drained by the keeper; the last of it goes to `number` at the program's end
     };
 
     Kind kind = nowhere;
@@ -44,10 +46,14 @@ struct StartFailure
 class KeptProgram
 {
 public:
-    // `arguments` ends with a null pointer. Only a result without a failure may be used.
-    [[nodiscard]] static KeptProgram start(
+    // The keeper alone, which waits for run(). `arguments` ends with a null pointer. `errors` may
+    // be for last words. Only a result without a failure may be used.
+    [[nodiscard]] static KeptProgram prepare(
         const char* const* arguments, ProgramStream output, ProgramStream errors,
         StartFailure& failure);
+
+    // Starts the program, once.
+    [[nodiscard]] StartFailure run();
 
     KeptProgram() = default;
     ~KeptProgram();
@@ -55,6 +61,9 @@ public:
     KeptProgram& operator=(KeptProgram&&) = delete;
 
     [[nodiscard]] pid_t pid() const { return m_program; }
+
+    // Can be read from once the program has ended; for a poll.
+    [[nodiscard]] int endDescriptor() const { return m_socket.get(); }
 
     // Waits for the program's end; forever with a negative time-out. True if it has ended, and then
     // exitCode() tells how, unless the keeper was killed.
@@ -65,15 +74,15 @@ public:
     // for.
     [[nodiscard]] bool kill();
 
-    // Has the keeper delete a file, by its absolute path, when all of this has ended. False if that
-    // cannot be asked for.
-    [[nodiscard]] bool deleteAtEnd(const std::string& path);
+    // Has the keeper delete a file when all of this has ended, if by then it is still the one of
+    // its absolute path. `descriptor` is one of it. False if that cannot be asked for.
+    [[nodiscard]] bool deleteAtEnd(const std::string& path, int descriptor);
 
 private:
     [[nodiscard]] bool spawnKeeper(
         const char* const* arguments, ProgramStream output, ProgramStream errors,
         StartFailure& failure);
-    [[nodiscard]] StartFailure takeAnswer();
+    [[nodiscard]] StartFailure takeAnswer(std::uint32_t wanted);
     void endKeeper();
 
     pid_t m_keeper = 0; // a child of this process, whose end may be collected by others

@@ -36,8 +36,7 @@ private:
 namespace
 {
 
-// Both ends never wait: the program loses text rather than time, and the reader takes what is
-// there.
+// For the last words: neither the keeper nor the reader waits.
 bool createErrorPipe(UniqueDescriptor& readEnd, UniqueDescriptor& writeEnd)
 {
     int ends[2];
@@ -74,7 +73,7 @@ void logStartFailure(const StartFailure& failure)
 // A process whose end was told cannot be looked at any more.
 bool isKnown(const ProcessRecord& record)
 {
-    return record.job && !record.job->endWasTold;
+    return process_started(record) && record.job && !record.job->endWasTold;
 }
 
 // What the system would say of an id that nobody has.
@@ -104,7 +103,8 @@ void ProcessJobCloser::operator()(ProcessJob* job) const
     delete job;
 }
 
-ProcessRecord process_start_checked(const char* const* arguments, bool console, PipeEnd* errorPipe)
+ProcessRecord process_prepare_checked(
+    const char* const* arguments, bool console, PipeEnd* errorPipe)
 {
     ProcessRecord record;
     const ProgramStream output{console ? ProgramStream::inherited : ProgramStream::nowhere};
@@ -112,19 +112,32 @@ ProcessRecord process_start_checked(const char* const* arguments, bool console, 
     UniqueDescriptor readEnd;
     UniqueDescriptor writeEnd;
     if (errorPipe && createErrorPipe(readEnd, writeEnd))
-        errors = {ProgramStream::descriptor, writeEnd.get()};
+        errors = {ProgramStream::lastWords, writeEnd.get()};
     StartFailure failure;
-    KeptProgram program = KeptProgram::start(arguments, output, errors, failure);
+    KeptProgram program = KeptProgram::prepare(arguments, output, errors, failure);
     if (failure.stage != StartFailure::none)
     {
         logStartFailure(failure);
         return record;
     }
-    record.pid = static_cast<std::uint32_t>(program.pid());
     record.job.reset(new ProcessJob(std::move(program)));
     if (errorPipe && readEnd)
         *errorPipe = PipeEnd(readEnd.release());
     return record;
+}
+
+bool process_run(ProcessRecord& record)
+{
+    const StartFailure failure =
+        record.job ? record.job->program().run() : StartFailure{StartFailure::noJob, ESRCH};
+    if (failure.stage != StartFailure::none)
+    {
+        logStartFailure(failure);
+        record = {};
+        return false;
+    }
+    record.pid = static_cast<std::uint32_t>(record.job->program().pid());
+    return true;
 }
 
 bool process_is_running(const ProcessRecord& record, int& exitCode)
@@ -169,9 +182,9 @@ int process_kill(const ProcessRecord& record)
     return record.job->program().kill() ? kProcessKilled : -1;
 }
 
-void process_delete_at_end(const ProcessRecord& record, const std::string& path)
+void process_delete_at_end(const ProcessRecord& record, const std::string& path, std::FILE* file)
 {
-    if (!record.job || !record.job->program().deleteAtEnd(path))
+    if (!record.job || !record.job->program().deleteAtEnd(path, fileno(file)))
         log_info("Warning: File cannot be tied to process: %s\n", path.c_str());
 }
 

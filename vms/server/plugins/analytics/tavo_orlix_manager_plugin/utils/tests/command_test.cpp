@@ -1,5 +1,7 @@
 #include "utils/command.h"
 
+#include <csignal>
+
 #include "test_support.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix::test
@@ -42,6 +44,31 @@ TEST(RunCommandTest, whatCannotBeStartedGivesMinusOne)
     for (const std::string& line :
          {std::string("no_such_program -v"), std::string(), folder.file("")})
         EXPECT_EQ(-1, runCommand(line).exitCode) << line;
+}
+
+TEST(RunCommandTest, itEndsWithItsProgramAndTakesAlongWhatThatLeft)
+{
+    const TempFolder folder;
+    const std::string file = folder.file("pid");
+    const CommandResult result =
+        runCommand("sh -c \"sleep 1000 & echo $! > " + file + "; echo done; exit 4\"");
+    EXPECT_EQ(4, result.exitCode);
+    EXPECT_EQ("done\n", result.output);
+    const pid_t left = std::stoi(contentOf(file));
+    EXPECT_TRUE(comesTrue([&] { return kill(left, 0) != 0 && errno == ESRCH; }));
+}
+
+TEST(RunCommandTest, oneThatHangsIsEndedAndFails)
+{
+    for (const char* const line :
+         {"sh -c \"trap '' TERM; echo begun; sleep 1000; sleep 1000\"",
+          "sh -c \"echo begun; exec > /dev/null 2>&1; while :; do :; done\""})
+    {
+        const CommandResult result = runCommand(line, std::chrono::seconds(1));
+        EXPECT_EQ(-1, result.exitCode);
+        EXPECT_EQ("begun\n", result.output);
+    }
+    EXPECT_EQ(-1, runCommand("yes", std::chrono::seconds(1)).exitCode);
 }
 
 } // namespace

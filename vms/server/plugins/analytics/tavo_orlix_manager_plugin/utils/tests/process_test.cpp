@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "test_support.h"
+#include "utils/files.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix::test
 {
@@ -210,19 +211,84 @@ TEST(ProcessTest, theHostsWayWithItsChildrenDoesNotMatter)
     }
 }
 
-TEST(ProcessTest, aFullErrorPipeLosesTextAndStallsNobody)
+TEST(ProcessTest, lastWordsAreKeptHoweverManyCameBefore)
 {
-    PipeEnd errors;
-    ProcessRecord record = startShell(
-        "echo first words >&2; i=0; while [ $i -lt 16000 ]; do "
-        "echo a line of sixty four bytes, as an application may "
-        "write many >&2; i=$((i+1)); done; exit 3",
-        &errors);
-    EXPECT_EQ(3, process_wait(record, 60));
-    const std::string text = pipe_read_text(errors).value_or("failed");
-    EXPECT_TRUE(text.starts_with("first words\na line of")) << text.substr(0, 100);
-    EXPECT_GT(text.size(), 4000u);
-    EXPECT_LT(text.size(), 1'000'000u);
+    const struct
+    {
+        const char* name;
+        std::string script;
+        std::size_t least; // bytes
+    } cases[] = {
+        {"few words", "echo last words >&2; exit 3", 0},
+        // A write that fails leaves a stream bad, and the words behind it unsaid.
+        {"more than any pipe holds",
+         "head -c 3000000 /dev/zero | tr '\\0' x >&2 && echo >&2 && seq 9000 >&2 && "
+         "echo last words >&2; exit 3",
+         40'000},
+        {"with a child that goes on",
+         "sh -c 'while echo noise; do sleep 0.01; done' 2>/dev/null & sleep 1000 & "
+         "echo last words >&2; exit 3",
+         0}};
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        PipeEnd errors;
+        ProcessRecord record = startShell(c.script, &errors);
+        EXPECT_EQ(3, process_wait(record, 60));
+        const std::string text = pipe_read_text(errors).value_or("failed");
+        EXPECT_TRUE(text.ends_with("last words\n")) << text.substr(0, 100);
+        EXPECT_EQ(std::string::npos, text.find('x')); // starts with a whole line
+        EXPECT_GE(text.size(), c.least);
+        EXPECT_LE(text.size(), 64 * 1024u);
+    }
+}
+
+// A file of that text that is guarded from before its first byte.
+void writeGuarded(const ProcessRecord& record, const std::string& path)
+{
+    const FileStream file(file_open_private(path.c_str()));
+    process_delete_at_end(record, path, file.get());
+    std::fputs("secret", file.get());
+}
+
+TEST(ProcessTest, aFileIsGoneWithItsJobAndNoOtherOfItsName)
+{
+    constexpr int kFiles = 200;
+    const TempFolder folder;
+    const auto path = [&](int index) { return folder.file(std::to_string(index)); };
+    {
+        const ProcessRecord record = process_prepare({"true"}, /*console*/ false);
+        for (int i = 0; i < kFiles; ++i)
+            writeGuarded(record, path(i));
+        // Those of a later run have the same names.
+        for (const int taken : {0, kFiles - 1})
+        {
+            std::filesystem::remove(path(taken));
+            std::ofstream(path(taken)) << "of the next run";
+        }
+        EXPECT_EQ("secret", contentOf(path(1)));
+    }
+    EXPECT_TRUE(comesTrue([&] { return !std::filesystem::exists(path(kFiles - 2)); }));
+    for (int i = 1; i < kFiles - 1; ++i)
+        EXPECT_FALSE(std::filesystem::exists(path(i))) << i;
+    EXPECT_EQ("of the next run", contentOf(path(0)));
+    EXPECT_EQ("of the next run", contentOf(path(kFiles - 1)));
+}
+
+TEST(ProcessTest, noGuardedFileOutlivesAHostThatIsKilledBeforeItStartsAnything)
+{
+    const TempFolder folder;
+    const std::string file = folder.file("copy");
+    ProcessRecord record;
+    StandInHost host(
+        [&]
+        {
+            record = process_prepare({"true"}, /*console*/ false);
+            writeGuarded(record, file);
+        });
+    ASSERT_TRUE(comesTrue([&] { return contentOf(file) == "secret"; }));
+    host.end(SIGKILL);
+    EXPECT_TRUE(comesTrue([&] { return !std::filesystem::exists(file); }));
 }
 
 TEST(ProcessTest, theChildHasACleanStart)

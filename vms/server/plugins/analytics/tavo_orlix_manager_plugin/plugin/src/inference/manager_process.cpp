@@ -11,6 +11,7 @@
 #include "models/orlix_crypto.h"
 #include "remote/file_helpers.h"
 #include "remote/host_rest_client.h"
+#include "utils/files.h"
 #include "utils/log.h"
 #include "utils/paths.h"
 #include "utils/platform_names.h"
@@ -22,6 +23,8 @@ namespace tavo::vms_server_plugins::analytics::orlix
 namespace
 {
 
+constexpr char kCannotStart[] =
+    "Failed to start Orlix Manager application. The files could be corrupted or missing.";
 constexpr int kStopSeconds = 5; // for the application to end by itself
 constexpr int kKillSeconds = 1; // for the system to end it
 
@@ -85,12 +88,21 @@ void OrlixManagerInterface::start(
     // Ends what a crashed application has left running, and with it the decrypted copies, which
     // are made anew.
     m_process = {};
+    // The job is there before the first copy is, so that none is left behind if this process ends.
+    m_process = process_prepare(
+        managerArguments(m_rootFolder, m_moduleSocketPath, pluginSocketPath), ini().logToConsole,
+        &m_stderrPipe);
+    if (!m_process.job)
+    {
+        startFailed(kCannotStart);
+        return;
+    }
     for (const auto& [id, model] : assignedModels)
     {
         if (!prepareModel(model))
             return;
     }
-    spawn(pluginSocketPath);
+    spawn();
 }
 
 bool OrlixManagerInterface::prepareModel(const AssignedModel& model)
@@ -120,20 +132,27 @@ bool OrlixManagerInterface::decryptModel(const AssignedModel& model)
     log_debug(
         "Decrypting model file %s with key %s to %s\n", model.modelPath.c_str(),
         model.keyPath.c_str(), model.runtimePath.c_str());
-    m_decryptedCopies.insert(model.runtimePath);
-    const bool decrypted =
-        decryptModelFile({key.get(), keySize}, model.modelPath, model.runtimePath);
+    const bool isDecrypted =
+        writeDecryptedCopy({key.get(), keySize}, model.modelPath, model.runtimePath);
     OPENSSL_cleanse(key.get(), keySize);
-    if (!decrypted)
+    return isDecrypted ||
+        startFailed(
+               "Failed to decrypt model " + model.id +
+               " for Orlix Manager. File could be corrupted.");
+}
+
+bool OrlixManagerInterface::writeDecryptedCopy(
+    std::string_view key, const std::string& modelPath, const std::string& copyPath)
+{
+    const FileStream copy(file_open_private(copyPath.c_str()));
+    if (!copy)
     {
-        return startFailed(
-            "Failed to decrypt model " + model.id + " for Orlix Manager. File could be corrupted.");
+        log_error("Error opening output file: %s\n", copyPath.c_str());
+        return false;
     }
-    using std::filesystem::perms;
-    std::error_code ignored; // the file was created for its owner only
-    std::filesystem::permissions(
-        pathFromUtf8(model.runtimePath), perms::owner_read | perms::owner_write, ignored);
-    return true;
+    m_decryptedCopies.insert(copyPath);
+    process_delete_at_end(m_process, copyPath, copy.get());
+    return decryptModelFile(key, modelPath, copy.get());
 }
 
 bool OrlixManagerInterface::startFailed(const std::string& text)
@@ -143,23 +162,14 @@ bool OrlixManagerInterface::startFailed(const std::string& text)
     return false;
 }
 
-void OrlixManagerInterface::spawn(const std::string& pluginSocketPath)
+void OrlixManagerInterface::spawn()
 {
     m_segments.startRun();
-    PipeEnd stderrPipe;
-    auto process = process_start(
-        managerArguments(m_rootFolder, m_moduleSocketPath, pluginSocketPath), ini().logToConsole,
-        &stderrPipe);
-    if (!process_started(process))
+    if (!process_run(m_process))
     {
-        startFailed(
-            "Failed to start Orlix Manager application. The files could be corrupted or missing.");
+        startFailed(kCannotStart);
         return;
     }
-    m_process = std::move(process);
-    for (const std::string& copy : m_decryptedCopies)
-        process_delete_at_end(m_process, copy);
-    m_stderrPipe = std::move(stderrPipe);
     m_startTimeMs = time_now_ms();
     m_state = ManagerState::Running;
     log_debug("Orlix Manager started\n");
@@ -182,7 +192,7 @@ void OrlixManagerInterface::stop(const AssignedModels& assignedModels)
             "Warning! Orlix Manager did not exit gracefully: %d. Sending kill signal.\n", exitCode);
         process_kill(m_process);
         exitCode = process_wait(m_process, kKillSeconds);
-        socket_unlink(m_moduleSocketPath); // which the application cannot do any more
+        socket_unlink_stale(m_moduleSocketPath); // which the application cannot do any more
     }
     log_debug("Orlix Manager stopped with exit code %d\n", exitCode);
     m_state = ManagerState::Stopped;

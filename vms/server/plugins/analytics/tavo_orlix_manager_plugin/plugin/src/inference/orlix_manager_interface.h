@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <set>
 #include <string>
+#include <string_view>
 
 #include <tavo/sdk/i_utility_provider.h>
 #include <tavo/sdk/ptr.h>
@@ -87,7 +88,9 @@ private:
     [[nodiscard]] bool prepareModel(const AssignedModel& model);
     [[nodiscard]] bool decryptModel(const AssignedModel& model);
     bool startFailed(const std::string& text);
-    void spawn(const std::string& pluginSocketPath);
+    [[nodiscard]] bool writeDecryptedCopy(
+        std::string_view key, const std::string& modelPath, const std::string& copyPath);
+    void spawn();
 
     void deleteDecryptedCopies();
     void forgetCrash(const sdk::Ptr<sdk::IUtilityProvider>& provider);

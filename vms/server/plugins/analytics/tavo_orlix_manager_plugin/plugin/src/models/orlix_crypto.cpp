@@ -111,16 +111,21 @@ std::optional<Bytes> failed(const char* text)
 bool decryptModelFile(
     std::string_view key, const std::string& inputPath, const std::string& outputPath)
 {
-    const FileStream input(file_open_read(inputPath.c_str()));
-    if (!input)
-    {
-        log_error("Error opening input file: %s\n", inputPath.c_str());
-        return false;
-    }
     const FileStream output(file_open_private(outputPath.c_str()));
     if (!output)
     {
         log_error("Error opening output file: %s\n", outputPath.c_str());
+        return false;
+    }
+    return decryptModelFile(key, inputPath, output.get());
+}
+
+bool decryptModelFile(std::string_view key, const std::string& inputPath, std::FILE* output)
+{
+    const FileStream input(file_open_read(inputPath.c_str()));
+    if (!input)
+    {
+        log_error("Error opening input file: %s\n", inputPath.c_str());
         return false;
     }
 
@@ -129,8 +134,7 @@ bool decryptModelFile(
         return false;
     const CipherContext context =
         startDecryption(reinterpret_cast<const unsigned char*>(key.data()), envelope);
-    if (!context ||
-        !decryptStream(context.get(), envelope.ciphertextSize, input.get(), output.get()))
+    if (!context || !decryptStream(context.get(), envelope.ciphertextSize, input.get(), output))
     {
         return false;
     }
@@ -138,7 +142,7 @@ bool decryptModelFile(
     std::array<unsigned char, EVP_MAX_BLOCK_LENGTH> rest{}; // stays empty in this mode
     int restSize = 0;
     return EVP_DecryptFinal_ex(context.get(), rest.data(), &restSize) > 0 &&
-        std::fflush(output.get()) == 0;
+        std::fflush(output) == 0;
 }
 
 std::optional<Bytes> fileMd5(const std::string& path)

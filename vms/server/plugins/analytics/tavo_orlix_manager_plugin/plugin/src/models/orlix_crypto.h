@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <memory>
 #include <optional>
 #include <string>
@@ -26,6 +27,10 @@ using Bytes = std::vector<std::uint8_t>;
 // to be used.
 [[nodiscard]] bool decryptModelFile(
     std::string_view key, const std::string& inputPath, const std::string& outputPath);
+
+// The same into a file that is there already, open and empty.
+[[nodiscard]] bool decryptModelFile(
+    std::string_view key, const std::string& inputPath, std::FILE* output);
 
 inline constexpr std::size_t kMd5Size = 16;
 

@@ -91,7 +91,7 @@ bool ManagerInstallation::unpackArchive(const std::string& archivePath, const st
     // The archive holds the installation folder itself.
     const std::string command = "tar xfz \"" + archivePath + "\" -C \"" + folder + "\"";
     log_info("Unpacking Orlix Manager with command: \"%s\"\n", command.c_str());
-    const CommandResult result = runCommand(command);
+    const CommandResult result = runCommand(command, kUnpackLimit);
     deleteFile(archivePath);
     // Only whether tar started decides: what it could not unpack is missed in the next step.
     if (result.exitCode != -1)

@@ -114,7 +114,7 @@ bool RuntimesManager::unpackPackage(
     std::string command = kUnpackCommand;
     replaceAll(command, "{file_path}", packagePath);
     replaceAll(command, "{folder_path}", staging.content());
-    const CommandResult result = runCommand(command);
+    const CommandResult result = runCommand(command, kUnpackLimit);
     board.removeMessage(board_key::kRuntimeExtraction);
 
     if (result.exitCode != 0 || !fileExists(path_join(staging.content(), kRuntimeLibrary)))

@@ -24,6 +24,7 @@
 #include <sys/prctl.h>
 #include <sys/signalfd.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -34,7 +35,16 @@ enum
 {
     kLookForHostMs = 500, // where the host's end cannot be waited for
     kFirstKillPauseMs = 10,
-    kLongestKillPauseMs = 1000
+    kLongestKillPauseMs = 1000,
+    kAboveStandard = 10
+};
+
+struct File
+{
+    char* path;
+    int descriptor; // keeps its number from going to another file
+    dev_t device;
+    ino_t number;
 };
 
 static pid_t g_keeper; // this process
@@ -43,8 +53,13 @@ static int g_hostDescriptor; // readable once the host has ended; -1 where there
 static int g_children; // readable when a child has ended
 static pid_t g_program; // 0 once its end was told
 static bool g_killed;
-static char* g_files[64]; // to be deleted at the end
+static struct File* g_files; // to be deleted at the end
 static size_t g_fileCount;
+static int g_errors = -1; // what the program writes to its standard error, if it is drained
+static int g_lastWords = -1; // where the last of it goes
+static char g_text[2 * kKeeperLastWords]; // the last of it
+static size_t g_textLength;
+static bool g_textIsCut;
 
 static void tell(uint32_t event, int32_t value)
 {
@@ -103,6 +118,82 @@ static void becomeProgram(char** arguments, int errors)
 }
 
 // Gives 0, or errno.
+static int drainErrors(void)
+{
+    int ends[2];
+    g_lastWords = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, kAboveStandard);
+    if (g_lastWords < 0 || pipe2(ends, O_CLOEXEC) != 0)
+        return errno;
+    g_errors = fcntl(ends[0], F_DUPFD_CLOEXEC, kAboveStandard);
+    fcntl(g_errors, F_SETFL, O_NONBLOCK); // the program's own end waits for the keeper
+    const bool isGiven = g_errors >= 0 && dup2(ends[1], STDERR_FILENO) >= 0;
+    const int error = errno;
+    close(ends[0]);
+    close(ends[1]);
+    return isGiven ? 0 : error;
+}
+
+// False when there is nothing to be read for now.
+static bool readErrors(void)
+{
+    if (sizeof g_text - g_textLength < kKeeperLastWords)
+    {
+        memmove(g_text, g_text + g_textLength - kKeeperLastWords, kKeeperLastWords);
+        g_textLength = kKeeperLastWords;
+        g_textIsCut = true;
+    }
+    const ssize_t count = read(g_errors, g_text + g_textLength, sizeof g_text - g_textLength);
+    if (count > 0)
+    {
+        g_textLength += (size_t)count;
+        return true;
+    }
+    if (count == 0 || (errno != EAGAIN && errno != EINTR))
+    {
+        close(g_errors);
+        g_errors = -1;
+    }
+    return false;
+}
+
+// As much of the end as the pipe holds, from the start of a line on.
+static void tellLastWords(void)
+{
+    enum
+    {
+        kEnough = 256 // of one that is still written to
+    };
+    for (int i = 0; i < kEnough && g_errors >= 0 && readErrors(); ++i)
+        continue;
+    const int capacity = fcntl(g_lastWords, F_GETPIPE_SZ);
+    const size_t room =
+        capacity > 0 && capacity < kKeeperLastWords ? (size_t)capacity : kKeeperLastWords;
+    const char* text = g_text;
+    size_t length = g_textLength;
+    if (length > room || g_textIsCut)
+    {
+        text += length > room ? length - room : 0;
+        length = length > room ? room : length;
+        const char* const lineEnd = memchr(text, '\n', length);
+        if (lineEnd && lineEnd + 1 < text + length)
+        {
+            length -= (size_t)(lineEnd + 1 - text);
+            text = lineEnd + 1;
+        }
+    }
+    while (length > 0)
+    {
+        const ssize_t count = write(g_lastWords, text, length);
+        if (count < 0 && errno != EINTR)
+            break;
+        text += count > 0 ? count : 0;
+        length -= count > 0 ? (size_t)count : 0;
+    }
+    close(g_lastWords);
+    g_lastWords = -1;
+}
+
+// Gives 0, or errno.
 static int startProgram(char** arguments)
 {
     int errors[2];
@@ -158,6 +249,8 @@ static bool reapChildren(void)
         if (child == g_program)
         {
             g_program = 0;
+            if (g_lastWords >= 0)
+                tellLastWords();
             tell(kKeeperEnded, exitCodeOf(status));
         }
     }
@@ -222,74 +315,143 @@ static void killTree(void)
     }
 }
 
-static void rememberFile(const char* path, size_t length)
+// The file itself is what is remembered: at the end its path may be that of a later one. An open
+// descriptor keeps its number from being given to another.
+static void rememberFile(const char* path, size_t length, int descriptor)
 {
-    if (g_fileCount == sizeof g_files / sizeof *g_files)
+    struct stat status;
+    struct File* const files = realloc(g_files, (g_fileCount + 1) * sizeof *g_files);
+    char* const copy = strndup(path, length);
+    if (files)
+        g_files = files;
+    if (!files || !copy || (descriptor >= 0 ? fstat(descriptor, &status) : lstat(copy, &status)))
+    {
+        free(copy);
+        if (descriptor >= 0)
+            close(descriptor);
         return;
-    g_files[g_fileCount] = strndup(path, length);
-    if (g_files[g_fileCount])
-        ++g_fileCount;
+    }
+    g_files[g_fileCount++] = (struct File){copy, descriptor, status.st_dev, status.st_ino};
 }
 
 static void deleteFiles(void)
 {
+    struct stat status;
     for (size_t i = 0; i < g_fileCount; ++i)
-        unlink(g_files[i]);
-}
-
-static void serve(const char* request, size_t length)
-{
-    if (request[0] == kKeeperKill)
     {
-        g_killed = true;
-        killTree();
-    }
-    else if (request[0] == kKeeperDeleteAtEnd)
-    {
-        rememberFile(request + 1, length - 1);
+        const struct File* const file = g_files + i;
+        if (lstat(file->path, &status) == 0 && status.st_dev == file->device &&
+            status.st_ino == file->number)
+        {
+            unlink(file->path);
+        }
     }
 }
 
-// Until the host has let go of the tree or has ended.
-static void keep(void)
+// Gives the length, 0 at the end of the connection, or -1. `descriptor` is -1 where none came.
+static ssize_t receiveRequest(char* request, size_t size, int* descriptor)
 {
-    for (;;)
-    {
-        struct pollfd events[] = {
-            {kKeeperSocket, POLLIN, 0}, {g_children, POLLIN, 0}, {g_hostDescriptor, POLLIN, 0}};
-        poll(events, 3, g_hostDescriptor < 0 ? kLookForHostMs : -1);
-        if (events[2].revents != 0 || hostHasEnded())
-            return;
-        if (events[1].revents != 0)
-        {
-            discardSignals();
-            reapChildren();
-        }
-        if (events[0].revents != 0)
-        {
-            static char request[kKeeperMaxPath];
-            const ssize_t count = recv(kKeeperSocket, request, sizeof request, MSG_DONTWAIT);
-            if (count == 0 || (count < 0 && errno != EINTR && errno != EAGAIN))
-                return;
-            if (count > 0)
-                serve(request, (size_t)count);
-        }
-    }
+    union {
+        struct cmsghdr header;
+        char bytes[CMSG_SPACE(sizeof(int))];
+    } control;
+    struct iovec part = {request, size};
+    struct msghdr message = {
+        .msg_iov = &part,
+        .msg_iovlen = 1,
+        .msg_control = &control,
+        .msg_controllen = sizeof control};
+    *descriptor = -1;
+    const ssize_t count = recvmsg(kKeeperSocket, &message, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
+    const struct cmsghdr* const header = count > 0 ? CMSG_FIRSTHDR(&message) : NULL;
+    if (header && header->cmsg_type == SCM_RIGHTS && header->cmsg_len == CMSG_LEN(sizeof(int)))
+        memcpy(descriptor, CMSG_DATA(header), sizeof(int));
+    return count;
 }
 
 static void startAndTell(char** arguments)
 {
-    if (g_children < 0 || prctl(PR_SET_CHILD_SUBREAPER, 1) != 0)
-    {
-        tell(kKeeperNoJob, errno);
-        return;
-    }
     const int error = startProgram(arguments);
     leaveToProgram();
     if (error != 0)
         tell(kKeeperNoStart, error);
     else
         tell(kKeeperStarted, g_program);
+}
+
+// False when the connection has ended.
+static bool serve(char** program)
+{
+    static char request[kKeeperMaxPath];
+    static bool wasStarted;
+    int descriptor;
+    const ssize_t count = receiveRequest(request, sizeof request, &descriptor);
+    if (count <= 0)
+        return count < 0 && (errno == EINTR || errno == EAGAIN);
+    if (request[0] == kKeeperDeleteAtEnd)
+    {
+        rememberFile(request + 1, (size_t)count - 1, descriptor);
+        return true;
+    }
+    if (descriptor >= 0)
+        close(descriptor);
+    if (request[0] == kKeeperStart && !wasStarted)
+    {
+        wasStarted = true;
+        startAndTell(program);
+    }
+    else if (request[0] == kKeeperKill)
+    {
+        g_killed = true;
+        killTree();
+    }
+    return true;
+}
+
+// Until the host has let go of the tree or has ended.
+static void keep(char** program)
+{
+    for (;;)
+    {
+        struct pollfd events[] = {
+            {kKeeperSocket, POLLIN, 0},
+            {g_children, POLLIN, 0},
+            {g_hostDescriptor, POLLIN, 0},
+            {g_errors, POLLIN, 0}};
+        poll(events, 4, g_hostDescriptor < 0 ? kLookForHostMs : -1);
+        if (events[2].revents != 0 || hostHasEnded())
+            return;
+        if (events[3].revents != 0)
+            readErrors();
+        if (events[1].revents != 0)
+        {
+            discardSignals();
+            reapChildren();
+        }
+        if (events[0].revents != 0 && !serve(program))
+            return;
+    }
+}
+
+// What a host that is gone has still asked for. Nothing is started any more.
+static void takeLastRequests(void)
+{
+    char request[kKeeperMaxPath];
+    int descriptor;
+    ssize_t count;
+    while ((count = receiveRequest(request, sizeof request, &descriptor)) > 0)
+    {
+        if (request[0] == kKeeperDeleteAtEnd)
+            rememberFile(request + 1, (size_t)count - 1, descriptor);
+    }
+}
+
+// Gives 0, or errno.
+static int makeReady(const char* errors)
+{
+    if (g_children < 0 || prctl(PR_SET_CHILD_SUBREAPER, 1) != 0)
+        return errno;
+    return strcmp(errors, KEEPER_ERRORS_LAST_WORDS) == 0 ? drainErrors() : 0;
 }
 
 int main(int argumentCount, char** arguments)
@@ -304,9 +466,11 @@ int main(int argumentCount, char** arguments)
     g_hostDescriptor = (int)syscall(SYS_pidfd_open, g_host, 0);
     if (hostHasEnded())
         return EXIT_FAILURE;
-    startAndTell(arguments + kKeeperProgramArgument);
+    const int error = makeReady(arguments[kKeeperErrorsArgument]);
+    tell(error == 0 ? kKeeperReady : kKeeperNoJob, error);
     // Also after a failure, so that this process's id means no other as long as the host uses it.
-    keep();
+    keep(arguments + kKeeperProgramArgument);
+    takeLastRequests();
     killTree();
     deleteFiles();
     return EXIT_SUCCESS;
