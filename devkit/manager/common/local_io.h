@@ -28,7 +28,8 @@ void wait_for_any(std::span<WatchedSocket> sockets, int timeoutMs);
 void set_non_blocking(SocketHandle socket);
 
 // The next connection of a listening socket that does not wait, made non-blocking itself; to be
-// closed with socket_close. kInvalidSocket when there is none.
+// closed with socket_close. kInvalidSocket when there is none. One of another user is closed at
+// once.
 [[nodiscard]] SocketHandle accept_waiting(SocketHandle listeningSocket);
 
 enum class Received

@@ -32,14 +32,14 @@ class ModuleSocket
 public:
     explicit ModuleSocket(std::string path) :
         m_path(std::move(path)),
-        m_socket(orlix::socket_listen(m_path))
+        m_socket(orlix::socket_listen(m_path, &m_file))
     {}
     ~ModuleSocket()
     {
         if (m_socket == kInvalidSocket)
             return;
         orlix::socket_close(m_socket);
-        orlix::socket_unlink(m_path);
+        orlix::socket_unlink(m_path, m_file);
     }
     ModuleSocket(const ModuleSocket&) = delete;
     ModuleSocket& operator=(const ModuleSocket&) = delete;
@@ -48,6 +48,7 @@ public:
 
 private:
     const std::string m_path;
+    orlix::SocketFile m_file;
     const SocketHandle m_socket;
 };
 

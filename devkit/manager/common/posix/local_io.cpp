@@ -29,9 +29,17 @@ void set_non_blocking(SocketHandle socket)
 
 SocketHandle accept_waiting(SocketHandle listeningSocket)
 {
-    const int accepted =
-        accept4(static_cast<int>(listeningSocket), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
-    return accepted < 0 ? kInvalidSocket : static_cast<SocketHandle>(accepted);
+    for (;;)
+    {
+        const int accepted = accept4(
+            static_cast<int>(listeningSocket), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+        if (accepted < 0)
+            return kInvalidSocket;
+        const auto socket = static_cast<SocketHandle>(accepted);
+        if (vms_server_plugins::analytics::orlix::socket_peer_is_trusted(socket))
+            return socket;
+        vms_server_plugins::analytics::orlix::socket_close(socket);
+    }
 }
 
 Received receive_arrived(SocketHandle socket, std::span<char> room, std::size_t& count)
