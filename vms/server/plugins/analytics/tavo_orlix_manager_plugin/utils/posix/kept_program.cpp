@@ -260,11 +260,12 @@ void KeptProgram::endKeeper()
     while (!isEnded && isReadable(m_socket.get(), deadline.remainingMs()))
         isEnded = !receive(m_socket.get(), message);
     const int wait = isEnded ? 0 : WNOHANG;
+    const bool hasDescriptor = static_cast<bool>(m_keeperDescriptor);
+    const auto id = static_cast<id_t>(hasDescriptor ? m_keeperDescriptor.get() : m_keeper);
     siginfo_t ignored = {};
-    if (m_keeperDescriptor)
-        waitid(P_PIDFD, static_cast<id_t>(m_keeperDescriptor.get()), &ignored, WEXITED | wait);
-    else
-        waitid(P_PID, static_cast<id_t>(m_keeper), &ignored, WEXITED | wait);
+    while (waitid(hasDescriptor ? P_PIDFD : P_PID, id, &ignored, WEXITED | wait) != 0 &&
+           errno == EINTR)
+        continue;
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix
