@@ -1,6 +1,7 @@
 #include "core/engine.h"
 
 #include <functional>
+#include <mutex>
 #include <utility>
 
 #include "core/base/ini.h"
@@ -17,6 +18,32 @@
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
+namespace
+{
+
+// The log is the process's: it opens with the first engine and closes with the last.
+constinit std::mutex g_logUsersMutex;
+int g_logUsers = 0;
+
+void openLog(const std::string& folder)
+{
+    const std::lock_guard lock(g_logUsersMutex);
+    if (g_logUsers++ > 0)
+        return;
+    log_init(
+        folder + "/orlix_plugin_start.log", folder + "/orlix_plugin.log",
+        "ORLIX Plugin: ", ini().logToConsole, ini().logToFile, ini().logVerbosityLevel);
+}
+
+void closeLog()
+{
+    const std::lock_guard lock(g_logUsersMutex);
+    if (--g_logUsers == 0)
+        log_close();
+}
+
+} // namespace
+
 Engine::Engine(Plugin* plugin, std::string workingDirectory) :
     sdk::analytics::Engine(ini().enableOutput),
     m_plugin(plugin),
@@ -26,9 +53,7 @@ Engine::Engine(Plugin* plugin, std::string workingDirectory) :
     m_managerInterface(m_workingDirectory, &m_messageBoard),
     m_modelManager(m_workingDirectory, &m_messageBoard)
 {
-    log_init(
-        m_workingDirectory + "/orlix_plugin_start.log", m_workingDirectory + "/orlix_plugin.log",
-        "ORLIX Plugin: ", ini().logToConsole, ini().logToFile, ini().logVerbosityLevel);
+    openLog(m_workingDirectory);
     try
     {
         m_socketPath = pathOfTemporary(protocol::kPluginSocketFile);
@@ -39,7 +64,7 @@ Engine::Engine(Plugin* plugin, std::string workingDirectory) :
     catch (...)
     {
         stopThreads();
-        log_close();
+        closeLog();
         throw;
     }
     log_info("Initialized engine. Plugin version: %s\n", kPluginVersion);
@@ -49,7 +74,7 @@ Engine::~Engine()
 {
     stopThreads();
     log_info("Finalizing logging...\n");
-    log_close();
+    closeLog();
 }
 
 void Engine::stopThreads()

@@ -27,6 +27,12 @@ using Frame = sdk::analytics::IUncompressedVideoFrame;
 
 constexpr std::int64_t kMaxFrameAgeUs = 500'000; // older frames are told of, and go on
 
+// A host may hand out a frame whose plane it could not map.
+bool hasPixels(const Frame& frame)
+{
+    return frame.data(0) || frame.width() == 0 || frame.height() == 0;
+}
+
 } // namespace
 
 // 1. Let the frame pass, or ignore it.
@@ -52,6 +58,11 @@ bool DeviceAgent::pushUncompressedVideoFrame(sdk::Ptr<const Frame> videoFrame)
     log_debug("Logged frame time.\n");
     warnOfAge(passedAtUs, timestampUs);
 
+    if (!hasPixels(*frame))
+    {
+        log_info("Warning! Could not create image message.\n");
+        return false;
+    }
     InputImage image;
     if (!imageToSend(*frame, image))
     {

@@ -12,7 +12,8 @@ void listenerLoop(
     const std::string& socketPath, std::atomic<SocketHandle>& listeningSocket,
     const std::atomic<bool>& shuttingDown, ResultReceiver& receiver)
 {
-    const SocketHandle socket = socket_listen(socketPath);
+    SocketFile socketFile;
+    const SocketHandle socket = socket_listen(socketPath, &socketFile);
     if (socket == kInvalidSocket)
     {
         log_info("Error: Failed to create listening socket: %s\n", socketPath.c_str());
@@ -37,6 +38,10 @@ void listenerLoop(
             // Costs this one message. Beyond here it would end the host's process.
             log_info("Error in listenerLoop: %s\n", error.what());
         }
+        catch (...)
+        {
+            log_info("Unknown error in listenerLoop\n");
+        }
         if (socket_close(sender) != 0)
             log_info("Warning: Sender socket close error!\n");
     }
@@ -48,7 +53,7 @@ void listenerLoop(
         socket_shutdown(own);
         socket_close(own);
     }
-    socket_unlink(socketPath);
+    socket_unlink(socketPath, socketFile); // not that of another engine of this process
 }
 
 void handleSocketMessage(ResultReceiver& receiver, std::span<const char> message, MessageTree& tree)

@@ -1,10 +1,13 @@
 #include "core/engine.h"
 
+#include <sys/stat.h>
+
 #include <tavo/sdk/helpers/string_map.h>
 
 #include "../inference/module_peer.h"
 #include "engine_fixture.h"
 #include "inference/protocol.h"
+#include "utils/log.h"
 #include "utils/sockets.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -162,6 +165,30 @@ TEST_F(EngineTest, TheApplicationRunsWhileACameraIsSwitchedOn)
     agent.reset();
     m_engine.reset();
     EXPECT_EQ(3, logged("Orlix Manager stopped with exit code 0\n"));
+}
+
+TEST_F(EngineTest, OfTwoEnginesTheFirstToEndLeavesTheOtherItsSocketAndTheLog)
+{
+    const std::string socketFile = protocol::kPluginSocketFile;
+    const auto identity = [&]()
+    {
+        struct stat status = {};
+        return stat(m_folder.path(socketFile).c_str(), &status) == 0 ? status.st_ino : 0;
+    };
+    auto first = sdk::Ptr<sdk::analytics::IEngine>(integration().obtainEngine().value);
+    ASSERT_TRUE(test::comesTrue([&] { return identity() != 0; }));
+    const auto ofFirst = identity();
+    engine();
+    ASSERT_TRUE(test::comesTrue([&] { return identity() != 0 && identity() != ofFirst; }));
+    const auto ofSecond = identity();
+
+    first.reset();
+    EXPECT_EQ(ofSecond, identity());
+    const int before = logged("after");
+    log_info("after\n");
+    log_debug("at its verbosity, which writes at once\n");
+    EXPECT_EQ(before + 1, logged("after"));
+    EXPECT_EQ(2, logged("Initialized engine."));
 }
 
 // A pass may fail in any way without ending the thread.

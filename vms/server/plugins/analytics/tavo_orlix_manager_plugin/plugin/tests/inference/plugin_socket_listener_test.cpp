@@ -1,5 +1,6 @@
 #include "inference/plugin_socket_listener.h"
 
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <utility>
@@ -23,12 +24,16 @@ using testing::ElementsAre, testing::IsEmpty, testing::Pair;
 // Index and timestamp.
 using Results = std::vector<std::pair<std::uint32_t, std::uint64_t>>;
 
-// Has two cameras, 0 and 7, and keeps what comes for them.
+// Has two cameras, 0 and 7, and keeps what comes for them; those of 8 and 9 throw.
 class Receiver final : public ResultReceiver
 {
 public:
     bool deliverResult(std::uint32_t inputIndex, mpack_node_t root) override
     {
+        if (inputIndex == 8)
+            throw std::runtime_error("of a camera");
+        if (inputIndex == 9)
+            throw 9; // as a host's own code may
         if (inputIndex != 0 && inputIndex != 7)
             return false;
         const std::uint64_t timestamp =
@@ -114,6 +119,17 @@ private:
 
 constexpr char kEncoding[] = "Warning: An error occurred encoding the data!\n";
 constexpr char kDecoding[] = "Warning: An error occurred decoding the data!\n";
+
+TEST_F(PluginSocketListenerTest, WhateverIsThrownCostsOneResult)
+{
+    startListener();
+    send(result("\x08"));
+    EXPECT_TRUE(comesIntoLog("Error in listenerLoop: of a camera\n", 1));
+    send(result("\x09"));
+    EXPECT_TRUE(comesIntoLog("Unknown error in listenerLoop\n", 1));
+    send(result("\0"s));
+    EXPECT_TRUE(test::comesTrue([this] { return receiver.results() == Results{{0, 1}}; }));
+}
 
 // What no application sends. It costs one message each, and reads as one for camera 0 without a
 // timestamp.
