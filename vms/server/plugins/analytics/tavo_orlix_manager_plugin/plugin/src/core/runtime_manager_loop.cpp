@@ -15,6 +15,16 @@
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
+namespace
+{
+
+bool isStart(ManagerAction action)
+{
+    return action == ManagerAction::start || action == ManagerAction::startReportedInactive;
+}
+
+} // namespace
+
 void runtimeManagerLoop(Engine& engine)
 {
     RuntimeManagerLoop(engine).run();
@@ -144,7 +154,17 @@ bool RuntimeManagerLoop::anyAgentIsActive() const
 bool RuntimeManagerLoop::startOrStopManager(const Pass& pass)
 {
     const std::uint64_t startCount = m_engine.m_managerInterface.startCount();
-    switch (decideManagerAction(pass.managerStatus, pass.desired, startCount))
+    const ManagerAction action = decideManagerAction(pass.managerStatus, pass.desired, startCount);
+    if (isStart(action) && !m_engine.m_managerInterface.mayStart())
+    {
+        startManager(); // which only says why it does not
+        if (!std::exchange(m_state.isReportedDead, true))
+            patchRuntimeActive(m_engine.utilityProvider(), false);
+        return true;
+    }
+    if (action != ManagerAction::none)
+        m_state.isReportedDead = false;
+    switch (action)
     {
         case ManagerAction::none:
             break;

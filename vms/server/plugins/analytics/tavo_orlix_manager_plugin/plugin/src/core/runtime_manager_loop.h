@@ -63,6 +63,7 @@ private:
     {
         bool firstPass = true;
         std::string lastDevicesParameters; // as they were last applied
+        bool isReportedDead = false; // the manager application, which may not be started again
     };
 
     // What one pass finds.

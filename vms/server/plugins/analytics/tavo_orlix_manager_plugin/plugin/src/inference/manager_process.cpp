@@ -75,10 +75,15 @@ void keepLogsOfCrash(const std::string& rootFolder)
 
 } // namespace
 
+bool OrlixManagerInterface::mayStart() const
+{
+    return m_startCount == 0 || ini().restartOrlixManagerOnCrash;
+}
+
 void OrlixManagerInterface::start(
     const AssignedModels& assignedModels, const std::string& pluginSocketPath)
 {
-    if (m_startCount != 0 && !ini().restartOrlixManagerOnCrash)
+    if (!mayStart())
     {
         log_info("Warning! Orlix Manager crash detected. Not restarting.\n");
         return;

@@ -44,8 +44,11 @@ public:
     OrlixManagerInterface(const OrlixManagerInterface&) = delete;
     OrlixManagerInterface& operator=(const OrlixManagerInterface&) = delete;
 
+    // False after a crash where the ini file forbids to start again.
+    [[nodiscard]] bool mayStart() const;
+
     // Decrypts what is encrypted and starts the application; the state tells the outcome, and a
-    // failure is on the board. After a crash it starts again only if the ini file allows.
+    // failure is on the board. Does nothing but log if it may not.
     void start(const AssignedModels& assignedModels, const std::string& pluginSocketPath);
 
     // Asks the application to stop, waits 5 seconds, then kills it and waits one more; deletes

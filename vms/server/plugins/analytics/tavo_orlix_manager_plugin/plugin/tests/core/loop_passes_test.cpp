@@ -2,6 +2,10 @@
 
 #include "core/runtime_manager_loop.h"
 
+#include <map>
+
+#include <tavo/sdk/helpers/string_map.h>
+
 #include "../inference/module_peer.h"
 #include "engine_fixture.h"
 #include "remote/cloud_client.h"
@@ -285,6 +289,26 @@ TEST_F(DeviceParameters, WhatIsReplacedDoesNotRun)
         EXPECT_EQ(!clearCache, m_folder.has(kBin + kManagerExecutable));
         EXPECT_EQ(clearCache ? 0u : 1u, engine().messageBoard().snapshot().size());
     }
+}
+
+// With the passes of the engine's own loop, which runs once there is an agent.
+TEST_F(DeviceParameters, AnApplicationThatMayNotBeStartedAgainIsReportedOnce)
+{
+    m_folder.writeScript(kBin + kManagerExecutable, "exit 7");
+    ini().restartOrlixManagerOnCrash = false;
+    const auto agent = obtainAgent("00010203-0405-0607-0809-0a0b0c0d0e0f");
+    const std::map<std::string, std::string> settings = {{"deviceActiveSwitch", "true"}};
+    const sdk::Ptr<const sdk::ISettingsResponse> response(
+        agent->setSettings(sdk::makePtr<sdk::StringMap>(settings).get()).value);
+    EXPECT_TRUE(comesIntoLog("Orlix Manager crash detected. Not restarting.\n", 3));
+    ini().restartOrlixManagerOnCrash = true;
+    std::vector<std::string> reports;
+    for (const std::string& patch : takeServerPatches())
+    {
+        if (patch.find("runtimeActive") != std::string::npos)
+            reports.push_back(patch);
+    }
+    EXPECT_THAT(reports, ElementsAre(HasSubstr(R"("runtimeActive":true)"), HasSubstr(":false")));
 }
 
 TEST_F(DeviceParameters, DevicesOfTheWrongKindHarmNobody)
