@@ -50,8 +50,10 @@ TEST(RunCommandTest, itEndsWithItsProgramAndTakesAlongWhatThatLeft)
 {
     const TempFolder folder;
     const std::string file = folder.file("pid");
+    const auto begin = std::chrono::steady_clock::now();
     const CommandResult result =
         runCommand("sh -c \"sleep 1000 & echo $! > " + file + "; echo done; exit 4\"");
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, kCommandLimit); // not for what it left
     EXPECT_EQ(4, result.exitCode);
     EXPECT_EQ("done\n", result.output);
     const pid_t left = std::stoi(contentOf(file));
