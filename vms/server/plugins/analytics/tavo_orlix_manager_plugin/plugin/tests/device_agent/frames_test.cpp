@@ -115,13 +115,13 @@ TEST_F(Frames, ArriveWholeOrCroppedOrFail)
     setCropBox("[[0.125, 0], [0.25, 1]]");
     expectInput(3, 24, 1, 4);
 
-    TestFrame::isMapped = false;
+    FakeFrame::isMapped = false;
     for (const char* const box : {"[[0.125, 0], [0.25, 1]]", "[]"})
     {
         setCropBox(box);
         EXPECT_EQ("pushUncompressedVideoFrame() failed.", push());
     }
-    TestFrame::isMapped = true;
+    FakeFrame::isMapped = true;
 }
 
 TEST_F(Frames, ThatAreNotTakenAreNoFailureAndAreNotTimed)
