@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
@@ -18,7 +19,13 @@ namespace tavo::vms_server_plugins::analytics::orlix
 // those before it once, and for whoever is ahead: that lane is for those who come seldom or hold it
 // briefly.
 //
-// Taking and giving back cost one atomic operation each while nobody waits. Not recursive.
+// A thread that is ahead and has more to do is not there when it unlocks. Behind a long turn in
+// line it may therefore come back for a moment, a small part of what the turn took, before the next
+// one in line has its turn: with one request a turn it would fall behind for good as soon as there
+// is more than one for each.
+//
+// Taking and giving back cost one atomic operation each while nobody waits, and a look at the clock
+// in line. Not recursive.
 class CAPABILITY("mutex") FairMutex
 {
 public:
@@ -40,6 +47,9 @@ public:
         std::uint32_t state = kFree;
         if (!m_state.compare_exchange_strong(state, kHeld, std::memory_order_acquire))
             waitFor(lane);
+        m_holdersLane = lane;
+        if (lane == Lane::inLine)
+            m_turnBegan = Clock::now();
     }
 
     void unlock() RELEASE()
@@ -51,10 +61,14 @@ public:
     }
 
 private:
-    // Free and held, the lanes are empty; awaited, it is held and one of them is not.
+    using Clock = std::chrono::steady_clock;
+
+    // Free and held, the lanes are empty; awaited, it is held and one of them is not; kept, nobody
+    // holds it, and the first in line waits until m_keptUntil for somebody ahead to come back.
     static constexpr std::uint32_t kFree = 0;
     static constexpr std::uint32_t kHeld = 1;
     static constexpr std::uint32_t kAwaited = 2;
+    static constexpr std::uint32_t kKept = 3;
 
     struct Waiter
     {
@@ -68,6 +82,7 @@ private:
     {
     public:
         [[nodiscard]] bool isEmpty() const { return !m_first; }
+        [[nodiscard]] Waiter* first() const { return m_first; }
         void push(Waiter& waiter);
         Waiter& pop();
 
@@ -78,13 +93,20 @@ private:
 
     void waitFor(Lane lane);
     void handOver();
-    [[nodiscard]] bool takeOrAnnounce();
+    [[nodiscard]] bool takeOrAnnounce(Lane lane);
+    [[nodiscard]] bool takeWhatWasKept(const Waiter& waiter);
+    void keepForThoseAhead();
 
     const LockLevel m_level;
     std::atomic<std::uint32_t> m_state{kFree};
-    std::mutex m_lanes; // guards the queues, and m_state's way to and from kAwaited
+    // The holder's.
+    Lane m_holdersLane = Lane::ahead;
+    Clock::time_point m_turnBegan; // of the last one in line
+
+    std::mutex m_lanes; // guards the rest, and m_state's way to and from kAwaited and kKept
     Queue m_ahead;
     Queue m_inLine;
+    Clock::time_point m_keptUntil;
 };
 
 // Holds a FairMutex for its scope.

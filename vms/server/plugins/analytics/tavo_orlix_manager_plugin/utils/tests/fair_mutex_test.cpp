@@ -137,4 +137,39 @@ TEST(FairMutex, WhoIsAheadWaitsForNoMoreThanTheHolder)
     EXPECT_GT(2 * kRequests, turnsWaitedFor);
 }
 
+// Else one who has many requests would get through with one of them in each turn of the line.
+TEST(FairMutex, WhoIsAheadMayComeBackBehindALongTurn)
+{
+    constexpr int kRequests = 40;
+    FairMutex mutex(LockLevel::settings);
+    std::atomic<bool> done = false;
+    std::atomic<int> turns = 0;
+    std::vector<std::thread> line;
+    for (int i = 0; i < 2; ++i)
+    {
+        line.emplace_back(
+            [&]
+            {
+                while (!done)
+                {
+                    const FairMutexLock lock(mutex, Lane::inLine);
+                    ++turns;
+                    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+                }
+            });
+    }
+    while (turns < 2) // both have come
+        std::this_thread::yield();
+    const int before = turns;
+    for (int i = 0; i < kRequests; ++i)
+        const FairMutexLock lock(mutex);
+    EXPECT_GT(kRequests / 4, turns - before);
+    const int then = turns;
+    while (turns < then + 4) // and the line goes on, both of it
+        std::this_thread::yield();
+    done = true;
+    for (std::thread& thread : line)
+        thread.join();
+}
+
 } // namespace tavo::vms_server_plugins::analytics::orlix
