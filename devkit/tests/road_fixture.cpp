@@ -27,9 +27,12 @@ constexpr char kToken[] = "token";
 constexpr int kWidth = 320;
 constexpr int kHeight = 240;
 
+constexpr int kStillCamera = 0;
+constexpr int kMovingCamera = 1;
+
 std::string deviceId()
 {
-    return defaultDeviceId(0);
+    return defaultDeviceId(kMovingCamera);
 }
 
 // A light square that walks over a dark ground.
@@ -51,9 +54,9 @@ PicturePtr pictureAt(int step)
     return picture;
 }
 
-SettingValues userValues()
+SettingValues userValues(const std::string& device)
 {
-    SettingValues values = UserSettings::defaults().valuesFor(deviceId());
+    SettingValues values = UserSettings::defaults().valuesFor(device);
     values["visualise_motion"] = "true";
     return values;
 }
@@ -72,17 +75,8 @@ RunningHost::RunningHost(const std::string& folder, RecordStore& store) :
     m_plugin->setUtilityProvider(m_provider.get());
     m_engine = sdk::Ptr<sdk::analytics::IEngine>(m_plugin->obtainEngine().value);
     m_engine->setHandler(sdk::makePtr<EngineHandler>(m_sink, m_console).get());
-    const auto info = sdk::makePtr<DeviceInfo>(*store.find(RecordKind::device, deviceId()));
-    const sdk::Ptr<sdk::analytics::IDeviceAgent> agent(
-        m_engine->doObtainDeviceAgent(info.get()).value);
-    m_agent = sdk::interfaceCast<sdk::analytics::IConsumingDeviceAgent>(agent);
-    const MetadataSink::Origin origin{0, deviceId()};
-    m_handler = sdk::makePtr<AgentHandler>(
-        origin, AgentHandler::Receivers{m_sink, m_statistics, m_console});
-    m_agent->setHandler(m_handler.get());
-    m_dialog = std::make_unique<SettingsDialog>(
-        m_agent, origin, userValues(), SettingsDialog::Surroundings{store, m_sink, m_console});
-    m_dialog->apply();
+    obtain(m_still, kStillCamera, store);
+    obtain(m_moving, kMovingCamera, store);
     m_frames = std::jthread([this](std::stop_token stop) { pushFrames(stop); });
 }
 
@@ -90,30 +84,57 @@ RunningHost::~RunningHost()
 {
     m_frames.request_stop();
     m_frames.join();
-    m_dialog.reset();
-    m_agent->finalize();
-    m_agent.reset();
+    EXPECT_EQ(0u, m_still.statistics.totals().objects) << "results of the other camera";
+    for (Camera* const camera : {&m_still, &m_moving})
+    {
+        camera->dialog.reset();
+        camera->agent->finalize();
+        camera->agent.reset();
+    }
     m_engine.reset();
     m_plugin.reset();
     m_restService.reset();
     EXPECT_EQ(0, m_library->liveObjects()) << "objects of the library were never released";
 }
 
+void RunningHost::obtain(Camera& camera, int index, RecordStore& store)
+{
+    const std::string id = defaultDeviceId(index);
+    const auto info = sdk::makePtr<DeviceInfo>(*store.find(RecordKind::device, id));
+    const sdk::Ptr<sdk::analytics::IDeviceAgent> agent(
+        m_engine->doObtainDeviceAgent(info.get()).value);
+    camera.agent = sdk::interfaceCast<sdk::analytics::IConsumingDeviceAgent>(agent);
+    const MetadataSink::Origin origin{index, id};
+    camera.handler = sdk::makePtr<AgentHandler>(
+        origin, AgentHandler::Receivers{m_sink, camera.statistics, m_console});
+    camera.agent->setHandler(camera.handler.get());
+    camera.dialog = std::make_unique<SettingsDialog>(
+        camera.agent, origin, userValues(id),
+        SettingsDialog::Surroundings{store, m_sink, m_console});
+    camera.dialog->apply();
+}
+
 void RunningHost::pushFrames(std::stop_token stop)
 {
+    const PicturePtr still = pictureAt(0);
     for (int step = 0; !stop.stop_requested(); ++step)
     {
-        const auto frame = sdk::makePtr<VideoFrame>(pictureAt(step), wallClockUs());
-        sdk::Result<void> result;
-        m_agent->doPushDataPacket(&result, frame.get());
-        sdk::Ptr<const sdk::IString> dropped(result.errorMessage);
+        for (Camera* const camera : {&m_still, &m_moving})
+        {
+            const auto frame = sdk::makePtr<VideoFrame>(
+                camera == &m_still ? still : pictureAt(step), wallClockUs());
+            sdk::Result<void> result;
+            camera->agent->doPushDataPacket(&result, frame.get());
+            sdk::Ptr<const sdk::IString> dropped(result.errorMessage);
+        }
         std::this_thread::sleep_for(40ms);
     }
 }
 
 std::string RunningHost::dialog()
 {
-    const sdk::Ptr<const sdk::ISettingsResponse> response(m_agent->pluginSideSettings().value);
+    const sdk::Ptr<const sdk::ISettingsResponse> response(
+        m_moving.agent->pluginSideSettings().value);
     std::string text;
     for (const std::string& line : describeModel(takeText(response->model())))
         text += line + "\n";
@@ -122,8 +143,8 @@ std::string RunningHost::dialog()
 
 bool RunningHost::takeObjects()
 {
-    const std::uint64_t packets = m_statistics.totals().objectPackets;
-    return std::exchange(m_objectPackets, packets) != packets;
+    const std::uint64_t objects = m_moving.statistics.totals().objects;
+    return std::exchange(m_objects, objects) != objects;
 }
 
 std::string RunningHost::produced()
@@ -144,8 +165,9 @@ void RoadTest::SetUp()
         *m_store,
         R"({"cloudSystemId":"system","cloudAuthToken":"token","server":{"id":"s","parameters":{}},)"
         R"("devices":[{"id":")" +
-            deviceId() + R"(","name":"Camera","parameters":{}}]})",
-        1);
+            defaultDeviceId(kStillCamera) + R"(","name":"Yard","parameters":{}},{"id":")" +
+            deviceId() + R"(","name":"Gate","parameters":{}}]})",
+        2);
 }
 
 void RoadTest::TearDown()

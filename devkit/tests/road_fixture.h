@@ -22,16 +22,17 @@
 namespace tavo::devkit
 {
 
-// A server that has the built library loaded and one camera switched on before which something
-// moves, as long as it lives.
+// A server that has the built library loaded and two cameras switched on, as long as it lives.
+// Before the first nothing ever moves; all that is told here is of the second, where something
+// does.
 class RunningHost
 {
 public:
     RunningHost(const std::string& folder, RecordStore& store);
     ~RunningHost();
 
-    void press(const std::string& button) { m_dialog->press(button); }
-    void apply() { m_dialog->apply(); }
+    void press(const std::string& button) { m_moving.dialog->press(button); }
+    void apply() { m_moving.dialog->apply(); }
 
     // The visible banners and buttons of the dialog as a user would see it now, a line each.
     [[nodiscard]] std::string dialog();
@@ -43,21 +44,28 @@ public:
     [[nodiscard]] std::string produced();
 
 private:
+    struct Camera
+    {
+        CameraStatistics statistics;
+        sdk::Ptr<sdk::analytics::IConsumingDeviceAgent> agent;
+        sdk::Ptr<AgentHandler> handler;
+        std::unique_ptr<SettingsDialog> dialog;
+    };
+
+    void obtain(Camera& camera, int index, RecordStore& store);
     void pushFrames(std::stop_token stop);
 
     const std::string m_folder;
     Console m_console{/*toStandardError*/ true};
     MetadataSink m_sink;
-    CameraStatistics m_statistics;
-    std::uint64_t m_objectPackets = 0;
+    std::uint64_t m_objects = 0;
     std::unique_ptr<Library> m_library;
     std::unique_ptr<RestService> m_restService;
     sdk::Ptr<UtilityProvider> m_provider;
     sdk::Ptr<sdk::analytics::IIntegration> m_plugin;
     sdk::Ptr<sdk::analytics::IEngine> m_engine;
-    sdk::Ptr<sdk::analytics::IConsumingDeviceAgent> m_agent;
-    sdk::Ptr<AgentHandler> m_handler;
-    std::unique_ptr<SettingsDialog> m_dialog;
+    Camera m_still;
+    Camera m_moving;
     std::jthread m_frames; // last: it uses all of the above
 };
 

@@ -10,6 +10,7 @@
 #include "models/orlix_crypto.h"
 #include "temporary_folder.h"
 #include "utils/json.h"
+#include "utils/tests/test_support.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -18,6 +19,8 @@ namespace
 {
 
 constexpr char kMimeType[] = "application/x-onnx";
+constexpr char kHalf[] = "Downloading model: Net (50%)\n"
+                         "Click on the 'Refresh' button to see updated progress.";
 
 std::string md5Text(const std::string& body, TemporaryFolder& folder)
 {
@@ -47,12 +50,17 @@ protected:
                 // May go on when the client has gone, and the test with it.
                 response.set_content_provider(
                     m_body.size(), "application/octet-stream",
-                    [body = m_body.substr(0, m_body.size() - m_missing)](
-                        std::size_t offset, std::size_t, httplib::DataSink& sink)
+                    [this, body = m_body.substr(0, m_body.size() - m_missing),
+                     inHalves =
+                         m_inHalves](std::size_t offset, std::size_t, httplib::DataSink& sink)
                     {
                         if (offset >= body.size())
                             return false; // ends the connection early
-                        return sink.write(body.data() + offset, body.size() - offset);
+                        if (!inHalves)
+                            return sink.write(body.data() + offset, body.size() - offset);
+                        EXPECT_TRUE(
+                            offset == 0 || test::comesTrue([this] { return progress() == kHalf; }));
+                        return sink.write(body.data() + offset, body.size() / 2);
                     });
                 ++m_requests; // behind all that the test may change once it has its answer
             });
@@ -91,6 +99,8 @@ protected:
         return warning("DOWNLOAD_MODEL_FAILED_" + m_files.modelPath + ".tmp");
     }
 
+    [[nodiscard]] std::string progress() const { return warning("DOWNLOAD_PROGRESS_STRING"); }
+
     [[nodiscard]] std::string cached() const
     {
         return m_folder.read("orlix_manager/cache/unencrypted/net.onnx");
@@ -102,6 +112,7 @@ protected:
     std::string m_key;
     std::string m_lastModified = "2026-11-03T10:00:00";
     std::size_t m_missing = 0;
+    bool m_inHalves = false; // the second is sent once the first is told
     int m_status = 200;
     std::atomic<int> m_requests{0};
     std::string m_authorization;
@@ -115,8 +126,11 @@ protected:
 
 TEST_F(ModelManagerTest, fetchesOnceAndAgainWhenTheCloudOrTheDiskChanged)
 {
+    m_inHalves = true;
     EXPECT_TRUE(ensure(downloads()));
     EXPECT_EQ(m_body, cached());
+    EXPECT_EQ("", progress());
+    m_inHalves = false;
     EXPECT_EQ("token", m_authorization);
     EXPECT_FALSE(ensure(downloads()));
     EXPECT_EQ(1, m_requests);
@@ -182,7 +196,7 @@ TEST_F(ModelManagerTest, aFailedDownloadIsToldAndLeavesTheOldFileAndNothingElse)
         EXPECT_NE(std::string::npos, failure().find(c.text)) << failure();
         EXPECT_EQ(*c.text == '\0', failure().empty());
         EXPECT_FALSE(std::filesystem::exists(m_files.modelPath + ".tmp"));
-        EXPECT_EQ("", warning("DOWNLOAD_PROGRESS_STRING"));
+        EXPECT_EQ("", progress());
 
         const int before = m_requests;
         EXPECT_FALSE(ensure(downloads()));
