@@ -7,6 +7,7 @@
 #           warnings over the library's own sources: a minute or two
 #   all     the same, and clang-tidy with clang's analysis over every source (the default)
 # TAVO_JOBS: how many checkers run at a time; all processors otherwise.
+# shellcheck disable=SC2317 # functions are called by name, through check
 set -euo pipefail
 
 here=$(dirname "${BASH_SOURCE[0]}")
