@@ -31,7 +31,7 @@ function(tavo_add_test name dir)
     list(TRANSFORM sources PREPEND ${dir}/)
     add_executable(${name} ${sources})
     target_link_libraries(${name} PRIVATE
-        ${ARGN} tavo_local_sockets tavo_warnings GTest::gmock GTest::gtest_main)
+        ${ARGN} tavo_testing tavo_local_sockets tavo_warnings GTest::gmock GTest::gtest_main)
     target_include_directories(${name} PRIVATE ${dir})
     gtest_discover_tests(${name} DISCOVERY_MODE ${TAVO_TEST_DISCOVERY} DISCOVERY_TIMEOUT 60
         PROPERTIES TIMEOUT 120)

@@ -1,11 +1,9 @@
 #include <tavo/kit/debug.h>
 
-#include <csignal>
+#include <regex>
+#include <string>
 
-#include <fcntl.h>
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 namespace tavo::kit
 {
@@ -18,31 +16,11 @@ TEST(Debug, reportsABrokenAssumptionAndGoesOn)
     testing::internal::CaptureStderr();
     EXPECT_TRUE(verify(true, "holds"));
     EXPECT_FALSE(verify(false, "1 > 2", "Numbers are wrong."));
-    EXPECT_THAT(
-        testing::internal::GetCapturedStderr(),
-        testing::MatchesRegex(
-            "ASSERTION FAILED: debug_test.cpp:[0-9]+ \\(1 > 2\\) Numbers are wrong.\n"));
-}
-
-TEST(Debug, aReaderThatIsGoneDoesNoHarm)
-{
-    ASSERT_NE(std::signal(SIGPIPE, SIG_DFL), SIG_ERR); // as in a host that handles nothing
-    int ends[2];
-    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
-    const int formerStderr = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0);
-    ASSERT_GE(dup2(ends[1], STDERR_FILENO), 0);
-    close(ends[0]);
-    close(ends[1]);
-
-    errno = ENOENT;
-    printLine("nobody reads this");
-    EXPECT_EQ(errno, ENOENT);
-
-    dup2(formerStderr, STDERR_FILENO);
-    close(formerStderr);
-    sigset_t pending;
-    sigpending(&pending);
-    EXPECT_EQ(sigismember(&pending, SIGPIPE), 0);
+    const std::string told = testing::internal::GetCapturedStderr();
+    EXPECT_TRUE(std::regex_match(
+        told,
+        std::regex("ASSERTION FAILED: debug_test.cpp:[0-9]+ \\(1 > 2\\) Numbers are wrong.\n")))
+        << told;
 }
 
 } // namespace

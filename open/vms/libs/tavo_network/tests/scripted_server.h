@@ -1,10 +1,13 @@
 // A server on loopback whose every connection runs a test's script.
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <string>
 #include <string_view>
 #include <thread>
+
+#include <testing/loopback_socket.h>
 
 namespace tavo::network::test
 {
@@ -12,23 +15,23 @@ namespace tavo::network::test
 class Connection
 {
 public:
-    explicit Connection(int descriptor) :
-        m_descriptor(descriptor)
+    explicit Connection(test_support::LoopbackSocket socket) :
+        m_socket(std::move(socket))
     {}
 
     // The head and as much of the body as its Content-Length tells.
     std::string readRequest();
 
     // False once the client is gone.
-    bool write(std::string_view bytes);
+    bool write(std::string_view bytes) { return m_socket.send(bytes); }
 
     // False when the client has not closed in a long while, so that a test ends all the same.
     bool waitForClose();
 
-    int clientPort() const;
+    int clientPort() const { return m_socket.peerPort(); }
 
 private:
-    const int m_descriptor;
+    test_support::LoopbackSocket m_socket;
 };
 
 class ScriptedServer
@@ -45,8 +48,8 @@ private:
     void run();
 
     const Script m_script;
-    int m_listener = -1;
-    int m_port = 0;
+    test_support::LoopbackSocket m_listener = test_support::LoopbackSocket::listening();
+    std::atomic<bool> m_isStopped{false};
     std::thread m_thread;
 };
 

@@ -1,6 +1,6 @@
 #include "utils/command.h"
 
-#include <csignal>
+#include <testing/test_program.h>
 
 #include "test_support.h"
 
@@ -29,13 +29,44 @@ TEST(SplitCommandLineTest, blanksPartWordsAndQuotesKeepThem)
         EXPECT_EQ(c.words, splitCommandLine(c.line)) << c.line;
 }
 
+std::string program(const std::string& steps)
+{
+    return "\"" + test_support::testProgram() + "\" " + steps;
+}
+
 TEST(RunCommandTest, outputAndErrorsComeAsTheyWereWritten)
 {
     const CommandResult result =
-        runCommand("sh -c \"echo out; echo err >&2; echo more; cat; exit 7\"");
+        runCommand(program("print \"out of it\" error err print more print-input - exit 7"));
     EXPECT_EQ(7, result.exitCode);
-    EXPECT_EQ("out\nerr\nmore\n", result.output);
-    EXPECT_EQ(200'000u, runCommand("head -c 200000 /dev/zero").output.size());
+    EXPECT_EQ("out of it\nerr\nmore\n", result.output);
+    EXPECT_EQ(200'000u, runCommand(program("print-bytes 200000")).output.size());
+}
+
+TEST(RunCommandTest, itEndsWithItsProgramAndTakesAlongWhatThatLeft)
+{
+    const TempFolder folder;
+    const std::string file = folder.file("id");
+    const CommandResult result = runCommand(
+        program("start write-id," + file + ",sleep,1000 wait-for " + file + " print done exit 4"));
+    EXPECT_EQ(4, result.exitCode);
+    EXPECT_EQ("done\n", result.output);
+    const auto left = static_cast<std::uint32_t>(std::stoul(contentOf(file)));
+    EXPECT_TRUE(comesTrue([&] { return !test_support::isRunning(left); }));
+}
+
+TEST(RunCommandTest, oneThatHangsIsEndedAndFails)
+{
+    for (const char* const steps :
+         {"ignore-requests-to-end - print begun sleep 1000",
+          "print begun close-output - sleep 1000"})
+    {
+        const CommandResult result = runCommand(program(steps), std::chrono::seconds(1));
+        EXPECT_EQ(-1, result.exitCode);
+        EXPECT_EQ("begun\n", result.output);
+    }
+    const std::string endless = program("repeat 1000000000 print y");
+    EXPECT_EQ(-1, runCommand(endless, std::chrono::seconds(1)).exitCode);
 }
 
 TEST(RunCommandTest, whatCannotBeStartedGivesMinusOne)

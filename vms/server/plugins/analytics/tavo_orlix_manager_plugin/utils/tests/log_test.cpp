@@ -1,9 +1,6 @@
 #include "utils/log.h"
 
-#include <csignal>
-#include <cstdio>
-#include <fcntl.h>
-#include <gmock/gmock.h>
+#include <regex>
 
 #include "test_support.h"
 
@@ -34,10 +31,12 @@ TEST_F(LogTest, aLineHasItsHead)
     open(2);
     log_info("text %d\n", 7);
     log_debug("more\n");
-    EXPECT_THAT(
-        contentOf(m_startPath),
-        testing::MatchesRegex("ORLIX Plugin: [0-9]{13} [0-9]{9,}: text 7\n"
-                              "ORLIX Plugin: [0-9]{13} [0-9]{9,}: more\n"));
+    const std::string content = contentOf(m_startPath);
+    EXPECT_TRUE(std::regex_match(
+        content,
+        std::regex("ORLIX Plugin: [0-9]{13} [0-9]{9,}: text 7\n"
+                   "ORLIX Plugin: [0-9]{13} [0-9]{9,}: more\n")))
+        << content;
     EXPECT_EQ("", contentOf(m_mainPath));
 }
 
@@ -93,56 +92,6 @@ TEST_F(LogTest, linesSurviveOpeningAndClosingOnOtherThreads)
     EXPECT_TRUE(contentOf(m_startPath).ends_with(": last\n"));
 }
 
-// Nobody reads what this process writes to one of its standard streams, and it takes a broken pipe
-// as a host that handles nothing does.
-class BrokenStream
-{
-public:
-    explicit BrokenStream(int stream) :
-        m_stream(stream),
-        m_former(fcntl(stream, F_DUPFD_CLOEXEC, 0)),
-        m_formerHandler(std::signal(SIGPIPE, SIG_DFL))
-    {
-        int ends[2];
-        EXPECT_EQ(0, pipe2(ends, O_CLOEXEC));
-        std::fflush(nullptr);
-        dup2(ends[1], stream);
-        close(ends[0]);
-        close(ends[1]);
-    }
-    ~BrokenStream()
-    {
-        std::fflush(nullptr); // what was left to the host, it writes
-        dup2(m_former, m_stream);
-        close(m_former);
-        std::signal(SIGPIPE, m_formerHandler);
-    }
-    BrokenStream(const BrokenStream&) = delete;
-    BrokenStream& operator=(const BrokenStream&) = delete;
-
-private:
-    const int m_stream;
-    const int m_former;
-    void (*const m_formerHandler)(int);
-};
-
-TEST_F(LogTest, aStandardStreamThatNobodyReadsDoesNoHarm)
-{
-    const std::string longer(5000, 'x');
-    for (const int stream : {STDOUT_FILENO, STDERR_FILENO})
-    {
-        log_init(m_startPath, m_mainPath, "", stream == STDOUT_FILENO, /*file*/ true, 2);
-        const BrokenStream broken(stream);
-        if (stream == STDOUT_FILENO)
-            print_out("%s\n", longer.c_str());
-        log_info("%s\n", longer.c_str());
-        if (stream == STDERR_FILENO)
-            log_error("%s\n", longer.c_str());
-        log_close();
-        EXPECT_GT(contentOf(m_startPath).size(), longer.size());
-    }
-}
-
 TEST_F(LogTest, theConsoleGetsWholeLinesAndTheirHeads)
 {
     log_init(m_startPath, m_mainPath, "P: ", /*console*/ true, /*file*/ false, 1);
@@ -151,9 +100,9 @@ TEST_F(LogTest, theConsoleGetsWholeLinesAndTheirHeads)
     log_info("%s\n", longer.c_str());
     log_debug("not at this verbosity\n");
     print_out("bare %d\n", 1);
-    EXPECT_THAT(
-        testing::internal::GetCapturedStdout(),
-        testing::MatchesRegex("P: [0-9]{13} [0-9]{9,}: x+\nbare 1\n"));
+    const std::string told = testing::internal::GetCapturedStdout();
+    const std::regex head("P: [0-9]{13} [0-9]{9,}: ");
+    EXPECT_EQ(longer + "\nbare 1\n", std::regex_replace(told, head, "")) << told;
 }
 
 } // namespace

@@ -11,9 +11,10 @@
 #include <thread>
 
 #include <gtest/gtest.h>
-#include <unistd.h>
+#include <testing/platform.h>
 
 #include "utils/log.h"
+#include "utils/paths.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix::test
 {
@@ -22,7 +23,7 @@ namespace tavo::vms_server_plugins::analytics::orlix::test
 inline std::string uniqueName(const std::string& purpose)
 {
     static std::atomic<int> counter{0};
-    return "orlix_test_" + purpose + "_" + std::to_string(getpid()) + "_" +
+    return "orlix_test_" + purpose + "_" + std::to_string(test_support::ownProcessId()) + "_" +
         std::to_string(counter++);
 }
 
@@ -30,11 +31,7 @@ inline std::string uniqueName(const std::string& purpose)
 class TempFolder
 {
 public:
-    TempFolder() :
-        m_path(std::filesystem::temp_directory_path() / uniqueName("dir"))
-    {
-        std::filesystem::create_directories(m_path);
-    }
+    TempFolder() { std::filesystem::create_directories(m_path); }
     ~TempFolder()
     {
         std::error_code ignored;
@@ -45,16 +42,16 @@ public:
 
     [[nodiscard]] std::string file(const std::string& name) const
     {
-        return (m_path / name).string();
+        return utf8FromPath(m_path / pathFromUtf8(name));
     }
 
 private:
-    std::filesystem::path m_path;
+    const std::filesystem::path m_path = std::filesystem::temp_directory_path() / uniqueName("dir");
 };
 
 inline std::string contentOf(const std::string& path)
 {
-    std::ifstream file(path, std::ios::binary);
+    std::ifstream file(pathFromUtf8(path), std::ios::binary);
     std::ostringstream text;
     text << file.rdbuf();
     return text.str();
@@ -87,13 +84,6 @@ private:
     TempFolder m_folder;
     const std::string m_path = m_folder.file("start.log");
 };
-
-// How many descriptors this process has.
-inline auto openDescriptors()
-{
-    const std::filesystem::directory_iterator begin("/proc/self/fd");
-    return std::distance(begin, std::filesystem::directory_iterator());
-}
 
 // Waits for what another thread or process brings about; false if it has not come in 20 seconds.
 inline bool comesTrue(const std::function<bool()>& condition)

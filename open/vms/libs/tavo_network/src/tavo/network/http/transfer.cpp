@@ -146,6 +146,9 @@ bool HttpClient::Transfer::setOptions(const Url& url, const PostBody* body)
     set(CURLOPT_SSL_VERIFYPEER, verifies ? 1L : 0L);
     set(CURLOPT_SSL_VERIFYHOST, verifies ? 2L : 0L);
     set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
+    // Those that the system keeps, where no file is the usual place of them; elsewhere it does
+    // nothing.
+    set(CURLOPT_SSL_OPTIONS, static_cast<long>(CURLSSLOPT_NATIVE_CA));
     if (const char* const authorities = authoritiesFile())
         set(CURLOPT_CAINFO, authorities);
 

@@ -141,8 +141,8 @@ protected:
 
     void installManager()
     {
-        m_folder.writeScript(kBin + kManagerExecutable, "exec sleep 100");
-        m_folder.writeScript(kBin + kEngineExecutable, "");
+        m_folder.writeProgram(kBin + kManagerExecutable, "sleep 100");
+        m_folder.writeProgram(kBin + kEngineExecutable, "");
     }
 
     void installRuntime()

@@ -112,9 +112,7 @@ TEST_F(EngineTest, TheApplicationRunsWhileACameraIsSwitchedOn)
 {
     const std::string id = "00010203-0405-0607-0809-0a0b0c0d0e0f";
     installManager();
-    m_folder.writeScript(
-        kBin + kManagerExecutable,
-        R"(while [ ! -e "$(dirname "$0")/end" ]; do sleep 0.02; done; rm "$(dirname "$0")/end")");
+    m_folder.writeProgram(kBin + kManagerExecutable, "wait-for end\nremove end");
     installRuntime();
     test::ModulePeer application(m_folder.path()); // that passes the command to stop on
     application.replyBy(

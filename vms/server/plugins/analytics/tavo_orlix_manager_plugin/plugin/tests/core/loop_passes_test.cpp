@@ -26,12 +26,9 @@ protected:
     // Finds an accelerator beside the processor, whatever the machine.
     Engine& engineWithAccelerator()
     {
-        m_folder.writeScript("dxrt-cli", "echo DXRT v3.2.0");
-        const std::string path = std::getenv("PATH");
-        setenv("PATH", (m_folder.path() + ":" + path).c_str(), 1);
-        Engine& made = engine();
-        setenv("PATH", path.c_str(), 1);
-        return made;
+        m_folder.writeProgram("dxrt-cli", "print DXRT v3.2.0");
+        const test_support::ScopedVariable path("PATH", test_support::pathWith(m_folder.path()));
+        return engine();
     }
 
     // Of a device that the cloud has configured, and of one that it has not.
@@ -273,9 +270,7 @@ TEST_F(DeviceParameters, WhatIsReplacedDoesNotRun)
     {
         SCOPED_TRACE(clearCache);
         ASSERT_TRUE(comesIntoService());
-        m_folder.writeScript(
-            kBin + kManagerExecutable,
-            R"(while [ ! -e "$(dirname "$0")/end" ]; do sleep 0.02; done; rm "$(dirname "$0")/end")");
+        m_folder.writeProgram(kBin + kManagerExecutable, "wait-for end\nremove end");
         manager.start({}, m_folder.path("orlix_plugin.sock"));
         ASSERT_EQ(ManagerState::Running, manager.state());
         engine().messageBoard().postMessage("w", "of before", MessageType::warning);

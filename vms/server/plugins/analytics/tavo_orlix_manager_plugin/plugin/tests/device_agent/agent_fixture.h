@@ -102,7 +102,6 @@ protected:
 
     AgentTest()
     {
-        setenv("TMPDIR", folder.path().c_str(), /*overwrite*/ 1);
         m_services = std::make_unique<BareServices>(folder.path());
         m_services->provider = host;
         startAgent();
@@ -112,7 +111,6 @@ protected:
     {
         agent.reset();
         m_services.reset();
-        setenv("TMPDIR", m_temporaryFolder.c_str(), /*overwrite*/ 1);
         ini().sendFramesOverride = false;
         ini().CloudAPI = m_cloudApi;
     }
@@ -183,7 +181,7 @@ protected:
     const sdk::Ptr<FakeHandler> handler = sdk::makePtr<FakeHandler>();
 
 private:
-    const std::string m_temporaryFolder = std::filesystem::temp_directory_path();
+    const ScopedTempPath m_temporaryFolder{folder.path()};
     const char* const m_cloudApi = ini().CloudAPI;
     std::unique_ptr<BareServices> m_services;
 

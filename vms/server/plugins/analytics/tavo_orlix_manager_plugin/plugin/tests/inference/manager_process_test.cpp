@@ -13,16 +13,16 @@ namespace tavo::vms_server_plugins::analytics::orlix
 namespace
 {
 
-// The application is a script of the shell; it is killed with the test at the latest.
+// The application is killed with the test at the latest.
 class ManagerProcessTest : public test::ManagerFixture
 {
 protected:
     ManagerProcessTest() { std::filesystem::create_directories(folder.path("orlix_manager/etc")); }
     ~ManagerProcessTest() override { manager.stop(models); }
 
-    void install(const std::string& script)
+    void install(const std::string& steps)
     {
-        folder.writeScript("orlix_manager/bin/" + std::string(kManagerExecutable), script);
+        folder.writeProgram("orlix_manager/bin/" + std::string(kManagerExecutable), steps);
     }
 
     void start() { manager.start(models, folder.path("orlix_plugin.sock")); }
@@ -35,8 +35,7 @@ protected:
     AssignedModels models;
 };
 
-constexpr char kEndsWhenTold[] = "trap 'exit 0' TERM\n"
-                                 "while [ ! -e \"$(dirname $0)/end\" ]; do sleep 0.05; done\n";
+constexpr char kEndsWhenTold[] = "wait-for end";
 
 TEST_F(ManagerProcessTest, StopsWhatStopsByItself)
 {
@@ -66,7 +65,7 @@ TEST_F(ManagerProcessTest, StopsWhatStopsByItself)
 
 TEST_F(ManagerProcessTest, KillsWhatDoesNotStop)
 {
-    install("trap '' TERM\nwhile :; do sleep 1; done\n");
+    install("ignore-requests-to-end\nsleep 1000");
     start();
     manager.stop(models);
     EXPECT_EQ(ManagerState::Stopped, manager.state());
@@ -75,7 +74,7 @@ TEST_F(ManagerProcessTest, KillsWhatDoesNotStop)
 
 TEST_F(ManagerProcessTest, ReportsACrashWithItsLastWords)
 {
-    install("echo first words >&2; echo 'no %s memory' >&2; exit 7\n");
+    install("error first words\nerror no %s memory\nexit 7");
     folder.write("orlix_manager/etc/brunmod_start.log", "module's");
     folder.write("orlix_manager/etc/brund_0_start.log", "engine's");
     folder.write("orlix_manager/etc/brunmod_crash.log", "of an earlier crash, and longer");
@@ -99,7 +98,7 @@ TEST_F(ManagerProcessTest, ReportsACrashWithItsLastWords)
 
 TEST_F(ManagerProcessTest, KeepsTheCrashReportUntilARestartHasLasted)
 {
-    install("exit 1\n");
+    install("exit 1");
     start();
     ASSERT_TRUE(ends());
     EXPECT_NE("", onBoard(board_key::kManagerCrash));

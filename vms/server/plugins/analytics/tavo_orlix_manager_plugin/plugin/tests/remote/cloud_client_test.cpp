@@ -162,9 +162,8 @@ TEST_F(CloudClient, OnlyACertificateThatTheSystemTrustsIsAccepted)
 
     EXPECT_THAT(getAvailablePipelines(m_host, "d"), IsEmpty());
     EXPECT_THAT(m_log.text(), HasSubstr("Couldn't get a response from endpoint: "));
-    setenv("CURL_CA_BUNDLE", certificate.caFile().c_str(), 1);
+    const test_support::ScopedVariable authorities("CURL_CA_BUNDLE", certificate.caFile());
     EXPECT_EQ(1u, getAvailablePipelines(m_host, "d").size());
-    unsetenv("CURL_CA_BUNDLE");
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

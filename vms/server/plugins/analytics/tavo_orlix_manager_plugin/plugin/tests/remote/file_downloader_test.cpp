@@ -2,8 +2,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <csignal>
-#include <sys/resource.h>
 #include <thread>
 
 #include <gmock/gmock.h>
@@ -100,27 +98,6 @@ TEST_F(FileDownloader, WhatIsNotThereLeavesNoFile)
     EXPECT_FALSE(download("http://127.0.0.1:1/file"));
     EXPECT_FALSE(download("no url at all"));
     EXPECT_FALSE(m_folder.has("file"));
-}
-
-// A full disk, as a limit on the size of files shows it.
-TEST_F(FileDownloader, AFileThatTheDiskDoesNotTakeIsNotDownloaded)
-{
-    serve(m_server, std::string(1 << 20, 'x'));
-    struct rlimit before;
-    getrlimit(RLIMIT_FSIZE, &before);
-    const auto previousHandler = std::signal(SIGXFSZ, SIG_IGN);
-    struct rlimit limit = before;
-    limit.rlim_cur = 1 << 18;
-    setrlimit(RLIMIT_FSIZE, &limit);
-    const bool downloaded = download(m_server.url("/file"));
-    setrlimit(RLIMIT_FSIZE, &before);
-    std::signal(SIGXFSZ, previousHandler);
-
-    EXPECT_FALSE(downloaded);
-    EXPECT_FALSE(m_folder.has("file")); // half a file must not pass for a cached one
-    EXPECT_THAT(
-        m_log.text(),
-        HasSubstr("Error! Could not write downloaded file: " + m_folder.path("file") + "\n"));
 }
 
 TEST_F(FileDownloader, AServerThatTricklesIsLeftAndSoIsItsFile)

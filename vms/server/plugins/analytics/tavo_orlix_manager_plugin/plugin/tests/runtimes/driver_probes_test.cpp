@@ -1,11 +1,10 @@
 #include "runtimes/driver_probes.h"
 
-#include <cstdlib>
-
 #include <gtest/gtest.h>
 
 #include "runtimes/chip_catalogue.h"
 #include "temporary_folder.h"
+#include "utils/paths.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -19,11 +18,9 @@ class DriverProbeTest : public testing::Test
 protected:
     void SetUp() override
     {
-        unsetenv("CUDA_PATH");
-        setenv("PATH", (m_folder.path() + ":/usr/bin:/bin").c_str(), 1);
+        test_support::setVariable("CUDA_PATH", "");
+        test_support::setVariable("PATH", m_toolsPath);
     }
-
-    void TearDown() override { setenv("PATH", m_oldPath.c_str(), 1); }
 
     [[nodiscard]] std::string boardText() const
     {
@@ -32,8 +29,10 @@ protected:
         return entry == entries.end() ? "" : entry->second.text;
     }
 
-    const std::string m_oldPath = std::getenv("PATH");
     TemporaryFolder m_folder;
+    const std::string m_toolsPath = test_support::pathWith(m_folder.path());
+    const test_support::ScopedVariable m_path{"PATH", m_toolsPath};
+    const test_support::ScopedVariable m_cudaPath{"CUDA_PATH", ""};
     MessageBoard m_board;
 };
 
@@ -59,22 +58,22 @@ TEST_F(DriverProbeTest, deepxIsFitWithASupportedVersionOnly)
     const struct
     {
         const char* name;
-        const char* script;
+        const char* steps;
         bool detected;
         bool fit;
         const char* driverVersion;
     } cases[] = {
         {"status fails", "exit 1", false, false, ""},
-        {"information fails", "[ $1 = --status ]", true, false, ""},
-        {"no version", "echo DXRT", true, false, ""},
-        {"supported", "echo DXRT v3.2.0 and DXRT v1.0.0", true, true, "dxrt-v3.2.0"},
-        {"unsupported", "echo DXRT v3.2.1", true, false, "3.2.1"},
-        {"beyond numbers", "echo DXRT v99999999999.0.0", true, false, "99999999999.0.0"},
+        {"information fails", "end-with-argument --status\nexit 1", true, false, ""},
+        {"no version", "print DXRT", true, false, ""},
+        {"supported", "print DXRT v3.2.0 and DXRT v1.0.0", true, true, "dxrt-v3.2.0"},
+        {"unsupported", "print DXRT v3.2.1", true, false, "3.2.1"},
+        {"beyond numbers", "print DXRT v99999999999.0.0", true, false, "99999999999.0.0"},
     };
     for (const auto& c : cases)
     {
         SCOPED_TRACE(c.name);
-        m_folder.writeScript("dxrt-cli", c.script);
+        m_folder.writeProgram("dxrt-cli", c.steps);
         Chip chip;
         probeDeepxDriver(chip);
         EXPECT_EQ(c.detected, chip.detected);
@@ -91,29 +90,29 @@ TEST_F(DriverProbeTest, hailoToolsTellTypeAndVersion)
 
     const struct
     {
-        const char* output;
+        const char* steps;
         int type;
     } types[] = {
-        {"Device Architecture: HAILO8", 1},
-        {"Device Architecture: HAILO8L", 2},
-        {"Device Architecture: HAILO15\\nDevice Architecture: HAILO8L", 2},
-        {"nothing", 0}};
+        {"print Device Architecture: HAILO8", 1},
+        {"print Device Architecture: HAILO8L", 2},
+        {"print Device Architecture: HAILO15\nprint Device Architecture: HAILO8L", 2},
+        {"print nothing", 0}};
     for (const auto& c : types)
     {
-        m_folder.writeScript("hailortcli", std::string("printf '") + c.output + "\\n'");
-        EXPECT_EQ(c.type, identifyHailoDevice()) << c.output;
+        m_folder.writeProgram("hailortcli", c.steps);
+        EXPECT_EQ(c.type, identifyHailoDevice()) << c.steps;
     }
 
-    m_folder.writeScript("hailortcli", "echo HailoRT-CLI version 4.18.0");
+    m_folder.writeProgram("hailortcli", "print HailoRT-CLI version 4.18.0");
     EXPECT_EQ("4.18.0", readHailoDriverVersion());
-    m_folder.writeScript(
-        "hailortcli", "echo HailoRT-CLI version 4.18.0; echo HailoRT-CLI version 4.19.0");
+    m_folder.writeProgram(
+        "hailortcli", "print HailoRT-CLI version 4.18.0\nprint HailoRT-CLI version 4.19.0");
     EXPECT_EQ("", readHailoDriverVersion());
 }
 
 TEST_F(DriverProbeTest, nvidiaTellsTheUserWhatToMend)
 {
-    const std::string smi = "[ $# = 0 ] || echo 2";
+    const std::string smi = "end-without-arguments\nprint 2";
     const struct
     {
         const char* name;
@@ -130,22 +129,27 @@ TEST_F(DriverProbeTest, nvidiaTellsTheUserWhatToMend)
         {"not on PATH", smi, "v12.4", false, true, false, "", "The CUDA Toolkit path is not"},
         {"old toolkit", smi, "v10.2", true, true, false, "", ""},
         {"no version", smi, "toolkit", true, true, false, "", ""},
-        {"no count", "[ $# = 0 ]", "v11.8", true, true, false, "cuda_11", "Something is wrong"},
+        {"no count", "end-without-arguments\nexit 1", "v11.8", true, true, false, "cuda_11",
+         "Something is wrong"},
         {"all well", smi, "v12.4", true, true, true, "cuda_12", ""},
     };
     for (const auto& c : cases)
     {
         SCOPED_TRACE(c.name);
         SetUp();
-        m_folder.writeScript("nvidia-smi", c.smi);
+        m_folder.writeProgram("nvidia-smi", c.smi);
         if (c.cudaFolder)
         {
-            const std::string cuda = std::string("/opt/CUDA/") + c.cudaFolder;
-            setenv("CUDA_PATH", cuda.c_str(), 1);
+            const auto cuda = [&c](const char* folder)
+            { return path_join("", "opt", folder, c.cudaFolder); };
+            test_support::setVariable("CUDA_PATH", cuda("CUDA"));
             if (c.onPath) // in another case, and with something behind it
-                setenv(
+            {
+                test_support::setVariable(
                     "PATH",
-                    (m_folder.path() + ":/usr/bin:/opt/cuda/" + c.cudaFolder + "/bin").c_str(), 1);
+                    m_toolsPath + test_support::kPathListSeparator +
+                        path_join(cuda("cuda"), "bin"));
+            }
         }
         Chip chip;
         probeNvidiaTools(chip, m_board);

@@ -1,13 +1,12 @@
 #include "runtimes/manager_installation.h"
 
-#include <cstdlib>
-
 #include <gtest/gtest.h>
 
 #include "core/base/ini.h"
 #include "http_server.h"
 #include "temporary_folder.h"
 #include "utils/command.h"
+#include "utils/platform_names.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -20,10 +19,9 @@ class ManagerInstallationTest : public testing::Test
 protected:
     void SetUp() override
     {
-        setenv("TMPDIR", m_folder.path().c_str(), 1);
         m_folder.write("work/kept.txt", "");
         m_server.handlers.Get(
-            "/apps/orlix_manager-x86_64-linux.tgz",
+            std::string("/apps/orlix_manager-x86_64-") + kArchiveTag + ".tgz",
             [this](const httplib::Request&, httplib::Response& response)
             {
                 ++m_requests;
@@ -34,19 +32,15 @@ protected:
         ini().OrlixManagerStorageURL = m_storage.c_str();
     }
 
-    void TearDown() override
-    {
-        ini().OrlixManagerStorageURL = "";
-        unsetenv("TMPDIR");
-    }
+    void TearDown() override { ini().OrlixManagerStorageURL = ""; }
 
     // An archive as the real tar makes it, of some of the files that belong in it.
     void makeArchive(bool engine, const char* version)
     {
         std::filesystem::remove_all(m_folder.path("content"));
-        m_folder.writeScript("content/orlix_manager/bin/brunmod", "exit 0\n");
+        m_folder.write(std::string("content/orlix_manager/bin/") + kManagerExecutable, "");
         if (engine)
-            m_folder.writeScript("content/orlix_manager/bin/brund", "exit 0\n");
+            m_folder.write(std::string("content/orlix_manager/bin/") + kEngineExecutable, "");
         if (version)
             m_folder.write("content/orlix_manager/VERSION", version);
         const std::string file = m_folder.path("archive.tgz");
@@ -58,6 +52,7 @@ protected:
     }
 
     TemporaryFolder m_folder;
+    const ScopedTempPath m_temporaryFolder{m_folder.path()};
     std::string m_archive = "no archive";
     std::atomic<int> m_requests{0};
     LoopbackHttpServer m_server;
@@ -142,7 +137,7 @@ TEST_F(ManagerInstallationTest, aFailureStaysUntilARemoval)
         ManagerInstallation installation(m_folder.path("work"));
         installation.install(m_board);
         EXPECT_EQ(c.result, installation.managerInstallState());
-        m_folder.writeScript("work/orlix_manager/bin/brund", "exit 0\n");
+        m_folder.write(std::string("work/orlix_manager/bin/") + kEngineExecutable, "");
         EXPECT_EQ(c.result, installation.checkInstallation());
         installation.remove();
         EXPECT_EQ(ManagerInstallState::notInstalled, installation.managerInstallState());

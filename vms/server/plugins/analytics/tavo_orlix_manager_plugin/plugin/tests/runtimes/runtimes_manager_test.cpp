@@ -1,7 +1,5 @@
 #include "runtimes/runtimes_manager.h"
 
-#include <cstdlib>
-
 #include <gtest/gtest.h>
 
 #include "core/base/ini.h"
@@ -47,14 +45,13 @@ protected:
         ini().RuntimesStorageURL = m_storage.c_str();
         ini().cacheRuntimeArchives = false;
         // The tools of one accelerator, before those that the machine may have itself.
-        m_folder.writeScript("tools/dxrt-cli", "echo DXRT v3.2.0");
+        m_folder.writeProgram("tools/dxrt-cli", "print DXRT v3.2.0");
         for (const char* const tool : {"nvidia-smi", "hailortcli"})
-            m_folder.writeScript(std::string("tools/") + tool, "exit 1");
-        const std::string path = std::getenv("PATH");
-        setenv("PATH", (m_folder.path("tools:") + path).c_str(), 1);
+            m_folder.writeProgram(std::string("tools/") + tool, "exit 1");
+        const test_support::ScopedVariable path(
+            "PATH", test_support::pathWith(m_folder.path("tools")));
         MessageBoard detection;
         m_manager.initialise(detection);
-        setenv("PATH", path.c_str(), 1);
     }
 
     void TearDown() override

@@ -1,11 +1,13 @@
 #pragma once
 
-#include <cstdlib>
+#include <atomic>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <stdexcept>
 #include <string>
+
+#include <testing/scoped_variable.h>
+#include <testing/test_program.h>
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -14,13 +16,7 @@ namespace tavo::vms_server_plugins::analytics::orlix
 class TemporaryFolder
 {
 public:
-    TemporaryFolder()
-    {
-        std::string pattern = (std::filesystem::temp_directory_path() / "orlix_XXXXXX").string();
-        if (!mkdtemp(pattern.data()))
-            throw std::runtime_error("no temporary folder");
-        m_path = pattern;
-    }
+    TemporaryFolder() { std::filesystem::create_directories(m_path); }
 
     ~TemporaryFolder()
     {
@@ -41,11 +37,12 @@ public:
         std::ofstream(path(name), std::ios::binary | std::ios::trunc) << content;
     }
 
-    // An executable script of the shell.
-    void writeScript(const std::string& name, const std::string& body) const
+    // A program that runs these steps, one a line, as testing/program has them.
+    void writeProgram(const std::string& name, const std::string& steps) const
     {
-        write(name, "#!/bin/sh\n" + body);
-        std::filesystem::permissions(path(name), std::filesystem::perms::owner_all);
+        const std::string file = path(test_support::programFile(name));
+        std::filesystem::create_directories(std::filesystem::path(file).parent_path());
+        test_support::installTestProgram(file, steps);
     }
 
     [[nodiscard]] std::string read(const std::string& name) const
@@ -60,18 +57,23 @@ public:
     }
 
 private:
-    std::string m_path;
+    static std::string newName()
+    {
+        static std::atomic<int> counter{0};
+        return "orlix_" + std::to_string(test_support::ownProcessId()) + "_" +
+            std::to_string(counter++);
+    }
+
+    const std::string m_path = (std::filesystem::temp_directory_path() / newName()).string();
 };
 
 // The system's temporary folder, for as long as a test needs its own.
-class ScopedTempPath
+class ScopedTempPath : public test_support::ScopedVariable
 {
 public:
-    explicit ScopedTempPath(const std::string& path) { setenv("TMPDIR", path.c_str(), 1); }
-    ~ScopedTempPath() { setenv("TMPDIR", m_old.c_str(), 1); }
-
-private:
-    const std::string m_old = std::filesystem::temp_directory_path();
+    explicit ScopedTempPath(const std::string& path) :
+        ScopedVariable(test_support::kTemporaryFolderVariable, path)
+    {}
 };
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+// What tests ask of the system and the system under test does not. Paths and texts are UTF-8.
+
+namespace tavo::test_support
+{
+
+[[nodiscard]] std::uint32_t ownProcessId();
+
+// Neither gone nor waiting to be collected.
+[[nodiscard]] bool isRunning(std::uint32_t process);
+
+void endProcess(std::uint32_t process);
+
+// Of this process's environment. An empty value takes it away.
+void setVariable(const std::string& name, const std::string& value);
+[[nodiscard]] std::string variable(const std::string& name); // empty if there is none
+
+// Names the folder for temporary files.
+extern const char* const kTemporaryFolderVariable;
+
+extern const char kPathListSeparator; // between the folders of PATH
+
+// Whether a program that this process starts may get a descriptor or handle with all others.
+[[nodiscard]] bool isInherited(std::intptr_t handle);
+
+// How many descriptors or handles this process has.
+[[nodiscard]] std::size_t openHandles();
+
+// Nobody but this user, and whoever may do everything, has access.
+[[nodiscard]] bool isPrivate(const std::string& path);
+
+// Sends bytes as they are; whether all went out.
+[[nodiscard]] bool sendBytes(std::uintptr_t socket, const std::string& bytes);
+
+} // namespace tavo::test_support

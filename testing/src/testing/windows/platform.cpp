@@ -1,0 +1,129 @@
+#include "testing/platform.h"
+
+#include <cstdlib>
+
+#include <winsock2.h>
+
+#include <windows.h>
+
+#include <aclapi.h>
+#include <sddl.h>
+
+namespace tavo::test_support
+{
+namespace
+{
+
+std::wstring wide(const std::string& text)
+{
+    const int size = static_cast<int>(text.size());
+    std::wstring result(text.size(), L'\0');
+    result.resize(static_cast<std::size_t>(
+        MultiByteToWideChar(CP_UTF8, 0, text.data(), size, result.data(), size)));
+    return result;
+}
+
+std::string narrow(const std::wstring& text)
+{
+    const int size = static_cast<int>(text.size());
+    std::string result(text.size() * 3, '\0');
+    result.resize(static_cast<std::size_t>(WideCharToMultiByte(
+        CP_UTF8, 0, text.data(), size, result.data(), static_cast<int>(result.size()), nullptr,
+        nullptr)));
+    return result;
+}
+
+// A host has the system's sockets ready; here the test program stands in for it.
+[[maybe_unused]] const int socketsAreReady = []
+{
+    WSADATA data = {};
+    return WSAStartup(MAKEWORD(2, 2), &data);
+}();
+
+} // namespace
+
+const char* const kTemporaryFolderVariable = "TMP";
+const char kPathListSeparator = ';';
+
+std::uint32_t ownProcessId()
+{
+    return GetCurrentProcessId();
+}
+
+bool isRunning(std::uint32_t process)
+{
+    const HANDLE handle = OpenProcess(SYNCHRONIZE, FALSE, process);
+    const bool isRunning = handle && WaitForSingleObject(handle, 0) == WAIT_TIMEOUT;
+    if (handle)
+        CloseHandle(handle);
+    return isRunning;
+}
+
+void endProcess(std::uint32_t process)
+{
+    const HANDLE handle = OpenProcess(PROCESS_TERMINATE, FALSE, process);
+    if (!handle)
+        return;
+    TerminateProcess(handle, 1);
+    CloseHandle(handle);
+}
+
+void setVariable(const std::string& name, const std::string& value)
+{
+    _wputenv_s(wide(name).c_str(), wide(value).c_str());
+}
+
+std::string variable(const std::string& name)
+{
+    const wchar_t* const value = _wgetenv(wide(name).c_str());
+    return value ? narrow(value) : "";
+}
+
+bool isInherited(std::intptr_t handle)
+{
+    DWORD flags = 0;
+    return !GetHandleInformation(reinterpret_cast<HANDLE>(handle), &flags) ||
+        (flags & HANDLE_FLAG_INHERIT) != 0;
+}
+
+std::size_t openHandles()
+{
+    DWORD count = 0;
+    GetProcessHandleCount(GetCurrentProcess(), &count);
+    return count;
+}
+
+// Every rule of the file names the system, administrators or its owner.
+bool isPrivate(const std::string& path)
+{
+    PSID owner = nullptr;
+    PACL rules = nullptr;
+    PSECURITY_DESCRIPTOR descriptor = nullptr;
+    if (GetNamedSecurityInfoW(
+            wide(path).c_str(), SE_FILE_OBJECT,
+            OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION, &owner, nullptr, &rules,
+            nullptr, &descriptor) != ERROR_SUCCESS)
+    {
+        return false;
+    }
+    bool isPrivate = rules != nullptr;
+    for (DWORD i = 0; isPrivate && i < rules->AceCount; ++i)
+    {
+        void* rule = nullptr;
+        GetAce(rules, i, &rule);
+        PSID user = &static_cast<ACCESS_ALLOWED_ACE*>(rule)->SidStart;
+        isPrivate = EqualSid(user, owner) || IsWellKnownSid(user, WinLocalSystemSid) ||
+            IsWellKnownSid(user, WinBuiltinAdministratorsSid) ||
+            static_cast<ACCESS_ALLOWED_ACE*>(rule)->Mask == 0;
+    }
+    LocalFree(descriptor);
+    return isPrivate;
+}
+
+bool sendBytes(std::uintptr_t socket, const std::string& bytes)
+{
+    const int size = static_cast<int>(bytes.size());
+    return send(socket, bytes.data(), size, 0) == size;
+}
+
+} // namespace tavo::test_support

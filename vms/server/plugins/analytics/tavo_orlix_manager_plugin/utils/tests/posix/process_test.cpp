@@ -1,0 +1,290 @@
+#include "utils/process.h"
+
+#include <algorithm>
+#include <csignal>
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+#include "test_support.h"
+#include "utils/files.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix::test
+{
+namespace
+{
+
+ProcessRecord startShell(const std::string& script, PipeEnd* errorPipe = nullptr)
+{
+    return process_start(
+        std::vector<std::string>{"sh", "-c", script}, /*console*/ false, errorPipe);
+}
+
+// Neither running nor waiting to be collected.
+bool isGone(pid_t process)
+{
+    return kill(process, 0) != 0 && errno == ESRCH;
+}
+
+// A program that starts what is hardest to find again, and tells the ids of all in files: a child;
+// one with a session of its own; a grandchild whose parent has ended, likewise; one that ignores
+// what can be ignored.
+class ProcessTree
+{
+public:
+    ~ProcessTree()
+    {
+        for (const pid_t process : m_processes)
+            kill(process, SIGKILL); // gone already, unless the test has failed
+    }
+
+    [[nodiscard]] std::string script() const
+    {
+        const std::string sleep = "exec sleep 1000";
+        return "echo $$ > " + file(0) + "; sleep 1000 & echo $! > " + file(1) +
+            "; setsid sh -c 'echo $$ > " + file(2) + "; " + sleep + "' & " +
+            "(setsid sh -c 'echo $$ > " + file(3) + "; " + sleep + "' &) ; " +
+            "sh -c 'trap \"\" TERM INT HUP QUIT; echo $$ > " + file(4) +
+            "; while :; do sleep 1; done' & " + sleep;
+    }
+
+    // False if not all of it has come to life.
+    [[nodiscard]] bool waitForLife()
+    {
+        for (int i = 0; i < kProcesses; ++i)
+        {
+            if (!comesTrue([&] { return contentOf(file(i)).ends_with("\n"); }))
+                return false;
+            m_processes.push_back(std::stoi(contentOf(file(i))));
+        }
+        return true;
+    }
+
+    [[nodiscard]] bool endsWhole() const
+    {
+        return comesTrue([this]
+                         { return std::all_of(m_processes.begin(), m_processes.end(), isGone); });
+    }
+
+    // False once the test is over.
+    [[nodiscard]] bool isNeeded() const { return std::filesystem::exists(m_folder.file("")); }
+
+private:
+    static constexpr int kProcesses = 5;
+
+    [[nodiscard]] std::string file(int index) const { return m_folder.file(std::to_string(index)); }
+
+    TempFolder m_folder;
+    std::vector<pid_t> m_processes;
+};
+
+// Runs `body` in a process of its own that stands in for a host; it is gone with the test.
+class StandInHost
+{
+public:
+    explicit StandInHost(const std::function<void()>& body) :
+        m_pid(fork())
+    {
+        if (m_pid == 0)
+        {
+            body();
+            for (;;)
+                pause();
+        }
+    }
+    ~StandInHost() { end(SIGKILL); }
+
+    void end(int signal)
+    {
+        if (m_pid <= 0)
+            return;
+        kill(m_pid, signal);
+        waitpid(m_pid, nullptr, 0);
+        m_pid = 0;
+    }
+
+private:
+    pid_t m_pid;
+};
+
+TEST(PosixProcessTest, noProcessOutlivesItsHost)
+{
+    for (const int signal : {SIGKILL, SIGTERM, SIGSEGV})
+    {
+        SCOPED_TRACE(signal);
+        ProcessTree tree;
+        ProcessRecord record;
+        StandInHost host(
+            [&]
+            {
+                // What the host forks on its own holds copies of all descriptors.
+                if (fork() == 0)
+                {
+                    while (tree.isNeeded())
+                        usleep(5000);
+                    _exit(0);
+                }
+                record = startShell(tree.script());
+                ::signal(SIGSEGV, SIG_DFL); // a sanitizer's handler takes its time
+            });
+        ASSERT_TRUE(tree.waitForLife());
+        host.end(signal);
+        EXPECT_TRUE(tree.endsWhole());
+    }
+}
+
+TEST(PosixProcessTest, aSignalShowsInTheExitCode)
+{
+    ProcessRecord record = startShell("kill -SEGV $$");
+    EXPECT_EQ(128 + SIGSEGV, process_wait(record, 20));
+}
+
+TEST(PosixProcessTest, theHostsWayWithItsChildrenDoesNotMatter)
+{
+    using Handler = void (*)(int);
+    const Handler ignore = SIG_IGN;
+    const Handler collectAll = [](int)
+    {
+        const int error = errno;
+        while (waitpid(-1, nullptr, WNOHANG) > 0)
+            continue;
+        errno = error;
+    };
+    for (const Handler handler : {ignore, collectAll})
+    {
+        struct sigaction action = {};
+        struct sigaction before = {};
+        action.sa_handler = handler;
+        ASSERT_EQ(0, sigaction(SIGCHLD, &action, &before));
+        ProcessRecord record = startShell("exit 5");
+        EXPECT_EQ(5, process_wait(record, 20));
+        record = startShell("exec sleep 1000");
+        int exitCode = 0;
+        EXPECT_TRUE(process_is_running(record, exitCode));
+        EXPECT_EQ(-2, process_wait(record, 0));
+        EXPECT_EQ(9, process_kill(record));
+        EXPECT_EQ(9, process_wait(record, 20));
+        sigaction(SIGCHLD, &before, nullptr);
+    }
+}
+
+TEST(PosixProcessTest, lastWordsAreKeptHoweverManyCameBefore)
+{
+    const struct
+    {
+        const char* name;
+        std::string script;
+        std::size_t least; // bytes
+    } cases[] = {
+        {"few words", "echo last words >&2; exit 3", 0},
+        // A write that fails leaves a stream bad, and the words behind it unsaid.
+        {"more than any pipe holds",
+         "head -c 3000000 /dev/zero | tr '\\0' x >&2 && echo >&2 && seq 9000 >&2 && "
+         "echo last words >&2; exit 3",
+         40'000},
+        {"with a child that goes on",
+         "sh -c 'while echo noise; do sleep 0.01; done' 2>/dev/null & sleep 1000 & "
+         "echo last words >&2; exit 3",
+         0}};
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        PipeEnd errors;
+        ProcessRecord record = startShell(c.script, &errors);
+        EXPECT_EQ(3, process_wait(record, 60));
+        const std::string text = pipe_read_text(errors).value_or("failed");
+        EXPECT_TRUE(text.ends_with("last words\n")) << text.substr(0, 100);
+        EXPECT_EQ(std::string::npos, text.find('x')); // starts with a whole line
+        EXPECT_GE(text.size(), c.least);
+        EXPECT_LE(text.size(), 64 * 1024u);
+    }
+}
+
+// A file of that text that is guarded from before its first byte.
+void writeGuarded(const ProcessRecord& record, const std::string& path)
+{
+    const FileStream file(file_open_private(path.c_str()));
+    process_delete_at_end(record, path, file.get());
+    std::fputs("secret", file.get());
+}
+
+TEST(PosixProcessTest, aFileIsGoneWithItsJobAndNoOtherOfItsName)
+{
+    constexpr int kFiles = 200;
+    const TempFolder folder;
+    const auto path = [&](int index) { return folder.file(std::to_string(index)); };
+    {
+        const ProcessRecord record = process_prepare({"true"}, /*console*/ false);
+        for (int i = 0; i < kFiles; ++i)
+            writeGuarded(record, path(i));
+        // Those of a later run have the same names.
+        for (const int taken : {0, kFiles - 1})
+        {
+            std::filesystem::remove(path(taken));
+            std::ofstream(path(taken)) << "of the next run";
+        }
+        EXPECT_EQ("secret", contentOf(path(1)));
+    }
+    EXPECT_TRUE(comesTrue([&] { return !std::filesystem::exists(path(kFiles - 2)); }));
+    for (int i = 1; i < kFiles - 1; ++i)
+        EXPECT_FALSE(std::filesystem::exists(path(i))) << i;
+    EXPECT_EQ("of the next run", contentOf(path(0)));
+    EXPECT_EQ("of the next run", contentOf(path(kFiles - 1)));
+}
+
+TEST(PosixProcessTest, noGuardedFileOutlivesAHostThatIsKilledBeforeItStartsAnything)
+{
+    const TempFolder folder;
+    const std::string file = folder.file("copy");
+    ProcessRecord record;
+    StandInHost host(
+        [&]
+        {
+            record = process_prepare({"true"}, /*console*/ false);
+            writeGuarded(record, file);
+        });
+    ASSERT_TRUE(comesTrue([&] { return contentOf(file) == "secret"; }));
+    host.end(SIGKILL);
+    EXPECT_TRUE(comesTrue([&] { return !std::filesystem::exists(file); }));
+}
+
+TEST(PosixProcessTest, theChildHasACleanStart)
+{
+    const TempFolder folder;
+    const std::string file = folder.file("state");
+    struct sigaction before = {};
+    struct sigaction ignore = {};
+    ignore.sa_handler = SIG_IGN;
+    sigaction(SIGTERM, &ignore, &before);
+    sigset_t blocked;
+    sigset_t maskBefore;
+    sigfillset(&blocked);
+    pthread_sigmask(SIG_BLOCK, &blocked, &maskBefore);
+    const int leaky = open("/dev/null", O_RDONLY); // NOLINT(android-cloexec-open): as a host may
+    ProcessRecord record = startShell(
+        "exec > " + file + "; grep SigBlk /proc/self/status; ls /proc/$$/fd; cat; kill -TERM $$");
+    pthread_sigmask(SIG_SETMASK, &maskBefore, nullptr);
+    sigaction(SIGTERM, &before, nullptr);
+    close(leaky);
+    EXPECT_EQ(128 + SIGTERM, process_wait(record, 20));
+    EXPECT_EQ("SigBlk:\t0000000000000000\n0\n1\n2\n", contentOf(file));
+}
+
+TEST(PosixProcessTest, noChildIsLeftBehind)
+{
+    const auto before = test_support::openHandles();
+    for (int i = 0; i < 3; ++i)
+    {
+        PipeEnd errors;
+        ProcessRecord record = startShell("exit 0", &errors);
+        EXPECT_EQ(0, process_wait(record, 20));
+        EXPECT_FALSE(process_started(process_start(std::vector<std::string>{"/none"}, false)));
+    }
+    EXPECT_EQ(before, test_support::openHandles());
+    EXPECT_EQ(-1, waitpid(-1, nullptr, WNOHANG)); // no child, not even an ended one
+    EXPECT_EQ(ECHILD, errno);
+}
+
+} // namespace
+} // namespace tavo::vms_server_plugins::analytics::orlix::test
