@@ -34,6 +34,9 @@ extern const char kPathListSeparator; // between the folders of PATH
 // Nobody but this user, and whoever may do everything, has access.
 [[nodiscard]] bool isPrivate(const std::string& path);
 
+// What tells a file from another one that had or will have its name; 0 if there is none.
+[[nodiscard]] std::uint64_t fileIdentity(const std::string& path);
+
 // Sends bytes as they are; whether all went out.
 [[nodiscard]] bool sendBytes(std::uintptr_t socket, const std::string& bytes);
 

@@ -62,6 +62,12 @@ bool isPrivate(const std::string& path)
     return stat(path.c_str(), &status) == 0 && (status.st_mode & 0777) == 0600;
 }
 
+std::uint64_t fileIdentity(const std::string& path)
+{
+    struct stat status = {};
+    return stat(path.c_str(), &status) == 0 ? status.st_ino : 0;
+}
+
 bool sendBytes(std::uintptr_t socket, const std::string& bytes)
 {
     return send(static_cast<int>(socket), bytes.data(), bytes.size(), MSG_NOSIGNAL) ==

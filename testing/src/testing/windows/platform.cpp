@@ -120,6 +120,20 @@ bool isPrivate(const std::string& path)
     return isPrivate;
 }
 
+std::uint64_t fileIdentity(const std::string& path)
+{
+    const HANDLE file = CreateFileW(
+        wide(path).c_str(), FILE_READ_ATTRIBUTES,
+        FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+        FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return 0;
+    BY_HANDLE_FILE_INFORMATION information = {};
+    GetFileInformationByHandle(file, &information);
+    CloseHandle(file);
+    return std::uint64_t{information.nFileIndexHigh} << 32 | information.nFileIndexLow;
+}
+
 bool sendBytes(std::uintptr_t socket, const std::string& bytes)
 {
     const int size = static_cast<int>(bytes.size());

@@ -47,8 +47,10 @@ TEST(RunCommandTest, itEndsWithItsProgramAndTakesAlongWhatThatLeft)
 {
     const TempFolder folder;
     const std::string file = folder.file("id");
+    const auto begin = std::chrono::steady_clock::now();
     const CommandResult result = runCommand(
         program("start write-id," + file + ",sleep,1000 wait-for " + file + " print done exit 4"));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, kCommandLimit); // not for what it left
     EXPECT_EQ(4, result.exitCode);
     EXPECT_EQ("done\n", result.output);
     const auto left = static_cast<std::uint32_t>(std::stoul(contentOf(file)));
@@ -61,7 +63,7 @@ TEST(RunCommandTest, oneThatHangsIsEndedAndFails)
          {"ignore-requests-to-end - print begun sleep 1000",
           "print begun close-output - sleep 1000"})
     {
-        const CommandResult result = runCommand(program(steps), std::chrono::seconds(1));
+        const CommandResult result = runCommand(program(steps), std::chrono::seconds(3));
         EXPECT_EQ(-1, result.exitCode);
         EXPECT_EQ("begun\n", result.output);
     }
@@ -75,33 +77,6 @@ TEST(RunCommandTest, whatCannotBeStartedGivesMinusOne)
     for (const std::string& line :
          {std::string("no_such_program -v"), std::string(), folder.file("")})
         EXPECT_EQ(-1, runCommand(line).exitCode) << line;
-}
-
-TEST(RunCommandTest, itEndsWithItsProgramAndTakesAlongWhatThatLeft)
-{
-    const TempFolder folder;
-    const std::string file = folder.file("pid");
-    const auto begin = std::chrono::steady_clock::now();
-    const CommandResult result =
-        runCommand("sh -c \"sleep 1000 & echo $! > " + file + "; echo done; exit 4\"");
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, kCommandLimit); // not for what it left
-    EXPECT_EQ(4, result.exitCode);
-    EXPECT_EQ("done\n", result.output);
-    const pid_t left = std::stoi(contentOf(file));
-    EXPECT_TRUE(comesTrue([&] { return kill(left, 0) != 0 && errno == ESRCH; }));
-}
-
-TEST(RunCommandTest, oneThatHangsIsEndedAndFails)
-{
-    for (const char* const line :
-         {"sh -c \"trap '' TERM; echo begun; sleep 1000; sleep 1000\"",
-          "sh -c \"echo begun; exec > /dev/null 2>&1; while :; do :; done\""})
-    {
-        const CommandResult result = runCommand(line, std::chrono::seconds(1));
-        EXPECT_EQ(-1, result.exitCode);
-        EXPECT_EQ("begun\n", result.output);
-    }
-    EXPECT_EQ(-1, runCommand("yes", std::chrono::seconds(1)).exitCode);
 }
 
 } // namespace

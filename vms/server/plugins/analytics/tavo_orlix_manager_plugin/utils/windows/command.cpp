@@ -1,5 +1,8 @@
 #include "utils/command.h"
 
+#include <algorithm>
+
+#include "utils/deadline.h"
 #include "utils/log.h"
 #include "utils/pipes.h"
 #include "utils/windows/kept_program.h"
@@ -25,8 +28,8 @@ UniqueHandle inheritable(HANDLE handle)
     return UniqueHandle(copy);
 }
 
-KeptProgram startWithOutput(
-    const std::string& commandLine, const PipeEnd& output, StartFailure& failure)
+StartFailure runWithOutput(
+    KeptProgram& program, const std::string& commandLine, const PipeEnd& output)
 {
     const UniqueHandle stream = inheritable(handleOf(output));
     STARTUPINFOW startup = {};
@@ -34,30 +37,43 @@ KeptProgram startWithOutput(
     startup.hStdOutput = stream.get();
     startup.hStdError = stream.get();
     HANDLE streams[] = {stream.get()};
-    return KeptProgram::start(commandLine, startup, streams, failure);
+    return program.run(commandLine, startup, streams);
 }
 
-// Until the program ends, or nobody can write any more.
-std::string readUntilEnd(const KeptProgram& program, const PipeEnd& pipe)
+constexpr std::size_t kMaxOutput = 16 * 1024 * 1024;
+
+void appendOutput(std::string& output, std::string_view text)
 {
-    std::string text;
+    output.append(text.substr(0, kMaxOutput - output.size()));
+}
+
+// Until the program ends, or nobody can write any more, or there is no time left. What comes from
+// others than the program is not waited for once that has ended.
+void readUntilEnd(
+    std::string& output, const KeptProgram& program, PipeEnd& pipe, const Deadline& deadline)
+{
     OverlappedRead read(handleOf(pipe), 4096);
     const HANDLE either[] = {read.event(), program.process()};
-    for (;;)
+    for (bool isOver = false; !isOver;)
     {
         read.start();
-        const DWORD waited = WaitForMultipleObjects(2, either, FALSE, INFINITE);
-        if (read.take(/*mayWait*/ waited == WAIT_OBJECT_0) != OverlappedRead::Result::data)
-            return text;
-        text += read.data();
+        const DWORD waited =
+            WaitForMultipleObjects(2, either, FALSE, static_cast<DWORD>(deadline.remainingMs()));
+        const bool hasCome = waited == WAIT_OBJECT_0;
+        const bool isData = read.take(/*mayWait*/ hasCome) == OverlappedRead::Result::data;
+        if (isData)
+            appendOutput(output, read.data());
+        isOver = !hasCome || !isData || deadline.hasPassed();
     }
+    if (program.waitForEnd(0) == WAIT_OBJECT_0)
+        appendOutput(output, pipe_read_text(pipe).value_or(""));
 }
 
 } // namespace
 
 // Through a job, as the manager application: what a command leaves running ends with it, and both
 // with the host.
-CommandResult runCommand(const std::string& commandLine)
+CommandResult runCommand(const std::string& commandLine, std::chrono::seconds limit)
 {
     PipeEnd readEnd;
     PipeEnd writeEnd;
@@ -66,8 +82,11 @@ CommandResult runCommand(const std::string& commandLine)
         log_info("Error creating pipe: %d", static_cast<int>(GetLastError()));
         return {};
     }
+    const Deadline deadline(static_cast<int>(std::chrono::milliseconds(limit).count()));
     StartFailure failure;
-    const KeptProgram program = startWithOutput(commandLine, writeEnd, failure);
+    KeptProgram program = KeptProgram::prepare(failure);
+    if (failure.stage == StartFailure::none)
+        failure = runWithOutput(program, commandLine, writeEnd);
     writeEnd = {};
     if (failure.stage != StartFailure::none)
     {
@@ -75,10 +94,17 @@ CommandResult runCommand(const std::string& commandLine)
         return {};
     }
     CommandResult result;
-    result.output = readUntilEnd(program, readEnd);
-    static_cast<void>(program.waitForEnd(INFINITE));
-    result.exitCode = program.exitCode().value_or(-1);
-    result.output += pipe_read_text(readEnd).value_or("");
+    readUntilEnd(result.output, program, readEnd, deadline);
+    if (program.waitForEnd(static_cast<DWORD>(deadline.remainingMs())) == WAIT_OBJECT_0)
+    {
+        result.exitCode = program.exitCode().value_or(-1);
+    }
+    else
+    {
+        log_info(
+            "Error: Command did not end in %d seconds and is killed: %s\n",
+            static_cast<int>(limit.count()), commandLine.c_str());
+    }
     return result;
 }
 

@@ -76,14 +76,10 @@ bool createSuspended(
 
 } // namespace
 
-KeptProgram KeptProgram::start(
-    const std::string& commandLine, const STARTUPINFOW& startup, std::span<HANDLE> streams,
-    StartFailure& failure)
+KeptProgram KeptProgram::prepare(StartFailure& failure)
 {
     KeptProgram program;
     failure = program.createJob();
-    if (failure.stage == StartFailure::none)
-        failure = program.run(commandLine, startup, streams);
     return program;
 }
 

@@ -29,12 +29,13 @@ struct StartFailure
 class KeptProgram
 {
 public:
-    // The line is UTF-8. With `streams` the program gets these, and nothing else of this process's
-    // handles; without, it finds none of what `startup` names. Only a result without a failure may
-    // be used.
-    [[nodiscard]] static KeptProgram start(
-        const std::string& commandLine, const STARTUPINFOW& startup, std::span<HANDLE> streams,
-        StartFailure& failure);
+    // The job alone. Only a result without a failure may be used.
+    [[nodiscard]] static KeptProgram prepare(StartFailure& failure);
+
+    // Starts the program, once. The line is UTF-8. With `streams` it gets these, and nothing else
+    // of this process's handles; without, it finds none of what `startup` names.
+    [[nodiscard]] StartFailure run(
+        const std::string& commandLine, const STARTUPINFOW& startup, std::span<HANDLE> streams);
 
     KeptProgram() = default;
     ~KeptProgram();
@@ -55,8 +56,6 @@ public:
 
 private:
     [[nodiscard]] StartFailure createJob();
-    [[nodiscard]] StartFailure run(
-        const std::string& commandLine, const STARTUPINFOW& startup, std::span<HANDLE> streams);
     void endTree();
 
     UniqueHandle m_job;

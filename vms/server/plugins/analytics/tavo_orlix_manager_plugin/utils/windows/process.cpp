@@ -13,16 +13,24 @@ namespace tavo::vms_server_plugins::analytics::orlix
 class ProcessJob
 {
 public:
-    explicit ProcessJob(KeptProgram program) :
-        m_program(std::move(program))
+    ProcessJob(KeptProgram job, std::string commandLine, bool console, PipeEnd errors) :
+        m_program(std::move(job)),
+        m_commandLine(std::move(commandLine)),
+        m_console(console),
+        m_errors(std::move(errors))
     {}
 
     [[nodiscard]] const KeptProgram& program() const { return m_program; }
+
+    [[nodiscard]] StartFailure run();
 
     bool endWasTold = false;
 
 private:
     KeptProgram m_program;
+    const std::string m_commandLine;
+    const bool m_console;
+    PipeEnd m_errors; // blank without a pipe; kept until the program has been told of it
 };
 
 namespace
@@ -76,7 +84,7 @@ void logStartFailure(const StartFailure& failure)
 
 bool isKnown(const ProcessRecord& record)
 {
-    return record.job && !record.job->endWasTold;
+    return process_started(record) && record.job && !record.job->endWasTold;
 }
 
 // What the system would say of an id that nobody has.
@@ -101,32 +109,53 @@ int tellEnd(ProcessJob& job)
 
 } // namespace
 
+StartFailure ProcessJob::run()
+{
+    const PipeEnd errors = std::move(m_errors);
+    const bool hasPipe = errors.handle != kInvalidPipe;
+    return m_program.run(
+        m_commandLine,
+        startupOf(m_console, hasPipe ? reinterpret_cast<HANDLE>(errors.handle) : nullptr),
+        /*streams*/ {});
+}
+
 void ProcessJobCloser::operator()(ProcessJob* job) const
 {
     delete job;
 }
 
-ProcessRecord process_start_checked(const char* const* arguments, bool console, PipeEnd* errorPipe)
+ProcessRecord process_prepare_checked(
+    const char* const* arguments, bool console, PipeEnd* errorPipe)
 {
     ProcessRecord record;
-    PipeEnd readEnd;
-    PipeEnd writeEnd;
-    if (errorPipe && !pipe_create(readEnd.handle, writeEnd.handle))
-        errorPipe = nullptr;
-    const HANDLE errors = errorPipe ? reinterpret_cast<HANDLE>(writeEnd.handle) : nullptr;
     StartFailure failure;
-    KeptProgram program = KeptProgram::start(
-        commandLineOf(arguments), startupOf(console, errors), /*streams*/ {}, failure);
+    KeptProgram job = KeptProgram::prepare(failure);
     if (failure.stage != StartFailure::none)
     {
         logStartFailure(failure);
         return record;
     }
-    record.pid = program.pid();
-    record.job.reset(new ProcessJob(std::move(program)));
-    if (errorPipe)
+    PipeEnd readEnd;
+    PipeEnd writeEnd;
+    if (errorPipe && pipe_create(readEnd.handle, writeEnd.handle))
         *errorPipe = std::move(readEnd);
+    record.job.reset(
+        new ProcessJob(std::move(job), commandLineOf(arguments), console, std::move(writeEnd)));
     return record;
+}
+
+bool process_run(ProcessRecord& record)
+{
+    const StartFailure failure =
+        record.job ? record.job->run() : StartFailure{StartFailure::noJob, ERROR_INVALID_HANDLE};
+    if (failure.stage != StartFailure::none)
+    {
+        logStartFailure(failure);
+        record = {};
+        return false;
+    }
+    record.pid = record.job->program().pid();
+    return true;
 }
 
 bool process_is_running(const ProcessRecord& record, int& exitCode)
@@ -185,7 +214,7 @@ int process_kill(const ProcessRecord& record)
 
 // A handle that deletes on close would do it, but keeps others from opening the file as most
 // programs do, so that nobody could read it.
-void process_delete_at_end(const ProcessRecord&, const std::string&) {}
+void process_delete_at_end(const ProcessRecord&, const std::string&, std::FILE*) {}
 
 void process_set_signal_handler(ProcessSignalHandler handler)
 {

@@ -107,9 +107,14 @@ bool ShmCalls::commit(const ShmView& view, std::size_t size)
     return VirtualAlloc(view.m_address, size, MEM_COMMIT, PAGE_READWRITE) != nullptr;
 }
 
-bool ShmCalls::isWritable(const ShmView& view, std::size_t size)
+bool ShmCalls::beginWrite(ShmView& view, std::size_t size)
 {
     return size <= view.committedSize();
+}
+
+bool ShmCalls::endWrite(ShmView&)
+{
+    return true;
 }
 
 int shm_close(ShmSegment& segment)

@@ -11,6 +11,7 @@
 #include "utils/log.h"
 #include "utils/socket_calls.h"
 #include "utils/system_error.h"
+#include "utils/windows/unique_handle.h"
 #include "utils/windows/wide_text.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -124,6 +125,29 @@ void makeOrdinary(SocketHandle socket)
     ioctlsocket(socket, FIONBIO, &isNonblocking);
     SetHandleInformation(reinterpret_cast<HANDLE>(socket), HANDLE_FLAG_INHERIT, 0);
     setTimeout(socket, SO_RCVTIMEO);
+    setTimeout(socket, SO_SNDTIMEO);
+}
+
+// What is in the way of a bind: the socket of an earlier run, or an empty folder.
+void clearPath(const std::wstring& path)
+{
+    if (!DeleteFileW(path.c_str()))
+        RemoveDirectoryW(path.c_str());
+}
+
+// Blank if there is no such file.
+SocketFile fileAt(const std::string& path)
+{
+    const UniqueHandle file(CreateFileW(
+        wideText(pathInAddress(path)).c_str(), FILE_READ_ATTRIBUTES,
+        FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+        FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+    BY_HANDLE_FILE_INFORMATION information = {};
+    if (!file || !GetFileInformationByHandle(file.get(), &information))
+        return {};
+    return {
+        information.dwVolumeSerialNumber,
+        std::uint64_t{information.nFileIndexHigh} << 32 | information.nFileIndexLow};
 }
 
 Transferred waitFor(SocketHandle socket, short events, int timeoutMs)
@@ -171,9 +195,9 @@ SocketHandle socket_connect(const std::string& path)
     return socket;
 }
 
-SocketHandle socket_listen(const std::string& path)
+SocketHandle socket_listen(const std::string& path, SocketFile* file)
 {
-    socket_unlink(path); // one of an earlier run would block the bind
+    clearPath(wideText(pathInAddress(path)));
     const sockaddr_un address = addressOf(path);
     const SocketHandle socket = WSASocketA(AF_UNIX, SOCK_STREAM, 0, nullptr, 0, kSocketFlags);
     if (socket == kInvalidSocket)
@@ -211,7 +235,15 @@ SocketHandle socket_listen(const std::string& path)
         log_info("Error: Sender socket listen error.\n");
         return giveUp(socket, error);
     }
+    if (file)
+        *file = fileAt(path);
     return socket;
+}
+
+// The folder of the sockets is the user's own.
+bool socket_peer_is_trusted(SocketHandle)
+{
+    return true;
 }
 
 SocketHandle socket_accept(SocketHandle listeningSocket)
@@ -270,11 +302,6 @@ Transferred socket_receive_some(SocketHandle socket, void* target, std::size_t s
     return count < 0 ? failed() : Transferred{Status::done, static_cast<std::size_t>(count)};
 }
 
-void socket_set_send_timeout(SocketHandle socket)
-{
-    setTimeout(socket, SO_SNDTIMEO);
-}
-
 // A blocking send takes all or fails with its time-out, whatever went out: so it gets no more than
 // a slow reader takes in that time.
 Transferred socket_send_some(
@@ -310,6 +337,27 @@ void socket_shutdown(SocketHandle socket)
 void socket_unlink(const std::string& path)
 {
     DeleteFileW(wideText(pathInAddress(path)).c_str());
+}
+
+void socket_unlink(const std::string& path, const SocketFile& own)
+{
+    if (!own.isBlank() && fileAt(path) == own)
+        socket_unlink(path);
+}
+
+void socket_unlink_stale(const std::string& path)
+{
+    const SocketHandle socket = WSASocketW(AF_UNIX, SOCK_STREAM, 0, nullptr, 0, kSocketFlags);
+    if (socket == kInvalidSocket)
+        return;
+    const sockaddr_un address = addressOf(path);
+    const SocketFile seen = fileAt(path);
+    if (connect(socket, generic(address), sizeof address) != 0 &&
+        WSAGetLastError() == WSAECONNREFUSED)
+    {
+        socket_unlink(path, seen);
+    }
+    closesocket(socket);
 }
 
 int sockets_start()

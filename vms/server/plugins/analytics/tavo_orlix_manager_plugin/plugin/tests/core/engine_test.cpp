@@ -1,7 +1,5 @@
 #include "core/engine.h"
 
-#include <sys/stat.h>
-
 #include <tavo/sdk/helpers/string_map.h>
 
 #include "../inference/module_peer.h"
@@ -168,11 +166,7 @@ TEST_F(EngineTest, TheApplicationRunsWhileACameraIsSwitchedOn)
 TEST_F(EngineTest, OfTwoEnginesTheFirstToEndLeavesTheOtherItsSocketAndTheLog)
 {
     const std::string socketFile = protocol::kPluginSocketFile;
-    const auto identity = [&]()
-    {
-        struct stat status = {};
-        return stat(m_folder.path(socketFile).c_str(), &status) == 0 ? status.st_ino : 0;
-    };
+    const auto identity = [&]() { return test_support::fileIdentity(m_folder.path(socketFile)); };
     auto first = sdk::Ptr<sdk::analytics::IEngine>(integration().obtainEngine().value);
     ASSERT_TRUE(test::comesTrue([&] { return identity() != 0; }));
     const auto ofFirst = identity();

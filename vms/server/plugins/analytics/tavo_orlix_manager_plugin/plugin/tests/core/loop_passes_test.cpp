@@ -289,7 +289,7 @@ TEST_F(DeviceParameters, WhatIsReplacedDoesNotRun)
 // With the passes of the engine's own loop, which runs once there is an agent.
 TEST_F(DeviceParameters, AnApplicationThatMayNotBeStartedAgainIsReportedOnce)
 {
-    m_folder.writeScript(kBin + kManagerExecutable, "exit 7");
+    m_folder.writeProgram(kBin + kManagerExecutable, "exit 7");
     ini().restartOrlixManagerOnCrash = false;
     const auto agent = obtainAgent("00010203-0405-0607-0809-0a0b0c0d0e0f");
     const std::map<std::string, std::string> settings = {{"deviceActiveSwitch", "true"}};

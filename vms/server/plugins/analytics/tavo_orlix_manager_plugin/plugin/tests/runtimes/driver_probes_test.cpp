@@ -175,19 +175,19 @@ TEST_F(DriverProbeTest, aToolkitsOwnFileTellsItsVersionWhereItsPathDoesNot)
         {"cuda", R"({"cuda": {"version": "10.2"}})", ""},
         {"v11.8", R"({"cuda": {"version": "12.4.0"}})", "cuda_11"},
     };
-    m_folder.writeScript("nvidia-smi", "[ $# = 0 ] || echo 2");
+    m_folder.writeProgram("nvidia-smi", "end-without-arguments\nprint 2");
     for (const auto& c : cases)
     {
         SCOPED_TRACE(c.file);
-        const std::string cuda = m_folder.path(c.folder);
+        const std::string cuda = path_join(m_folder.path(), c.folder);
         m_folder.write(std::string(c.folder) + "/version.json", c.file);
-        setenv("CUDA_PATH", cuda.c_str(), 1);
-        setenv("PATH", (m_folder.path() + ":/usr/bin:" + cuda + "/bin").c_str(), 1);
+        test_support::setVariable("CUDA_PATH", cuda);
+        test_support::setVariable(
+            "PATH", m_toolsPath + test_support::kPathListSeparator + path_join(cuda, "bin"));
         Chip chip;
         probeNvidiaTools(chip, m_board);
         EXPECT_EQ(c.driverVersion, chip.driverVersion);
     }
-    unsetenv("CUDA_PATH");
 }
 
 TEST(SupportedVersionTest, isFoundByItsNumbers)

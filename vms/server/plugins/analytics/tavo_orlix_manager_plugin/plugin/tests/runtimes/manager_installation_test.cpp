@@ -95,12 +95,13 @@ TEST_F(ManagerInstallationTest, ofACutArchiveNothingCountsAndAnApplicationPutThe
     for (char& c : program)
         c = static_cast<char>((random = random * 1664525 + 1013904223) >> 24);
     makeArchive(/*engine*/ true, "4.6.1");
-    m_folder.write("content/orlix_manager/bin/brund", program);
+    m_folder.write(std::string("content/orlix_manager/bin/") + kEngineExecutable, program);
     ASSERT_EQ(
         0,
         runCommand(
             "tar czf " + m_folder.path("archive.tgz") + " -C " + m_folder.path("content") +
-            " orlix_manager/bin/brunmod orlix_manager/bin/brund orlix_manager/VERSION")
+            " orlix_manager/bin/" + kManagerExecutable + " orlix_manager/bin/" + kEngineExecutable +
+            " orlix_manager/VERSION")
             .exitCode);
     m_archive = m_folder.read("archive.tgz");
     m_archive.resize(m_archive.size() / 2);
@@ -111,8 +112,8 @@ TEST_F(ManagerInstallationTest, ofACutArchiveNothingCountsAndAnApplicationPutThe
     EXPECT_FALSE(m_folder.has("work/orlix_manager/bin"));
     EXPECT_FALSE(m_folder.has("work/orlix_manager.unpacking"));
 
-    m_folder.writeScript("work/orlix_manager/bin/brunmod", "exit 0\n");
-    m_folder.writeScript("work/orlix_manager/bin/brund", "exit 0\n");
+    m_folder.write(std::string("work/orlix_manager/bin/") + kManagerExecutable, "");
+    m_folder.write(std::string("work/orlix_manager/bin/") + kEngineExecutable, "");
     EXPECT_EQ(ManagerInstallState::installed, installation.checkInstallation());
 }
 
