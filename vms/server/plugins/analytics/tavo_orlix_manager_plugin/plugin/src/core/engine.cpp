@@ -22,7 +22,7 @@ namespace
 {
 
 // The log is the process's: it opens with the first engine and closes with the last.
-constinit std::mutex g_logUsersMutex;
+std::mutex g_logUsersMutex;
 int g_logUsers = 0;
 
 void openLog(const std::string& folder)
