@@ -85,7 +85,7 @@ void shm_create_named(
     ShmSegment& segment, const std::string& key, int number, std::uint32_t payloadSize)
 {
     segment = {};
-    segment.name = log_format_alloc(260, "\\\\\\.\\Global\\SHM_%s_%d", key.c_str(), number);
+    segment.name = log_format_alloc(260, R"(\\\.\Global\SHM_%s_%d)", key.c_str(), number);
     segment.handle = ShmCalls::create(segment.name, /*mustBeNew*/ false);
     if (!shm_is_valid(segment))
     {

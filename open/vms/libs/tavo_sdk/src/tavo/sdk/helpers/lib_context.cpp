@@ -1,6 +1,7 @@
 #include <tavo/sdk/helpers/lib_context.h>
 
 #include <cstddef>
+#include <cstdio>
 #include <new>
 #include <string>
 #include <string_view>
@@ -25,8 +26,10 @@ void LibContext::setName(const char* name)
     const std::string_view currentName = m_name.load(std::memory_order_relaxed);
     if (currentName != kDefaultName && (!name || currentName != name))
     {
-        const std::string message = "Attempt to change LibContext name from " +
-            std::string(currentName) + " to " + (name ? name : "(null)") + ".";
+        char message[512]; // cut where a name is longer than any
+        std::snprintf(
+            message, sizeof message, "Attempt to change LibContext name from %s to %s.",
+            m_name.load(std::memory_order_relaxed), name ? name : "(null)");
         kit::assertionFailed("m_name == kDefaultName || m_name == std::string(name)", message);
         return;
     }

@@ -70,7 +70,7 @@ public:
             "Downloading %s to temp file: %s then moving to %s\n", m_download.url.c_str(),
             m_temporaryPath.c_str(), m_download.modelPath.c_str());
         prepareClient();
-        postProgress(0);
+        postProgress(" (0%)\nClick on the 'Refresh' button to see updated progress.");
         const bool done = request() && readDigest() && readKey() && receive(lastModified) &&
             digestMatches() && saveKey() && moveIntoPlace();
         if (!done)
@@ -152,7 +152,9 @@ private:
                 break;
             }
             received += buffer.size();
-            postProgress(received * 100 / m_download.expectedSize);
+            postProgress(
+                " (" + std::to_string(received * 100 / m_download.expectedSize) +
+                "%)\nClick on the 'Refresh' button to see updated progress.");
         }
         written = std::fclose(file.release()) == 0 && written;
         // The digest tells the user; the log tells why.
@@ -176,15 +178,16 @@ private:
         }
         const Bytes expected = base64Decode(encodedDigest()).value_or(Bytes());
         const std::string compared =
-            " Header: " + std::string(excerptOf(m_digest)) + " File: " + base64Encode(*hash);
+            std::string(excerptOf(m_digest)) + " File: " + base64Encode(*hash);
         if (expected.size() < kMd5Size)
         {
             return failed(
-                "Model digest length in header does not match downloaded file hash length." +
+                "Model digest length in header does not match downloaded file hash length. Header: " +
                 compared);
         }
         if (!std::equal(hash->begin(), hash->end(), expected.begin()))
-            return failed("Model digest in header does not match downloaded file hash." + compared);
+            return failed(
+                "Model digest in header does not match downloaded file hash. Header: " + compared);
         return true;
     }
 
@@ -236,13 +239,11 @@ private:
         return network::http::getHeaderValue(m_client.response()->headers, name);
     }
 
-    void postProgress(std::uint64_t percent)
+    void postProgress(const std::string& progress)
     {
         m_board.postMessage(
             board_key::kModelDownloadProgress,
-            "Downloading model: " + m_download.modelName + " (" + std::to_string(percent) +
-                "%)\nClick on the 'Refresh' button to see updated progress.",
-            MessageType::message);
+            "Downloading model: " + m_download.modelName + progress, MessageType::message);
     }
 
     void post(const std::string& path, const std::string& text)

@@ -39,9 +39,10 @@ std::uint64_t contentLength(const network::http::Response& response, const std::
 
 std::string progressText(const std::string& title, std::uint64_t total, std::uint64_t length)
 {
-    const std::string progress =
-        length != 0 ? std::to_string(total * 100 / length) + "%" : std::to_string(total) + " bytes";
-    return title + " (" + progress + ")\nPress 'Refresh' to see updated progress.";
+    return title + " (" +
+        (length != 0
+             ? std::to_string(total * 100 / length) + "%)\nPress 'Refresh' to see updated progress."
+             : std::to_string(total) + " bytes)\nPress 'Refresh' to see updated progress.");
 }
 
 // Removes a board entry when it goes out of scope.

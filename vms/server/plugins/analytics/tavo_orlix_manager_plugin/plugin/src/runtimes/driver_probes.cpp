@@ -92,7 +92,7 @@ void probeDeepxDriver(Chip& chip)
         log_info("DEEPX driver not detected.\n");
         return;
     }
-    static const std::regex kVersion("DXRT v([0-9]+)\\.([0-9]+)\\.([0-9]+)");
+    static const std::regex kVersion(R"(DXRT v([0-9]+)\.([0-9]+)\.([0-9]+))");
     std::smatch match;
     if (!std::regex_search(information.output, match, kVersion))
     {
@@ -138,7 +138,7 @@ int identifyHailoDevice()
         log_info("stdout/stderr: %s\n", result.output.c_str());
         return 0;
     }
-    for (const std::string& name : firstGroups(result.output, "Device Architecture: (\\w+)"))
+    for (const std::string& name : firstGroups(result.output, R"(Device Architecture: (\w+))"))
     {
         if (name == "HAILO8")
             return 1;
@@ -158,7 +158,7 @@ std::string readHailoDriverVersion()
         return {};
     }
     const std::vector<std::string> versions =
-        firstGroups(result.output, "HailoRT-CLI version (\\d+\\.\\d+\\.\\d+)");
+        firstGroups(result.output, R"(HailoRT-CLI version (\d+\.\d+\.\d+))");
     if (versions.size() != 1)
     {
         log_info("Notice: Failed to parse the driver version from the output of 'hailortcli -v'\n");

@@ -176,10 +176,11 @@ std::string cudaVersionInPath(std::string_view path, char separator)
 
 std::string cudaDriverTag(const std::string& version)
 {
-    for (const char* const major : {"13", "12", "11"})
+    constexpr std::string_view kPrefix = "cuda_";
+    for (const std::string_view tag : {"cuda_13", "cuda_12", "cuda_11"})
     {
-        if (version.starts_with(major))
-            return std::string("cuda_") + major;
+        if (version.starts_with(tag.substr(kPrefix.size())))
+            return std::string(tag);
     }
     return {};
 }
