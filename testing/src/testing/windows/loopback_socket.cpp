@@ -30,6 +30,8 @@ int portOf(std::intptr_t socket, Name name)
 
 LoopbackSocket LoopbackSocket::listening()
 {
+    WSADATA data = {};
+    WSAStartup(MAKEWORD(2, 2), &data); // counted, and ended with the process
     const SOCKET created = WSASocketW(
         AF_INET, SOCK_STREAM, 0, nullptr, 0, WSA_FLAG_OVERLAPPED | WSA_FLAG_NO_HANDLE_INHERIT);
     LoopbackSocket socket(static_cast<std::intptr_t>(created));
