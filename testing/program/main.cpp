@@ -135,6 +135,14 @@ const std::map<std::string, Action>& actions()
                  std::exit(0);
          }},
         {"ignore-requests-to-end", [](Program&, const std::string&) { ignoreRequestsToEnd(); }},
+        {"write-arguments",
+         [](Program& program, const std::string& name)
+         {
+             std::string line;
+             for (const std::string& argument : program.arguments)
+                 line += (line.empty() ? "" : " ") + argument;
+             std::ofstream(program.path.parent_path() / name, std::ios::binary) << line << '\n';
+         }},
         {"write-id", [](Program&, const std::string& path) { writeOwnId(path); }},
         // Both take the other's arguments, parted by commas.
         {"start",

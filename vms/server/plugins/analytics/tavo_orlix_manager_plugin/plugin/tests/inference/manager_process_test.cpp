@@ -6,6 +6,7 @@
 #include "encrypted_model.h"
 #include "manager_fixture.h"
 #include "module_peer.h"
+#include "utils/paths.h"
 #include "utils/platform_names.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -41,7 +42,7 @@ TEST_F(ManagerProcessTest, StopsWhatStopsByItself)
 {
     ini().logToFile = true;
     ini().logVerbosityLevel = 2;
-    install("echo \"$@\" > \"$(dirname $0)/arguments\"\n" + std::string(kEndsWhenTold));
+    install("write-arguments arguments\n" + std::string(kEndsWhenTold));
     start();
     EXPECT_EQ(ManagerState::Running, check());
 
@@ -58,7 +59,7 @@ TEST_F(ManagerProcessTest, StopsWhatStopsByItself)
     EXPECT_TRUE(logHas("Orlix Manager stopped with exit code 0\n"));
     EXPECT_EQ("", onBoard(board_key::kManagerCrash));
     EXPECT_EQ(
-        "-i " + folder.path(protocol::kModuleSocketFile) + " -o " +
+        "-i " + path_join(folder.path(), protocol::kModuleSocketFile) + " -o " +
             folder.path(protocol::kPluginSocketFile) + " -l 1 -v 2\n",
         folder.read("orlix_manager/bin/arguments"));
 }
