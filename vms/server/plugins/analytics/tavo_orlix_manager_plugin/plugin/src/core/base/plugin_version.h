@@ -3,7 +3,8 @@
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
-// The one version of the plugin: in its manifest, its logs, the server's parameters and requests.
-inline constexpr char kPluginVersion[] = "4.6.66";
+// The version of the project that this was built from: in the plugin's manifest, its logs, the
+// server's parameters and requests.
+extern const char* const kPluginVersion;
 
 } // namespace tavo::vms_server_plugins::analytics::orlix
