@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "remote/answer_body.h"
 #include "remote/file_helpers.h"
 #include "remote/text_helpers.h"
 #include "utils/log.h"
@@ -37,7 +38,7 @@ void ModelCollector::add(yyjson_val* model)
     }
     AssignedModel assigned;
     assigned.id = jsonText(id);
-    assigned.name = jsonText(name);
+    assigned.name = excerptOf(jsonText(name)); // shown to people
     assigned.updatedAt = jsonText(jsonMember(model, "UpdatedAt"));
 
     yyjson_val* const downloads = jsonMember(model, "Downloads");
@@ -46,7 +47,10 @@ void ModelCollector::add(yyjson_val* model)
     {
         log_info("Warning! Assigned model not compatible with runtime %s\n", assigned.name.c_str());
         if (!m_mimeType.empty()) // else there is no runtime yet
+        {
             m_modelManager.reportIncompatible(assigned.id, assigned.name, m_mimeType);
+            m_incompatible.insert(assigned.id);
+        }
         return;
     }
     if (const auto known = m_models.find(assigned.id); known != m_models.end())
@@ -65,6 +69,12 @@ void ModelCollector::add(yyjson_val* model)
         m_downloaded = true;
     appendToList(model, assigned);
     m_models.emplace(assigned.id, std::move(assigned));
+}
+
+MutableJsonDocument ModelCollector::takeList()
+{
+    m_modelManager.keepReports(std::move(m_incompatible));
+    return std::move(m_list);
 }
 
 void ModelCollector::appendToList(yyjson_val* model, const AssignedModel& assigned)

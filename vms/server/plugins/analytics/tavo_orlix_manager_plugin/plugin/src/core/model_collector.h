@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <set>
 #include <string>
 
 #include <yyjson.h>
@@ -33,7 +34,7 @@ public:
 
     // The array for the settings file: the model objects with what the manager application needs
     // besides. To be called once, at the end.
-    [[nodiscard]] MutableJsonDocument takeList() { return std::move(m_list); }
+    [[nodiscard]] MutableJsonDocument takeList();
 
 private:
     void appendToList(yyjson_val* model, const AssignedModel& assigned);
@@ -43,6 +44,7 @@ private:
     const std::string& m_mimeType;
     const CloudToken m_cloudToken;
     MutableJsonDocument m_list = newJsonDocument();
+    std::set<std::string> m_incompatible; // ids of the models that were told of
     bool m_downloaded = false;
 };
 

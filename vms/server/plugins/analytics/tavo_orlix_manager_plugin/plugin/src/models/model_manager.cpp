@@ -115,6 +115,17 @@ void ModelManager::reportIncompatible(
         board_key::kNoCompatibleRuntime + modelId,
         "Model " + modelName + " is not compatible with this runtime: " + mimeType,
         MessageType::warning);
+    m_incompatibleModels.insert(modelId);
+}
+
+void ModelManager::keepReports(std::set<std::string> modelIds)
+{
+    for (const std::string& id : m_incompatibleModels)
+    {
+        if (!modelIds.contains(id))
+            m_messageBoard->removeMessage(board_key::kNoCompatibleRuntime + id);
+    }
+    m_incompatibleModels = std::move(modelIds);
 }
 
 std::optional<ModelManager::Offer> ModelManager::readOffer(

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <ctime>
 #include <optional>
+#include <set>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -57,6 +58,9 @@ public:
     void reportIncompatible(
         const std::string& modelId, const std::string& modelName, const std::string& mimeType);
 
+    // Takes back what was told of other models than these ids: they are assigned no more.
+    void keepReports(std::set<std::string> modelIds);
+
     void forgetFailedDownloads();
 
 private:
@@ -91,6 +95,7 @@ private:
     const std::string m_encryptedFolder;
     const std::string m_keysFolder;
     std::vector<std::string> m_failedModels; // ids
+    std::set<std::string> m_incompatibleModels; // ids
     std::unordered_map<std::string, std::time_t> m_metadataTimes; // by id, as of the last check
     std::unordered_map<std::string, std::time_t> m_fileTimes; // by id, of the last download
     MessageBoard* const m_messageBoard; // not owned

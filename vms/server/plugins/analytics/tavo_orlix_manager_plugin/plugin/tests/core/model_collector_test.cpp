@@ -87,6 +87,11 @@ TEST_F(ModelCollection, WhatCannotBeUsedIsLeftOutWithAWord)
         R"([{"UUID":"u1","Name":"Unfit","Downloads":[)" + cachedDownload(m_mimeType, false) +
         "]}]");
     EXPECT_FALSE(m_board.snapshot().contains("NO_COMPATIBLE_RUNTIME_u1")) << "it fits now";
+
+    collect(R"([{"UUID":"u1","Name":"Unfit","Downloads":[)" + unfit + "]}]");
+    EXPECT_TRUE(m_board.snapshot().contains("NO_COMPATIBLE_RUNTIME_u1"));
+    collect("[]");
+    EXPECT_TRUE(m_board.snapshot().empty()) << "nobody has it any more";
 }
 
 // The id names the file of the model's key.
