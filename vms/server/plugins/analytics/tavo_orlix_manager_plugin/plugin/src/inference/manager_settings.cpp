@@ -22,33 +22,6 @@ struct TextDeleter
     void operator()(char* text) const { std::free(text); }
 };
 
-bool writeWhole(const std::string& path, std::string_view content)
-{
-    FileStream file(file_open_write(path.c_str()));
-    if (!file)
-        return false;
-    const bool written =
-        std::fwrite(content.data(), 1, content.size(), file.get()) == content.size();
-    return std::fclose(file.release()) == 0 && written;
-}
-
-// The application never finds half a file, whatever interrupts this: the content is written
-// beside it and takes its place by a rename. A failure leaves the file as it was and is not told:
-// the application then starts with what it had.
-void replaceFile(const std::string& path, std::string_view content)
-{
-    const std::string draft = path + ".new";
-    std::error_code error;
-    // An application's archive may come without the folder.
-    std::filesystem::create_directories(pathFromUtf8(path).parent_path(), error);
-    if (writeWhole(draft, content))
-        std::filesystem::rename(pathFromUtf8(draft), pathFromUtf8(path), error);
-    else
-        error = std::make_error_code(std::errc::io_error);
-    if (error)
-        std::filesystem::remove(pathFromUtf8(draft), error);
-}
-
 JsonDocument loadDocument(const std::string& path)
 {
     const FileStream file(file_open_read(path.c_str()));
@@ -106,7 +79,12 @@ bool OrlixManagerInterface::updateSettings(
         log_info("Warning! Failed to create json string.\n");
         return true;
     }
-    replaceFile(m_rootFolder + manager_files::kSettings, {text.get(), size});
+    const std::string path = m_rootFolder + manager_files::kSettings;
+    std::error_code ignored; // shows in the next step
+    // An application's archive may come without the folder.
+    std::filesystem::create_directories(pathFromUtf8(path).parent_path(), ignored);
+    // A failure is not told: the application then starts with what it had.
+    static_cast<void>(replaceFile(path, {text.get(), size}));
     return true;
 }
 

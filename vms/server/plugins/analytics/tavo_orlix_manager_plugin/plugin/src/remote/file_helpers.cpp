@@ -117,6 +117,25 @@ bool isFileName(std::string_view text)
         });
 }
 
+bool replaceFile(const std::string& path, std::string_view content)
+{
+    const std::string draft = path + ".new";
+    FileStream file(file_open_write(draft.c_str()));
+    if (!file)
+        return false;
+    const bool written = writeAll(file.get(), content.data(), content.size());
+    std::error_code error;
+    if (std::fclose(file.release()) == 0 && written)
+        std::filesystem::rename(pathFromUtf8(draft), pathFromUtf8(path), error);
+    else
+        error = std::make_error_code(std::errc::io_error);
+    if (!error)
+        return true;
+    std::error_code ignored;
+    std::filesystem::remove(pathFromUtf8(draft), ignored);
+    return false;
+}
+
 std::string fileNameOf(const std::string& path)
 {
     const std::size_t slash = path.rfind('/');

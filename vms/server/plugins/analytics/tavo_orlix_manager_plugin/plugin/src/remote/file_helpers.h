@@ -32,6 +32,10 @@ int writeFile(const std::string& path, const char* data, std::size_t size);
 // the folder that it is joined to: no separator, no control character, neither "." nor "..".
 [[nodiscard]] bool isFileName(std::string_view text);
 
+// Replaces what is there, whole or not at all: the content is written beside it and takes its place
+// by a rename. False on failure, which is not logged.
+[[nodiscard]] bool replaceFile(const std::string& path, std::string_view content);
+
 // What stands behind the last "/", also on Windows: these paths come from URLs.
 [[nodiscard]] std::string fileNameOf(const std::string& path);
 

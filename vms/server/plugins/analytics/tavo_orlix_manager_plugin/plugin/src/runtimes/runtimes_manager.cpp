@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "remote/file_helpers.h"
 #include "runtimes/chip_catalogue.h"
 #include "utils/files.h"
 #include "utils/log.h"
@@ -179,9 +180,7 @@ void RuntimesManager::saveInstalledRuntimeName(const std::string& runtimeName)
         const MutexLock lock(m_namesMutex);
         m_installedRuntimeName = runtimeName;
     }
-    const FileStream file(file_open_write(fileInBin(kInstalledRuntimeFile).c_str()));
-    if (!file ||
-        std::fwrite(runtimeName.data(), 1, runtimeName.size(), file.get()) != runtimeName.size())
+    if (!replaceFile(fileInBin(kInstalledRuntimeFile), runtimeName))
         log_info("ERROR: Failed to save the installed runtime's name.\n");
     m_runtimeChanged.store(true);
 }

@@ -3,6 +3,7 @@
 #include <array>
 #include <string_view>
 
+#include "remote/file_helpers.h"
 #include "utils/files.h"
 #include "utils/log.h"
 
@@ -50,20 +51,15 @@ SettingValues loadSettingsCache(const std::string& path)
 
 void saveSettingsCache(const std::string& path, const SettingValues& values)
 {
-    const FileStream file(file_open_write(path.c_str()));
-    if (!file)
-    {
-        log_info("Failed to open settings cache for writing: %s\n", path.c_str());
-        return;
-    }
     std::string text;
     for (const auto& [key, value] : values)
     {
         if (key != setting::kSelectedPipeline && key != setting::kDeviceActive)
             text += key + '=' + value + '\n';
     }
-    // A full disk costs the cache and nothing else.
-    static_cast<void>(std::fwrite(text.data(), 1, text.size(), file.get()));
+    // A full disk costs what is new and nothing else.
+    if (!replaceFile(path, text))
+        log_info("Failed to open settings cache for writing: %s\n", path.c_str());
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix
