@@ -64,10 +64,20 @@ std::string managerArchiveUrl()
 void ManagerInstallation::install(MessageBoard& messageBoard)
 {
     const std::string archivePath = pathOfTemporary("orlix_manager.tgz");
-    const Staging staging(m_workingDirectory + "/orlix_manager.unpacking");
-    const bool done = fetchArchive(archivePath, messageBoard) &&
-        unpackArchive(archivePath, staging.content()) && filesAreComplete(staging.content()) &&
-        moveIntoPlace(staging) && logVersion();
+    bool done = false;
+    try
+    {
+        const Staging staging(m_workingDirectory + "/orlix_manager.unpacking");
+        done = fetchArchive(archivePath, messageBoard) &&
+            unpackArchive(archivePath, staging.content()) && filesAreComplete(staging.content()) &&
+            moveIntoPlace(staging) && logVersion();
+    }
+    catch (...)
+    {
+        // Nothing leads out of the states between.
+        m_state.store(ManagerInstallState::failed);
+        throw;
+    }
     m_state.store(done ? ManagerInstallState::installed : ManagerInstallState::failed);
 }
 

@@ -58,10 +58,19 @@ void RuntimesManager::install(
 
     bool done = false;
     m_installedNameStays = fileExists(fileInBin(kRuntimeLibrary));
-    if (fetchPackage(runtimeName, packagePath, messageBoard))
+    try
     {
-        done = unpackPackage(runtimeName, packagePath, folder, useSubfolder, messageBoard);
-        m_installedNameStays = !done;
+        if (fetchPackage(runtimeName, packagePath, messageBoard))
+        {
+            done = unpackPackage(runtimeName, packagePath, folder, useSubfolder, messageBoard);
+            m_installedNameStays = !done;
+        }
+    }
+    catch (...)
+    {
+        // Where several runtimes are offered, nothing leads out of the state between.
+        setStatus(RuntimeStatus::installFailed);
+        throw;
     }
     setStatus(done ? RuntimeStatus::installed : RuntimeStatus::installFailed);
 }
