@@ -136,7 +136,7 @@ private:
     // Settings and buttons.
     void applySettings() EXCLUDES(settingsLock());
     void carryOut(const std::string& buttonName, SettingValues& values);
-    void chooseLibrary(const std::string& library);
+    void chooseRuntime(const std::string& name);
 
     // Constant after construction.
     const std::string m_deviceId;

@@ -216,6 +216,44 @@ TEST_F(PipelineChoice, HoldsUpNoResultAndNoDialog)
     }
 }
 
+TEST_F(AgentTest, KeepsNothingOfACallWithAWrongTime)
+{
+    setSettings({{"cropBox", "kept"}});
+    const std::string cache = std::string(kDeviceId) + "_settings_cache.txt";
+    ASSERT_EQ("cropBox=kept\n", folder.read(cache));
+    const auto wrong = sdk::makePtr<sdk::StringMap>(std::map<std::string, std::string>{
+        {"deviceActiveSwitch", "true"},
+        {"cropBox", "lost"},
+        {"dumpingDetectionTimeThreshold", "15"},
+        {"loiterDetectionTimeThreshold", "soon"}});
+    EXPECT_THROW(static_cast<void>(agent->setSettings(wrong.get())), std::invalid_argument);
+    EXPECT_EQ("cropBox=kept\n", folder.read(cache));
+    const auto values = readAnswer(agent->pluginSideSettings().value).first;
+    EXPECT_THAT(values, ElementsAre(testing::Pair("cropBox", "kept")));
+    const FairMutexLock lock(settingsLock());
+    EXPECT_FALSE(agent->isActive());
+}
+
+TEST_F(AgentTest, ShowsNoPipelineBeforeOneWasReadAndLosesNone)
+{
+    const auto shown = [&] { return readAnswer(agent->pluginSideSettings().value).first; };
+    EXPECT_FALSE(shown().contains("selectedPipeline"));
+    processParameters(R"({"deviceAdmin":"https://admin","pipelines":[],"selectedPipeline":"u1"})");
+    EXPECT_EQ("u1", shown().at("selectedPipeline"));
+    setSettings({{"selectedPipeline", ""}}); // of a dialog that was drawn before
+    EXPECT_EQ("u1", shown().at("selectedPipeline"));
+}
+
+TEST_F(AgentTest, AnActionWithoutItsPartsIsRefused)
+{
+    sdk::Result<const sdk::IActiveSettingChangedResponse*> result;
+    agent->getSettingsOnActiveSettingChange(&result, nullptr);
+    EXPECT_EQ(sdk::ErrorCode::invalidParams, result.errorCode);
+    const sdk::Ptr<const sdk::IString> message(result.errorMessage);
+    EXPECT_STREQ("Action is null", message->str());
+    agent->getSettingsOnActiveSettingChange(nullptr, nullptr);
+}
+
 TEST_F(AgentTest, WritesChangedSensitivitiesIntoTheHostsRecord)
 {
     processParameters(kOnePipeline);

@@ -6,8 +6,10 @@
 #include <string_view>
 #include <utility>
 
+#include <tavo/kit/debug.h>
 #include <tavo/sdk/helpers/action_response.h>
 #include <tavo/sdk/helpers/active_setting_changed_response.h>
+#include <tavo/sdk/helpers/error.h>
 #include <tavo/sdk/helpers/settings_response.h>
 #include <tavo/sdk/helpers/string_map.h>
 #include <tavo/sdk/ptr.h>
@@ -48,6 +50,13 @@ void DeviceAgent::getSettingsOnActiveSettingChange(
     const sdk::IActiveSettingChangedAction* action)
 {
     log_debug("Active settings triggered\n");
+    if (!kit::verify(outResult, "outResult"))
+        return;
+    if (!action)
+    {
+        *outResult = sdk::error(sdk::ErrorCode::invalidParams, "Action is null");
+        return;
+    }
     const FairMutexLock lock(settingsLock());
     const std::string name = textOrEmpty(action->activeSettingName());
     log_debug("Active setting name: %s\n", name.c_str());
@@ -87,8 +96,8 @@ void DeviceAgent::carryOut(const std::string& buttonName, SettingValues& values)
         setAllVisualisations(values, "false");
     else if (buttonName == button::kReselectRuntime)
         m_services->requestRuntimeReselection();
-    else if (buttonName.starts_with(button::kLibraryChoicePrefix))
-        chooseLibrary(buttonName.substr(std::string_view(button::kLibraryChoicePrefix).size()));
+    else if (buttonName.starts_with(button::kRuntimeChoicePrefix))
+        chooseRuntime(buttonName.substr(std::string_view(button::kRuntimeChoicePrefix).size()));
     else if (buttonName == button::kResetSingleDevice)
         m_services->resetDevice(m_deviceId);
     else if (buttonName == button::kResetAllDevices)
@@ -99,10 +108,10 @@ void DeviceAgent::carryOut(const std::string& buttonName, SettingValues& values)
         m_services->retryDownloads();
 }
 
-void DeviceAgent::chooseLibrary(const std::string& library)
+void DeviceAgent::chooseRuntime(const std::string& name)
 {
-    m_services->runtimesManager().chooseRuntime(library);
-    log_info("User chose: %s\n", library.c_str());
+    m_services->runtimesManager().chooseRuntime(name);
+    log_info("User chose: %s\n", oneLine(name).c_str());
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

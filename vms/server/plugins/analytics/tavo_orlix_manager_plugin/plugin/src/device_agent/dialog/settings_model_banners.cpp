@@ -63,13 +63,13 @@ void addManagerBanner(SettingsModel& model)
     }
 }
 
-void addLibraryChoice(SettingsModel& model)
+void addRuntimeChoice(SettingsModel& model)
 {
-    for (const std::string& library : model.state.selectableLibraries)
+    for (const std::string& name : model.state.selectableRuntimes)
     {
         model.items.add("Button")
-            .text("name", button::kLibraryChoicePrefix + library)
-            .text("caption", library)
+            .text("name", button::kRuntimeChoicePrefix + name)
+            .text("caption", name)
             .text("description", "Install this acceleration library on your server.")
             .active();
     }
@@ -88,7 +88,7 @@ void addRuntimeBanner(SettingsModel& model)
         case RuntimeStatus::waitingForChoice:
             model.items.addBanner(
                 "info", "Multiple AI-capable devices detected. Select one to use.");
-            addLibraryChoice(model);
+            addRuntimeChoice(model);
             break;
         case RuntimeStatus::chosen:
         case RuntimeStatus::installing:

@@ -17,7 +17,7 @@ std::string settingsModelBuilder(
     state.managerInstallState = services.managerInstallation().managerInstallState();
     state.runtimeStatus = services.runtimesManager().status();
     state.hostCustomizationKind = services.hostCustomizationKind();
-    state.selectableLibraries = services.runtimesManager().availableRuntimes();
+    state.selectableRuntimes = services.runtimesManager().availableRuntimes();
     state.installedRuntimeName = services.runtimesManager().getInstalledRuntimeName();
     state.board = services.messageBoard().snapshot();
     state.agentErrors = agentErrors;

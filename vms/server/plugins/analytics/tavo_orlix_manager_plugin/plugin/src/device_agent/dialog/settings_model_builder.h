@@ -27,7 +27,7 @@ namespace button
 {
 inline constexpr char kManageDevice[] = "manageDevice";
 inline constexpr char kReselectRuntime[] = "reselectRuntimeButton";
-inline constexpr char kLibraryChoicePrefix[] = "libraryChoice"; // then a library's name
+inline constexpr char kRuntimeChoicePrefix[] = "libraryChoice"; // then a runtime's name
 inline constexpr char kReferenceRun[] = "triggerReferenceRunButton";
 inline constexpr char kResetSingleDevice[] = "resetSingleDeviceButton";
 inline constexpr char kResetAllDevices[] = "resetAllDevicesButton";
@@ -44,7 +44,7 @@ struct DialogState
     ManagerInstallState managerInstallState = ManagerInstallState::notInstalled;
     RuntimeStatus runtimeStatus = RuntimeStatus::notSelected;
     int hostCustomizationKind = 0;
-    std::vector<std::string> selectableLibraries;
+    std::vector<std::string> selectableRuntimes;
     std::string installedRuntimeName;
     MessageBoard::Entries board;
     AgentErrors agentErrors;

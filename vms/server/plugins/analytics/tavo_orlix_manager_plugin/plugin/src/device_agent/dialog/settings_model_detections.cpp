@@ -44,13 +44,13 @@ void addLoitering(SettingsModel& model)
             "Loitering will be detected on persons who stay in frame for at least this amount of time.")
         .integer("minValue", kMinSeconds)
         .integer("maxValue", kMaxSeconds)
-        .integer("defaultValue", 30)
+        .integer("defaultValue", setting_default::kLoiterTime)
         .flag("visible", visible);
     items.add("TextField")
         .text("name", setting::kLoiterObjectClass)
         .text("caption", "Loiter Detection Class")
         .text("description", "Which object type to check for loitering detection.")
-        .text("defaultValue", "person")
+        .text("defaultValue", setting_default::kLoiterObjectClass)
         .flag("visible", visible);
 }
 
@@ -65,7 +65,7 @@ void addDumping(SettingsModel& model)
         .text("name", setting::kDumpingObjectType)
         .text("caption", "Dumping Detection Class")
         .text("description", "Which object type to check for illegal dumping.")
-        .text("defaultValue", "object")
+        .text("defaultValue", setting_default::kDumpingObjectType)
         .flag("visible", visible);
     items.add("SpinBox")
         .text("name", setting::kDumpingTime)
@@ -75,7 +75,7 @@ void addDumping(SettingsModel& model)
             "Dumping will be detected on objects which stays static for at least this amount of time.")
         .integer("minValue", kMinSeconds)
         .integer("maxValue", kMaxSeconds)
-        .integer("defaultValue", 15)
+        .integer("defaultValue", setting_default::kDumpingTime)
         .flag("visible", visible);
     items.add("Button")
         .text("name", button::kReferenceRun)

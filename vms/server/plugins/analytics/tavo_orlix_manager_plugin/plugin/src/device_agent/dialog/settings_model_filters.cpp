@@ -22,7 +22,7 @@ void addMaskType(SettingsModel& model, ItemList& items)
                       .text(
                           "description",
                           "Choose whether the defined mask(s) should be inclusive, or exclusive.")
-                      .text("defaultValue", "inclusive")
+                      .text("defaultValue", setting_default::kMaskType)
                       .texts("range", {"inclusive", "exclusive"});
     choice.object("itemCaptions").text("inclusive", "Inclusive").text("exclusive", "Exclusive");
     choice.flag("visible", model.ready);

@@ -1,5 +1,6 @@
 #include "device_agent/settings/setting_values.h"
 
+#include <optional>
 #include <utility>
 
 #include "device_agent/pipelines/processors.h"
@@ -11,10 +12,6 @@ namespace tavo::vms_server_plugins::analytics::orlix
 
 namespace
 {
-
-constexpr std::int64_t kDefaultLoiterTimeThreshold = 30; // seconds
-constexpr char kDefaultLoiterObjectClass[] = "person";
-constexpr char kDefaultMaskType[] = "inclusive";
 
 const std::string* find(const SettingValues& values, const std::string& name)
 {
@@ -28,6 +25,23 @@ std::string textOr(const SettingValues& values, const char* name, const char* de
     return value ? *value : defaultText;
 }
 
+// In seconds; nothing where the setting is not there.
+struct TimeSettings
+{
+    std::optional<std::int64_t> dumping;
+    std::optional<std::int64_t> loitering;
+};
+
+TimeSettings readTimes(const SettingValues& values)
+{
+    const auto read = [&values](const char* name) -> std::optional<std::int64_t>
+    {
+        const std::string* const text = find(values, name);
+        return text ? std::optional<std::int64_t>(std::stoll(*text)) : std::nullopt;
+    };
+    return {read(setting::kDumpingTime), read(setting::kLoiterTime)};
+}
+
 bool isTrue(const std::string* value)
 {
     return value && *value == "true";
@@ -35,30 +49,28 @@ bool isTrue(const std::string* value)
 
 // Without both of its settings dumping is off, while loitering has defaults: users never had to
 // set anything for the latter.
-void applyDumping(const SettingValues& values, DeviceSettings& settings)
+void applyDumping(const SettingValues& values, const TimeSettings& times, DeviceSettings& settings)
 {
     const std::string* const objectType = find(values, setting::kDumpingObjectType);
-    const std::string* const time = find(values, setting::kDumpingTime);
     settings.dumpingEnabled =
-        hasProcessor(settings, kIllegalDumpingProcessor) && objectType && time;
+        hasProcessor(settings, kIllegalDumpingProcessor) && objectType && times.dumping;
     settings.dumpingObjectType = objectType ? *objectType : std::string();
-    settings.dumpingTimeThreshold = time ? std::stoll(*time) : 0;
+    settings.dumpingTimeThreshold = times.dumping.value_or(0);
 }
 
-void applyLoitering(const SettingValues& values, DeviceSettings& settings)
+void applyLoitering(
+    const SettingValues& values, const TimeSettings& times, DeviceSettings& settings)
 {
     settings.loiteringEnabled = hasProcessor(settings, kLoiteringProcessor);
-    if (const std::string* const time = find(values, setting::kLoiterTime))
+    if (!times.loitering)
     {
-        settings.loiterTimeThreshold = std::stoll(*time);
+        log_info(
+            "No default for loiter detection time. Defaulting to %lld\n",
+            static_cast<long long>(setting_default::kLoiterTime));
     }
-    else
-    {
-        log_info("No default for loiter detection time. Defaulting to 30\n");
-        settings.loiterTimeThreshold = kDefaultLoiterTimeThreshold;
-    }
+    settings.loiterTimeThreshold = times.loitering.value_or(setting_default::kLoiterTime);
     settings.loiterObjectClass =
-        textOr(values, setting::kLoiterObjectClass, kDefaultLoiterObjectClass);
+        textOr(values, setting::kLoiterObjectClass, setting_default::kLoiterObjectClass);
 }
 
 // Keys with a prefix stand together, since the map is sorted.
@@ -84,7 +96,7 @@ void applyExternalProcessors(const SettingValues& values, DeviceSettings& settin
 // Masks are numbered from 1, and the first number that is not there ends them.
 void applyMasks(const SettingValues& values, DeviceSettings& settings)
 {
-    settings.maskType = textOr(values, setting::kMaskType, kDefaultMaskType);
+    settings.maskType = textOr(values, setting::kMaskType, setting_default::kMaskType);
     settings.masks.clear();
     for (std::size_t n = 1;; ++n)
     {
@@ -139,11 +151,17 @@ void applyVisualisation(const SettingValues& values, DeviceSettings& settings)
 
 } // namespace
 
+void checkSettingValues(const SettingValues& values)
+{
+    static_cast<void>(readTimes(values));
+}
+
 void applySettingValues(const SettingValues& values, DeviceSettings& settings)
 {
+    const TimeSettings times = readTimes(values);
     settings.deviceActive = isTrue(find(values, setting::kDeviceActive));
-    applyDumping(values, settings);
-    applyLoitering(values, settings);
+    applyDumping(values, times, settings);
+    applyLoitering(values, times, settings);
     applyExternalProcessors(values, settings);
     applyMasks(values, settings);
     applyLine(values, settings);

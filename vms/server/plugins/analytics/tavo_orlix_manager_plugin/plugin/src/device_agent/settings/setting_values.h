@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <string>
 
@@ -28,10 +29,23 @@ inline constexpr char kCropBox[] = "cropBox";
 inline constexpr char kVisualisePrefix[] = "visualise_"; // then a class
 } // namespace setting
 
+// What stands for a setting that the user never touched: shown in the dialog, and for loitering and
+// the masks applied as well.
+namespace setting_default
+{
+inline constexpr char kDumpingObjectType[] = "object";
+inline constexpr std::int64_t kDumpingTime = 15; // seconds
+inline constexpr std::int64_t kLoiterTime = 30; // seconds
+inline constexpr char kLoiterObjectClass[] = "person";
+inline constexpr char kMaskType[] = "inclusive";
+} // namespace setting_default
+
+// Throws std::invalid_argument or std::out_of_range for a time that is no number.
+void checkSettingValues(const SettingValues& values);
+
 // Replaces all that is derived from the settings' values alone, and what of it depends on the
 // pipeline's processors; a value that is gone resets its field. The caller holds settingsLock().
-// Throws std::invalid_argument or std::out_of_range for a time that is no number, with the fields
-// behind it as they were.
+// Throws what checkSettingValues throws, with all fields as they were.
 void applySettingValues(const SettingValues& values, DeviceSettings& settings);
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

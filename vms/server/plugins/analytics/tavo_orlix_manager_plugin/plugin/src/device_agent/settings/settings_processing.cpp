@@ -70,11 +70,13 @@ void DeviceAgent::applySettings()
     {
         const FairMutexLock lock(settingsLock());
         const SettingValues current = currentSettings();
+        checkSettingValues(current); // throws before anything of the call is kept
         for (const auto& [name, value] : current)
             m_settingsValues[name] = value;
         saveSettingsCache(m_settingsCachePath, m_settingsValues);
         const auto selected = current.find(setting::kSelectedPipeline);
-        if (selected != current.end() && selected->second != m_settings.selectedPipeline)
+        if (selected != current.end() && !selected->second.empty() &&
+            selected->second != m_settings.selectedPipeline)
         {
             log_info("Detected change in pipeline selection.\n");
             patches = patchesOf(m_settings, selected->second);
@@ -91,9 +93,10 @@ void DeviceAgent::applySettings()
     const FairMutexLock lock(settingsLock());
     // Read anew: while the host was waited for, the user may have entered others.
     const SettingValues current = currentSettings();
-    if (const auto selected = current.find(setting::kSelectedPipeline); selected != current.end())
-        m_settings.selectedPipeline = selected->second;
     applySettingValues(current, m_settings);
+    const auto selected = current.find(setting::kSelectedPipeline);
+    if (selected != current.end() && !selected->second.empty())
+        m_settings.selectedPipeline = selected->second;
 }
 
 sdk::Result<const sdk::ISettingsResponse*> DeviceAgent::pluginSideSettings() const
@@ -106,7 +109,12 @@ sdk::Result<const sdk::ISettingsResponse*> DeviceAgent::pluginSideSettings() con
         settings = m_settings;
         values = m_settingsValues;
     }
-    values[setting::kSelectedPipeline] = settings.selectedPipeline;
+    // Before a pipeline was read there is none to show: an empty one would be applied with the
+    // dialog and erase the choice.
+    if (settings.selectedPipeline.empty())
+        values.erase(setting::kSelectedPipeline);
+    else
+        values[setting::kSelectedPipeline] = settings.selectedPipeline;
 
     auto response = sdk::makePtr<sdk::SettingsResponse>();
     response->setModel(settingsModelBuilder(*m_services, agentErrors(), settings));

@@ -69,7 +69,7 @@ TEST(SettingsModel, TellsTheFirstLevelThatIsMissing)
     {
         SCOPED_TRACE(c.banner);
         DialogState state = stateOf(c.cloud, c.manager, c.runtime);
-        state.selectableLibraries = {"CPU", "GPU \"1\""};
+        state.selectableRuntimes = {"CPU", "GPU \"1\""};
         const std::string dialog = makeSettingsModel(state, {});
         for (const auto& other : kCases)
             EXPECT_EQ(&other == &c, dialog.find(other.banner) != std::string::npos);

@@ -54,6 +54,26 @@ TEST(SettingValues, DumpingNeedsBothSettingsAndItsProcessorAndTimesNumbers)
         applied({{"dumpingDetectionTimeThreshold", "99999999999999999999"}}), std::out_of_range);
 }
 
+TEST(SettingValues, AWrongTimeLeavesAllAsItWas)
+{
+    DeviceSettings settings;
+    settings.processors = {"Illegal Dumping"};
+    applySettingValues(
+        {{"dumpingDetectionObjectType", "bag"}, {"dumpingDetectionTimeThreshold", "15"}}, settings);
+    for (const auto& wrong : SettingValues{
+             {"dumpingDetectionTimeThreshold", "soon"}, {"loiterDetectionTimeThreshold", ""}})
+    {
+        SettingValues values = {
+            {"deviceActiveSwitch", "true"}, {"dumpingDetectionObjectType", "box"}};
+        values.insert(wrong);
+        EXPECT_THROW(applySettingValues(values, settings), std::invalid_argument);
+        EXPECT_FALSE(settings.deviceActive);
+        EXPECT_TRUE(settings.dumpingEnabled);
+        EXPECT_EQ("bag", settings.dumpingObjectType);
+        EXPECT_EQ(15, settings.dumpingTimeThreshold);
+    }
+}
+
 TEST(SettingValues, WhatIsGoneResetsItsField)
 {
     DeviceSettings settings;
@@ -143,6 +163,9 @@ TEST(SettingsCache, KeepsWhatItCanButNotWhatOthersKnowBetter)
         ElementsAre(Pair("a", ""), Pair("b", "1=2"), Pair("lines", "first"), Pair("x", "y")));
 
     EXPECT_THAT(loadSettingsCache(folder.path("missing")), IsEmpty());
+    folder.write("id_settings_cache.txt.new/in the way", "");
+    saveSettingsCache(path, {{"a", "new"}});
+    EXPECT_THAT(loadSettingsCache(path), testing::Contains(Pair("b", "1=2"))) << "whole or not";
     const std::string big(20000, 'v'); // more than one read
     folder.write("cache", "key=1\nkey=" + big + "\nlast=without a line end");
     EXPECT_THAT(
