@@ -235,7 +235,7 @@ TEST_F(DeviceParameters, ARetryWaitsForAList)
     EXPECT_EQ(1, logged("Parsing devices parameters: 0 0 0\n"));
 }
 
-TEST_F(DeviceParameters, AResetIsServedBeforeTheListIsRead)
+TEST_F(DeviceParameters, WhatUsersAskForIsServedBeforeTheListIsRead)
 {
     engine().resetDevice("device-7");
     const std::size_t before = listRequests();
@@ -253,6 +253,11 @@ TEST_F(DeviceParameters, AResetIsServedBeforeTheListIsRead)
     EXPECT_EQ(0u, engine().messageBoard().snapshot().count("w"));
     EXPECT_EQ(PassEnd::cutShort, pass());
     EXPECT_THAT(m_cloud.takeResets(), ElementsAre(resetOf("done")));
+
+    engine().retryDownloads();
+    EXPECT_EQ(PassEnd::complete, pass());
+    EXPECT_EQ(1, logged("Clearing failed model downloads."));
+    EXPECT_THAT(engine().messageBoard().snapshot(), IsEmpty());
 }
 
 // Nobody watches a camera, so only what is asked for here stops it before the pass ends.
