@@ -9,9 +9,6 @@ readonly kWindowsPackages=(g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 
     wine64 patch perl make)
 readonly kMingw=x86_64-w64-mingw32
 
-# Raised when a function below builds something differently, so that no cache keeps the old.
-readonly kWindowsRecipe=1
-
 windows_prefix()
 {
     printf '%s\n' "$(cache_dir)/windows/gcc-$("$kMingw-gcc-posix" -dumpversion)"
@@ -25,7 +22,7 @@ installed_version() { dpkg-query -W -f='${source:Version}\n' "$1" | head -n 1; }
 windows_compile_flags() { printf '%s\n' "-O2 -ffile-prefix-map=$1=."; }
 
 # cmake_for_windows FOLDER NAME TARGET ARGUMENTS...: configures FOLDER/NAME, builds the target and
-# installs.
+# installs. The prefix that some libraries compile in is not the one that they are installed to.
 cmake_for_windows()
 {
     local folder=$1 name=$2 target=$3 flags
@@ -36,9 +33,9 @@ cmake_for_windows()
             --toolchain "$(repo_dir)/cmake/windows.cmake" -DCMAKE_BUILD_TYPE=Release \
             -DCMAKE_C_FLAGS="$flags" -DCMAKE_CXX_FLAGS="$flags" -DCMAKE_C_FLAGS_RELEASE=-DNDEBUG \
             -DCMAKE_CXX_FLAGS_RELEASE=-DNDEBUG -DBUILD_SHARED_LIBS=OFF \
-            -DCMAKE_INSTALL_PREFIX="$(windows_prefix)" "$@" \
+            -DCMAKE_INSTALL_PREFIX=/tavo "$@" \
             && cmake --build "$folder/$name-build" -j "$(build_jobs)" --target "$target" \
-            && cmake --install "$folder/$name-build"
+            && cmake --install "$folder/$name-build" --prefix "$(windows_prefix)"
     } >"$folder/$name.log" 2>&1; then
         die_with_log "$folder/$name.log" "$name could not be built for Windows"
     fi
@@ -57,13 +54,13 @@ build_windows_openssl()
     local folder=$1
     fetch_debian_source "$folder" "$(debian_codename)" openssl
     unpack_debian_source "$folder" openssl
-    # The default folders are compiled in: Windows' usual ones, not this machine's.
+    # The default folders and these flags are compiled in: Windows' usual ones, not this machine's.
     (cd "$folder/openssl" && unset CROSS_COMPILE \
         && CC="$kMingw-gcc-posix" AR="$kMingw-ar" RANLIB="$kMingw-ranlib" RC="$kMingw-windres" \
             perl ./Configure mingw64 --libdir=lib --prefix=/ \
             --openssldir="C:/Program Files/Common Files/SSL" \
             no-shared no-tests no-engine no-legacy no-dso no-comp no-ui-console \
-            "-ffile-prefix-map=$folder=." -D_WIN32_WINNT=0x0A00 \
+            -D_WIN32_WINNT=0x0A00 \
         && make -j "$(build_jobs)" build_libs \
         && make DESTDIR="$folder/installed" install_dev) >"$folder/openssl.log" 2>&1 \
         || die_with_log "$folder/openssl.log" "OpenSSL could not be built for Windows"
@@ -163,20 +160,20 @@ END
 }
 
 # install_for_windows NAME VERSION: NAME as build_windows_NAME builds it, unless that was done
-# already for this version, with these recipes.
+# already for this version. VERSION also names the recipe where the function has changed, so that no
+# cache keeps what the old one built.
 install_for_windows()
 {
-    local stamp state
+    local stamp
     stamp=$(windows_prefix)/built/$1
-    state="$2, recipe $kWindowsRecipe"
-    if [ -f "$stamp" ] && [ "$(cat "$stamp")" = "$state" ]; then
+    if [ -f "$stamp" ] && [ "$(cat "$stamp")" = "$2" ]; then
         return
     fi
     say "Building $1 for Windows into $(windows_prefix)"
     rm -f "$stamp"
     mkdir -p "$(windows_prefix)"/{built,include,lib/cmake,lib/pkgconfig,bin}
     with_scratch "build_windows_$1"
-    printf '%s\n' "$state" >"$stamp"
+    printf '%s\n' "$2" >"$stamp"
 }
 
 install_windows()
