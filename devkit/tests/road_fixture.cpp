@@ -1,10 +1,11 @@
 #include "road_fixture.h"
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
 #include <tavo/sdk/analytics/i_engine.h>
+#include <testing/platform.h>
+#include <testing/programs.h>
 
 #include "clock.h"
 #include "device_info.h"
@@ -13,7 +14,6 @@
 #include "records.h"
 #include "user_settings.h"
 #include "video_frame.h"
-#include "video_writer.h"
 
 namespace tavo::devkit
 {
@@ -158,16 +158,16 @@ void RoadTest::SetUp()
 {
     for (const char* const name : {"tmp", "home", "ini", "files"})
         std::filesystem::create_directories(m_folder.path(name));
-    setenv("TMPDIR", m_folder.path("tmp").c_str(), 1);
-    setenv("TAVO_INI_DIR", m_folder.path("ini").c_str(), 1);
+    test_support::setVariable(test_support::kTemporaryFolderVariable, m_folder.path("tmp"));
+    test_support::setVariable("TAVO_INI_DIR", m_folder.path("ini"));
     // A server that the plugin meets for the first time.
-    seedRecords(
-        *m_store,
+    m_folder.write(
+        kRecordsFile,
         R"({"cloudSystemId":"system","cloudAuthToken":"token","server":{"id":"s","parameters":{}},)"
         R"("devices":[{"id":")" +
             defaultDeviceId(kStillCamera) + R"(","name":"Yard","parameters":{}},{"id":")" +
-            deviceId() + R"(","name":"Gate","parameters":{}}]})",
-        2);
+            deviceId() + R"(","name":"Gate","parameters":{}}]})");
+    seedRecords(*m_store, m_folder.read(kRecordsFile), 2);
 }
 
 void RoadTest::TearDown()
@@ -196,16 +196,10 @@ void RoadTest::startServices(bool encryptedModel)
             R"("NamedOutput":[{"Name":"bboxes;0:motion"}]}],)"
             R"("pipelines":[{"uuid":"p1","name":"Motion","models":["m1"],"pipelines":)"
             R"([{"method":"detect","modelUUID":"m1","modelNMS":0.5}]}]})");
-    ASSERT_EQ(
-        0,
-        std::system(("tar -cf - -C '" TAVO_APPLICATION_PARENT
-                     "' --exclude='*.log' orlix_manager | gzip -1 > '" +
-                     m_folder.path("app.tgz") + "'")
-                        .c_str()));
     ServicesOptions options;
     options.catalogue = m_folder.path("catalogue.json");
     options.files = m_folder.path("files");
-    options.archive = m_folder.path("app.tgz");
+    options.archive = TAVO_APPLICATION_ARCHIVE;
     options.runtimes = TAVO_RUNTIME_PACKAGES;
     options.token = kToken;
     m_services = std::make_unique<Services>(options);
@@ -300,30 +294,10 @@ std::string RoadTest::requests() const
     return result ? result->body : "";
 }
 
-void RoadTest::writeVideo() const
+std::vector<std::uint32_t> RoadTest::processes(const std::string& program) const
 {
-    VideoWriter video(m_folder.path("video.mp4"), kWidth, kHeight);
-    for (int step = 0; step < 60; ++step)
-    {
-        const PicturePtr picture = pictureAt(step);
-        video.write(picture->pixels.data(), kWidth, kHeight, kWidth * 3, step * 40'000);
-    }
-    video.finish();
-}
-
-std::vector<int> RoadTest::processes(const std::string& program) const
-{
-    std::vector<int> found;
-    const std::string path = m_folder.path(inManager("bin/" + program));
-    for (const auto& entry : std::filesystem::directory_iterator("/proc"))
-    {
-        std::error_code error;
-        const auto target = std::filesystem::read_symlink(entry.path() / "exe", error).string();
-        // The kernel adds a note to a file that was deleted.
-        if (!error && target.starts_with(path) && !target.starts_with(path + "m"))
-            found.push_back(std::atoi(entry.path().filename().c_str()));
-    }
-    return found;
+    return test_support::runningPrograms(
+        m_folder.path(inManager("bin/" + test_support::programFile(program))));
 }
 
 } // namespace tavo::devkit

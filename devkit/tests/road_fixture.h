@@ -101,21 +101,21 @@ protected:
     // All requests to the services so far, a line each.
     [[nodiscard]] std::string requests() const;
 
-    // What the camera sees, as a file.
-    void writeVideo() const;
-
     // Process ids of the application's programs of this test.
-    [[nodiscard]] std::vector<int> processes(const std::string& program) const;
+    [[nodiscard]] std::vector<std::uint32_t> processes(const std::string& program) const;
 
     [[nodiscard]] std::string inManager(const std::string& name) const
     {
         return "home/tavo_orlix_manager/orlix_manager/" + name;
     }
 
+    // In the folder: a server that the plugin meets for the first time.
+    static constexpr char kRecordsFile[] = "records.json";
+
     static constexpr char kModel[] = "what a model weighs";
 
     vms_server_plugins::analytics::orlix::TemporaryFolder m_folder;
-    std::unique_ptr<RecordStore> m_store = openDatabaseRecordStore(m_folder.path("records.db"));
+    std::unique_ptr<RecordStore> m_store = makeMemoryRecordStore();
     std::unique_ptr<Services> m_services;
     std::thread m_server;
     int m_port = 0;

@@ -1,14 +1,11 @@
 // The built library driven as a host drives it, with real services, the real application and real
 // processes: from a machine with nothing on it to objects, and through what a user can do.
 
-#include <csignal>
-#include <filesystem>
-
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include <testing/platform.h>
+#include <testing/programs.h>
 
 #include "road_fixture.h"
+#include "video_source.h"
 
 namespace tavo::devkit
 {
@@ -42,11 +39,11 @@ TEST_F(RoadTest, anEncryptedModelGoesFromTheCloudToObjectsAndLeavesNothingInTheC
     EXPECT_TRUE(contains(m_host->dialog(), "Active ORLIX Runtime: Generic CPU"));
 
     EXPECT_EQ(kModel, m_folder.read("tmp/motion.bin"));
-    struct stat status = {};
-    ASSERT_EQ(0, stat(m_folder.path("tmp/motion.bin").c_str(), &status));
-    EXPECT_EQ(0600u, status.st_mode & 0777u);
+    EXPECT_TRUE(test_support::isPrivate(m_folder.path("tmp/motion.bin")));
     EXPECT_FALSE(contains(m_folder.read(inManager("cache/encrypted/motion.bin")), kModel));
-    EXPECT_TRUE(contains(m_folder.read(inManager("etc/settings.json")), "/tmp/motion.bin"));
+    const std::string settings = m_folder.read(inManager("etc/settings.json"));
+    EXPECT_TRUE(contains(settings, "motion.bin")) << settings;
+    EXPECT_FALSE(contains(settings, "encrypted")) << settings; // the copy, and not the cache's file
 
     m_host.reset();
     EXPECT_FALSE(m_folder.has("tmp/motion.bin"));
@@ -94,7 +91,7 @@ TEST_F(RoadTest, everyButtonOfTheDialogDoesWhatItSays)
     }
 
     // A changed model that cannot be fetched, then one that can, and a restart with it.
-    const std::vector<int> firstRun = processes("brunmod");
+    const std::vector<std::uint32_t> firstRun = processes("brunmod");
     switchFault("/models/", "wrongDigest");
     touchModels("2026-11-02T12:00:00");
     m_host->press("resetAllDevicesButton");
@@ -156,9 +153,9 @@ TEST_F(RoadTest, aServiceThatFailsIsToldAndComesBackWhenItDoes)
 TEST_F(RoadTest, aKilledApplicationIsReportedAndRunsAgain)
 {
     startFromNothing(/*encryptedModel*/ true);
-    const std::vector<int> running = processes("brunmod");
+    const std::vector<std::uint32_t> running = processes("brunmod");
     ASSERT_EQ(1u, running.size());
-    kill(running.front(), SIGKILL);
+    test_support::endProcess(running.front());
     waitForDialog("warning: Detected Orlix Manager crash.");
     waitForObjects();
     EXPECT_NE(running, processes("brunmod"));
@@ -171,24 +168,15 @@ TEST_F(RoadTest, aKilledHostTakesTheApplicationAlong)
     m_host.reset();
 
     // The stand-in host's own program, which never gets to its end.
-    writeVideo();
-    const pid_t host = fork();
-    ASSERT_GE(host, 0);
-    if (host == 0)
-    {
-        execl(
-            TAVO_HOST_FILE, TAVO_HOST_FILE, "--plugin", TAVO_PLUGIN_FILE, "--work-dir",
-            m_folder.path("home").c_str(), "--video", m_folder.path("video.mp4").c_str(),
-            "--database", m_folder.path("records.db").c_str(), nullptr);
-        _exit(127);
-    }
+    test_support::LoneProgram host(
+        {TAVO_HOST_FILE, "--plugin", TAVO_PLUGIN_FILE, "--work-dir", m_folder.path("home"),
+         "--video", kGeneratedVideo, "--records", m_folder.path(kRecordsFile)});
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
     while (processes("brund").empty() && std::chrono::steady_clock::now() < end)
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     EXPECT_FALSE(processes("brund").empty());
     EXPECT_TRUE(m_folder.has("tmp/motion.bin"));
-    kill(host, SIGKILL);
-    ASSERT_EQ(host, waitpid(host, nullptr, 0));
+    host.end();
 
     const auto isGone = [&]()
     {

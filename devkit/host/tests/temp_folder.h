@@ -1,9 +1,10 @@
 #pragma once
 
-#include <cstdlib>
+#include <atomic>
 #include <filesystem>
-#include <stdexcept>
 #include <string>
+
+#include <testing/platform.h>
 
 namespace tavo::devkit
 {
@@ -12,14 +13,7 @@ namespace tavo::devkit
 class TempFolder
 {
 public:
-    TempFolder()
-    {
-        std::string name =
-            (std::filesystem::temp_directory_path() / "tavo_host_test.XXXXXX").string();
-        if (!mkdtemp(name.data()))
-            throw std::runtime_error("no temporary folder");
-        m_path = name;
-    }
+    TempFolder() { std::filesystem::create_directories(m_path); }
     ~TempFolder()
     {
         std::error_code error;
@@ -31,7 +25,14 @@ public:
     std::string file(const std::string& name) const { return (m_path / name).string(); }
 
 private:
-    std::filesystem::path m_path;
+    static std::string newName()
+    {
+        static std::atomic<int> counter{0};
+        return "tavo_host_test." + std::to_string(test_support::ownProcessId()) + "." +
+            std::to_string(counter++);
+    }
+
+    const std::filesystem::path m_path = std::filesystem::temp_directory_path() / newName();
 };
 
 } // namespace tavo::devkit

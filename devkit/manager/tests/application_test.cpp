@@ -2,12 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <cstring>
 #include <string>
 #include <vector>
 
-#include <sys/socket.h>
+#include <testing/platform.h>
 
 #include "application_test_support.h"
 #include "engine/geometry.h"
@@ -117,7 +116,10 @@ TEST_F(ApplicationTest, badPeersCostNobodyElse)
     }
     // A size beyond any bound, and one whose body never comes.
     for (const std::uint32_t size : {0xFFFF'FFFFu, 100u})
-        ASSERT_EQ(::send(static_cast<int>(connect()), &size, sizeof size, 0), 4);
+    {
+        const std::string head(reinterpret_cast<const char*>(&size), sizeof size);
+        ASSERT_TRUE(test_support::sendBytes(connect(), head));
+    }
     // An announcement, and away.
     const char announcement[] = "\x83\xabmessageType\x00\xaaInputIndex\x00\xa4Size\xcd\x10\x00";
     orlix::socket_send_message(connect(), announcement, sizeof announcement - 1);
@@ -138,8 +140,8 @@ TEST_F(ApplicationTest, anEngineThatDiesEndsItWithAWordOnStandardError)
 {
     m_application.start();
     ASSERT_TRUE(resultOf(0, 1, emptyScene()));
-    for (const int pid : m_application.pidsOf("brund"))
-        ::kill(pid, SIGKILL);
+    for (const std::uint32_t process : m_application.pidsOf("brund"))
+        test_support::endProcess(process);
     EXPECT_EQ(m_application.waitForEnd(), 1);
     EXPECT_NE(
         m_application.errorText().find("Error! The engine has ended: exit code"),

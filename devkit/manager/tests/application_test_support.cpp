@@ -4,6 +4,9 @@
 #include <filesystem>
 #include <thread>
 
+#include <testing/programs.h>
+#include <testing/test_program.h>
+
 #include "inference/protocol.h"
 #include "utils/mpack_tree.h"
 #include "utils/platform_names.h"
@@ -163,17 +166,10 @@ int InstalledApplication::waitForEnd()
     return orlix::process_wait(m_process, 30);
 }
 
-std::vector<int> InstalledApplication::pidsOf(const std::string& program) const
+std::vector<std::uint32_t> InstalledApplication::pidsOf(const std::string& program) const
 {
-    std::vector<int> pids;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc"))
-    {
-        std::error_code ignored; // of other users, or gone by now
-        const auto file = std::filesystem::read_symlink(entry.path() / "exe", ignored);
-        if (file == m_folder.path("app/bin/") + program)
-            pids.push_back(std::stoi(entry.path().filename().string()));
-    }
-    return pids;
+    return test_support::runningPrograms(
+        m_folder.path("app/bin/") + test_support::programFile(program));
 }
 
 std::string InstalledApplication::errorText()

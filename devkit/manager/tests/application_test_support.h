@@ -35,7 +35,7 @@ public:
     void kill() { orlix::process_kill(m_process); }
 
     // The ids of this installation's running programs of that name.
-    [[nodiscard]] std::vector<int> pidsOf(const std::string& program) const;
+    [[nodiscard]] std::vector<std::uint32_t> pidsOf(const std::string& program) const;
 
     [[nodiscard]] std::string errorText();
     [[nodiscard]] const orlix::TemporaryFolder& folder() const { return m_folder; }
