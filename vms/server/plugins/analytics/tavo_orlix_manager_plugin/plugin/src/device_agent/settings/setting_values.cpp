@@ -62,12 +62,9 @@ void applyLoitering(
     const SettingValues& values, const TimeSettings& times, DeviceSettings& settings)
 {
     settings.loiteringEnabled = hasProcessor(settings, kLoiteringProcessor);
+    static_assert(setting_default::kLoiterTime == 30, "the line below tells it");
     if (!times.loitering)
-    {
-        log_info(
-            "No default for loiter detection time. Defaulting to %lld\n",
-            static_cast<long long>(setting_default::kLoiterTime));
-    }
+        log_info("No default for loiter detection time. Defaulting to 30\n");
     settings.loiterTimeThreshold = times.loitering.value_or(setting_default::kLoiterTime);
     settings.loiterObjectClass =
         textOr(values, setting::kLoiterObjectClass, setting_default::kLoiterObjectClass);
