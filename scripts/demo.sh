@@ -126,7 +126,8 @@ play()
     local duration=$1 name=$2
     shift 2
     say "" "Playing $camera for $duration seconds"
-    TAVO_INI_DIR=$work TMPDIR=$sockets "$build_dir/devkit/host/tavo_host" \
+    TAVO_INI_DIR=$work TMPDIR=$sockets TAVO_RESULT_TIMES=$output/$name.times \
+        "$build_dir/devkit/host/tavo_host" \
         --plugin "$(find "$build_dir/vms" -name tavo_orlix_manager_plugin.so)" \
         --work-dir "$work" --video "$camera" --cameras "$cameras" --seconds "$duration" \
         --records "$work/records.json" --database "$work/records.db" --realtime --show-dialog \
