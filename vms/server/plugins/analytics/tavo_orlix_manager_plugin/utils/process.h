@@ -82,6 +82,9 @@ int process_kill(const ProcessRecord& record);
 // stays. Holds from the return on. Not every platform can; logs when it cannot be.
 void process_delete_at_end(const ProcessRecord& record, const std::string& path, std::FILE* file);
 
+// Whether the platform can. Elsewhere what was left is to be deleted by the next run.
+extern const bool kFilesEndWithJobs;
+
 using ProcessSignalHandler = void (*)(int signal);
 
 // For programs, never inside a host: installs `handler` for interruption, termination and abort.

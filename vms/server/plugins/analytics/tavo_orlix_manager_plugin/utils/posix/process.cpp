@@ -182,6 +182,8 @@ int process_kill(const ProcessRecord& record)
     return record.job->program().kill() ? kProcessKilled : -1;
 }
 
+const bool kFilesEndWithJobs = true;
+
 void process_delete_at_end(const ProcessRecord& record, const std::string& path, std::FILE* file)
 {
     if (!record.job || !record.job->program().deleteAtEnd(path, fileno(file)))

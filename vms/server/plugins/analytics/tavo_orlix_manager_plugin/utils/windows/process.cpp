@@ -212,6 +212,8 @@ int process_kill(const ProcessRecord& record)
     return record.job->program().kill() ? kProcessKilled : -1;
 }
 
+const bool kFilesEndWithJobs = false;
+
 // A handle that deletes on close would do it, but keeps others from opening the file as most
 // programs do, so that nobody could read it.
 void process_delete_at_end(const ProcessRecord&, const std::string&, std::FILE*) {}

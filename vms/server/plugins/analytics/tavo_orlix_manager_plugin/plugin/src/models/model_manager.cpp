@@ -9,7 +9,9 @@
 #include "remote/file_helpers.h"
 #include "utils/json.h"
 #include "utils/log.h"
+#include "utils/machine.h"
 #include "utils/paths.h"
+#include "utils/process.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -39,7 +41,16 @@ ModelManager::ModelManager(const std::string& workingDirectory, MessageBoard* me
     m_encryptedFolder(m_root + "/cache/encrypted"),
     m_keysFolder(m_root + "/cache/keys"),
     m_messageBoard(messageBoard)
-{}
+{
+    if (!kFilesEndWithJobs)
+        deleteLeftCopies();
+}
+
+void ModelManager::deleteLeftCopies() const
+{
+    for (const std::string& name : list_files(m_encryptedFolder))
+        deleteFile(pathOfTemporary(name));
+}
 
 ModelFiles ModelManager::selectDownload(
     yyjson_val* downloads, const std::string& mimeType, const std::string& modelId) const

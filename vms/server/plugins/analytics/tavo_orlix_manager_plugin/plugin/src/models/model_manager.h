@@ -83,6 +83,9 @@ private:
     };
 
     void ensureDirectories() const;
+
+    // Decrypted copies that a host which was killed has left.
+    void deleteLeftCopies() const;
     [[nodiscard]] std::optional<Offer> readOffer(
         yyjson_val* download, const ModelToEnsure& model) const;
     [[nodiscard]] Verdict ensureOffer(
