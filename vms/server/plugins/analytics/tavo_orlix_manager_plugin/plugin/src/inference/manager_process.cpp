@@ -50,8 +50,10 @@ bool keepLog(const std::string& log, const std::string& copy)
     const auto path = pathFromUtf8(log);
     if (!std::filesystem::exists(path))
         return false;
-    std::filesystem::copy_file(
-        path, pathFromUtf8(copy), std::filesystem::copy_options::overwrite_existing);
+    // Not by the option to overwrite, with which a library takes any two files of a system without
+    // inodes for the same.
+    std::filesystem::remove(pathFromUtf8(copy));
+    std::filesystem::copy_file(path, pathFromUtf8(copy));
     return true;
 }
 
