@@ -54,12 +54,14 @@ build_windows_openssl()
     local folder=$1
     fetch_debian_source "$folder" "$(debian_codename)" openssl
     unpack_debian_source "$folder" openssl
-    # The default folders and these flags are compiled in: Windows' usual ones, not this machine's.
+    # no-atexit: the process would call what the library may have taken along when it was unloaded.
+    # The default folders and these flags are compiled in: nothing of this machine, and no folder in
+    # which somebody could put a configuration for the server's process.
     (cd "$folder/openssl" && unset CROSS_COMPILE \
         && CC="$kMingw-gcc-posix" AR="$kMingw-ar" RANLIB="$kMingw-ranlib" RC="$kMingw-windres" \
             perl ./Configure mingw64 --libdir=lib --prefix=/ \
             --openssldir="C:/Program Files/Common Files/SSL" \
-            no-shared no-tests no-engine no-legacy no-dso no-comp no-ui-console \
+            no-shared no-tests no-engine no-legacy no-dso no-comp no-ui-console no-atexit \
             -D_WIN32_WINNT=0x0A00 \
         && make -j "$(build_jobs)" build_libs \
         && make DESTDIR="$folder/installed" install_dev) >"$folder/openssl.log" 2>&1 \
@@ -185,7 +187,7 @@ install_windows()
     install_for_windows yyjson "$(installed_version libyyjson-dev)"
     install_for_windows googletest "$(installed_version googletest)"
     install_for_windows httplib "$(installed_version libcpp-httplib-dev)"
-    install_for_windows openssl "$(installed_version libssl-dev)"
+    install_for_windows openssl "$(installed_version libssl-dev), no-atexit"
     install_for_windows curl "$(installed_version libcurl4-openssl-dev)"
     install_for_windows qt "$(installed_version qt6-base-dev)"
     install_for_windows bsdtar "$(installed_version libarchive13)"

@@ -14,8 +14,12 @@ void wait_for_any(std::span<WatchedSocket> sockets, int timeoutMs)
     for (const WatchedSocket& watched : sockets)
         polled.push_back({static_cast<SOCKET>(watched.socket), POLLRDNORM, 0});
     const int ready = WSAPoll(polled.data(), static_cast<ULONG>(polled.size()), timeoutMs);
+    // One that is no socket is never ready, as with poll; it may be marked as wrong here.
     for (std::size_t i = 0; i < sockets.size(); ++i)
-        sockets[i].isReady = ready > 0 && polled[i].revents != 0;
+    {
+        sockets[i].isReady =
+            ready > 0 && polled[i].revents != 0 && sockets[i].socket != kInvalidSocket;
+    }
 }
 
 void set_non_blocking(SocketHandle socket)
