@@ -114,7 +114,12 @@ const std::map<std::string, Action>& actions()
          }},
         {"remove",
          [](Program& program, const std::string& name)
-         { fs::remove(program.path.parent_path() / name); }},
+         {
+             // Whoever made it may have it open still, where that stands in the way.
+             std::error_code error;
+             while (!fs::remove(program.path.parent_path() / name, error) && error)
+                 sleepFor(std::chrono::milliseconds(10));
+         }},
         {"close-output",
          [](Program&, const std::string&)
          {

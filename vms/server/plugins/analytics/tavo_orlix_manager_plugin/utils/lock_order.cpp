@@ -35,6 +35,7 @@ void taking(LockLevel level)
         std::fprintf(
             stderr, "Locks taken against their order: %s while %s is held\n",
             kNames[indexOf(level)], kNames[index]);
+        std::fflush(stderr); // which a system may keep in a buffer
         std::abort();
     }
     ++held[indexOf(level)];

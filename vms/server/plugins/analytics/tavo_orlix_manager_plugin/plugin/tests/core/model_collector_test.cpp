@@ -1,10 +1,13 @@
 #include "core/model_collector.h"
 
+#include <regex>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "remote/text_helpers.h"
 #include "temporary_folder.h"
+#include "utils/paths.h"
 #include "utils/tests/test_support.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -54,10 +57,11 @@ TEST_F(ModelCollection, AModelOfSeveralDevicesIsTakenOnce)
         R"({"UUID":"u1","Name":"Other","Downloads":[)" + cachedDownload(m_mimeType, true) + "]}";
     const std::string list = collect("[" + model + "," + model + "," + other + "]");
 
-    const std::string path = m_folder.path("orlix_manager/cache/unencrypted/m.bin");
+    const std::string path = path_join(m_folder.path("orlix_manager/cache/unencrypted"), "m.bin");
+    const std::string inJson = std::regex_replace(path, std::regex(R"(\\)"), R"(\\)");
     EXPECT_EQ(
         "[" + model.substr(0, model.size() - 1) +
-            R"(,"MimeType":"application/x-onnx","Filepath":")" + path + R"("}])",
+            R"(,"MimeType":"application/x-onnx","Filepath":")" + inJson + R"("}])",
         list);
     ASSERT_EQ(1u, m_models.size());
     const AssignedModel& assigned = m_models.at("u1");

@@ -8,6 +8,7 @@
 #include "models/orlix_crypto.h"
 #include "temporary_folder.h"
 #include "utils/json.h"
+#include "utils/paths.h"
 #include "utils/tests/test_support.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -238,7 +239,8 @@ TEST_F(ModelManagerTest, theKeyOfAnEncryptedModelIsForItsOwnerOnly)
     m_key = base64Encode(Bytes(32, 7));
     m_manager.forgetFailedDownloads();
     EXPECT_TRUE(ensure(downloads(encrypted)));
-    EXPECT_EQ(m_folder.path("orlix_manager/cache/encrypted/net.onnx"), m_files.modelPath);
+    EXPECT_EQ(
+        path_join(m_folder.path("orlix_manager/cache/encrypted"), "net.onnx"), m_files.modelPath);
     EXPECT_EQ(std::filesystem::temp_directory_path() / "net.onnx", m_files.runtimePath);
     EXPECT_EQ(std::string(32, 7) + '\0', m_folder.read("orlix_manager/cache/keys/model-id.tvc"));
     EXPECT_TRUE(test_support::isPrivate(m_files.keyPath));

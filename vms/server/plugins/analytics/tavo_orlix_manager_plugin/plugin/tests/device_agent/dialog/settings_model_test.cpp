@@ -1,5 +1,6 @@
 #include "device_agent/dialog/settings_model_builder.h"
 
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -15,12 +16,17 @@ namespace tavo::vms_server_plugins::analytics::orlix
 namespace
 {
 
-using testing::AllOf, testing::ContainsRegex, testing::HasSubstr, testing::Not;
+using testing::AllOf, testing::HasSubstr, testing::Not;
+
+MATCHER_P(HasPattern, pattern, "")
+{
+    return std::regex_search(arg, std::regex(pattern));
+}
 
 // Of a control by its name or a group by its caption; a group's items may follow.
 auto isVisible(const std::string& what, bool visible)
 {
-    return ContainsRegex(
+    return HasPattern(
         '"' + what + "\"[^{}]*\"visible\":" + (visible ? std::string("true") : "false"));
 }
 
