@@ -6,11 +6,16 @@
 # second, shorter run shows that it then finds everything in its place. Leaves a video with what was
 # found drawn into it, and a sheet of stills.
 #
-# usage: demo.sh [--camera FILE|URL] [--cameras N] [--seconds N] [--output FOLDER]
+# Both show it in a browser as well, at the address that the host prints.
+#
+# usage: demo.sh [--camera FILE|URL] [--cameras N] [--seconds N] [--output FOLDER] [--page PORT]
+#                [--stay]
 #   --camera   play this instead: a file, or the address of a camera's stream
 #   --cameras  how many cameras show it at once (1)
 #   --seconds  how long the first run is (75)
 #   --output   where the results go (build/demo)
+#   --page     the port on this machine where a browser finds it (any that is free)
+#   --stay     the second run, and its page with it, goes on until Ctrl+C
 set -euo pipefail
 
 here=$(dirname "${BASH_SOURCE[0]}")
@@ -31,6 +36,8 @@ seconds=75
 build_dir=$(repo_dir)/build/release
 output=$(repo_dir)/build/demo
 services=
+page=0
+stay=no
 
 usage()
 {
@@ -45,7 +52,11 @@ parse_options()
                 usage
                 exit 0
                 ;;
-            --camera | --cameras | --seconds | --output)
+            --stay)
+                stay=yes
+                shift
+                ;;
+            --camera | --cameras | --seconds | --output | --page)
                 [ $# -ge 2 ] || die "$1 needs a value; see $0 --help"
                 printf -v "${1#--}" '%s' "$2"
                 shift 2
@@ -119,19 +130,20 @@ modelDownloadSeconds=30
 END
 }
 
-# play SECONDS NAME [OPTION...]: runs the host, which shows a line a second. What the user keeps for
-# the library stays out of this, and other hosts' sockets stay apart.
+# play SECONDS NAME [OPTION...]: runs the host, which shows a line a second; 0 seconds is until
+# Ctrl+C, which is then for the host alone. What the user keeps for the library stays out of this, and
+# other hosts' sockets stay apart.
 play()
 {
     local duration=$1 name=$2
     shift 2
-    say "" "Playing $camera for $duration seconds"
+    say "" "Playing $camera, $([ "$duration" = 0 ] && echo "until Ctrl+C" || echo "for $duration seconds")"
     TAVO_INI_DIR=$work TMPDIR=$sockets TAVO_RESULT_TIMES=$output/$name.times \
         "$build_dir/devkit/host/tavo_host" \
         --plugin "$(find "$build_dir/vms" -name tavo_orlix_manager_plugin.so)" \
         --work-dir "$work" --video "$camera" --cameras "$cameras" --seconds "$duration" \
         --records "$work/records.json" --database "$work/records.db" --realtime --show-dialog \
-        --metadata "$output/$name.jsonl" "$@" 2>&1 | tee "$output/$name.log"
+        --page "$page" --metadata "$output/$name.jsonl" "$@" 2>&1 | tee -i "$output/$name.log"
 }
 
 show_results()
@@ -174,7 +186,13 @@ prepare_server
 play "$seconds" first_run --annotated "$output/annotated.mp4" \
     --contact-sheet "$output/contact_sheet.png" --press "*:$kChoice@$kChoiceSecond"
 first_requests=$(requests)
+page=$(sed -n 's#^page: http://.*:\([0-9]*\)/$#\1#p' "$output/first_run.log") # the same address again
 say "" "And once more, with everything in its place:"
-play "$kSecondRunSeconds" second_run
+if [ "$stay" = yes ]; then
+    trap : INT
+    play 0 second_run
+else
+    play "$kSecondRunSeconds" second_run
+fi
 all_requests=$(requests)
 show_results

@@ -3,8 +3,8 @@
 # finding makes the run fail.
 #
 # usage: lint.sh [quick|all]
-#   quick   clang-format, shellcheck, the include rules, and clang's analysis of locks and its
-#           warnings over the library's own sources: a minute or two
+#   quick   clang-format, shellcheck, the include rules, the page's scripts, and clang's analysis of
+#           locks and its warnings over the library's own sources: a minute or two
 #   all     the same, and clang-tidy with clang's analysis over every source (the default)
 # TAVO_JOBS: how many checkers run at a time; all processors otherwise.
 # shellcheck disable=SC2317 # functions are called by name, through check
@@ -84,6 +84,7 @@ mkdir -p build
 check "clang-format" format
 check "shellcheck" shell_scripts
 check "include rules" scripts/check_includes.sh
+check "scripts of the page" scripts/check_scripts.sh
 configure
 if [ "$mode" = quick ]; then
     check "locks and warnings of clang" tidy '^(vms|open)/.*/src/|/utils/[^/]*$|/utils/posix/' \

@@ -3,9 +3,10 @@
 # through sudo; a second run changes nothing. What has no package is built into the cache folder:
 # $TAVO_CACHE_DIR, else $XDG_CACHE_HOME/tavo_orlix, else ~/.cache/tavo_orlix.
 #
-# usage: setup.sh [build|demo|lint|windows]
+# usage: setup.sh [build|test|demo|lint|windows]
 #   build    what compiling and testing need (the default)
-#   demo     the same, and the video and the model of the demonstration
+#   test     the same, and the browser that the host's page is tested in
+#   demo     the same as build, and the video and the model of the demonstration
 #   lint     the same as build, and what scripts/lint.sh needs
 #   windows  the same as build, and what compiling for Windows and testing under Wine need
 set -euo pipefail
@@ -23,6 +24,8 @@ here=$(dirname "${BASH_SOURCE[0]}")
 . "$here/lib/mpack.sh"
 # shellcheck source=scripts/lib/assets.sh
 . "$here/lib/assets.sh"
+# shellcheck source=scripts/lib/browser.sh
+. "$here/lib/browser.sh"
 # shellcheck source=scripts/lib/windows.sh
 . "$here/lib/windows.sh"
 
@@ -48,6 +51,10 @@ command -v apt-get >/dev/null || die "this set-up is for Debian 12: there is no 
 mode=${1:-build}
 case $mode in
     build) set_up_build ;;
+    test)
+        set_up_build
+        install_browser
+        ;;
     demo)
         set_up_build
         install_video
@@ -56,11 +63,12 @@ case $mode in
     lint)
         set_up_build
         install_packages "${kLintPackages[@]}"
+        command -v node >/dev/null || install_packages nodejs
         ;;
     windows)
         set_up_build
         install_windows
         ;;
-    *) die "usage: $0 [build|demo|lint|windows]" ;;
+    *) die "usage: $0 [build|test|demo|lint|windows]" ;;
 esac
 say "Set-up for '$mode' is complete"

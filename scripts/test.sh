@@ -55,7 +55,7 @@ print_wine_skips()
 }
 
 case $preset in
-    debug | release | asan | tsan) "$here/setup.sh" build ;;
+    debug | release | asan | tsan) "$here/setup.sh" test ;;
     windows) "$here/setup.sh" windows ;;
     *) die "usage: $0 [debug|release|asan|tsan|windows]" ;;
 esac

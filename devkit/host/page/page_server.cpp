@@ -161,7 +161,9 @@ void PageServer::routeStream()
         [this](const Request& request, Response& response)
         {
             const std::shared_ptr<Viewer> viewer = m_live.join(readWish(request));
-            for (const std::string& text : m_reporter.greeting())
+            std::vector<std::string> greeting = m_reporter.greeting();
+            greeting.insert(greeting.begin(), camerasMessage());
+            for (const std::string& text : greeting)
                 viewer->offer(std::make_shared<const std::string>(streamMessage(text)));
             response.set_chunked_content_provider(
                 "application/octet-stream",
@@ -323,7 +325,12 @@ void PageServer::routeSpans()
 
 void PageServer::publishCameras()
 {
-    m_live.publish(R"({"kind":"cameras","cameras":)" + camerasText() + "}");
+    m_live.publish(camerasMessage());
+}
+
+std::string PageServer::camerasMessage() const
+{
+    return R"({"kind":"cameras","cameras":)" + camerasText() + "}";
 }
 
 std::string PageServer::camerasText() const

@@ -53,6 +53,7 @@ private:
     void routeBoard();
     void routeSpans();
     void publishCameras();
+    [[nodiscard]] std::string camerasMessage() const;
     [[nodiscard]] std::string camerasText() const;
     [[nodiscard]] std::string boardText();
 

@@ -18,7 +18,6 @@ async function askJson(path, method = 'GET', body = undefined) {
 
 const cameraPath = id => `/api/cameras/${encodeURIComponent(id)}`;
 
-export const listCameras = () => askJson('/api/cameras');
 export const addCamera = (name, source) => askJson('/api/cameras', 'POST', {name, source});
 export const removeCamera = id => askJson(cameraPath(id), 'DELETE');
 export const listMachineCameras = () => askJson('/api/machine-cameras');

@@ -28,12 +28,12 @@ export function drawObjects(context, width, height, objects, isHeld, scale) {
         context.strokeRect(x * width, y * height, w * width, h * height);
     }
     for (const object of objects)
-        drawLabel(context, object, object.box[0] * width, object.box[1] * height, scale);
+        drawLabel(context, object, object.box[0] * width, object.box[1] * height, width, scale);
     context.setLineDash([]);
 }
 
 // The class and the track, and smaller the attributes, above the box's corner.
-function drawLabel(context, object, left, bottom, scale) {
+function drawLabel(context, object, boxLeft, bottom, width, scale) {
     const lines = [{text: `${className(object.typeId)} ${shortTrack(object.trackId)}`, size: 11, weight: 600}];
     for (const {name, value} of object.attributes ?? [])
         lines.push({text: `${name} ${value}`, size: 9, weight: 400});
@@ -44,6 +44,7 @@ function drawLabel(context, object, left, bottom, scale) {
         return context.measureText(line.text).width;
     })) + 6 * scale;
     const labelHeight = lines.reduce((sum, line) => sum + line.size * 1.25, 2) * scale;
+    const left = Math.max(Math.min(boxLeft, width - labelWidth), 0);
     let top = Math.max(bottom - labelHeight, 0);
     context.globalAlpha = 0.85;
     context.fillStyle = trackColour(object.trackId);

@@ -17,12 +17,12 @@ export class EventsPanel {
             element('option', {value: ''}, 'All but readings'), element('option', {value: '*'}, 'All'));
         this.cameras = element('select', {id: 'event-camera', onchange: () => this.#redraw()},
             element('option', {value: ''}, 'All cameras'));
-        this.list = element('ol', {class: 'events', role: 'log', 'aria-label': 'Events', tabindex: '0'});
+        this.list = element('ol', {class: 'events'});
         this.root = element('div', {},
             element('div', {class: 'filters'},
                 element('label', {for: 'event-type'}, 'Type'), this.types,
                 element('label', {for: 'event-camera'}, 'Camera'), this.cameras),
-            this.list);
+            element('div', {role: 'log', 'aria-label': 'Events', tabindex: '0'}, this.list));
     }
 
     setCameras(cameras) {

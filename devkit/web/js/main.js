@@ -1,7 +1,7 @@
 // The page: the cameras on one side, the panel of the chosen one on the other, and the stream that
 // keeps both going.
 
-import {cameraDialog, listCameras} from './api.js';
+import {cameraDialog} from './api.js';
 import {openAddDialog, openRemoveDialog} from './camera_dialogs.js';
 import {Dialog} from './dialog/dialog.js';
 import {byId, element, notify} from './dom.js';
@@ -60,7 +60,8 @@ function onMessage(message, bytes) {
     onMessageOf[message.kind]?.(message, bytes);
 }
 
-async function onState(isOpen) {
+// Opened, the stream begins with all that there is.
+function onState(isOpen) {
     const summary = byId('summary');
     if (!isOpen) {
         summary.dataset.state = 'failed';
@@ -68,7 +69,6 @@ async function onState(isOpen) {
         return;
     }
     logs.restart();
-    setCameras(await listCameras());
 }
 
 function onStatus(status) {

@@ -79,7 +79,7 @@ export class Tile {
         ++this.shownCount;
         Object.assign(this.root.dataset, {
             shown: this.shownCount, pictureUs: timestampUs, resultUs: result?.timestampUs ?? '',
-            objects: objects.length});
+            boxes: JSON.stringify(objects.map(object => object.box))});
         this.#describe(objects);
     }
 

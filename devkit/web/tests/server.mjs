@@ -1,0 +1,129 @@
+// The host with its page, and the services that the library talks to, as real processes in a folder
+// of their own. Where things were built comes from the environment, see devkit/web/CMakeLists.txt.
+
+import {execFileSync, spawn} from 'node:child_process';
+import {createWriteStream, mkdirSync, mkdtempSync, readFileSync, rmSync, writeFileSync} from 'node:fs';
+import {tmpdir} from 'node:os';
+import {join} from 'node:path';
+
+const kStartMs = 30_000;
+
+export class Server {
+    // files: the folder of model files; catalogue: of models and pipelines.
+    constructor() {
+        this.folder = mkdtempSync(join(tmpdir(), 'tavo_page.'));
+        for (const name of ['t', 'home', 'ini', 'files'])
+            mkdirSync(this.path(name));
+        this.processes = [];
+    }
+
+    path(name) {
+        return join(this.folder, name);
+    }
+
+    write(name, content) {
+        writeFileSync(this.path(name), content);
+        return this.path(name);
+    }
+
+    async startServices(catalogue, files = this.path('files')) {
+        const archive = this.path('application.tgz');
+        execFileSync('tar', ['-czf', archive, '-C', process.env.TAVO_APPLICATION_PARENT,
+            '--exclude=*.log', 'orlix_manager']);
+        const child = this.#start('services', process.env.TAVO_SERVICES_FILE, [
+            '--token', 'token', '--catalogue', catalogue, '--files', files, '--archive', archive,
+            '--runtimes', process.env.TAVO_RUNTIME_PACKAGES]);
+        const [, port] = await this.#waitForOutput(child, /serving on port (\d+)/);
+        this.servicesUrl = `http://127.0.0.1:${port}`;
+        this.write('ini/tavo_orlix_manager_plugin.ini', [
+            `CloudAPI=${this.servicesUrl}/dev`, `RuntimesStorageURL=${this.servicesUrl}/runtimes`,
+            `OrlixManagerStorageURL=${this.servicesUrl}/apps`, 'logVerbosityLevel=2', ''].join('\n'));
+    }
+
+    // Gives the page's address.
+    async startHost(...options) {
+        const child = this.#start('host', process.env.TAVO_HOST_FILE, [
+            '--plugin', process.env.TAVO_PLUGIN_FILE, '--work-dir', this.path('home'),
+            '--database', this.path('records.db'), ...options]);
+        this.host = child;
+        const [, url] = await this.#waitForOutput(child, /page: (\S+)/);
+        return url;
+    }
+
+    async stopHost() {
+        await stop(this.host);
+    }
+
+    // Strikes a path of the services with a fault; none ends all.
+    async setFault(fault) {
+        const url = `${this.servicesUrl}/control/faults`;
+        await fetch(url, fault ? {method: 'POST', body: JSON.stringify(fault)} : {method: 'DELETE'});
+    }
+
+    // Tells the library that the models are newer than those it has.
+    async touchModels(stamp) {
+        await fetch(`${this.servicesUrl}/control/updated-at`, {method: 'POST', body: stamp});
+    }
+
+    // Ends all processes and takes the folder away. Gives the host's exit code.
+    async close() {
+        for (const child of this.processes.reverse())
+            await stop(child);
+        rmSync(this.folder, {recursive: true, force: true});
+        return this.host?.exitCode;
+    }
+
+    output(name) {
+        return readFileSync(this.path(`${name}.log`), 'utf8');
+    }
+
+    #start(name, program, options) {
+        const child = spawn(program, options, {env: {
+            ...process.env, TMPDIR: this.path('t'), TAVO_INI_DIR: this.path('ini')}});
+        const log = createWriteStream(this.path(`${name}.log`), {flags: 'a'});
+        child.text = '';
+        for (const output of [child.stdout, child.stderr]) {
+            output.on('data', data => {
+                child.text = (child.text + data).slice(-20_000);
+                log.write(data);
+            });
+        }
+        this.processes.push(child);
+        return child;
+    }
+
+    async #waitForOutput(child, pattern) {
+        const endMs = Date.now() + kStartMs;
+        while (Date.now() < endMs && child.exitCode === null) {
+            const match = child.text.match(pattern);
+            if (match)
+                return match;
+            await new Promise(resolve => setTimeout(resolve, 20));
+        }
+        throw new Error(`${child.spawnfile} did not start:\n${child.text}`);
+    }
+}
+
+async function stop(child) {
+    if (!child || child.exitCode !== null)
+        return;
+    const ended = new Promise(resolve => child.once('exit', resolve));
+    child.kill('SIGTERM');
+    await ended;
+}
+
+// A video without compression of a light square that walks over a dark ground, from one side to the
+// other, and after a pause again. It is so fast and so seldom that no ground is learned from it.
+export const kWalk = {side: 48, y: 96, step: 8, pauseFrames: 16};
+
+export function walkingSquare(width, height, framesPerSecond) {
+    const chunks = [Buffer.from(`YUV4MPEG2 W${width} H${height} F${framesPerSecond}:1 Ip A1:1 C420jpeg\n`)];
+    const {side, y: top, step, pauseFrames} = kWalk;
+    for (let left = -step * pauseFrames; left <= width - side; left += step) {
+        const luma = Buffer.alloc(width * height, 40);
+        for (let y = top; left >= 0 && y < top + side; ++y)
+            luma.fill(225, y * width + left, y * width + left + side);
+        chunks.push(Buffer.from('FRAME\n'), luma, Buffer.alloc(width * height / 2, 128));
+    }
+    return Buffer.concat(chunks);
+}
