@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <utility>
 
 #include "json.h"
 #include "page/jpeg.h"
@@ -151,6 +152,7 @@ void LiveView::show(const Frame& frame)
     const std::string json = R"({"kind":"picture","device":)" + jsonString(frame.deviceId) +
         R"(,"timestampUs":)" + std::to_string(frame.timestampUs) + "}";
     std::shared_ptr<const std::string> best;
+    std::vector<std::pair<std::shared_ptr<Viewer>, Viewer::Message>> deliveries;
     for (const PictureSize size : {PictureSize::small, PictureSize::large})
     {
         const auto wantsIt = [&](const auto& viewer) { return viewer->wish().pictures == size; };
@@ -161,11 +163,14 @@ void LiveView::show(const Frame& frame)
         for (const auto& viewer : viewers)
         {
             if (wantsIt(viewer))
-                viewer->offerPicture(frame.deviceId, message);
+                deliveries.emplace_back(viewer, message);
         }
     }
+    // Kept first: who has seen a picture finds it in the history.
     if (best)
         m_history.keepPicture(frame.deviceId, {frame.timestampUs, best});
+    for (const auto& [viewer, message] : deliveries)
+        viewer->offerPicture(frame.deviceId, message);
 }
 
 // Those who want its pictures. Called with m_mutex locked.
