@@ -25,7 +25,7 @@ set_sanitizer_options()
 {
     export ASAN_OPTIONS=detect_leaks=1:detect_stack_use_after_return=1:strict_string_checks=1
     export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
-    export TSAN_OPTIONS=history_size=7:second_deadlock_stack=1
+    export TSAN_OPTIONS=history_size=7:second_deadlock_stack=1:suppressions=$PWD/scripts/lib/tsan.supp
     # The thread sanitizer wants its own place in memory, which a kernel with much randomness in its
     # addresses has taken.
     if [ "$preset" = tsan ] && setarch "$(uname -m)" -R true 2>/dev/null; then

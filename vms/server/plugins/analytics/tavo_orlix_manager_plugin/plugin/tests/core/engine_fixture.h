@@ -78,7 +78,11 @@ protected:
         m_plugin->setUtilityProvider(m_host.get());
     }
 
-    ~EngineTest() override { m_engine.reset(); }
+    ~EngineTest() override
+    {
+        m_engine.reset();
+        ini().restartOrlixManagerOnCrash = true;
+    }
 
     sdk::analytics::IIntegration& integration()
     {

@@ -312,7 +312,6 @@ TEST_F(DeviceParameters, AnApplicationThatMayNotBeStartedAgainIsReportedOnce)
     const sdk::Ptr<const sdk::ISettingsResponse> response(
         agent->setSettings(sdk::makePtr<sdk::StringMap>(settings).get()).value);
     EXPECT_TRUE(comesIntoLog("Orlix Manager crash detected. Not restarting.\n", 3));
-    ini().restartOrlixManagerOnCrash = true;
     std::vector<std::string> reports;
     for (const std::string& patch : takeServerPatches())
     {

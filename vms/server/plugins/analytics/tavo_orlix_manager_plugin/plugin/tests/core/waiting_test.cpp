@@ -257,13 +257,15 @@ TEST_F(NobodyWaits, ForAModel)
 TEST_F(NobodyWaits, ForTheHost)
 {
     m_cloudGate->open();
-    addAgent(1);
-    m_host->run = [this](const FakeHost::Request& request, FakeHost::Handler* to)
+    const auto isSlow = std::make_shared<std::atomic<bool>>(false);
+    m_host->run = [this, isSlow](const FakeHost::Request& request, FakeHost::Handler* to)
     {
-        if (request.method == "PATCH")
+        if (*isSlow && request.method == "PATCH")
             m_hostGate->pass();
         FakeHost::reply(to, "HTTP/1.1 200 OK\r\n\r\n[]");
     };
+    addAgent(1);
+    *isSlow = true;
     std::vector<std::future<Agent>> comers;
     for (const int device : {2, 3})
     {
