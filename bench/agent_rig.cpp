@@ -30,8 +30,8 @@ void installApplication(const std::string& folder)
     const std::filesystem::path bin =
         folder + manager_files::kRootFolder + manager_files::kBinFolder;
     std::filesystem::create_directories(bin);
-    std::ofstream{bin / kManagerExecutable};
-    std::ofstream{bin / kEngineExecutable};
+    for (const char* const executable : {kManagerExecutable, kEngineExecutable})
+        const std::ofstream file(bin / executable);
 }
 
 } // namespace

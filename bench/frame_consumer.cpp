@@ -111,7 +111,7 @@ void FrameConsumer::run(int listeningSocket)
     const std::string reply = encodedReply(m_segmentName);
     for (;;)
     {
-        const int connection = accept(listeningSocket, nullptr, nullptr);
+        const int connection = accept4(listeningSocket, nullptr, nullptr, SOCK_CLOEXEC);
         char message[256];
         if (recv(connection, message, sizeof message, 0) > 0)
             send(connection, reply.data(), reply.size(), MSG_NOSIGNAL);

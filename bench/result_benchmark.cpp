@@ -255,7 +255,7 @@ private:
         char message[64 * 1024];
         for (;;)
         {
-            const int connection = accept(m_socket, nullptr, nullptr);
+            const int connection = accept4(m_socket, nullptr, nullptr, SOCK_CLOEXEC);
             if (connection < 0)
                 return;
             while (recv(connection, message, sizeof message, 0) > 0)

@@ -9,7 +9,11 @@
 
 #include "server.h"
 
-int main(int argc, char** argv)
+namespace
+{
+
+// Serves until a signal. The answer is the exit code.
+int run(int argc, char** argv)
 {
     tavo::devkit::ServicesOptions options;
     CLI::App app{"The stand-in cloud and file storage of the Orlix Manager plugin."};
@@ -34,27 +38,34 @@ int main(int argc, char** argv)
     sigaddset(&ends, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &ends, nullptr);
 
+    tavo::devkit::Services services(options);
+    const int port = services.bind();
+    if (port < 0)
+    {
+        std::fprintf(stderr, "tavo_services: port %d cannot be had\n", options.port);
+        return 1;
+    }
+    std::printf("serving on port %d\n", port);
+    std::fflush(stdout);
+    std::thread server([&]() { services.serve(); });
+    int signal = 0;
+    sigwait(&ends, &signal);
+    services.stop();
+    server.join();
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
     try
     {
-        tavo::devkit::Services services(options);
-        const int port = services.bind();
-        if (port < 0)
-        {
-            std::fprintf(stderr, "tavo_services: port %d cannot be had\n", options.port);
-            return 1;
-        }
-        std::printf("serving on port %d\n", port);
-        std::fflush(stdout);
-        std::thread server([&]() { services.serve(); });
-        int signal = 0;
-        sigwait(&ends, &signal);
-        services.stop();
-        server.join();
+        return run(argc, argv);
     }
     catch (const std::exception& error)
     {
         std::fprintf(stderr, "tavo_services: %s\n", error.what());
         return 1;
     }
-    return 0;
 }

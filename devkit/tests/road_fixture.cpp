@@ -48,7 +48,7 @@ PicturePtr pictureAt(int step)
         for (int x = left; x < left + 60; ++x)
         {
             for (int channel = 0; channel < 3; ++channel)
-                picture->pixels[std::size_t((y * kWidth + x) * 3 + channel)] = 230;
+                picture->pixels[(std::size_t(y) * kWidth + x) * 3 + channel] = 230;
         }
     }
     return picture;

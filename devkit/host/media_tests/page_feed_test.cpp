@@ -173,8 +173,8 @@ TEST(Ladder, tellsTheRungThatTheMachineStandsOn)
 
     std::filesystem::create_directories(folder.file("bin"));
     std::filesystem::create_directories(folder.file("etc"));
-    std::ofstream(folder.file("bin/brunmod"));
-    std::ofstream(folder.file("bin/brund"));
+    for (const char* const executable : {"bin/brunmod", "bin/brund"})
+        const std::ofstream file(folder.file(executable));
     view.models = {R"({"items":[{"type":"Button","name":"libraryChoiceX"}]})"};
     expectCurrent("AI runtime", Rung::State::waiting, "Choose one in the settings of a camera");
     view.models.clear();

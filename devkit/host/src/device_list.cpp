@@ -64,7 +64,7 @@ std::string DeviceList::add(const std::string& name, const std::string& source)
 {
     const std::lock_guard lock(m_changeMutex);
     RecordStore& store = m_plan.surroundings.store;
-    const std::string id = sdk::Uuid::random().toText();
+    std::string id = sdk::Uuid::random().toText();
     store.put(
         RecordKind::device, id, newDeviceRecord(id, name, source, readIdentity(store).serverId));
     try

@@ -25,7 +25,7 @@ public:
     {
         if (m_index == kPictures || m_stop.stop_requested())
             return nullptr;
-        const std::shared_ptr<Picture> picture = m_pool.take(m_size.width, m_size.height);
+        std::shared_ptr<Picture> picture = m_pool.take(m_size.width, m_size.height);
         picture->mediaUs = m_index * kPictureUs;
         draw(*picture);
         ++m_index;

@@ -134,7 +134,7 @@ std::shared_ptr<Picture> LibavVideoSource::convert()
         height, AV_PIX_FMT_RGB24, SWS_BILINEAR, nullptr, nullptr, nullptr));
     if (!m_scaler)
         return nullptr;
-    const std::shared_ptr<Picture> picture = m_pool.take(width, height);
+    std::shared_ptr<Picture> picture = m_pool.take(width, height);
     uint8_t* const planes[] = {picture->pixels.data()};
     const int lineSizes[] = {picture->lineSize()};
     sws_scale(

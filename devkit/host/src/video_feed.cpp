@@ -95,7 +95,7 @@ bool VideoFeed::playRound(std::stop_token stop)
     return played;
 }
 
-void VideoFeed::publish(PicturePtr picture, std::stop_token stop)
+void VideoFeed::publish(const PicturePtr& picture, std::stop_token stop)
 {
     const bool fast = m_fast;
     const std::lock_guard lock(m_takersMutex);

@@ -61,7 +61,7 @@ public:
 private:
     void run(std::stop_token stop);
     [[nodiscard]] bool playRound(std::stop_token stop);
-    void publish(PicturePtr picture, std::stop_token stop);
+    void publish(const PicturePtr& picture, std::stop_token stop);
     void setState(State state);
 
 private:

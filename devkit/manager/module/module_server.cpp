@@ -121,8 +121,8 @@ void ModuleServer::accept(SocketHandle socket, Clock::time_point now)
         abandon(*m_connections.front());
         m_connections.erase(m_connections.begin());
     }
-    m_connections.push_back(
-        std::make_unique<Connection>(MessageStream(socket), now + kExchangeDeadline));
+    m_connections.push_back(std::make_unique<Connection>(
+        Connection{MessageStream(socket), now + kExchangeDeadline, 0, {}, false}));
     // Senders write before anything else, so their first message has mostly arrived.
     read(*m_connections.back());
 }

@@ -16,7 +16,6 @@ namespace tavo::devkit
 namespace
 {
 
-namespace protocol = orlix::protocol;
 namespace key = orlix::protocol::key;
 
 std::vector<char> closed(orlix::MpackGrowableWriter& writer)

@@ -1,7 +1,6 @@
 #include "faults.h"
 
 #include <algorithm>
-#include <ranges>
 #include <utility>
 
 #include "utils/json.h"
@@ -55,10 +54,10 @@ void Faults::clear()
 std::optional<Fault> Faults::of(const std::string& path) const
 {
     const std::lock_guard lock(m_mutex);
-    for (const Fault& fault : std::views::reverse(m_faults))
+    for (auto fault = m_faults.rbegin(); fault != m_faults.rend(); ++fault)
     {
-        if (path.find(fault.pathPart) != std::string::npos)
-            return fault;
+        if (path.find(fault->pathPart) != std::string::npos)
+            return *fault;
     }
     return std::nullopt;
 }

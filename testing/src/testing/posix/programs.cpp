@@ -20,7 +20,8 @@ std::vector<std::uint32_t> runningPrograms(const std::string& file)
         std::error_code ignored; // of other users, or gone by now
         const auto target = std::filesystem::read_symlink(entry.path() / "exe", ignored).string();
         if (target == file || target == file + " (deleted)")
-            found.push_back(std::uint32_t(std::atoi(entry.path().filename().c_str())));
+            found.push_back(
+                std::uint32_t(std::strtoul(entry.path().filename().c_str(), nullptr, 10)));
     }
     return found;
 }

@@ -101,7 +101,7 @@ TEST(Ptr, countsOnceForEachOfItsWays)
     EXPECT_EQ(refCount(first.get()), 3u);
     const Ptr<IRefCountable> moved = std::move(second);
     EXPECT_EQ(refCount(first.get()), 3u);
-    EXPECT_EQ(second, nullptr);
+    EXPECT_EQ(second, nullptr); // NOLINT(bugprone-use-after-move): what a move leaves is promised
     first = *&first; // of itself
     EXPECT_EQ(refCount(first.get()), 3u);
     const Probe* const raw = first.releasePtr();

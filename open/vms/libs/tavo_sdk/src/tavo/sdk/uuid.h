@@ -32,6 +32,8 @@ struct Uuid
 
     [[nodiscard]] bool isNull() const { return *this == Uuid{}; }
 
+    // NOLINTNEXTLINE(modernize-use-nullptr): clang-tidy takes the comparison with 0 for a
+    // pointer's.
     friend auto operator<=>(const Uuid&, const Uuid&) = default;
 };
 

@@ -13,7 +13,7 @@ namespace tavo::vms_server_plugins::analytics::orlix
 
 DeviceAgent::DeviceAgent(
     const sdk::analytics::IDeviceInfo* deviceInfo, std::size_t deviceNumber,
-    AgentServices* services, std::string settingsCacheDir) :
+    AgentServices* services, const std::string& settingsCacheDir) :
     ConsumingDeviceAgent(deviceInfo, ini().enableOutput),
     m_deviceId(deviceIdOf(*deviceInfo)),
     m_deviceName(textOrEmpty(deviceInfo->name())),

@@ -57,7 +57,7 @@ public:
     // outlives the agent and knows of it already.
     DeviceAgent(
         const sdk::analytics::IDeviceInfo* deviceInfo, std::size_t deviceNumber,
-        AgentServices* services, std::string settingsCacheDir);
+        AgentServices* services, const std::string& settingsCacheDir);
 
     // Leaves the engine's registry first, under m_deviceAgentsMutex, so that no result comes any
     // more, and then tells the host: whoever drops the last reference must hold no lock.

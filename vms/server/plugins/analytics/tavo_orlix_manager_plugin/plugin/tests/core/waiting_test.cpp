@@ -166,7 +166,7 @@ TEST_F(NobodyWaits, ForAnApplicationThatAnswersManyCamerasSlowly)
     for (const auto& [device, agent] : m_agents)
     {
         cameras.emplace_back(
-            [&done, agent]
+            [&done, agent = agent]
             {
                 while (!done)
                 {

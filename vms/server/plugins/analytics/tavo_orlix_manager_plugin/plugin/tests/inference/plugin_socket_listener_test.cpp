@@ -19,7 +19,7 @@ namespace
 {
 
 using namespace std::string_literals;
-using testing::ElementsAre, testing::IsEmpty, testing::Pair;
+using testing::ElementsAre, testing::Pair;
 
 // Index and timestamp.
 using Results = std::vector<std::pair<std::uint32_t, std::uint64_t>>;
@@ -117,7 +117,6 @@ private:
     std::thread m_listener;
 };
 
-constexpr char kEncoding[] = "Warning: An error occurred encoding the data!\n";
 constexpr char kDecoding[] = "Warning: An error occurred decoding the data!\n";
 
 TEST_F(PluginSocketListenerTest, WhateverIsThrownCostsOneResult)

@@ -69,7 +69,7 @@ public:
         X509_set_issuer_name(get(), name);
         X509_set_pubkey(get(), key());
         X509_sign(get(), key(), EVP_sha256());
-        const std::shared_ptr<std::FILE> file(std::fopen(caFile().c_str(), "w"), std::fclose);
+        const std::shared_ptr<std::FILE> file(std::fopen(caFile().c_str(), "we"), std::fclose);
         if (!PEM_write_X509(file.get(), get()))
             throw std::runtime_error("no certificate");
     }
