@@ -2,10 +2,12 @@
 # Sets up, builds and tests, from a fresh clone on. Fails where anything of it fails, and closes with
 # the number of tests as a line of its own.
 #
-# usage: test.sh [debug|release|asan|tsan|windows]
+# usage: test.sh [debug|release|asan|tsan|windows] [--no-browser]
 #   asan     with the address, undefined behaviour and leak sanitizers
 #   tsan     with the thread sanitizer
 #   windows  the Windows build, under Wine
+#   --no-browser   without the tests that work the stand-in host's page in a browser: some minutes,
+#                  and Chromium, less
 # TAVO_JOBS: how many compilers and tests run at a time; all processors otherwise.
 set -euo pipefail
 
@@ -17,7 +19,8 @@ here=$(dirname "${BASH_SOURCE[0]}")
 # shellcheck source=scripts/lib/wine.sh
 . "$here/lib/wine.sh"
 
-preset=${1:-debug}
+preset=debug
+browser=yes
 jobs=${TAVO_JOBS:-$(nproc)}
 runner=()
 
@@ -54,11 +57,22 @@ print_wine_skips()
     sed -n 's/^ *"\(.*\)|\(.*\)"$/not under Wine: \1: \2/p' cmake/wine/skips.cmake
 }
 
-case $preset in
-    debug | release | asan | tsan) "$here/setup.sh" test ;;
-    windows) "$here/setup.sh" windows ;;
-    *) die "usage: $0 [debug|release|asan|tsan|windows]" ;;
-esac
+for argument in "$@"; do
+    case $argument in
+        debug | release | asan | tsan | windows) preset=$argument ;;
+        --no-browser) browser=no ;;
+        *) die "usage: $0 [debug|release|asan|tsan|windows] [--no-browser]" ;;
+    esac
+done
+setup=test
+selection=()
+if [ "$preset" = windows ]; then
+    setup=windows
+elif [ "$browser" = no ]; then
+    setup=build
+    selection=(--exclude-regex '^browser\.(page|four_cameras)$')
+fi
+"$here/setup.sh" "$setup"
 cd "$(repo_dir)"
 set_sanitizer_options
 
@@ -74,7 +88,7 @@ fi
 report=$PWD/build/$preset/tests.xml
 rm -f "$report"
 status=0
-"${runner[@]}" ctest --preset "$preset" -j "$jobs" --no-tests=error --output-junit "$report" \
+"${runner[@]}" ctest --preset "$preset" -j "$jobs" "${selection[@]}" --no-tests=error --output-junit "$report" \
     || status=$?
 [ ! -f "$report" ] || print_counts "$report"
 exit "$status"
