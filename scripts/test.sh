@@ -64,7 +64,7 @@ for argument in "$@"; do
         *) die "usage: $0 [debug|release|asan|tsan|windows] [--no-browser]" ;;
     esac
 done
-setup=test
+setup='test'
 selection=()
 if [ "$preset" = windows ]; then
     setup=windows
