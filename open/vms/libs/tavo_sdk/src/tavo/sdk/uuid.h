@@ -32,9 +32,9 @@ struct Uuid
 
     [[nodiscard]] bool isNull() const { return *this == Uuid{}; }
 
-    // NOLINTNEXTLINE(modernize-use-nullptr): clang-tidy takes the comparison with 0 for a
-    // pointer's.
-    friend auto operator<=>(const Uuid&, const Uuid&) = default;
+    // clang-tidy takes the comparison with 0, which the compiler makes of it, for one of
+    // pointers.
+    friend auto operator<=>(const Uuid&, const Uuid&) = default; // NOLINT(modernize-use-nullptr)
 };
 
 static_assert(sizeof(Uuid) == 16 && alignof(Uuid) == 1);
