@@ -1,6 +1,7 @@
 // One detected object. Filled by one thread, then handed over.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -15,7 +16,12 @@ namespace tavo::sdk::analytics
 class ObjectMetadata : public RefCountable<IObjectMetadata>
 {
 public:
-    void setTypeId(std::string typeId) { m_typeId = std::move(typeId); }
+    // Objects of a type may share its id.
+    void setTypeId(std::shared_ptr<const std::string> typeId) { m_typeId = std::move(typeId); }
+    void setTypeId(std::string typeId)
+    {
+        m_typeId = std::make_shared<const std::string>(std::move(typeId));
+    }
     void setConfidence(float confidence) { m_confidence = confidence; }
     void addAttribute(Ptr<const IAttribute> attribute);
     void setTrackId(const Uuid& trackId) { m_trackId = trackId; }
@@ -23,7 +29,7 @@ public:
     void setBoundingBox(const Rect& boundingBox) { m_boundingBox = boundingBox; }
 
     // IObjectMetadata:
-    const char* typeId() const override { return m_typeId.c_str(); }
+    const char* typeId() const override { return m_typeId ? m_typeId->c_str() : ""; }
     float confidence() const override { return m_confidence; }
     const IAttribute* attribute(int index) const override;
     int attributeCount() const override { return static_cast<int>(m_attributes.size()); }
@@ -32,7 +38,7 @@ public:
     Rect boundingBox() const override { return m_boundingBox; }
 
 private:
-    std::string m_typeId;
+    std::shared_ptr<const std::string> m_typeId;
     float m_confidence = 1.0F;
     std::vector<Ptr<const IAttribute>> m_attributes;
     Uuid m_trackId;

@@ -1,6 +1,7 @@
 // The objects of one moment. Filled by one thread, then handed over.
 #pragma once
 
+#include <cstddef>
 #include <vector>
 
 #include <tavo/sdk/analytics/i_object_metadata_packet.h>
@@ -15,6 +16,7 @@ class ObjectMetadataPacket : public RefCountable<IObjectMetadataPacket>
 public:
     void setTimestampUs(std::int64_t timestampUs) { m_timestampUs = timestampUs; }
     void setDurationUs(std::int64_t durationUs) { m_durationUs = durationUs; }
+    void reserve(std::size_t itemCount) { m_items.reserve(itemCount); }
     void addItem(Ptr<const IObjectMetadata> objectMetadata);
     void setFlags(std::uint32_t flags) { m_flags = flags; }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <memory>
 #include <string>
 #include <utility>
 
@@ -21,7 +22,7 @@ namespace
 constexpr float kConfidence = 1.0f;
 
 sdk::Ptr<sdk::analytics::ObjectMetadata> makeObject(
-    const TrackedObject& object, const std::string& typeId)
+    const TrackedObject& object, const std::shared_ptr<const std::string>& typeId)
 {
     auto metadata = sdk::makePtr<sdk::analytics::ObjectMetadata>();
     metadata->setTypeId(typeId);
@@ -44,9 +45,13 @@ sdk::Ptr<sdk::analytics::ObjectMetadataPacket> buildObjectPacket(
     auto packet = sdk::makePtr<sdk::analytics::ObjectMetadataPacket>();
     packet->setTimestampUs(packetTimestampUs(timestampUs));
     packet->setDurationUs(1);
+    std::size_t count = 0;
+    for (const auto& [className, objectsOfClass] : objects)
+        count += objectsOfClass.size();
+    packet->reserve(count);
     for (const auto& [className, objectsOfClass] : objects)
     {
-        const std::string typeId = objectTypeId(className);
+        const auto typeId = std::make_shared<const std::string>(objectTypeId(className));
         for (const TrackedObject& object : objectsOfClass)
         {
             auto metadata = makeObject(object, typeId);

@@ -44,14 +44,6 @@ public:
         MatchingBudget& budget);
 
 private:
-    // A detection's pair with the best track that was free when it was looked for.
-    struct Proposal
-    {
-        float score = 0;
-        std::uint32_t detection = 0;
-        std::uint32_t track = kNoTrack;
-    };
-
     // The scored pairs of one detection, in m_pairs. Those with a taken track go in time.
     struct PairRange
     {
@@ -61,35 +53,20 @@ private:
         std::uint32_t looks = 0; // since the first
     };
 
-    struct ScoredTrack
-    {
-        float score;
-        std::uint32_t track;
-    };
-
-    void readTracks();
-    void readAges(std::uint64_t timestampUs);
     void proposeBest(MatchingBudget& budget);
+    void propose(std::uint32_t detection, Scored best);
     void assignBestFirst();
-    Proposal lookAgain(std::uint32_t detection);
-    void scorePairs(const ResultBox& detection, std::size_t begin, std::size_t end);
-    void sortPairs(PairRange& range);
-    void dropTaken(PairRange& range);
 
-    // kNoTrack as its track if no pair of the range scores above 0.
-    [[nodiscard]] Proposal bestOf(std::uint32_t detection, const PairRange& range) const;
+    // The best pair with a track that is still free.
+    [[nodiscard]] Scored lookAgain(PairRange& range);
 
     std::span<const TrackedObject> m_detections; // of this call, as m_tracks
     std::span<const TrackedObject> m_tracks;
     TrackIndex m_index;
-    std::vector<float> m_trackAreas;
-    std::vector<float> m_trackAges; // at m_agesAtUs, in microseconds
-    std::uint64_t m_agesAtUs = 0;
-    OverlappingTracks m_pairs;
-    std::vector<float> m_scores; // of m_pairs
+    std::vector<Scored> m_pairs; // by track
     std::vector<PairRange> m_ranges; // by detection
-    std::vector<Proposal> m_proposals; // a heap, the best on top
-    std::vector<ScoredTrack> m_sorting;
+    std::vector<Scored> m_proposals; // by detection; a heap, the best on top
+    std::vector<std::uint32_t> m_proposed; // by detection: the track of its proposal
     std::vector<char> m_isTaken; // by track
     std::vector<std::uint32_t> m_result;
 };

@@ -1,8 +1,9 @@
 #include "device_agent/objects/track_index.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
+
+#include "device_agent/objects/lanes.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -18,15 +19,20 @@ constexpr std::size_t kMaxBands = 64;
 constexpr std::size_t kSampleSize = 128; // tracks that are asked how the boxes lie
 constexpr std::size_t kSearchFrom = 32; // length of a run in which searching pays
 
-// Boxes that are compared with one at once. Most blocks have no hit, and are passed over whole.
-constexpr std::size_t kBlock = 8;
-
 float areaOf(const ResultBox& box)
 {
     return (box.x2 - box.x1) * (box.y2 - box.y1);
 }
 
-void growTo(std::vector<float>& values, std::size_t size)
+// Everything else scores 0 or no number with whatever it meets.
+bool hasArea(const ResultBox& box)
+{
+    const float area = areaOf(box);
+    return box.x1 < box.x2 && box.y1 < box.y2 && area > 0 && std::isfinite(area);
+}
+
+template <typename T>
+void growTo(std::vector<T>& values, std::size_t size)
 {
     if (values.size() < size)
         values.resize(std::max(size, 2 * values.size()));
@@ -34,15 +40,9 @@ void growTo(std::vector<float>& values, std::size_t size)
 
 } // namespace
 
-// Everything else scores 0 or no number with whatever it meets.
-bool TrackIndex::hasArea(const ResultBox& box)
-{
-    const float area = areaOf(box);
-    return box.x1 < box.x2 && box.y1 < box.y2 && area > 0 && std::isfinite(area);
-}
-
 void TrackIndex::build(std::span<const TrackedObject> tracks)
 {
+    m_tracks = tracks;
     m_comparisons = 0;
     sortByLeftEdge(tracks);
     chooseBands(tracks);
@@ -117,13 +117,15 @@ void TrackIndex::layOut(std::span<const TrackedObject> tracks)
             run->end = run->begin;
         }
     }
+    m_places = size;
+    const std::size_t padded = size + kLanes; // they are read by so many at once
     for (auto* const column :
-         {&m_columns.x1, &m_columns.y1, &m_columns.x2, &m_columns.y2, &m_columns.reach})
+         {&m_columns.x1, &m_columns.y1, &m_columns.x2, &m_columns.y2, &m_columns.area,
+          &m_columns.age, &m_columns.reach})
     {
-        growTo(*column, size);
+        growTo(*column, padded);
     }
-    if (m_columns.track.size() < size)
-        m_columns.track.resize(m_columns.x1.size());
+    growTo(m_columns.track, padded);
     for (const LeftEdge& edge : m_byLeftEdge)
     {
         const ResultBox& box = tracks[edge.track].box;
@@ -142,18 +144,31 @@ void TrackIndex::place(Run& run, const ResultBox& box, std::uint32_t track)
     m_columns.y1[at] = box.y1;
     m_columns.x2[at] = box.x2;
     m_columns.y2[at] = box.y2;
+    m_columns.area[at] = areaOf(box);
     m_columns.reach[at] = at == run.begin ? box.x2 : std::max(m_columns.reach[at - 1], box.x2);
     m_columns.track[at] = track;
 }
 
+void TrackIndex::setTime(std::uint64_t timestampUs)
+{
+    for (std::size_t i = 0; i < m_places; ++i)
+    {
+        const std::uint64_t then = m_tracks[m_columns.track[i]].timestampUs;
+        m_columns.age[i] =
+            static_cast<float>(then < timestampUs ? timestampUs - then : then - timestampUs);
+    }
+}
+
 std::size_t TrackIndex::bandAt(float y) const
 {
+    if (m_bandTops.empty())
+        return 0;
     return static_cast<std::size_t>(
         std::upper_bound(m_bandTops.begin(), m_bandTops.end(), y) - m_bandTops.begin());
 }
 
 std::size_t TrackIndex::findOverlapping(
-    const ResultBox& box, OverlappingTracks& found, std::size_t begin)
+    const ResultBox& box, std::vector<Scored>& found, std::size_t begin)
 {
     if (!hasArea(box))
         return begin;
@@ -161,9 +176,7 @@ std::size_t TrackIndex::findOverlapping(
     const auto look = [&](const Run& run)
     {
         const Run near = candidates(run, box);
-        growTo(found.intersection, end + (near.end - near.begin));
-        if (found.track.size() < found.intersection.size())
-            found.track.resize(found.intersection.size());
+        growTo(found, end + (near.end - near.begin) + kLanes);
         end = compare(box, near, found, end);
         m_comparisons += near.end - near.begin;
     };
@@ -194,45 +207,41 @@ TrackIndex::Run TrackIndex::candidates(const Run& run, const ResultBox& box) con
 }
 
 std::size_t TrackIndex::compare(
-    const ResultBox& box, const Run& run, OverlappingTracks& found, std::size_t end) const
+    const ResultBox& box, const Run& run, std::span<Scored> found, std::size_t end) const
 {
-    const float* const x1 = m_columns.x1.data();
-    const float* const y1 = m_columns.y1.data();
-    const float* const x2 = m_columns.x2.data();
-    const float* const y2 = m_columns.y2.data();
-    std::uint32_t* const foundTrack = found.track.data();
-    float* const foundIntersection = found.intersection.data();
-    const auto intersectionWith = [&](std::size_t i)
+    const Lanes x1 = allLanes(box.x1);
+    const Lanes y1 = allLanes(box.y1);
+    const Lanes x2 = allLanes(box.x2);
+    const Lanes y2 = allLanes(box.y2);
+    const Lanes area = allLanes(areaOf(box));
+    const Columns& columns = m_columns;
+    for (std::size_t i = run.begin; i < run.end; i += kLanes)
     {
-        const float width = std::min(box.x2, x2[i]) - std::max(box.x1, x1[i]);
-        const float height = std::min(box.y2, y2[i]) - std::max(box.y1, y1[i]);
-        return std::max(0.0f, width) * std::max(0.0f, height);
-    };
-    // Whether two boxes overlap is no pattern that a processor could foresee: every pair of a block
-    // with a hit is written, and only those that overlap are stepped over.
-    const auto write = [&](std::size_t i, float intersection)
-    {
-        foundTrack[end] = m_columns.track[i];
-        foundIntersection[end] = intersection;
-        end += intersection > 0;
-    };
-    std::size_t i = run.begin;
-    for (; i + kBlock <= run.end; i += kBlock)
-    {
-        std::array<float, kBlock> intersections;
-        int hits = 0;
-        for (std::size_t j = 0; j < kBlock; ++j)
+        const Lanes trackX1 = loadLanes(&columns.x1[i]);
+        const Lanes trackY1 = loadLanes(&columns.y1[i]);
+        const Lanes trackX2 = loadLanes(&columns.x2[i]);
+        const Lanes trackY2 = loadLanes(&columns.y2[i]);
+        LaneBits overlaps = (trackX1 < x2) & (trackX2 > x1) & (trackY1 < y2) & (trackY2 > y1);
+        if (!anyBit(overlaps))
+            continue; // as most are
+        if (run.end - i < kLanes)
+            overlaps &= kLaneNumbers < allLanes(static_cast<std::int32_t>(run.end - i));
+
+        const Lanes width = least(x2, trackX2) - greatest(x1, trackX1);
+        const Lanes height = least(y2, trackY2) - greatest(y1, trackY1);
+        const Lanes intersection = width * height;
+        const Lanes score = intersection / (area + loadLanes(&columns.area[i]) - intersection) /
+            loadLanes(&columns.age[i]);
+        const LaneBits scored = overlaps & (score > allLanes(0.0f));
+        const LaneBits scoreBits = scored & std::bit_cast<LaneBits>(score);
+        // Which of them overlap is no pattern that a processor could foresee: all are written, and
+        // only those that do are stepped over.
+        for (std::size_t j = 0; j < kLanes; ++j)
         {
-            intersections[j] = intersectionWith(i + j);
-            hits |= intersections[j] > 0;
+            found[end] = {static_cast<std::uint32_t>(scoreBits[j]), columns.track[i + j]};
+            end += static_cast<std::size_t>(scored[j] & 1);
         }
-        if (hits == 0)
-            continue;
-        for (std::size_t j = 0; j < kBlock; ++j)
-            write(i + j, intersections[j]);
     }
-    for (; i < run.end; ++i)
-        write(i, intersectionWith(i));
     return end;
 }
 

@@ -5,17 +5,11 @@
 #include <span>
 #include <vector>
 
+#include "device_agent/objects/scored.h"
 #include "device_agent/objects/tracked_object.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
-
-// Two boxes with something in common.
-struct OverlappingTracks
-{
-    std::vector<std::uint32_t> track; // index
-    std::vector<float> intersection; // area, above 0
-};
 
 // The boxes of tracks, laid out so that those that a box overlaps are found without looking at all
 // of them: the picture is cut into horizontal bands, and what lies in a band is sorted by its left
@@ -24,18 +18,22 @@ struct OverlappingTracks
 class TrackIndex
 {
 public:
+    // `tracks` stay as they are until the next call.
     void build(std::span<const TrackedObject> tracks);
 
-    // Writes the tracks whose boxes overlap `box`, in no order, from `begin` on and gives their
-    // end; makes room for them. Boxes without an area, or with one that is no number, overlap
-    // nothing.
+    // The time that scores are reckoned at until the next call: the age of a track is its distance
+    // from this. To be called after build.
+    void setTime(std::uint64_t timestampUs);
+
+    // Writes the tracks that `box` scores above 0 with, in no order, from `begin` on and gives
+    // their end; makes room for them. A score is the overlap (intersection over union) divided by
+    // the track's age in microseconds. Boxes without an area, or with one that is no number,
+    // overlap nothing.
     [[nodiscard]] std::size_t findOverlapping(
-        const ResultBox& box, OverlappingTracks& found, std::size_t begin);
+        const ResultBox& box, std::vector<Scored>& found, std::size_t begin);
 
     // Comparisons of two boxes since the last build: what the search has cost.
     [[nodiscard]] std::size_t comparisons() const { return m_comparisons; }
-
-    [[nodiscard]] static bool hasArea(const ResultBox& box);
 
 private:
     // A run of places in the columns, sorted by left edge.
@@ -55,7 +53,7 @@ private:
 
     struct Columns
     {
-        std::vector<float> x1, y1, x2, y2;
+        std::vector<float> x1, y1, x2, y2, area, age;
         std::vector<float> reach; // the largest x2 of the run up to here
         std::vector<std::uint32_t> track;
     };
@@ -67,7 +65,7 @@ private:
     [[nodiscard]] std::size_t bandAt(float y) const;
     [[nodiscard]] Run candidates(const Run& run, const ResultBox& box) const;
     [[nodiscard]] std::size_t compare(
-        const ResultBox& box, const Run& run, OverlappingTracks& found, std::size_t end) const;
+        const ResultBox& box, const Run& run, std::span<Scored> found, std::size_t end) const;
 
     struct LeftEdge
     {
@@ -75,10 +73,12 @@ private:
         std::uint32_t track;
     };
 
+    std::span<const TrackedObject> m_tracks;
     std::vector<LeftEdge> m_byLeftEdge;
     std::vector<float> m_bandTops; // of all bands but the first, rising
     std::vector<Band> m_bands;
     Columns m_columns;
+    std::size_t m_places = 0; // in use
     std::vector<float> m_sample;
     std::size_t m_comparisons = 0;
 };
