@@ -44,12 +44,13 @@ std::int64_t BorrowedFrame::timestampUs() const
 void PacketCounter::handleMetadata(sdk::analytics::IMetadataPacket* packet)
 {
     const sdk::Ptr<sdk::analytics::IMetadataPacket> owned(packet);
-    ++m_count;
-    m_count.notify_all();
+    if (++m_count >= m_awaited)
+        m_count.notify_all();
 }
 
-void PacketCounter::waitFor(std::uint32_t count) const
+void PacketCounter::waitFor(std::uint32_t count)
 {
+    m_awaited = count;
     for (std::uint32_t now = m_count; now < count; now = m_count)
         m_count.wait(now);
 }

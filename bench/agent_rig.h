@@ -52,12 +52,13 @@ public:
     void pushManifest(const sdk::IString*) override {}
 
     // Sleeps until there are `count` in all.
-    void waitFor(std::uint32_t count) const;
+    void waitFor(std::uint32_t count);
 
     [[nodiscard]] std::uint32_t count() const { return m_count; }
 
 private:
     std::atomic<std::uint32_t> m_count{0};
+    std::atomic<std::uint32_t> m_awaited{0}; // waking for less would be timed as well
 };
 
 // A real agent that lets every frame pass and a real listener, in a folder of their own. There is
