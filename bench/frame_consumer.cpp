@@ -4,6 +4,7 @@
 #include <cstring>
 #include <stdexcept>
 
+#include <sched.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
@@ -65,6 +66,25 @@ std::uint64_t sumOf(const orlix::ShmView& view)
 
 } // namespace
 
+void stayOn(Processor processor)
+{
+    cpu_set_t allowed;
+    if (sched_getaffinity(0, sizeof allowed, &allowed) != 0)
+        return;
+    cpu_set_t chosen;
+    CPU_ZERO(&chosen);
+    for (int i = 0; i < CPU_SETSIZE; ++i)
+    {
+        if (!CPU_ISSET(i, &allowed))
+            continue;
+        CPU_ZERO(&chosen);
+        CPU_SET(i, &chosen);
+        if (processor == Processor::first)
+            break;
+    }
+    sched_setaffinity(0, sizeof chosen, &chosen);
+}
+
 FrameConsumer::FrameConsumer(const std::string& folder) :
     m_socketPath(folder + "/" + protocol::kModuleSocketFile)
 {
@@ -104,6 +124,7 @@ FrameConsumer::~FrameConsumer()
 void FrameConsumer::run(int listeningSocket)
 {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
+    stayOn(Processor::last);
     orlix::ShmSegment segment;
     orlix::shm_from_name(segment, m_segmentName);
     orlix::shm_open(segment);

@@ -9,6 +9,15 @@
 namespace tavo::bench
 {
 
+enum class Processor
+{
+    first,
+    last,
+};
+
+// Keeps the calling thread on that one of the processors it may use.
+void stayOn(Processor processor);
+
 // The other side of a frame's hand-over, in a process of its own as in real life: answers every
 // announcement with the name of its one segment, reads the whole of what was written after the
 // completion message, and sleeps in between. Ends with its parent.

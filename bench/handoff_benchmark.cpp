@@ -4,9 +4,10 @@
 //   floor       the same, and one memcpy of the frame into the mapped segment
 //   two copies  the same, and a memcpy into other memory before it
 //   by agent    the hand-over as the host sees it: a frame pushed to a device agent
-// The other side is a process of its own that sleeps between frames and reads every one. On a busy
-// machine both sides wait for a processor: run it with `chrt -f 10` there, or believe only the
-// order of magnitude.
+// The other side is a process of its own that sleeps between frames and reads every one. Each side
+// stays on a processor of its own: where the system puts them is worth more than what is compared,
+// and it would put one way so and the next otherwise. On a busy machine both sides wait for a
+// processor: run it with `chrt -f 10` there, or believe only the order of magnitude.
 
 #include <cstdio>
 #include <cstdlib>
@@ -256,6 +257,7 @@ int main(int argc, char** argv)
         consumer = &theConsumer;
         AgentRig theRig(folder); // its threads must not be there yet for the fork
         rig = &theRig;
+        tavo::bench::stayOn(tavo::bench::Processor::first);
         benchmark::RunSpecifiedBenchmarks();
     }
     printTable();
