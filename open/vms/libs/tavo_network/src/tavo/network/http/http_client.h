@@ -10,8 +10,9 @@
 //         file << client.fetchMessageBodyBuffer();
 //
 // HTTP/1.1 over plain TCP or TLS. Redirects are answers like any other and are not followed.
-// Each call ends at the latest when nothing has come or gone for the time-out, or when the system
-// has given up looking for a host's name. One client belongs to one thread at a time, and makes one
+// Each call ends at the latest when nothing has come or gone for the time-out, the head of a
+// response counting as nothing until it is whole, or when the system has given up looking for a
+// host's name. One client belongs to one thread at a time, and makes one
 // request at a time; a new request ends the one before.
 // No operation throws, other than for lack of memory.
 #pragma once
@@ -42,9 +43,9 @@ public:
     HttpClient(const HttpClient&) = delete;
     HttpClient& operator=(const HttpClient&) = delete;
 
-    // For the requests that follow: one limit for connecting, for sending, and for each wait that
-    // brings nothing. A transfer that goes on may take as long as it likes. Zero and less mean the
-    // default.
+    // For the requests that follow: one limit for connecting, for each wait while nothing can be
+    // sent, for the head of the response, and for each wait that brings nothing of its body. A body
+    // that goes on coming may take as long as it likes. Zero and less mean the default.
     void setAllTimeouts(std::chrono::milliseconds timeout);
 
     // For the requests that follow, beside those of earlier calls. A name or value with a line

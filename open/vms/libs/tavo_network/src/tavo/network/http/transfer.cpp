@@ -227,18 +227,17 @@ void HttpClient::Transfer::performStep()
     }
 }
 
-// Of the request and the response; connecting counts for nothing.
+// Of the request and the response's body. Connecting counts for nothing, and neither does the
+// head: a server could send it a byte at a time for ever.
 curl_off_t HttpClient::Transfer::amountMoved() const
 {
     long requestHead = 0;
-    long responseHead = 0;
     curl_off_t sent = 0;
     curl_off_t received = 0;
     curl_easy_getinfo(m_easy.get(), CURLINFO_REQUEST_SIZE, &requestHead);
-    curl_easy_getinfo(m_easy.get(), CURLINFO_HEADER_SIZE, &responseHead);
     curl_easy_getinfo(m_easy.get(), CURLINFO_SIZE_UPLOAD_T, &sent);
     curl_easy_getinfo(m_easy.get(), CURLINFO_SIZE_DOWNLOAD_T, &received);
-    return requestHead + responseHead + sent + received;
+    return requestHead + sent + received;
 }
 
 void HttpClient::Transfer::end(CURLcode result)
