@@ -3,6 +3,11 @@
 
 include(TavoCache)
 
+if(TAVO_FUZZ)
+    # One that the fuzzing engine sees into, where scripts/setup.sh fuzz has built it.
+    find_path(MPACK_INCLUDE_DIR mpack.h PATHS ${TAVO_CACHE}/mpack-fuzz/include NO_DEFAULT_PATH)
+    find_library(MPACK_LIBRARY mpack PATHS ${TAVO_CACHE}/mpack-fuzz/lib NO_DEFAULT_PATH)
+endif()
 find_path(MPACK_INCLUDE_DIR mpack.h PATH_SUFFIXES mpack)
 find_library(MPACK_LIBRARY mpack)
 if(NOT MPACK_INCLUDE_DIR OR NOT MPACK_LIBRARY)

@@ -49,6 +49,10 @@ if(TAVO_SANITIZER)
     endif()
 endif()
 
+if(TAVO_FUZZ)
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 # The folder of a platform's sources, what these call of the system, and what archives for it are
 # called; nothing outside these
 # folders may ask where it runs.

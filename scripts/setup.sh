@@ -3,11 +3,12 @@
 # through sudo; a second run changes nothing. What has no package is built into the cache folder:
 # $TAVO_CACHE_DIR, else $XDG_CACHE_HOME/tavo_orlix, else ~/.cache/tavo_orlix.
 #
-# usage: setup.sh [build|test|demo|lint|windows]
+# usage: setup.sh [build|test|demo|lint|fuzz|windows]
 #   build    what compiling and testing need (the default)
 #   test     the same, and the browser that the host's page is tested in
 #   demo     the same as build, and the video and the model of the demonstration
 #   lint     the same as build, and what scripts/lint.sh needs
+#   fuzz     the same as build, and what scripts/fuzz.sh needs
 #   windows  the same as build, and what compiling for Windows and testing under Wine need
 set -euo pipefail
 
@@ -38,6 +39,7 @@ readonly kDevkitPackages=(
     libopencv-dnn-dev libopencv-objdetect-dev libopencv-imgproc-dev libopencv-imgcodecs-dev
     libcpp-httplib-dev libcli11-dev libsqlite3-dev curl)
 readonly kLintPackages=(clang clang-format clang-tidy shellcheck)
+readonly kFuzzPackages=(clang libclang-rt-14-dev llvm) # llvm: names in reports
 
 set_up_build()
 {
@@ -65,10 +67,15 @@ case $mode in
         install_packages "${kLintPackages[@]}"
         command -v node >/dev/null || install_packages nodejs
         ;;
+    fuzz)
+        set_up_build
+        install_packages "${kFuzzPackages[@]}"
+        install_mpack_for_fuzzing
+        ;;
     windows)
         set_up_build
         install_windows
         ;;
-    *) die "usage: $0 [build|test|demo|lint|windows]" ;;
+    *) die "usage: $0 [build|test|demo|lint|fuzz|windows]" ;;
 esac
 say "Set-up for '$mode' is complete"

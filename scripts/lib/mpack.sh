@@ -15,9 +15,10 @@ mpack_is_on_system()
         | gcc -x c - -I/usr/include/mpack -I/usr/local/include/mpack -lmpack -o /dev/null 2>/dev/null
 }
 
+# mpack_is_built NAME: whether the cache has it under that name.
 mpack_is_built()
 {
-    [ -f "$(cache_dir)/mpack/include/mpack.h" ] && [ -f "$(cache_dir)/mpack/lib/libmpack.a" ]
+    [ -f "$(cache_dir)/$1/include/mpack.h" ] && [ -f "$(cache_dir)/$1/lib/libmpack.a" ]
 }
 
 # fetch_mpack_source FOLDER: the checked source in FOLDER/source.
@@ -32,26 +33,39 @@ fetch_mpack_source()
         '*/backend/lib/mpack.[ch]' || die "$kMpackTarball holds no MPack"
 }
 
-# build_mpack FOLDER: fetches and compiles in FOLDER, then renames the result into the cache.
+# build_mpack FOLDER NAME COMPILER OPTION...: fetches and compiles in FOLDER, then renames the result
+# into the cache under NAME.
 # Built in its default configuration, which is also the one that mpack.h takes on its own.
 build_mpack()
 {
-    local folder=$1 built=$1/mpack
+    local folder=$1 name=$2 built=$1/mpack
+    shift 2
     fetch_mpack_source "$folder"
     mkdir -p "$built/include" "$built/lib"
-    gcc -std=c11 -O2 -g -fPIC -fvisibility=hidden -c "$folder/source/mpack.c" \
+    "$@" -std=c11 -g -fPIC -fvisibility=hidden -c "$folder/source/mpack.c" \
         -o "$folder/mpack.o" || die "MPack does not compile"
     ar rcs "$built/lib/libmpack.a" "$folder/mpack.o"
     cp "$folder/source/mpack.h" "$built/include/"
-    rm -rf "$(cache_dir)/mpack"
-    mv -T "$built" "$(cache_dir)/mpack"
+    rm -rf "$(cache_dir)/$name"
+    mv -T "$built" "$(cache_dir)/$name"
 }
 
 install_mpack()
 {
-    if mpack_is_built || mpack_is_on_system; then
+    if mpack_is_built mpack || mpack_is_on_system; then
         return
     fi
     say "Building MPack into $(cache_dir)/mpack"
-    with_scratch build_mpack
+    with_scratch build_mpack mpack gcc -O2
+}
+
+# For the fuzz targets, whose engine is to see into it and whose sanitizers are to watch it.
+install_mpack_for_fuzzing()
+{
+    if mpack_is_built mpack-fuzz; then
+        return
+    fi
+    say "Building MPack for fuzzing into $(cache_dir)/mpack-fuzz"
+    with_scratch build_mpack mpack-fuzz clang -O1 -fno-omit-frame-pointer \
+        -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all
 }
