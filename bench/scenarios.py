@@ -24,25 +24,13 @@ import sys
 import tempfile
 import threading
 import time
-import urllib.request
 
-FPS = 10
-TOKEN = "bench-token"
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "../devkit/soak"))
+from stand_ins import (  # noqa: E402
+    Services, detecting_pipeline, find_plugin, motion_model, write_server, write_video)
+
 MODEL = "6f1d2b8e-3a55-4c1f-9d1e-0b5a7c9e1f01"
-
-
-def write_video(path, width, height):
-    """A light square that walks over a dark ground, uncompressed: decoding costs next to nothing."""
-    side = height // 6
-    chroma = bytes([128]) * (width * height // 2)
-    with open(path, "wb") as video:
-        video.write(b"YUV4MPEG2 W%d H%d F%d:1 Ip C420jpeg\n" % (width, height, FPS))
-        for step in range(40):
-            left = step * (width - side) // 40
-            dark = bytes([30]) * width
-            row = bytes([30]) * left + bytes([220]) * side + bytes([30]) * (width - side - left)
-            luma = dark * side + row * side + dark * (height - 2 * side)
-            video.write(b"FRAME\n" + luma + chroma)
+PIPELINE = "a1c7e7d4-52a0-4f0c-8a5e-6b1d8e3f2a01"
 
 
 def percentile(values, share):
@@ -55,70 +43,6 @@ def spread(values_us):
         name: None if not values_us else round(percentile(values_us, share) / 1000, 2)
         for name, share in (("p50_ms", 0.5), ("p99_ms", 0.99), ("max_ms", 1.0))
     }
-
-
-class Services:
-    """The stand-in cloud and storage, with one model of the application's motion detector."""
-
-    def __init__(self, build, folder, model_bytes):
-        files = os.path.join(folder, "files")
-        os.makedirs(files)
-        with open(os.path.join(files, "motion.bin"), "wb") as model:
-            model.truncate(model_bytes)
-        catalogue = os.path.join(folder, "catalogue.json")
-        with open(catalogue, "w") as out:
-            json.dump(
-                {
-                    "models": [
-                        {
-                            "UUID": MODEL,
-                            "Name": "motion",
-                            "File": "motion.bin",
-                            "Encrypted": False,
-                            "RuntimeArchitectures": ["application/x-onnx"],
-                            "NamedOutput": [{"Name": "bboxes;0:motion"}],
-                        }
-                    ],
-                    "pipelines": [
-                        {
-                            "uuid": "a1c7e7d4-52a0-4f0c-8a5e-6b1d8e3f2a01",
-                            "name": "Motion",
-                            "models": [MODEL],
-                            "pipelines": [
-                                {"method": "detect", "modelUUID": MODEL, "modelNMS": 0.5}
-                            ],
-                        }
-                    ],
-                },
-                out,
-            )
-        manager = os.path.join(build, "devkit/manager")
-        archive = [name for name in os.listdir(manager) if re.match(r"orlix_manager-.*\.tgz", name)]
-        self.process = subprocess.Popen(
-            [
-                os.path.join(build, "devkit/services/tavo_services"),
-                "--token", TOKEN, "--catalogue", catalogue, "--files", files,
-                "--archive", os.path.join(manager, archive[0]),
-                "--runtimes", os.path.join(build, "devkit/services/runtimes"),
-            ],
-            stdout=subprocess.PIPE, text=True,
-        )
-        line = self.process.stdout.readline()
-        if not line.startswith("serving on port "):
-            raise RuntimeError("the stand-in services did not start")
-        self.url = "http://127.0.0.1:" + line.split()[-1]
-
-    def control(self, method, path, body=""):
-        request = urllib.request.Request(self.url + path, data=body.encode(), method=method)
-        urllib.request.urlopen(request, timeout=20).read()
-
-    def fault(self, path, kind, pause_ms):
-        self.control(
-            "POST", "/control/faults", json.dumps({"path": path, "kind": kind, "pauseMs": pause_ms}))
-
-    def stop(self):
-        self.process.terminate()
-        self.process.wait()
 
 
 class Usage:
@@ -246,23 +170,16 @@ class Case:
         self.work = tempfile.mkdtemp(prefix="scenario.", dir=options.work)
         self.sockets = tempfile.mkdtemp(prefix="tavo.") # short, as the names of sockets must be
         self.video = os.path.join(self.work, "video.y4m")
-        self.records = os.path.join(self.work, "records.json")
-        self.plugin = subprocess.check_output(
-            ["find", os.path.join(self.build, "vms"), "-name", "tavo_orlix_manager_plugin.so"],
-            text=True).split()[0]
+        self.plugin = find_plugin(self.build)
         write_video(self.video, *size)
-        self.services = Services(self.build, self.work, model_bytes)
-        with open(self.records, "w") as out:
-            devices = [
-                {"id": "d3a0c5b4-6f1e-4b7a-9c28-%012d" % i, "name": "Camera %d" % i,
-                 "parameters": {}} for i in range(1, cameras + 1)]
-            json.dump(
-                {"cloudSystemId": "bench", "cloudAuthToken": TOKEN,
-                 "server": {"id": "bench", "parameters": {}}, "devices": devices}, out)
-        with open(os.path.join(self.work, "tavo_orlix_manager_plugin.ini"), "w") as out:
-            out.write("CloudAPI=%s/dev\n" % self.services.url)
-            out.write("RuntimesStorageURL=%s/runtimes\n" % self.services.url)
-            out.write("OrlixManagerStorageURL=%s/apps\n" % self.services.url)
+        files = os.path.join(self.work, "files")
+        os.makedirs(files)
+        with open(os.path.join(files, "motion.bin"), "wb") as model:
+            model.truncate(model_bytes)
+        self.services = Services(
+            self.build, self.work, files, [motion_model(MODEL, "motion", "motion.bin")],
+            [detecting_pipeline(PIPELINE, "Motion", MODEL)])
+        self.records = write_server(self.work, cameras, self.services.url)
 
     def __enter__(self):
         return self
@@ -339,8 +256,7 @@ def bad_neighbours(options, goals):
             prepare=lambda case: case.services.fault("/models/", "slow", 3),
             arguments=["--press", "*:resetAllDevicesButton@12"],
             actions=lambda case: [
-                (10, lambda: case.services.control(
-                    "POST", "/control/updated-at", "2026-11-02T12:00:00"))],
+                (10, lambda: case.services.touch_models("2026-11-02T12:00:00"))],
             warm_up=10),
     ]
     goals.at_most(
