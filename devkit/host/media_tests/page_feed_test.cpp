@@ -66,7 +66,7 @@ TEST(Viewer, losesItsOldestPicturesFirstAndSaysWhatElseItLost)
 
 TEST(LiveView, showsPicturesToThoseWhoWantThem)
 {
-    LiveView live;
+    LiveView live{std::chrono::seconds(300)};
     const MetadataSink::Origin first{0, "first"};
     const MetadataSink::Origin second{1, "second"};
     live.onFrame(first, 1, greyPicture()); // nobody looks
@@ -100,7 +100,7 @@ TEST(LiveView, showsPicturesToThoseWhoWantThem)
 
 TEST(History, forgetsWhatIsOld)
 {
-    History history;
+    History history{std::chrono::seconds(300)};
     for (int64_t second = 0; second <= 400; ++second)
         history.keepLine("a", {second * 1'000'000, "{}"});
     EXPECT_EQ(history.lines("a", {0, 99'999'999}).size(), 0u);

@@ -6,7 +6,6 @@ namespace tavo::devkit
 namespace
 {
 
-constexpr int64_t kKeptUs = 300'000'000;
 constexpr size_t kLineBytes = 32 << 20;
 constexpr size_t kPictureBytes = 64 << 20;
 
@@ -21,9 +20,9 @@ size_t sizeOf(const History::Picture& picture)
 }
 
 template <class Item>
-void keep(std::deque<Item>* items, size_t* bytes, size_t bytesAtMost, Item item)
+void keep(std::deque<Item>* items, size_t* bytes, size_t bytesAtMost, int64_t keptUs, Item item)
 {
-    const int64_t oldestUs = item.timestampUs - kKeptUs;
+    const int64_t oldestUs = item.timestampUs - keptUs;
     *bytes += sizeOf(item);
     items->push_back(std::move(item));
     while (*bytes > bytesAtMost || items->front().timestampUs < oldestUs)
@@ -51,14 +50,14 @@ void History::keepLine(const std::string& deviceId, Line line)
 {
     const std::lock_guard lock(m_mutex);
     Kept& kept = m_byDevice[deviceId];
-    keep(&kept.lines, &kept.lineBytes, kLineBytes, std::move(line));
+    keep(&kept.lines, &kept.lineBytes, kLineBytes, m_keptUs, std::move(line));
 }
 
 void History::keepPicture(const std::string& deviceId, Picture picture)
 {
     const std::lock_guard lock(m_mutex);
     Kept& kept = m_byDevice[deviceId];
-    keep(&kept.pictures, &kept.pictureBytes, kPictureBytes, std::move(picture));
+    keep(&kept.pictures, &kept.pictureBytes, kPictureBytes, m_keptUs, std::move(picture));
 }
 
 std::vector<History::Line> History::lines(const std::string& deviceId, TimeSpan span) const

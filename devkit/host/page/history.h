@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <deque>
 #include <map>
@@ -20,7 +21,7 @@ struct TimeSpan
     [[nodiscard]] bool holds(int64_t timeUs) const { return fromUs <= timeUs && timeUs <= toUs; }
 };
 
-// The last minutes of each camera: all its metadata, and those pictures that were made for somebody
+// The last time of each camera: all its metadata, and those pictures that were made for somebody
 // anyway. Bounded in time and in bytes. Any thread.
 class History
 {
@@ -36,6 +37,10 @@ public:
         int64_t timestampUs = 0;
         std::string text; // a JSON object
     };
+
+    explicit History(std::chrono::seconds kept) :
+        m_keptUs(std::chrono::microseconds(kept).count())
+    {}
 
     void keepLine(const std::string& deviceId, Line line);
     void keepPicture(const std::string& deviceId, Picture picture);
@@ -56,6 +61,7 @@ private:
     };
 
 private:
+    const int64_t m_keptUs;
     mutable std::mutex m_mutex;
     std::map<std::string, Kept> m_byDevice;
 };

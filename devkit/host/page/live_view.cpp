@@ -31,7 +31,8 @@ Viewer::Message share(std::string message)
 
 } // namespace
 
-LiveView::LiveView() :
+LiveView::LiveView(std::chrono::seconds kept) :
+    m_history(kept),
     m_thread([this](std::stop_token stop) { run(std::move(stop)); })
 {}
 

@@ -21,7 +21,8 @@ namespace tavo::devkit
 class LiveView : public HostObserver
 {
 public:
-    LiveView();
+    // `kept`: how far back history() goes.
+    explicit LiveView(std::chrono::seconds kept);
 
     [[nodiscard]] std::shared_ptr<Viewer> join(ViewerWish wish);
     void leave(const std::shared_ptr<Viewer>& viewer);

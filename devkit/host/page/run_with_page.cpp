@@ -11,7 +11,7 @@ namespace tavo::devkit
 
 bool runWithPage(const Options& options)
 {
-    LiveView live;
+    LiveView live{std::chrono::seconds(options.keptSeconds)};
     Host host(options, &live);
     const PageServer page(
         host, live, *options.page, options.webFolder.empty() ? TAVO_WEB_FOLDER : options.webFolder);

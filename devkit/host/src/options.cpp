@@ -118,6 +118,9 @@ std::optional<int> parseOptions(int argc, const char* const* argv, Options* opti
         app.add_option("--page", page, "[ADDRESS:]PORT: serve a page; port 0 is any free one");
     app.add_option("--page-token", pageToken, "What a viewer of the page must know")
         ->needs(pageOption);
+    app.add_option("--page-keeps", options->keptSeconds, "Seconds that the page can look back")
+        ->check(CLI::Range(1, 86400))
+        ->needs(pageOption);
     CLI::Option* const fast =
         app.add_flag("--fast", options->fast, "As fast as all cameras take the frames");
     app.add_flag("--realtime", realtime, "At the video's own pace (the default)")->excludes(fast);

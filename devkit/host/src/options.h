@@ -47,6 +47,7 @@ struct Options
     bool resources = false;
 
     std::optional<PageAddress> page; // nothing: no page
+    int keptSeconds = 300; // of metadata and pictures that the page can look back on
     std::string webFolder; // the page's files; empty: where they were built
 };
 
