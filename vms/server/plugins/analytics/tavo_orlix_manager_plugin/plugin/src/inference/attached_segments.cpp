@@ -42,23 +42,24 @@ bool AttachedSegment::write(const MessageBuffer& message, CopyChoice& copyChoice
     return true;
 }
 
-void AttachedSegments::startRun()
+void AttachedSegments::endRun()
 {
+    Segments ended; // unmapped without the lock
     const MutexLock lock(m_segmentLock);
-    ++m_run;
+    ended.swap(m_segments);
 }
 
 std::shared_ptr<AttachedSegment> AttachedSegments::find(std::string_view name)
 {
     const MutexLock lock(m_segmentLock);
     const auto known = m_segments.find(name);
-    if (known != m_segments.end() && known->second.run == m_run)
-        return known->second.segment;
+    if (known != m_segments.end())
+        return known->second;
 
     log_debug("SHM not attached yet. Attaching...\n");
     auto segment = attach(name);
     if (segment)
-        m_segments.insert_or_assign(std::string(name), Entry{m_run, segment});
+        m_segments.emplace(name, segment);
     return segment;
 }
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
@@ -34,16 +33,16 @@ private:
 };
 
 // The segments that the application has named, by name. It creates, sizes and names them; here
-// they are attached on first sight and kept until it closes them, so that later frames cost no
-// attaching. Any thread may call.
+// they are attached on first sight and kept until it closes them or its run is over, so that later
+// frames cost no attaching. Any thread may call.
 class AttachedSegments
 {
 public:
-    // Names are from now on those of another run of the application: one that comes again means
-    // another segment. The views of earlier runs stay until then.
-    void startRun();
+    // The run of the application that has named them is over: a name that comes again means another
+    // segment. A view would keep the memory of a segment whose name has gone.
+    void endRun();
 
-    // Attaches on first sight in this run. Null, with the reason logged, on failure.
+    // Attaches on first sight. Null, with the reason logged, on failure.
     [[nodiscard]] std::shared_ptr<AttachedSegment> find(std::string_view name);
 
     // False if the name is not attached. A thread that still writes to the segment keeps it mapped
@@ -51,15 +50,10 @@ public:
     [[nodiscard]] bool close(std::string_view name);
 
 private:
-    struct Entry
-    {
-        std::uint64_t run = 0; // that it was attached in
-        std::shared_ptr<AttachedSegment> segment;
-    };
+    using Segments = std::map<std::string, std::shared_ptr<AttachedSegment>, std::less<>>;
 
     Mutex m_segmentLock; // held while attaching, never while writing
-    std::uint64_t m_run GUARDED_BY(m_segmentLock) = 0;
-    std::map<std::string, Entry, std::less<>> m_segments GUARDED_BY(m_segmentLock);
+    Segments m_segments GUARDED_BY(m_segmentLock);
 };
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

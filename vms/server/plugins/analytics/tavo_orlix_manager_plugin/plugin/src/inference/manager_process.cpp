@@ -171,7 +171,7 @@ bool OrlixManagerInterface::startFailed(const std::string& text)
 
 void OrlixManagerInterface::spawn()
 {
-    m_segments.startRun();
+    m_segments.endRun();
     if (!process_run(m_process))
     {
         startFailed(kCannotStart);
@@ -203,6 +203,7 @@ void OrlixManagerInterface::stop(const AssignedModels& assignedModels)
     }
     log_debug("Orlix Manager stopped with exit code %d\n", exitCode);
     m_state = ManagerState::Stopped;
+    m_segments.endRun();
     for (const auto& [id, model] : assignedModels)
     {
         if (!model.encrypted)

@@ -176,9 +176,11 @@ TEST_F(SendInputTest, ANewRunMeansNewSegments)
     auto segment = std::make_unique<Segment>(room(), key);
     const std::string name = segment->name();
     ASSERT_TRUE(segments.find(name)->write(message, copyChoice));
+    const std::weak_ptr<AttachedSegment> view = segments.find(name);
     segment.reset();
     segment = std::make_unique<Segment>(room(), key);
-    segments.startRun();
+    segments.endRun();
+    EXPECT_TRUE(view.expired()); // it would hold memory and a descriptor
     ASSERT_TRUE(segments.find(name)->write(message, copyChoice));
     EXPECT_EQ(joined(message), segment->content());
 }
@@ -206,7 +208,7 @@ TEST_F(SendInputTest, ClosingMeetsWriting)
     while (running > 0)
     {
         static_cast<void>(segments.close(segment.name()));
-        segments.startRun();
+        segments.endRun();
     }
     for (auto& writer : writers)
         writer.join();
