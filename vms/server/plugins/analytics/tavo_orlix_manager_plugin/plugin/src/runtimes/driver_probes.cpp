@@ -1,11 +1,12 @@
 #include "runtimes/driver_probes.h"
 
 #include <algorithm>
-#include <regex>
 #include <sstream>
 #include <stdexcept>
 #include <vector>
 
+#include "remote/answer_body.h"
+#include "runtimes/tool_output.h"
 #include "utils/command.h"
 #include "utils/log.h"
 #include "utils/machine.h"
@@ -17,16 +18,6 @@ namespace tavo::vms_server_plugins::analytics::orlix
 namespace
 {
 
-// Regular expressions recurse over their text; what a tool has to say stands at its beginning.
-constexpr std::size_t kMaxToolOutput = 4096;
-
-CommandResult runTool(const char* commandLine)
-{
-    CommandResult result = runCommand(commandLine);
-    result.output.resize(std::min(result.output.size(), kMaxToolOutput));
-    return result;
-}
-
 std::vector<int> versionPieces(const std::string& version)
 {
     std::vector<int> pieces;
@@ -34,16 +25,6 @@ std::vector<int> versionPieces(const std::string& version)
     for (std::string piece; std::getline(stream, piece, '.');)
         pieces.push_back(std::stoi(piece));
     return pieces;
-}
-
-// The first group of every match.
-std::vector<std::string> firstGroups(const std::string& text, const char* expression)
-{
-    std::vector<std::string> groups;
-    const std::regex regex(expression);
-    for (std::sregex_iterator match(text.begin(), text.end(), regex), end; match != end; ++match)
-        groups.push_back((*match)[1]);
-    return groups;
 }
 
 } // namespace
@@ -86,20 +67,19 @@ void probeDeepxDriver(Chip& chip)
     }
     chip.detected = true;
 
-    const CommandResult information = runTool("dxrt-cli -i");
+    const CommandResult information = runCommand("dxrt-cli -i");
     if (information.exitCode != 0)
     {
         log_info("DEEPX driver not detected.\n");
         return;
     }
-    static const std::regex kVersion(R"(DXRT v([0-9]+)\.([0-9]+)\.([0-9]+))");
-    std::smatch match;
-    if (!std::regex_search(information.output, match, kVersion))
+    const std::string version = deepxVersionIn(information.output);
+    if (version.empty())
     {
         log_info("DEEPX driver version not detected.\n");
         return;
     }
-    chip.driverVersion = match[1].str() + "." + match[2].str() + "." + match[3].str();
+    chip.driverVersion = version;
 
     const char* const supported = findSupportedVersion(kDeepxSupportedVersions, chip.driverVersion);
     if (!supported)
@@ -131,40 +111,29 @@ std::vector<std::string> listHailoDevices()
 
 int identifyHailoDevice()
 {
-    const CommandResult result = runTool("hailortcli fw-control identify");
+    const CommandResult result = runCommand("hailortcli fw-control identify");
     if (result.exitCode != 0)
     {
         log_info("Notice: Failed to run: 'hailortcli fw-control identify'\n");
-        log_info("stdout/stderr: %s\n", result.output.c_str());
+        log_info("stdout/stderr: %s\n", std::string(excerptOf(result.output)).c_str());
         return 0;
     }
-    for (const std::string& name : firstGroups(result.output, R"(Device Architecture: (\w+))"))
-    {
-        if (name == "HAILO8")
-            return 1;
-        if (name == "HAILO8L")
-            return 2;
-    }
-    return 0;
+    return hailoTypeIn(result.output);
 }
 
 std::string readHailoDriverVersion()
 {
-    const CommandResult result = runTool("hailortcli -v");
+    const CommandResult result = runCommand("hailortcli -v");
     if (result.exitCode != 0)
     {
         log_info("Notice: Failed to run: 'hailortcli -v'\n");
-        log_info("stdout/stderr: %s\n", result.output.c_str());
+        log_info("stdout/stderr: %s\n", std::string(excerptOf(result.output)).c_str());
         return {};
     }
-    const std::vector<std::string> versions =
-        firstGroups(result.output, R"(HailoRT-CLI version (\d+\.\d+\.\d+))");
-    if (versions.size() != 1)
-    {
+    std::string version = hailoVersionIn(result.output);
+    if (version.empty())
         log_info("Notice: Failed to parse the driver version from the output of 'hailortcli -v'\n");
-        return {};
-    }
-    return versions.front();
+    return version;
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix
