@@ -2,13 +2,13 @@
 
 #include <chrono>
 #include <optional>
-#include <string_view>
 
 #include <tavo/network/http/http_client.h>
 
 #include "core/base/ini.h"
 #include "core/base/plugin_version.h"
 #include "remote/answer_body.h"
+#include "remote/cloud_answers.h"
 #include "remote/text_helpers.h"
 #include "utils/log.h"
 
@@ -50,39 +50,6 @@ bool succeeded(
     return false;
 }
 
-PipelineOption makeOption(yyjson_val* pipeline)
-{
-    PipelineOption option;
-    option.name = jsonText(jsonMember(pipeline, "name"));
-    option.uuid = jsonText(jsonMember(pipeline, "uuid"));
-
-    auto [document, copy] = makeParametersDocument(pipeline);
-    yyjson_mut_obj_remove_key(copy, "name");
-    yyjson_mut_obj_remove_key(copy, "uuid");
-    yyjson_mut_obj_add_strncpy(
-        document.get(), copy, "selectedPipeline", option.uuid.data(), option.uuid.size());
-    option.patch = jsonToText(std::move(document));
-    return option;
-}
-
-std::vector<PipelineOption> makeOptions(const std::string& pipelines)
-{
-    std::vector<PipelineOption> options;
-    const JsonDocument document = parseJson(pipelines);
-    yyjson_arr_iter iterator = yyjson_arr_iter_with(yyjson_doc_get_root(document.get()));
-    while (yyjson_val* const pipeline = yyjson_arr_iter_next(&iterator))
-    {
-        if (!yyjson_is_str(jsonMember(pipeline, "uuid")))
-            continue; // no pipeline: it could not be chosen
-        PipelineOption option = makeOption(pipeline);
-        log_info(
-            "Patch pipelines %s:\n%s\n", oneLine(option.name).c_str(),
-            std::string(excerptOf(option.patch)).c_str());
-        options.push_back(std::move(option));
-    }
-    return options;
-}
-
 std::string resetRequestBody(
     const UtilityProviderPtr& provider, const std::vector<std::string>& deviceIds)
 {
@@ -97,38 +64,6 @@ std::string resetRequestBody(
     for (const std::string& id : deviceIds)
         yyjson_mut_arr_add_strncpy(document.get(), devices, id.data(), id.size());
     return jsonToText(std::move(document));
-}
-
-// The id becomes a part of a path of the host's interface: it must not lead anywhere else.
-bool isDeviceId(std::string_view id)
-{
-    constexpr std::string_view kAllowed =
-        "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ-_{}";
-    return !id.empty() && id.find_first_not_of(kAllowed) == std::string_view::npos;
-}
-
-// Patches what the cloud answered, for whichever devices it answered.
-void patchDevices(const UtilityProviderPtr& provider, const std::string& answer)
-{
-    const JsonDocument document = parseJson(answer);
-    yyjson_val* const devices = jsonMember(yyjson_doc_get_root(document.get()), "Devices");
-    yyjson_obj_iter iterator = yyjson_obj_iter_with(devices);
-    while (yyjson_val* const key = yyjson_obj_iter_next(&iterator))
-    {
-        const std::string id(jsonText(key));
-        if (!isDeviceId(id))
-        {
-            log_info(
-                "Warning! The cloud answered for what is no device: %s\n", oneLine(id).c_str());
-            continue;
-        }
-        auto [patch, copy] = makeParametersDocument(yyjson_obj_iter_get_val(key));
-        const std::string text = jsonToText(std::move(patch));
-        log_debug(
-            "Patching parameters to device: %s : %s\n", id.c_str(),
-            std::string(excerptOf(text)).c_str());
-        patchDevice(provider, text, id);
-    }
 }
 
 } // namespace
@@ -177,7 +112,14 @@ std::vector<PipelineOption> getAvailablePipelines(
         log_info("Failed to fetch available pipelines! Body can not be read.\n");
         return {};
     }
-    return makeOptions(*body);
+    std::vector<PipelineOption> options = pipelineOptions(*body);
+    for (const PipelineOption& option : options)
+    {
+        log_info(
+            "Patch pipelines %s:\n%s\n", oneLine(option.name).c_str(),
+            std::string(excerptOf(option.patch)).c_str());
+    }
+    return options;
 }
 
 void resetDevices(const UtilityProviderPtr& provider, const std::vector<std::string>& deviceIds)
@@ -194,8 +136,16 @@ void resetDevices(const UtilityProviderPtr& provider, const std::vector<std::str
     const bool done = client.doPost(endpoint, "application/json", body);
     if (!succeeded(client, done, endpoint, "Failed to configure devices! Endpoint:"))
         return;
-    if (const std::optional<std::string> answer = fetchBody(client))
-        patchDevices(provider, *answer);
+    const std::optional<std::string> answer = fetchBody(client);
+    if (!answer)
+        return;
+    for (const DevicePatch& device : devicePatches(*answer))
+    {
+        log_debug(
+            "Patching parameters to device: %s : %s\n", device.id.c_str(),
+            std::string(excerptOf(device.patch)).c_str());
+        patchDevice(provider, device.patch, device.id);
+    }
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix
