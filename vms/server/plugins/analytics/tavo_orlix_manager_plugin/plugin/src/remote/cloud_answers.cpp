@@ -11,6 +11,8 @@ namespace tavo::vms_server_plugins::analytics::orlix
 namespace
 {
 
+constexpr char kSelectedPipeline[] = "selectedPipeline";
+
 PipelineOption makeOption(yyjson_val* pipeline)
 {
     PipelineOption option;
@@ -18,10 +20,10 @@ PipelineOption makeOption(yyjson_val* pipeline)
     option.uuid = jsonText(jsonMember(pipeline, "uuid"));
 
     auto [document, copy] = makeParametersDocument(pipeline);
-    yyjson_mut_obj_remove_key(copy, "name");
-    yyjson_mut_obj_remove_key(copy, "uuid");
+    for (const char* const key : {"name", "uuid", kSelectedPipeline})
+        yyjson_mut_obj_remove_key(copy, key);
     yyjson_mut_obj_add_strncpy(
-        document.get(), copy, "selectedPipeline", option.uuid.data(), option.uuid.size());
+        document.get(), copy, kSelectedPipeline, option.uuid.data(), option.uuid.size());
     option.patch = jsonToText(std::move(document));
     return option;
 }
