@@ -1,0 +1,123 @@
+#include <cstring>
+
+#include "device_agent/pipelines/model_nms.h"
+#include "device_agent/pipelines/pipeline_parsing.h"
+#include "device_agent/pipelines/pipeline_tree.h"
+#include "fuzz_target.h"
+#include "remote/host_rest_client.h"
+#include "remote/text_helpers.h"
+#include "utils/json_mpack.h"
+
+using namespace tavo::vms_server_plugins::analytics::orlix;
+
+namespace
+{
+
+std::string_view textOf(mpack_node_t node)
+{
+    return {mpack_node_str(node), mpack_node_strlen(node)};
+}
+
+// Whether the node says what the JSON value says.
+bool isSame(yyjson_val* value, mpack_node_t node)
+{
+    switch (yyjson_get_type(value))
+    {
+        case YYJSON_TYPE_BOOL:
+            return mpack_node_bool(node) == yyjson_get_bool(value);
+        case YYJSON_TYPE_NUM:
+            if (yyjson_is_uint(value))
+                return mpack_node_u64(node) == yyjson_get_uint(value);
+            if (yyjson_is_sint(value))
+                return mpack_node_i64(node) == yyjson_get_sint(value);
+            return mpack_node_double(node) == yyjson_get_real(value);
+        case YYJSON_TYPE_STR:
+            return textOf(node) == jsonText(value);
+        case YYJSON_TYPE_ARR: {
+            std::size_t index = 0;
+            std::size_t count = 0;
+            yyjson_val* element = nullptr;
+            yyjson_arr_foreach(value, index, count, element)
+            {
+                if (!isSame(element, mpack_node_array_at(node, index)))
+                    return false;
+            }
+            return mpack_node_array_length(node) == yyjson_arr_size(value);
+        }
+        case YYJSON_TYPE_OBJ: {
+            std::size_t index = 0;
+            std::size_t count = 0;
+            yyjson_val* key = nullptr;
+            yyjson_val* member = nullptr;
+            yyjson_obj_foreach(value, index, count, key, member)
+            {
+                if (textOf(mpack_node_map_key_at(node, index)) != jsonText(key) ||
+                    !isSame(member, mpack_node_map_value_at(node, index)))
+                    return false;
+            }
+            return mpack_node_map_count(node) == yyjson_obj_size(value);
+        }
+        default:
+            return false;
+    }
+}
+
+bool areSameBytes(std::span<const char> a, std::span<const char> b)
+{
+    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin());
+}
+
+void checkTree(yyjson_val* pipelines)
+{
+    const auto tree = PipelineTree::fromJson(pipelines);
+    if (!tree)
+        return;
+    FUZZ_CHECK(isSame(pipelines, tree->root()));
+    const auto clone = mpack_node_clone(tree->root());
+    FUZZ_CHECK(areSameBytes(clone->bytes(), tree->encoded()));
+    MessageTree again; // as the application reads it
+    FUZZ_CHECK(again.parse(tree->encoded()) == mpack_ok);
+    FUZZ_CHECK(isSame(pipelines, again.root()));
+
+    std::vector<std::string> processors;
+    std::vector<ModelNmsEntry> modelNms;
+    std::string description;
+    parsePipelineNode(tree->root(), processors, {}, modelNms, description, 0);
+    for (const ModelNmsEntry& entry : modelNms)
+        FUZZ_CHECK(entry.modelName == entry.modelUUID);
+}
+
+// A new sensitivity for the first model leaves as many nodes as there were.
+void checkPatch(yyjson_val* pipelines)
+{
+    if (!yyjson_is_arr(pipelines))
+        return;
+    const std::string model(jsonText(jsonMember(yyjson_arr_get_first(pipelines), "modelUUID")));
+    const JsonDocument patch = parseJson(jsonToText(makeNmsPatch(pipelines, {{model, 0.25f}})));
+    yyjson_val* const patched =
+        jsonMember(pluginParameters(yyjson_doc_get_root(patch.get())), "pipelines");
+    FUZZ_CHECK(yyjson_arr_size(patched) == yyjson_arr_size(pipelines));
+    std::size_t index = 0;
+    std::size_t count = 0;
+    yyjson_val* node = nullptr;
+    yyjson_arr_foreach(patched, index, count, node)
+    {
+        if (yyjson_is_obj(node) && jsonText(jsonMember(node, "modelUUID")) == model)
+            FUZZ_CHECK(yyjson_get_num(jsonMember(node, "modelNMS")) == 0.25);
+    }
+}
+
+} // namespace
+
+// A device's pipelines as the cloud writes them: into a tree and what it means,
+// and back.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    const JsonDocument document = parseJson(tavo::fuzz::asText(data, size));
+    if (!document)
+        return 0;
+    yyjson_val* const root = yyjson_doc_get_root(document.get());
+    checkTree(root);
+    checkPatch(root);
+    return 0;
+}

@@ -1,0 +1,90 @@
+#include <algorithm>
+#include <cstring>
+#include <string>
+
+#include "fuzz_target.h"
+#include "temporary_folder.h"
+#include "utils/socket_calls.h"
+#include "utils/sockets.h"
+
+using namespace tavo::vms_server_plugins::analytics::orlix;
+
+namespace
+{
+
+// What a buffer is to hold after a few connections, by the words of sockets.h;
+// of a large message only the start.
+class Model
+{
+public:
+    void receive(std::string_view stream)
+    {
+        std::uint32_t announced = 0;
+        if (stream.size() < sizeof announced)
+            return;
+        std::memcpy(&announced, stream.data(), sizeof announced);
+        m_announced = announced;
+        if (announced == 0)
+            return;
+        if (announced > m_capacity)
+        {
+            if (announced > kMaxMessageSize)
+                return;
+            m_capacity = announced;
+        }
+        const std::string_view body = stream.substr(sizeof announced, announced);
+        std::copy(body.begin(), body.end(), m_start.begin());
+    }
+
+    void check(const ReceiveBuffer& buffer) const
+    {
+        FUZZ_CHECK(buffer.capacity() == m_capacity);
+        FUZZ_CHECK(buffer.announcedSize() == m_announced);
+        const std::span<const char> message = buffer.message();
+        FUZZ_CHECK(message.size() == std::min(m_announced, m_capacity));
+        FUZZ_CHECK(std::equal(
+            message.begin(), message.begin() + std::min(message.size(), m_start.size()),
+            m_start.begin()));
+    }
+
+private:
+    std::uint32_t m_capacity = 0;
+    std::uint32_t m_announced = 0;
+    std::string m_start = std::string(64 * 1024, '\0'); // longer than any input
+};
+
+} // namespace
+
+// What peers write to a socket: connections one after the other, which share a
+// buffer. Each is a byte for its length and whether more messages are expected
+// on it, and then its bytes.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    static const TemporaryFolder folder;
+    static const SocketHandle listening = socket_listen(folder.path("s"));
+    FUZZ_CHECK(listening != kInvalidSocket);
+
+    std::string_view rest = tavo::fuzz::asText(data, std::min<std::size_t>(size, 60'000));
+    ReceiveBuffer buffer;
+    Model model;
+    while (!rest.empty())
+    {
+        const auto head = static_cast<unsigned char>(rest.front());
+        const bool isLast = head >= 0xF0;
+        const std::string_view stream = rest.substr(1, isLast ? rest.size() : head / 2);
+        rest.remove_prefix(1 + stream.size());
+
+        const SocketHandle peer = socket_connect(folder.path("s"));
+        FUZZ_CHECK(peer != kInvalidSocket);
+        if (!stream.empty())
+            static_cast<void>(socket_send_some(peer, stream, {}, kSocketTimeoutMs));
+        socket_close(peer);
+        const SocketHandle accepted = socket_accept_message(
+            listening, buffer, head % 2 == 0 ? MessagePlace::sole : MessagePlace::oneOfSeveral);
+        FUZZ_CHECK(accepted != kInvalidSocket);
+        socket_close(accepted);
+        model.receive(stream);
+        model.check(buffer);
+    }
+    return 0;
+}
