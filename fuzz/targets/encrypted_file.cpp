@@ -14,7 +14,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     static const TemporaryFolder folder;
     const std::string key = "0123456789abcdef0123456789abcdef";
-    const auto decrypts = [&key](const std::string& content, const std::string& withKey)
+    const auto decrypts = [](const std::string& content, const std::string& withKey)
     {
         folder.write("in", content);
         return decryptModelFile(withKey, folder.path("in"), folder.path("out"));
