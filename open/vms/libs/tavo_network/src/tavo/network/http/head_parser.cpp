@@ -64,7 +64,8 @@ bool HeadParser::addLine(std::string_view line)
     }
     else if (isContinued && !m_pending.headers.empty())
     {
-        m_pending.headers.back().second.append(" ").append(line);
+        std::string& value = m_pending.headers.back().second;
+        value.append(value.empty() ? "" : " ").append(line);
     }
     else if (line.find(':') != std::string_view::npos)
     {
