@@ -22,6 +22,11 @@ void writeNumber(yyjson_val* value, mpack_writer_t* writer)
         mpack_write_double(writer, yyjson_get_real(value));
 }
 
+void writeText(yyjson_val* text, mpack_writer_t* writer)
+{
+    mpack_write_str(writer, yyjson_get_str(text), static_cast<std::uint32_t>(yyjson_get_len(text)));
+}
+
 bool writeJsonArray(yyjson_val* array, mpack_writer_t* writer, int depth)
 {
     mpack_start_array(writer, static_cast<std::uint32_t>(yyjson_arr_size(array)));
@@ -41,7 +46,7 @@ bool writeJsonObject(yyjson_val* object, mpack_writer_t* writer, int depth)
     yyjson_obj_iter members = yyjson_obj_iter_with(object);
     while (yyjson_val* const key = yyjson_obj_iter_next(&members))
     {
-        mpack_write_cstr(writer, yyjson_get_str(key));
+        writeText(key, writer);
         if (!writeJson(yyjson_obj_iter_get_val(key), writer, depth + 1))
             return false;
     }
@@ -65,8 +70,7 @@ bool writeJson(yyjson_val* value, mpack_writer_t* writer, int depth)
             writeNumber(value, writer);
             return true;
         case YYJSON_TYPE_STR:
-            mpack_write_str(
-                writer, yyjson_get_str(value), static_cast<std::uint32_t>(yyjson_get_len(value)));
+            writeText(value, writer);
             return true;
         case YYJSON_TYPE_ARR:
             return writeJsonArray(value, writer, depth);
