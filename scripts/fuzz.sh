@@ -108,6 +108,11 @@ cd "$(repo_dir)"
 choose_targets
 build_targets
 
+# Many inputs become files for a moment: they are quicker where no disk is.
+scratch=$(mktemp -d -p "$([ -w /dev/shm ] && printf /dev/shm || printf '%s' "${TMPDIR:-/tmp}")")
+trap 'rm -rf "$scratch"' EXIT
+export TMPDIR=$scratch
+
 findings=$out/findings.txt
 : >"$findings"
 for target in "${targets[@]}"; do

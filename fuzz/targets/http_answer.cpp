@@ -1,4 +1,4 @@
-#include <atomic>
+#include <mutex>
 #include <string>
 #include <thread>
 
@@ -22,7 +22,11 @@ namespace
 class Server
 {
 public:
-    void setAnswer(const std::string* answer) { m_answer = answer; }
+    void setAnswer(std::string answer)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_answer = std::move(answer);
+    }
 
     [[nodiscard]] std::string url() const
     {
@@ -37,9 +41,16 @@ private:
             if (LoopbackSocket peer = m_listener.accept(100))
             {
                 readRequest(peer);
-                static_cast<void>(peer.send(*m_answer.load()));
+                static_cast<void>(peer.send(answer()));
             }
         }
+    }
+
+    // A copy: the client may be done with its request while it is still being sent.
+    std::string answer()
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_answer;
     }
 
     static void readRequest(LoopbackSocket& peer)
@@ -55,7 +66,8 @@ private:
         }
     }
 
-    std::atomic<const std::string*> m_answer{nullptr};
+    std::mutex m_mutex;
+    std::string m_answer;
     LoopbackSocket m_listener = LoopbackSocket::listening();
     std::jthread m_thread{[this](const std::stop_token& stop) { run(stop); }};
 };
@@ -125,7 +137,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (size == 0)
         return 0;
     const std::string answer(tavo::fuzz::asText(data + 1, size - 1));
-    server.setAnswer(&answer);
+    server.setAnswer(answer);
     switch (data[0])
     {
         case 'm':
