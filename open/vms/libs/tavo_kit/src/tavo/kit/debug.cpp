@@ -1,5 +1,6 @@
 #include <tavo/kit/debug.h>
 
+#include <new>
 #include <string>
 
 #include <tavo/kit/error_stream.h>
@@ -21,21 +22,36 @@ std::string_view withoutFolder(std::string_view path)
 
 void printLine(std::string_view text)
 {
-    std::string line;
-    line.reserve(text.size() + 1);
-    line.append(text).append("\n");
-    writeToErrorStream(line);
+    try
+    {
+        std::string line;
+        line.reserve(text.size() + 1);
+        line.append(text).append("\n");
+        writeToErrorStream(line);
+    }
+    catch (const std::bad_alloc&)
+    {
+        writeToErrorStream(text); // not in one with its end
+        writeToErrorStream("\n");
+    }
 }
 
 void assertionFailed(
     std::string_view condition, std::string_view message, const char* file, int line)
 {
-    std::string text = "ASSERTION FAILED: ";
-    text.append(withoutFolder(file)).append(":");
-    text.append(std::to_string(line)).append(" (").append(condition).append(")");
-    if (!message.empty())
-        text.append(" ").append(message);
-    printLine(text);
+    try
+    {
+        std::string text = "ASSERTION FAILED: ";
+        text.append(withoutFolder(file)).append(":");
+        text.append(std::to_string(line)).append(" (").append(condition).append(")");
+        if (!message.empty())
+            text.append(" ").append(message);
+        printLine(text);
+    }
+    catch (const std::bad_alloc&)
+    {
+        printLine(condition);
+    }
 }
 
 } // namespace tavo::kit

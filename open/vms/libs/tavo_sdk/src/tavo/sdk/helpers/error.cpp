@@ -1,5 +1,8 @@
 #include <tavo/sdk/helpers/error.h>
 
+#include <cstddef>
+#include <cstdint>
+#include <new>
 #include <utility>
 
 #include <tavo/kit/debug.h>
@@ -7,6 +10,30 @@
 
 namespace tavo::sdk
 {
+
+namespace
+{
+
+// Not counted: it is there as long as the library is.
+class ConstantText : public IString
+{
+public:
+    explicit constexpr ConstantText(const char* text) :
+        m_text(text)
+    {}
+
+    // IString:
+    const char* str() const override { return m_text; }
+
+    // IRefCountable:
+    std::uint32_t addRef() const override { return 1; }
+    std::uint32_t releaseRef() const override { return 1; }
+
+private:
+    const char* const m_text;
+};
+
+} // namespace
 
 Error error(ErrorCode errorCode, std::string errorMessage)
 {
@@ -17,6 +44,13 @@ Error error(ErrorCode errorCode, std::string errorMessage)
 
     kit::printLine("tavo::sdk::error(): " + errorMessage);
     return {errorCode, new String(std::move(errorMessage))};
+}
+
+Error outOfMemory() noexcept
+{
+    alignas(ConstantText) static std::byte memory[sizeof(ConstantText)];
+    static const ConstantText* const message = new (memory) ConstantText("Not enough memory");
+    return {ErrorCode::otherError, message};
 }
 
 } // namespace tavo::sdk

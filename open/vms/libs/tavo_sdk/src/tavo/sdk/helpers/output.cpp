@@ -1,5 +1,6 @@
 #include <tavo/sdk/helpers/output.h>
 
+#include <new>
 #include <utility>
 
 #include <tavo/kit/debug.h>
@@ -16,12 +17,19 @@ void Output::setPrefix(std::string prefix)
 
 void Output::printAlways(std::string_view text) const
 {
-    std::string line;
+    try
     {
-        const std::lock_guard lock(m_mutex);
-        line = m_prefix;
+        std::string line;
+        {
+            const std::lock_guard lock(m_mutex);
+            line = m_prefix;
+        }
+        kit::printLine(line.append(text));
     }
-    kit::printLine(line.append(text));
+    catch (const std::bad_alloc&)
+    {
+        kit::printLine(text);
+    }
 }
 
 std::string makePrintPrefix(

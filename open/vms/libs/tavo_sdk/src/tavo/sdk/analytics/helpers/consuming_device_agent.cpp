@@ -54,12 +54,16 @@ Result<const ISettingsResponse*> ConsumingDeviceAgent::setSettings(const IString
 {
     m_output.print("Received settings");
 
-    std::map<std::string, std::string> newSettings;
-    if (!toStdMap(settings, &newSettings))
-        return error(ErrorCode::invalidParams, "Settings are invalid");
+    return withinMemory(
+        [&]() -> Result<const ISettingsResponse*>
+        {
+            std::map<std::string, std::string> newSettings;
+            if (!toStdMap(settings, &newSettings))
+                return error(ErrorCode::invalidParams, "Settings are invalid");
 
-    m_hostState.setSettings(std::move(newSettings));
-    return settingsReceived();
+            m_hostState.setSettings(std::move(newSettings));
+            return settingsReceived();
+        });
 }
 
 Result<const ISettingsResponse*> ConsumingDeviceAgent::pluginSideSettings() const
@@ -69,7 +73,8 @@ Result<const ISettingsResponse*> ConsumingDeviceAgent::pluginSideSettings() cons
 
 Result<const IString*> ConsumingDeviceAgent::manifest() const
 {
-    return new String(manifestString());
+    return withinMemory(
+        [this]() -> Result<const IString*> { return new String(manifestString()); });
 }
 
 void ConsumingDeviceAgent::setHandler(IDeviceAgent::IHandler* handler)
@@ -84,17 +89,7 @@ void ConsumingDeviceAgent::doPushDataPacket(Result<void>* outResult, IDataPacket
     if (!kit::verify(outResult, "outResult"))
         return;
 
-    if (m_output.isPrinting())
-    {
-        m_output.print(
-            "doPushDataPacket() BEGIN" +
-            (dataPacket ? ": timestamp " + std::to_string(dataPacket->timestampUs()) : ""));
-    }
-
-    *outResult = pushByKind(dataPacket);
-    if (outResult->isOk())
-        *outResult = pullMetadata();
-
+    *outResult = withinMemory([&] { return push(dataPacket); });
     m_output.print("doPushDataPacket() END");
 }
 
@@ -187,6 +182,18 @@ void ConsumingDeviceAgent::pushIntegrationDiagnosticEvent(
     if (m_output.isPrinting())
         m_output.print("Producing Integration Diagnostic Event:\n" + toJsonString(event.get()));
     hostHandler->handleIntegrationDiagnosticEvent(event.get());
+}
+
+Result<void> ConsumingDeviceAgent::push(IDataPacket* dataPacket)
+{
+    if (m_output.isPrinting())
+    {
+        m_output.print(
+            "doPushDataPacket() BEGIN" +
+            (dataPacket ? ": timestamp " + std::to_string(dataPacket->timestampUs()) : ""));
+    }
+    const Result<void> pushed = pushByKind(dataPacket);
+    return pushed.isOk() ? pullMetadata() : pushed;
 }
 
 Result<void> ConsumingDeviceAgent::pushByKind(IDataPacket* dataPacket)

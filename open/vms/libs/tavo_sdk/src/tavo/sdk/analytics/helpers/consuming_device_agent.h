@@ -1,7 +1,8 @@
 // The part of a device agent that does not depend on what it does: takes the camera's packets and
 // sorts them by kind, keeps settings and handler, hands metadata to the host. Any thread may call;
 // the host pushes packets one at a time.
-// Exceptions of a subclass pass through to the host.
+// Exceptions of a subclass pass through to the host, but for std::bad_alloc out of an operation
+// that the base class calls: it becomes a failed result.
 #pragma once
 
 #include <map>
@@ -91,6 +92,7 @@ protected:
     const Output& output() const { return m_output; }
 
 private:
+    Result<void> push(IDataPacket* dataPacket);
     Result<void> pushByKind(IDataPacket* dataPacket);
     Result<void> pullMetadata();
     void processMetadataPackets(MetadataPackets metadataPackets) const;

@@ -1,5 +1,6 @@
 #include <tavo/sdk/analytics/helpers/engine.h>
 
+#include <new>
 #include <utility>
 
 #include <tavo/kit/debug.h>
@@ -45,20 +46,29 @@ Engine::~Engine()
 
 void Engine::setEngineInfo(const IEngineInfo* engineInfo)
 {
-    m_output.setPrefix(
-        makePrintPrefix(m_givenPrintPrefix, kPrefixTag, engineInfo ? engineInfo->name() : nullptr));
+    try
+    {
+        m_output.setPrefix(makePrintPrefix(
+            m_givenPrintPrefix, kPrefixTag, engineInfo ? engineInfo->name() : nullptr));
+    }
+    catch (const std::bad_alloc&)
+    {} // the prefix stays as it is
 }
 
 Result<const ISettingsResponse*> Engine::setSettings(const IStringMap* settings)
 {
     m_output.print("Received settings");
 
-    std::map<std::string, std::string> newSettings;
-    if (!toStdMap(settings, &newSettings))
-        return error(ErrorCode::invalidParams, "Unable to convert the input string map");
+    return withinMemory(
+        [&]() -> Result<const ISettingsResponse*>
+        {
+            std::map<std::string, std::string> newSettings;
+            if (!toStdMap(settings, &newSettings))
+                return error(ErrorCode::invalidParams, "Unable to convert the input string map");
 
-    m_hostState.setSettings(std::move(newSettings));
-    return settingsReceived();
+            m_hostState.setSettings(std::move(newSettings));
+            return settingsReceived();
+        });
 }
 
 Result<const ISettingsResponse*> Engine::pluginSideSettings() const
@@ -68,7 +78,8 @@ Result<const ISettingsResponse*> Engine::pluginSideSettings() const
 
 Result<const IString*> Engine::manifest() const
 {
-    return new String(manifestString());
+    return withinMemory(
+        [this]() -> Result<const IString*> { return new String(manifestString()); });
 }
 
 bool Engine::isCompatible(const IDeviceInfo* /*deviceInfo*/) const
@@ -78,14 +89,16 @@ bool Engine::isCompatible(const IDeviceInfo* /*deviceInfo*/) const
 
 void Engine::doExecuteAction(Result<const IActionResponse*>* outResult, const IAction* action)
 {
-    if (!kit::verify(outResult, "outResult"))
-        return;
+    if (kit::verify(outResult, "outResult"))
+        *outResult = withinMemory([&] { return execute(action); });
+}
 
+Result<const IActionResponse*> Engine::execute(const IAction* action)
+{
     if (!action)
     {
         m_output.printAlways("doExecuteAction(): INTERNAL ERROR: action is null");
-        *outResult = error(ErrorCode::invalidParams, "Action is null");
-        return;
+        return error(ErrorCode::invalidParams, "Action is null");
     }
 
     if (m_output.isPrinting())
@@ -93,12 +106,9 @@ void Engine::doExecuteAction(Result<const IActionResponse*>* outResult, const IA
 
     std::map<std::string, std::string> params;
     if (!toStdMap(Ptr<const IStringMap>(action->params()).get(), &params))
-    {
-        *outResult = error(ErrorCode::invalidParams, "Invalid action parameters");
-        return;
-    }
+        return error(ErrorCode::invalidParams, "Invalid action parameters");
 
-    *outResult = getSettingsOnActiveSettingChange(addRefToPtr(action), params);
+    return getSettingsOnActiveSettingChange(addRefToPtr(action), params);
 }
 
 void Engine::setHandler(IEngine::IHandler* handler)

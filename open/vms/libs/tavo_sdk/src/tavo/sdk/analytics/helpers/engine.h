@@ -1,6 +1,7 @@
 // The part of an engine that does not depend on what it does: keeps settings and handler, logs
 // under a prefix, wraps results. Any thread may call.
-// Exceptions of a subclass pass through to the host.
+// Exceptions of a subclass pass through to the host, but for std::bad_alloc out of an operation
+// that the base class calls: it becomes a failed result.
 #pragma once
 
 #include <map>
@@ -66,6 +67,8 @@ protected:
     const Output& output() const { return m_output; }
 
 private:
+    Result<const IActionResponse*> execute(const IAction* action);
+
     Output m_output;
     HostState<IEngine::IHandler> m_hostState;
     const std::string m_givenPrintPrefix;

@@ -1,5 +1,6 @@
 #include <tavo/sdk/analytics/helpers/integration.h>
 
+#include <new>
 #include <sstream>
 #include <utility>
 
@@ -15,6 +16,7 @@ namespace
 {
 
 void logLifeStage(const char* stage, const IIntegration* integration)
+try
 {
     std::ostringstream line;
     line << makePrintPrefix(/*givenPrefix*/ {}, /*tag*/ {}, /*name*/ nullptr) << stage
@@ -22,6 +24,8 @@ void logLifeStage(const char* stage, const IIntegration* integration)
          << libContext().name();
     kit::printLine(line.str());
 }
+catch (const std::bad_alloc&)
+{} // a line less; the end of an object must not throw
 
 } // namespace
 
@@ -52,10 +56,19 @@ void Integration::setUtilityProvider(IUtilityProvider* utilityProvider)
 
 Result<const IString*> Integration::manifest() const
 {
-    return new String(m_integrationManifest.empty() ? manifestString() : m_integrationManifest);
+    return withinMemory(
+        [this]() -> Result<const IString*> {
+            return new String(
+                m_integrationManifest.empty() ? manifestString() : m_integrationManifest);
+        });
 }
 
 Result<IEngine*> Integration::obtainEngine()
+{
+    return withinMemory([this] { return makeEngine(); });
+}
+
+Result<IEngine*> Integration::makeEngine()
 {
     if (m_createEngine)
     {

@@ -35,13 +35,15 @@ protected:
     explicit Integration(std::string integrationManifest = {}, CreateEngine createEngine = {});
     ~Integration() override;
 
-    // Makes an engine; called anew for each obtainEngine. Exceptions pass through to the host.
+    // Makes an engine; called anew for each obtainEngine. Exceptions pass through to the host, but
+    // for std::bad_alloc, which becomes a failed result.
     virtual Result<IEngine*> doObtainEngine();
 
     // The manifest as JSON.
     virtual std::string manifestString() const;
 
 private:
+    Result<IEngine*> makeEngine();
     void logError(const std::string& text) const;
 
     const std::string m_integrationManifest;
