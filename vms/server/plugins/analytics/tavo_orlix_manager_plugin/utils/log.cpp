@@ -147,11 +147,14 @@ void LogFiles::open(
     const std::string& startPath, const std::string& mainPath, const std::string& prefix,
     bool toFile)
 {
+    // Before anything changes, since memory may be lacking for one of them.
+    std::string texts[] = {prefix, startPath, mainPath, mainPath + ".old"};
     const MutexLock lock(m_mutex);
     closeStreams();
-    m_prefix = prefix;
-    m_startPath = startPath;
-    m_mainPath = mainPath;
+    m_prefix.swap(texts[0]);
+    m_startPath.swap(texts[1]);
+    m_mainPath.swap(texts[2]);
+    m_oldPath.swap(texts[3]);
     m_startFinished = false;
     m_bytes = 0;
     m_isOpen = true;
@@ -163,7 +166,6 @@ void LogFiles::open(
     m_main = openLog(m_mainPath, /*append*/ false);
     if (!m_main)
         print_out("Failed to initialise logfile: %s\n", m_mainPath.c_str());
-    m_oldPath = m_mainPath + ".old";
 }
 
 void LogFiles::close()

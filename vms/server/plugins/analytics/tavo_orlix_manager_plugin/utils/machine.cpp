@@ -1,5 +1,4 @@
 #include "utils/machine.h"
-#include "utils/paths.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -7,6 +6,9 @@
 #if defined(__x86_64__) || defined(__i386__)
 #include <cpuid.h>
 #endif
+
+#include "utils/folders.h"
+#include "utils/paths.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -55,13 +57,14 @@ std::vector<std::string> list_files(const std::string& folder)
 {
     std::vector<std::string> names;
     std::error_code error;
-    std::filesystem::directory_iterator entries(pathFromUtf8(folder), error);
-    for (; !error && entries != std::filesystem::directory_iterator(); entries.increment(error))
+    for (std::string& name : folder_entries(folder, error))
     {
         // A link to a folder is none itself: the devices of a class are such links.
         std::error_code ignored;
-        if (entries->symlink_status(ignored).type() != std::filesystem::file_type::directory)
-            names.push_back(utf8FromPath(entries->path().filename()));
+        const auto status =
+            std::filesystem::symlink_status(pathFromUtf8(folder + "/" + name), ignored);
+        if (status.type() != std::filesystem::file_type::directory)
+            names.push_back(std::move(name));
     }
     return names;
 }

@@ -84,6 +84,11 @@ CommandResult runCommand(const std::string& commandLine, std::chrono::seconds li
     Output output{UniqueDescriptor(ends[0])};
     fcntl(output.descriptor(), F_SETFL, O_NONBLOCK);
     UniqueDescriptor writeEnd = aboveStandard(UniqueDescriptor(ends[1]));
+    if (!writeEnd)
+    {
+        log_info("Error creating pipe: %d", errno);
+        return {};
+    }
     const std::vector<std::string> words = splitCommandLine(commandLine);
     std::vector<const char*> arguments;
     arguments.reserve(words.size() + 1);

@@ -30,16 +30,16 @@ class SpawnPlan
 public:
     SpawnPlan()
     {
-        posix_spawn_file_actions_init(&m_actions);
-        posix_spawnattr_init(&m_attributes);
+        note(posix_spawn_file_actions_init(&m_actions));
+        note(posix_spawnattr_init(&m_attributes));
         sigset_t all;
         sigset_t none;
         sigfillset(&all);
         sigemptyset(&none);
-        posix_spawnattr_setsigdefault(&m_attributes, &all);
-        posix_spawnattr_setsigmask(&m_attributes, &none);
-        posix_spawnattr_setflags(
-            &m_attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSID);
+        note(posix_spawnattr_setsigdefault(&m_attributes, &all));
+        note(posix_spawnattr_setsigmask(&m_attributes, &none));
+        note(posix_spawnattr_setflags(
+            &m_attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSID));
     }
     ~SpawnPlan()
     {
@@ -52,23 +52,33 @@ public:
     void setStream(int target, ProgramStream stream)
     {
         if (stream.kind == ProgramStream::nowhere)
-            posix_spawn_file_actions_addopen(&m_actions, target, "/dev/null", O_RDWR, 0);
+            note(posix_spawn_file_actions_addopen(&m_actions, target, "/dev/null", O_RDWR, 0));
         else if (stream.kind != ProgramStream::inherited)
             give(target, stream.number);
     }
     void give(int target, int descriptor)
     {
-        posix_spawn_file_actions_adddup2(&m_actions, descriptor, target);
+        note(posix_spawn_file_actions_adddup2(&m_actions, descriptor, target));
     }
 
-    // Gives errno, or 0.
+    // Gives errno, or 0. A plan that lacks anything starts nothing: a keeper without its socket
+    // would never end.
     [[nodiscard]] int run(pid_t& process, int file, char* const* arguments) const
     {
+        if (m_error != 0)
+            return m_error;
         const std::string path = "/proc/self/fd/" + std::to_string(file);
         return posix_spawn(&process, path.c_str(), &m_actions, &m_attributes, arguments, environ);
     }
 
 private:
+    void note(int error)
+    {
+        if (m_error == 0)
+            m_error = error;
+    }
+
+    int m_error = 0; // the first
     posix_spawn_file_actions_t m_actions;
     posix_spawnattr_t m_attributes;
 };
@@ -170,6 +180,11 @@ bool KeptProgram::spawnKeeper(
     }
     m_socket.reset(ends[0]);
     const UniqueDescriptor keeperEnd = aboveStandard(UniqueDescriptor(ends[1]));
+    if (!keeperEnd)
+    {
+        failure.systemError = errno;
+        return false;
+    }
     SpawnPlan plan;
     plan.setStream(STDIN_FILENO, {ProgramStream::nowhere});
     plan.setStream(STDOUT_FILENO, output);

@@ -2,10 +2,10 @@
 
 #include <charconv>
 #include <dlfcn.h>
-#include <filesystem>
 #include <sys/utsname.h>
 
 #include "utils/files.h"
+#include "utils/folders.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -36,9 +36,9 @@ bool canLoad(const std::string& name)
 }
 
 // "0x10de\n"
-bool readVendor(const std::filesystem::path& device, std::uint16_t& vendor)
+bool readVendor(const std::string& device, std::uint16_t& vendor)
 {
-    const std::string text = startOf(device / "vendor");
+    const std::string text = startOf(device + "/vendor");
     return text.starts_with("0x") &&
         std::from_chars(text.data() + 2, text.data() + text.size(), vendor, 16).ec == std::errc();
 }
@@ -83,11 +83,10 @@ bool machine_has_library(const std::string& name)
 bool machine_pci_devices(std::vector<PciDevice>& devices, int& systemError, const char* root)
 {
     std::error_code error;
-    std::filesystem::directory_iterator entries(root, error);
-    for (; !error && entries != std::filesystem::directory_iterator(); entries.increment(error))
+    for (std::string& name : folder_entries(root, error))
     {
-        PciDevice device{entries->path().filename().string()};
-        if (readVendor(entries->path(), device.vendor))
+        PciDevice device{std::move(name)};
+        if (readVendor(std::string(root) + "/" + device.key, device.vendor))
             devices.push_back(std::move(device));
     }
     systemError = error.value();

@@ -39,17 +39,12 @@ bool setTimeout(int descriptor, int option)
 }
 
 // As much of the path as an address holds beside its terminator.
-std::string pathInAddress(const std::string& path)
-{
-    return path.substr(0, std::min(path.find('\0'), sizeof(sockaddr_un::sun_path) - 1));
-}
-
 sockaddr_un addressOf(const std::string& path)
 {
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
-    const std::string fitting = pathInAddress(path);
-    std::memcpy(address.sun_path, fitting.data(), fitting.size());
+    const std::size_t size = std::min(path.find('\0'), path.size());
+    std::memcpy(address.sun_path, path.data(), std::min(size, sizeof address.sun_path - 1));
     return address;
 }
 
@@ -117,16 +112,16 @@ bool isTrusted(int descriptor)
 // somebody's.
 void clearPath(const std::string& path)
 {
-    const std::string fitting = pathInAddress(path);
-    if (unlink(fitting.c_str()) != 0 && (errno == EISDIR || errno == EPERM))
-        rmdir(fitting.c_str());
+    const sockaddr_un address = addressOf(path);
+    if (unlink(address.sun_path) != 0 && (errno == EISDIR || errno == EPERM))
+        rmdir(address.sun_path);
 }
 
 // Blank if there is no such file.
 SocketFile fileAt(const std::string& path)
 {
     struct stat status = {};
-    if (lstat(pathInAddress(path).c_str(), &status) != 0)
+    if (lstat(addressOf(path).sun_path, &status) != 0)
         return {};
     return {status.st_dev, status.st_ino};
 }
@@ -283,7 +278,7 @@ bool socket_peer_is_trusted(SocketHandle socket)
 
 void socket_unlink(const std::string& path)
 {
-    unlink(pathInAddress(path).c_str());
+    unlink(addressOf(path).sun_path);
 }
 
 void socket_unlink(const std::string& path, const SocketFile& own)

@@ -4,6 +4,8 @@
 #include <mutex>
 #include <utility>
 
+#include <tavo/sdk/helpers/error.h>
+
 #include "core/base/ini.h"
 #include "core/base/manager_files.h"
 #include "core/base/plugin_version.h"
@@ -28,11 +30,13 @@ int g_logUsers = 0;
 void openLog(const std::string& folder)
 {
     const std::lock_guard lock(g_logUsersMutex);
-    if (g_logUsers++ > 0)
-        return;
-    log_init(
-        folder + "/orlix_plugin_start.log", folder + "/orlix_plugin.log",
-        "ORLIX Plugin: ", ini().logToConsole, ini().logToFile, ini().logVerbosityLevel);
+    if (g_logUsers == 0)
+    {
+        log_init(
+            folder + "/orlix_plugin_start.log", folder + "/orlix_plugin.log",
+            "ORLIX Plugin: ", ini().logToConsole, ini().logToFile, ini().logVerbosityLevel);
+    }
+    ++g_logUsers; // not before, since the log may not open for want of memory
 }
 
 void closeLog()
@@ -108,12 +112,18 @@ void Engine::stopThreads()
 sdk::Result<sdk::analytics::IDeviceAgent*> Engine::doObtainDeviceAgent(
     const sdk::analytics::IDeviceInfo* deviceInfo)
 {
-    const std::size_t index = reserveIndex(DeviceAgent::deviceIdOf(*deviceInfo));
+    return sdk::withinMemory([&] { return makeDeviceAgent(*deviceInfo); });
+}
+
+sdk::Result<sdk::analytics::IDeviceAgent*> Engine::makeDeviceAgent(
+    const sdk::analytics::IDeviceInfo& deviceInfo)
+{
+    const std::size_t index = reserveIndex(DeviceAgent::deviceIdOf(deviceInfo));
     sdk::Ptr<DeviceAgent> agent;
     try
     {
         // Without the lock: the agent tells the host that it is there.
-        agent = sdk::makePtr<DeviceAgent>(deviceInfo, index, this, m_workingDirectory);
+        agent = sdk::makePtr<DeviceAgent>(&deviceInfo, index, this, m_workingDirectory);
     }
     catch (...)
     {

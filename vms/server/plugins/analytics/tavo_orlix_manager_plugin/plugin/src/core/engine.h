@@ -87,6 +87,9 @@ protected:
 private:
     friend class RuntimeManagerLoop;
 
+    sdk::Result<sdk::analytics::IDeviceAgent*> makeDeviceAgent(
+        const sdk::analytics::IDeviceInfo& deviceInfo) EXCLUDES(m_deviceAgentsMutex);
+
     // ResultReceiver: the agent gets the result under m_deviceAgentsMutex.
     [[nodiscard]] bool deliverResult(std::uint32_t inputIndex, mpack_node_t root) override
         EXCLUDES(m_deviceAgentsMutex);

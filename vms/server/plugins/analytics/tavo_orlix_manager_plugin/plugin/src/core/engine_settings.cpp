@@ -1,6 +1,7 @@
 #include <cstdlib>
 #include <memory>
 
+#include <tavo/sdk/helpers/error.h>
 #include <tavo/sdk/helpers/settings_response.h>
 
 #include "core/base/deployment.h"
@@ -44,15 +45,19 @@ std::string settingsModel()
 
 sdk::Result<const sdk::ISettingsResponse*> Engine::pluginSideSettings() const
 {
-    const std::string model = settingsModel();
-    if (model.empty())
-    {
-        log_info("Error: Failed to create engine settings JSON string.\n");
-        return {};
-    }
-    auto response = sdk::makePtr<sdk::SettingsResponse>();
-    response->setModel(model);
-    return sdk::Result<const sdk::ISettingsResponse*>(response.releasePtr());
+    return sdk::withinMemory(
+        []() -> sdk::Result<const sdk::ISettingsResponse*>
+        {
+            const std::string model = settingsModel();
+            if (model.empty())
+            {
+                log_info("Error: Failed to create engine settings JSON string.\n");
+                return {};
+            }
+            auto response = sdk::makePtr<sdk::SettingsResponse>();
+            response->setModel(model);
+            return response.releasePtr();
+        });
 }
 
 void Engine::resetDevices()

@@ -1,5 +1,7 @@
 #include "device_agent/device_agent.h"
 
+#include <new>
+
 #include <tavo/sdk/uuid.h>
 
 #include "core/base/ini.h"
@@ -35,7 +37,14 @@ DeviceAgent::~DeviceAgent()
 {
     log_info("Destroying Device Agent %zu\n", static_cast<std::size_t>(m_deviceNumber));
     m_services->removeDeviceAgent(static_cast<std::size_t>(m_deviceNumber));
-    setPluginEnabled(false);
+    try
+    {
+        setPluginEnabled(false);
+    }
+    catch (const std::bad_alloc&)
+    {
+        log_info("Warning! No memory to tell the host that a device has no agent any more.\n");
+    }
     const MutexLock lock(m_pipelineLock);
     m_pipelineTree.reset();
     m_pipelineParsed = false;

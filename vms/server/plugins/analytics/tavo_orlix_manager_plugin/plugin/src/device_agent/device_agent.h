@@ -135,6 +135,10 @@ private:
 
     // Settings and buttons.
     void applySettings() EXCLUDES(settingsLock());
+    [[nodiscard]] sdk::Result<const sdk::ISettingsResponse*> drawDialog() const
+        EXCLUDES(settingsLock());
+    [[nodiscard]] sdk::Result<const sdk::IActiveSettingChangedResponse*> serveAction(
+        const sdk::IActiveSettingChangedAction* action) EXCLUDES(settingsLock());
     void carryOut(const std::string& buttonName, SettingValues& values);
     void chooseRuntime(const std::string& name);
 

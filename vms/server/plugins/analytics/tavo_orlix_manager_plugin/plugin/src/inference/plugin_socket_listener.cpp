@@ -1,6 +1,9 @@
 #include "inference/plugin_socket_listener.h"
 
+#include <chrono>
 #include <exception>
+#include <new>
+#include <thread>
 
 #include "inference/protocol.h"
 #include "utils/log.h"
@@ -8,19 +11,13 @@
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
-void listenerLoop(
-    const std::string& socketPath, std::atomic<SocketHandle>& listeningSocket,
-    const std::atomic<bool>& shuttingDown, ResultReceiver& receiver)
+namespace
 {
-    SocketFile socketFile;
-    const SocketHandle socket = socket_listen(socketPath, &socketFile);
-    if (socket == kInvalidSocket)
-    {
-        log_info("Error: Failed to create listening socket: %s\n", socketPath.c_str());
-        return;
-    }
-    listeningSocket = socket;
 
+// Until shutdown; throws for want of memory.
+void takeResults(
+    SocketHandle socket, const std::atomic<bool>& shuttingDown, ResultReceiver& receiver)
+{
     ReceiveBuffer buffer;
     MessageTree tree;
     while (!shuttingDown)
@@ -44,6 +41,35 @@ void listenerLoop(
         }
         if (socket_close(sender) != 0)
             log_info("Warning: Sender socket close error!\n");
+    }
+}
+
+} // namespace
+
+void listenerLoop(
+    const std::string& socketPath, std::atomic<SocketHandle>& listeningSocket,
+    const std::atomic<bool>& shuttingDown, ResultReceiver& receiver)
+{
+    SocketFile socketFile;
+    const SocketHandle socket = socket_listen(socketPath, &socketFile);
+    if (socket == kInvalidSocket)
+    {
+        log_info("Error: Failed to create listening socket: %s\n", socketPath.c_str());
+        return;
+    }
+    listeningSocket = socket;
+
+    while (!shuttingDown)
+    {
+        try
+        {
+            takeResults(socket, shuttingDown, receiver);
+        }
+        catch (const std::bad_alloc& error)
+        {
+            log_info("Error in listenerLoop: %s\n", error.what());
+            std::this_thread::sleep_for(std::chrono::seconds(1)); // a tick later there may be some
+        }
     }
 
     // Whoever ends the listener has taken it, unless it was not there yet.

@@ -84,7 +84,8 @@ std::string sendAndWait(
     {}
     handler->abandon();
     log_info("Http request failed: %s\n", failure.c_str());
-    keepUnanswered(std::move(handler));
+    if (!handler->executed())
+        keepUnanswered(std::move(handler));
     return {};
 }
 

@@ -1,5 +1,6 @@
 #include "remote/orlix_completion_handler.h"
 
+#include <exception>
 #include <stdexcept>
 
 #include <tavo/sdk/ptr.h>
@@ -56,10 +57,16 @@ std::uint32_t ORLIXCompletionHandler::releaseRef() const
 
 void ORLIXCompletionHandler::State::abandon()
 {
-    if (!answered.test_and_set())
+    if (answered.test_and_set())
+        return;
+    try
     {
-        promise.set_exception(
-            std::make_exception_ptr(std::runtime_error("The host gave the request up.")));
+        throw std::runtime_error("The host gave the request up.");
+    }
+    catch (...)
+    {
+        // That one, or that there is no memory for its text: somebody waits for either.
+        promise.set_exception(std::current_exception());
     }
 }
 

@@ -9,6 +9,7 @@
 #include "remote/file_helpers.h"
 #include "runtimes/machine_info.h"
 #include "utils/command.h"
+#include "utils/folders.h"
 #include "utils/log.h"
 #include "utils/paths.h"
 #include "utils/platform_names.h"
@@ -164,7 +165,13 @@ void ManagerInstallation::remove()
         {
             const std::string path = path_join(m_installationDirectory, entry);
             log_debug("Removing path: %s\n", path.c_str());
-            std::filesystem::remove_all(pathFromUtf8(path));
+            std::error_code error;
+            remove_tree(path, error);
+            if (error)
+            {
+                throw std::filesystem::filesystem_error(
+                    "cannot remove all", pathFromUtf8(path), error);
+            }
         }
     }
     catch (const std::filesystem::filesystem_error& error)

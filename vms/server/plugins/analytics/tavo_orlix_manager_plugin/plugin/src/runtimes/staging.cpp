@@ -1,9 +1,11 @@
 #include "runtimes/staging.h"
 
 #include <filesystem>
+#include <new>
 #include <system_error>
 
-#include "remote/file_helpers.h"
+#include "utils/folders.h"
+#include "utils/paths.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -18,10 +20,9 @@ bool moveEntry(const fs::path& from, const fs::path& to);
 bool mergeFolder(const fs::path& from, const fs::path& to)
 {
     std::error_code error;
-    for (fs::directory_iterator entry(from, error), end; !error && entry != end;
-         entry.increment(error))
+    for (const std::string& name : folder_entries(utf8FromPath(from), error))
     {
-        if (!moveEntry(entry->path(), to / entry->path().filename()))
+        if (!moveEntry(from / pathFromUtf8(name), to / pathFromUtf8(name)))
             return false;
     }
     return !error;
@@ -43,14 +44,19 @@ Staging::Staging(const std::string& folder) :
     m_content(folder + "/content")
 {
     std::error_code error;
-    fs::remove_all(pathFromUtf8(m_folder), error);
+    remove_tree(m_folder, error);
     m_made = fs::create_directories(pathFromUtf8(m_content), error);
 }
 
 Staging::~Staging()
 {
-    std::error_code ignored; // the next staging tries again
-    fs::remove_all(pathFromUtf8(m_folder), ignored);
+    try
+    {
+        std::error_code ignored; // the next staging tries again
+        remove_tree(m_folder, ignored);
+    }
+    catch (const std::bad_alloc&)
+    {} // as it does here
 }
 
 bool Staging::moveInto(const std::string& target, const std::string& last) const

@@ -52,11 +52,14 @@ void DeviceAgent::getSettingsOnActiveSettingChange(
     log_debug("Active settings triggered\n");
     if (!kit::verify(outResult, "outResult"))
         return;
+    *outResult = sdk::withinMemory([&] { return serveAction(action); });
+}
+
+sdk::Result<const sdk::IActiveSettingChangedResponse*> DeviceAgent::serveAction(
+    const sdk::IActiveSettingChangedAction* action)
+{
     if (!action)
-    {
-        *outResult = sdk::error(sdk::ErrorCode::invalidParams, "Action is null");
-        return;
-    }
+        return sdk::error(sdk::ErrorCode::invalidParams, "Action is null");
     const FairMutexLock lock(settingsLock());
     const std::string name = textOrEmpty(action->activeSettingName());
     log_debug("Active setting name: %s\n", name.c_str());
@@ -64,7 +67,7 @@ void DeviceAgent::getSettingsOnActiveSettingChange(
     if (name == button::kReferenceRun)
     {
         m_services->managerInterface().sendReferenceRun();
-        return; // the dialog stays as it is
+        return {}; // the dialog stays as it is
     }
 
     auto response = sdk::makePtr<sdk::ActiveSettingChangedResponse>();
@@ -84,7 +87,7 @@ void DeviceAgent::getSettingsOnActiveSettingChange(
         settingsResponse->setModel(settingsModelBuilder(*m_services, agentErrors(), m_settings));
         response->setSettingsResponse(std::move(settingsResponse));
     }
-    *outResult = response.releasePtr();
+    return response.releasePtr();
 }
 
 // A name that is not known only gets the dialog drawn anew.

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include <tavo/sdk/helpers/error.h>
 #include <tavo/sdk/helpers/settings_response.h>
 #include <tavo/sdk/ptr.h>
 
@@ -102,6 +103,11 @@ void DeviceAgent::applySettings()
 sdk::Result<const sdk::ISettingsResponse*> DeviceAgent::pluginSideSettings() const
 {
     log_debug("Fetching plugin side settings\n");
+    return sdk::withinMemory([this] { return drawDialog(); });
+}
+
+sdk::Result<const sdk::ISettingsResponse*> DeviceAgent::drawDialog() const
+{
     DeviceSettings settings;
     SettingValues values;
     {
