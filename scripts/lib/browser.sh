@@ -2,7 +2,8 @@
 # The browser that the page is tested in, and what drives it: Debian's Chromium, and two packages of
 # npm in <cache>/browser. Needs common.sh, apt.sh.
 
-readonly kBrowserTools=(playwright-core@1.65.1 axe-core@4.14.1)
+# Playwright 1.61 is the last that runs with Debian 12's Node.js 18.
+readonly kBrowserTools=(playwright-core@1.61.1 axe-core@4.14.1)
 
 browser_tools_dir() { printf '%s\n' "$(cache_dir)/browser"; }
 

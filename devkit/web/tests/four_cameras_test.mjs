@@ -93,6 +93,7 @@ const steps = {
     },
 };
 
+let hasPassed = false;
 try {
     await server.startServices(fileURLToPath(new URL('../../services/catalogue.json', import.meta.url)), assets);
     const url = await server.startHost('--page', '0', '--video', video, '--cameras', String(kCameras), '--records',
@@ -101,12 +102,11 @@ try {
                 id: `d3a0c5b4-6f1e-4b7a-9c28-00000000000${index + 1}`, name: `Camera ${index + 1}`,
                 parameters: {}}))})));
     page = await openPage(browser, url, faults);
-    const hasPassed = await runSteps(steps, () => {
+    hasPassed = await runSteps(steps, () => {
         console.log(faults.join('\n'));
         console.log(server.output('host').split('\n').slice(-30).join('\n'));
     });
-    process.exitCode = hasPassed ? 0 : 1;
 } finally {
     await browser.close();
-    await server.close();
+    process.exitCode = await server.close(hasPassed) ? 0 : 1;
 }

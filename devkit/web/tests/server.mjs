@@ -2,11 +2,13 @@
 // of their own. Where things were built comes from the environment, see devkit/web/CMakeLists.txt.
 
 import {execFileSync, spawn} from 'node:child_process';
-import {createWriteStream, mkdirSync, mkdtempSync, readFileSync, rmSync, writeFileSync} from 'node:fs';
+import {createWriteStream, mkdirSync, mkdtempSync, readdirSync, readFileSync, readlinkSync, rmSync,
+    writeFileSync} from 'node:fs';
 import {tmpdir} from 'node:os';
 import {join} from 'node:path';
 
 const kStartMs = 30_000;
+const kGoodExits = [0, 3]; // of the host: with results, and without any
 
 export class Server {
     // files: the folder of model files; catalogue: of models and pipelines.
@@ -52,6 +54,20 @@ export class Server {
 
     async stopHost() {
         await stop(this.host);
+        if (!kGoodExits.includes(this.host.exitCode))
+            throw new Error(`the host ended with ${this.host.exitCode}`);
+    }
+
+    // To each process of the application that the library has started.
+    signalApplication(signal) {
+        for (const pid of readdirSync('/proc').filter(name => /^\d+$/.test(name))) {
+            try {
+                if (readlinkSync(`/proc/${pid}/exe`).startsWith(this.path('home')))
+                    process.kill(Number(pid), signal);
+            } catch {
+                // It has ended meanwhile.
+            }
+        }
     }
 
     // Strikes a path of the services with a fault; none ends all.
@@ -65,12 +81,17 @@ export class Server {
         await fetch(`${this.servicesUrl}/control/updated-at`, {method: 'POST', body: stamp});
     }
 
-    // Ends all processes and takes the folder away. Gives the host's exit code.
-    async close() {
+    // Ends all processes. False if the test has not passed or the host did not end well: then the
+    // folder stays, to be looked at.
+    async close(hasPassed) {
         for (const child of this.processes.reverse())
             await stop(child);
-        rmSync(this.folder, {recursive: true, force: true});
-        return this.host?.exitCode;
+        const isGood = hasPassed && kGoodExits.includes(this.host.exitCode);
+        if (isGood)
+            rmSync(this.folder, {recursive: true, force: true});
+        else
+            console.log(`host's exit code: ${this.host?.exitCode}; its files and logs: ${this.folder}`);
+        return isGood;
     }
 
     output(name) {
