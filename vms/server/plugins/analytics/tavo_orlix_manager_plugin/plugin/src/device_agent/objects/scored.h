@@ -25,7 +25,7 @@ public:
     [[nodiscard]] std::uint32_t index() const { return ~std::uint32_t(m_rank); }
     [[nodiscard]] bool isNone() const { return m_rank == 0; }
 
-    auto operator<=>(const Scored&) const = default;
+    auto operator<=>(const Scored&) const = default; // NOLINT(modernize-use-nullptr)
 
 private:
     std::uint64_t m_rank = 0;
