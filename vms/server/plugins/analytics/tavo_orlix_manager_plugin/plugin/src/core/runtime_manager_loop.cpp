@@ -1,15 +1,18 @@
 #include "core/runtime_manager_loop.h"
 
+#include <algorithm>
 #include <exception>
 #include <thread>
 #include <utility>
 #include <vector>
 
+#include "core/base/ini.h"
 #include "core/engine.h"
 #include "core/loop_decisions.h"
 #include "device_agent/device_agent.h"
 #include "remote/host_rest_client.h"
 #include "remote/text_helpers.h"
+#include "utils/deadline.h"
 #include "utils/log.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -123,8 +126,13 @@ bool RuntimeManagerLoop::checkManager(Pass& pass)
 
 bool RuntimeManagerLoop::walkAgents(Pass& pass)
 {
+    // A cloud that does not answer is not waited for once for each camera, before the application
+    // may start: those that are not asked now are in the passes to come.
+    const Deadline patience(std::clamp(ini().HTTPRequestTimeout, 1, 60) * 1000);
     for (const std::size_t index : m_engine.deviceAgentIndices())
     {
+        if (patience.hasPassed())
+            break;
         // One at a time, so that no agent outlives the host's last reference for another's request.
         if (const auto agent = m_engine.deviceAgentAt(index))
             agent->fetchAvailablePipelines(m_engine.m_messageBoard);

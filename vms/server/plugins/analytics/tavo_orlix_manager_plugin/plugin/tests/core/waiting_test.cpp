@@ -212,6 +212,17 @@ TEST_F(NobodyWaits, ForTheCloud)
     EXPECT_EQ(kEnabled, lastPatchOf(3));
 }
 
+// The application is started at the end of a pass, whatever the cameras still wait for.
+TEST_F(NobodyWaits, ForOneTimeOutOfTheCloudAfterTheOther)
+{
+    constexpr int kRequests = 3;
+    ini().HTTPRequestTimeout = 1;
+    for (const int device : {1, 2, 3})
+        addAgent(device);
+    ASSERT_TRUE(m_cloudGate->isReached(kRequests));
+    EXPECT_LE(kRequests, std::ssize(m_host->requests("GET /rest/v4/devices?"))) << "one a pass";
+}
+
 // An agent that goes later than its successor comes must not tell the host that there is none.
 TEST_F(NobodyWaits, ForAnAgentThatIsStillInUse)
 {
