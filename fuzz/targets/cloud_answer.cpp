@@ -17,8 +17,7 @@ yyjson_val* patched(const JsonDocument& patch)
 
 } // namespace
 
-// What the cloud answers becomes patches of the host's records, and their ids
-// parts of paths.
+// What the cloud answers becomes patches of the host's records, and their ids parts of paths.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const std::string_view text = tavo::fuzz::asText(data, size);

@@ -45,8 +45,8 @@ void checkAgent(yyjson_val* record)
     static_cast<void>(services.takeRequests());
 }
 
-// What a system that is ready shows of the record, which stands for the
-// application's files of processors as well.
+// What a system that is ready shows of the record, which stands for the application's files of
+// processors as well.
 void checkReadyDialog(std::string_view text, yyjson_val* record)
 {
     yyjson_val* const ours = pluginParameters(record);
@@ -104,8 +104,7 @@ void checkModelFiles(yyjson_val* models)
 
 } // namespace
 
-// A device's record, or a list of them, as the host has it: whatever it is,
-// there is a dialog.
+// A device's record, or a list of them, as the host has it: whatever it is, there is a dialog.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const std::string_view text = tavo::fuzz::asText(data, size);

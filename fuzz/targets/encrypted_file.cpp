@@ -8,8 +8,8 @@
 
 using namespace tavo::vms_server_plugins::analytics::orlix;
 
-// A model's file as the storage has it: one that is true comes back, one that
-// is not never passes for a model.
+// A model's file as the storage has it: one that is true comes back, one that is not never passes
+// for a model.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     static const TemporaryFolder folder;

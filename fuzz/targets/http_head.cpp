@@ -38,8 +38,8 @@ void checkResponse(const Response& response, std::size_t size)
 
 } // namespace
 
-// The heads of a server's answer, line by line as the transport hands them on,
-// and the host's whole answer in one text.
+// The heads of a server's answer, line by line as the transport hands them on, and the host's whole
+// answer in one text.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const std::string_view text = tavo::fuzz::asText(data, size);

@@ -109,8 +109,7 @@ void checkPatch(yyjson_val* pipelines)
 
 } // namespace
 
-// A device's pipelines as the cloud writes them: into a tree and what it means,
-// and back.
+// A device's pipelines as the cloud writes them: into a tree and what it means, and back.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const JsonDocument document = parseJson(tavo::fuzz::asText(data, size));

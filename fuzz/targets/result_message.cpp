@@ -84,8 +84,8 @@ private:
 
 } // namespace
 
-// From the bytes of a result message to the packets that the host gets. Twice,
-// since an agent follows objects from result to result.
+// From the bytes of a result message to the packets that the host gets. Twice, since an agent
+// follows objects from result to result.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     static const TemporaryFolder folder;

@@ -64,8 +64,7 @@ void checkMessage(const DeviceSettings& settings)
 
 } // namespace
 
-// A device's settings as the host gives them, up to the message that carries
-// them.
+// A device's settings as the host gives them, up to the message that carries them.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const SettingValues values = valuesIn(tavo::fuzz::asText(data, size));

@@ -4,8 +4,7 @@
 
 using namespace tavo::vms_server_plugins::analytics::orlix;
 
-// A cache file as it is found on the disk: what is read and written comes back
-// the same.
+// A cache file as it is found on the disk: what is read and written comes back the same.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     static const TemporaryFolder folder;

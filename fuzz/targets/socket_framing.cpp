@@ -12,8 +12,8 @@ using namespace tavo::vms_server_plugins::analytics::orlix;
 namespace
 {
 
-// What a buffer is to hold after a few connections, by the words of sockets.h;
-// of a large message only the start.
+// What a buffer is to hold after a few connections, by the words of sockets.h; of a large message
+// only the start.
 class Model
 {
 public:
@@ -68,9 +68,8 @@ void shrinkSize(std::string& stream)
 
 } // namespace
 
-// What peers write to a socket: connections one after the other, which share a
-// buffer. Each is a byte for its length and whether more messages are expected
-// on it, and then its bytes.
+// What peers write to a socket: connections one after the other, which share a buffer. Each is a
+// byte for its length and whether more messages are expected on it, and then its bytes.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     static const TemporaryFolder folder;

@@ -32,8 +32,7 @@ int compare(const std::string& a, const std::string& b)
 
 } // namespace
 
-// What the tools of accelerators' vendors print. Versions of it end up in the
-// names of packages.
+// What the tools of accelerators' vendors print. Versions of it end up in the names of packages.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const std::string text(tavo::fuzz::asText(data, size));

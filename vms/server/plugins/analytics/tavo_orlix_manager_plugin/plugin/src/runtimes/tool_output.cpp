@@ -13,12 +13,12 @@ namespace
 constexpr std::size_t kMaxToolOutput = 4096;
 
 // The first group of every match.
-std::vector<std::string> firstGroups(const std::string& output, const char* expression)
+std::vector<std::string> firstGroups(const std::string& output, const std::regex& expression)
 {
     std::vector<std::string> groups;
     const std::string text = output.substr(0, kMaxToolOutput);
-    const std::regex regex(expression);
-    for (std::sregex_iterator match(text.begin(), text.end(), regex), end; match != end; ++match)
+    for (std::sregex_iterator match(text.begin(), text.end(), expression), end; match != end;
+         ++match)
         groups.push_back((*match)[1]);
     return groups;
 }
@@ -27,21 +27,22 @@ std::vector<std::string> firstGroups(const std::string& output, const char* expr
 
 std::string deepxVersionIn(const std::string& output)
 {
-    const std::vector<std::string> versions =
-        firstGroups(output, R"(DXRT v([0-9]+\.[0-9]+\.[0-9]+))");
+    static const std::regex kVersion(R"(DXRT v([0-9]+\.[0-9]+\.[0-9]+))");
+    const std::vector<std::string> versions = firstGroups(output, kVersion);
     return versions.empty() ? std::string() : versions.front();
 }
 
 std::string hailoVersionIn(const std::string& output)
 {
-    const std::vector<std::string> versions =
-        firstGroups(output, R"(HailoRT-CLI version (\d+\.\d+\.\d+))");
+    static const std::regex kVersion(R"(HailoRT-CLI version (\d+\.\d+\.\d+))");
+    const std::vector<std::string> versions = firstGroups(output, kVersion);
     return versions.size() == 1 ? versions.front() : std::string();
 }
 
 int hailoTypeIn(const std::string& output)
 {
-    for (const std::string& name : firstGroups(output, R"(Device Architecture: (\w+))"))
+    static const std::regex kArchitecture(R"(Device Architecture: (\w+))");
+    for (const std::string& name : firstGroups(output, kArchitecture))
     {
         if (name == "HAILO8")
             return 1;
