@@ -24,7 +24,7 @@ GRACE_SECONDS = 2
 RESULT_SECONDS = 90
 CAMERAS = 2
 MODEL_BYTES = 32 << 20  # so that decrypting takes a while
-AIMS = (["any moment"] * 9 + ["decrypting"] * 5 + ["application starting"] * 2 + ["running"] * 2
+AIMS = (["any moment"] * 7 + ["decrypting"] * 5 + ["application starting"] * 3 + ["running"] * 3
         + ["installing"] * 2)
 
 
@@ -101,7 +101,7 @@ class Rounds:
         self.set_up()
         self.kill(0, "set up", "running")
         for index in range(1, self.options.rounds + 1):
-            wiped = self.numbers.random() < 0.12
+            wiped = self.numbers.random() < 0.2
             aim = self.numbers.choice(AIMS)
             delay = self.numbers.uniform(0, 9 if wiped else 6.5)
             little = self.numbers.uniform(0, 0.1)
@@ -154,6 +154,7 @@ def main():
     parser.add_argument("rounds", type=int)
     parser.add_argument("seed")
     parser.add_argument("--build", required=True, type=os.path.abspath)
+    server.end_by_signal()
     rounds = Rounds(parser.parse_args())
     try:
         rounds.run()

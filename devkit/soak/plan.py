@@ -6,8 +6,8 @@ import server
 
 # How often each happens, in proportion. All happen once, in some order, before any does again.
 _WEIGHTS = {
-    "kill host": 0.35,
-    "restart host": 0.25,
+    "kill host": 0.2,
+    "restart host": 0.1,
     "stop host": 1.5,
     "kill keeper": 1.5,
     "stop keeper": 1,
@@ -17,7 +17,7 @@ _WEIGHTS = {
     "stop brunmod": 2,
     "kill brund": 2.5,
     "stop brund": 2,
-    "stop brunmod, kill host": 0.15,
+    "stop brunmod, kill host": 0.1,
     "stop brund, kill brunmod": 1,
     "settings": 5,
     "wrong settings": 1.5,

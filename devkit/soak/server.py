@@ -8,6 +8,7 @@ import re
 import shutil
 import signal
 import subprocess
+import sys
 import tempfile
 import threading
 import time
@@ -245,6 +246,11 @@ class Server:
         if answer["values"] != values:
             self.enter(camera, answer["values"])
         return answer
+
+
+def end_by_signal():
+    """Whoever is told to end has processes to take along."""
+    signal.signal(signal.SIGTERM, lambda number, _: sys.exit(128 + number))
 
 
 def use_private_shared_memory():

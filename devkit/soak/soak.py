@@ -343,6 +343,7 @@ def main():
     parser.add_argument("minutes", type=float)
     parser.add_argument("seed")
     parser.add_argument("--build", required=True, type=os.path.abspath)
+    server.end_by_signal()
     soak = Soak(parser.parse_args())
     finding = None
     try:
