@@ -91,7 +91,7 @@ class Rounds:
                 if self.copies():
                     return
                 time.sleep(0.001)
-            elif self.stage() == stage:
+            elif self.stage() in (stage, "running"):  # which may be there before the next look
                 return
             else:
                 time.sleep(0.01)
