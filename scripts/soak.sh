@@ -21,6 +21,8 @@ set -euo pipefail
 here=$(dirname "${BASH_SOURCE[0]}")
 # shellcheck source=scripts/lib/common.sh
 . "$here/lib/common.sh"
+# shellcheck source=scripts/lib/apt.sh
+. "$here/lib/apt.sh"
 
 readonly kTargets=(tavo_orlix_manager_plugin tavo_host tavo_services runtime_packages
     orlix_manager_archive)
@@ -60,6 +62,8 @@ parse_options()
 
 build_all()
 {
+    "$here/setup.sh" build
+    command -v python3 >/dev/null || install_packages python3
     (
         cd "$repo"
         cmake --preset "$preset" >/dev/null

@@ -16,6 +16,7 @@ import collections
 import errno
 import os
 import signal
+import subprocess
 import sys
 import time
 
@@ -368,9 +369,13 @@ def keep_state(soak, finding):
     if not finding:
         return
     kept = os.path.join(soak.scratch, "kept")
+    os.mkdir(kept)
     for folder in (soak.server.home, soak.server.temporary):
-        os.system("mkdir -p '%s' && cp -a '%s' '%s' 2>/dev/null" % (kept, folder, kept))
-    os.system("ps -ef > '%s/processes.txt'; ls -la /dev/shm > '%s/segments.txt'" % (kept, kept))
+        subprocess.run(["cp", "-a", folder, kept], stderr=subprocess.DEVNULL, check=False)
+    with open(os.path.join(kept, "processes.txt"), "w") as out:
+        subprocess.run(["ps", "-ef"], stdout=out, check=False)
+    with open(os.path.join(kept, "segments.txt"), "w") as out:
+        out.writelines(name + "\n" for name in os.listdir("/dev/shm"))
 
 
 if __name__ == "__main__":
