@@ -9,8 +9,10 @@ import server
 RESULT_SECONDS = 5  # from when everything needed is up to results of every camera
 FLUSH_SECONDS = 2.5  # the host tells its results once a second
 UP_SECONDS = 60  # until the application is up; an installation may be needed before
+HELPED_SECONDS = 150  # the same, with all that may be pressed meanwhile
 ANSWER_SECONDS = 5  # for a dialog, whatever is stopped beside the host
 ORPHAN_SECONDS = 2
+TWO_SECONDS = 10  # that an old application may take to end beside the new one
 SET_UP_SECONDS = 20  # of a host's life, until it holds what it needs
 WARM_UP_SECONDS = 150  # of a host's life, before its memory is looked at
 SLOPE_MB = 0.5  # a minute, at most
@@ -74,7 +76,6 @@ class Watch:
         self._strangers = {}
         self._last_sample = 0.0
         self._last_help = 0.0
-        self._stale = {}
 
     # What happens from now on says nothing: something is stopped, or full.
     def disturb(self):
@@ -122,16 +123,18 @@ class Watch:
         engines = family.get("brund", [])
         modules = family.get("brunmod", [])
         if len(engines) > 1 or len(modules) > 1:
-            oldest_but_one = sorted(each.started for each in engines + modules)[-1]
-            if now - oldest_but_one > RESULT_SECONDS + UP_SECONDS / 10:
+            newest = max(each.started for each in engines + modules)
+            if now - newest > TWO_SECONDS:
                 raise Finding("two applications: %s" % ", ".join(map(str, engines + modules)))
             return
         if not engines or not modules:
             if self.application:
                 self.application = None
                 self.away_since = now
-            elif now - max(self.away_since, self._last_help) > UP_SECONDS:
-                raise Finding("the application was not up within %d s" % UP_SECONDS)
+            elif now - max(self.away_since, self._last_help) > UP_SECONDS \
+                    or now - self.away_since > HELPED_SECONDS:
+                raise Finding(
+                    "the application was not up after %d s" % (now - self.away_since))
             elif now - self.away_since > 4 and now - self._last_help > 5:
                 self._help()
             return
