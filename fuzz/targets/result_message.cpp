@@ -82,12 +82,26 @@ private:
     DeviceAgent& m_agent;
 };
 
+// Bytes of the first of several messages; all of them where that is none.
+std::size_t sizeOfFirst(std::span<const char> messages)
+{
+    mpack_tree_t tree;
+    mpack_tree_init_data(&tree, messages.data(), messages.size());
+    mpack_tree_set_limits(&tree, messages.size(), kMaxTreeNodes);
+    mpack_tree_parse(&tree);
+    const std::size_t size =
+        mpack_tree_error(&tree) == mpack_ok ? mpack_tree_size(&tree) : messages.size();
+    mpack_tree_destroy(&tree);
+    return size;
+}
+
 } // namespace
 
-// From the bytes of a result message to the packets that the host gets. Twice, since an agent
-// follows objects from result to result.
+// From the bytes of result messages, one behind the other, to the packets that the host gets. The
+// last one comes twice, since an agent follows objects from result to result.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
+    constexpr int kMaxMessages = 16;
     static const TemporaryFolder folder;
     static BareServices services(folder.path());
     static const auto device = sdk::makePtr<FakeDevice>("{00010203-0405-0607-0809-0a0b0c0d0e0f}");
@@ -97,9 +111,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     agent->setHandler(handler.get());
     Receiver receiver(*agent);
     MessageTree tree;
-    const std::span<const char> message(reinterpret_cast<const char*>(data), size);
-    for (int i = 0; i < 2; ++i)
+    std::span<const char> rest(reinterpret_cast<const char*>(data), size);
+    std::span<const char> message;
+    for (int i = 0; i < kMaxMessages && !rest.empty(); ++i)
+    {
+        message = rest.first(sizeOfFirst(rest));
+        rest = rest.subspan(message.size());
         handleSocketMessage(receiver, message, tree);
+    }
+    handleSocketMessage(receiver, message, tree);
     static_cast<void>(services.takeRequests());
     return 0;
 }
