@@ -1,6 +1,7 @@
 #include <tavo/kit/ini_config.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <fstream>
 #include <optional>
@@ -102,11 +103,15 @@ void IniConfig::reload()
         return report("is not a file; all options have their defaults");
 
     std::ifstream file(path, std::ios::binary);
-    std::string content(kMaxFileSize + 1, '\0');
-    file.read(content.data(), static_cast<std::streamsize>(content.size()));
+    std::string content;
+    std::array<char, 4096> block;
+    while (file && content.size() <= kMaxFileSize)
+    {
+        file.read(block.data(), block.size());
+        content.append(block.data(), static_cast<size_t>(file.gcount()));
+    }
     if (!file.is_open() || file.bad())
         return report("cannot be read; all options have their defaults");
-    content.resize(static_cast<size_t>(file.gcount()));
     if (content.size() > kMaxFileSize || content.find('\0') != std::string::npos)
         return report("is not a text file of options; all options have their defaults");
 
