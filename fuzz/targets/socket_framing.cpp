@@ -50,13 +50,13 @@ public:
 private:
     std::uint32_t m_capacity = 0;
     std::uint32_t m_announced = 0;
-    std::string m_start = std::string(64 * 1024, '\0'); // longer than any input
+    std::string m_start = std::string(8 * 1024, '\0'); // longer than any input
 };
 
 // Large messages that are taken would cost more time than they are worth: they are made small.
 void shrinkSize(std::string& stream)
 {
-    constexpr std::uint32_t kLarge = 1 << 20;
+    constexpr std::uint32_t kLarge = 1 << 16;
     std::uint32_t announced = 0;
     if (stream.size() < sizeof announced)
         return;
@@ -76,7 +76,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static const SocketHandle listening = socket_listen(folder.path("s"));
     FUZZ_CHECK(listening != kInvalidSocket);
 
-    std::string_view rest = tavo::fuzz::asText(data, std::min<std::size_t>(size, 60'000));
+    std::string_view rest = tavo::fuzz::asText(data, std::min<std::size_t>(size, 8'000));
     ReceiveBuffer buffer;
     Model model;
     while (!rest.empty())
