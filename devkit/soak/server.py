@@ -276,7 +276,7 @@ def small_folder(path, megabytes):
 
 
 def remove_folder(path):
-    if may_mount():
+    if may_mount() and os.path.isdir(path):
         for folder in (os.path.join(path, name) for name in os.listdir(path)):
             if os.path.ismount(folder):
                 subprocess.run(["umount", "-l", folder], check=False)
