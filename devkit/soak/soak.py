@@ -97,6 +97,9 @@ class Soak:
         end = time.time() + seconds
         while time.time() < end or not self.watch.is_settled():
             self.watch.tick()
+            if self.watch.wants_restart:
+                self.watch.wants_restart = False
+                self.do_restart(None)
             time.sleep(TICK_SECONDS)
 
     def pass_by(self, seconds):

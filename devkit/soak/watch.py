@@ -14,7 +14,7 @@ ANSWER_SECONDS = 5  # for a dialog, whatever is stopped beside the host
 ORPHAN_SECONDS = 2
 TWO_SECONDS = 10  # that an old application may take to end beside the new one
 SET_UP_SECONDS = 20  # of a host's life, until it holds what it needs
-WARM_UP_SECONDS = 150  # of a host's life, before its memory is looked at
+WARM_UP_SECONDS = 200  # of a host's life, before its memory is looked at
 SLOPE_MB = 0.5  # a minute, at most
 SLOPE_FROM_MINUTES = 5  # of samples; fewer tell nothing
 HELD_MORE = 4  # descriptors or threads, between two calm moments of one life
@@ -72,10 +72,11 @@ class Watch:
         self.recoveries = []  # seconds from everything up to results of every camera
         self.away = []  # seconds without an application
         self.helped = 0
+        self.wants_restart = False
         self.lives = []
         self._strangers = {}
         self._last_sample = 0.0
-        self._last_help = 0.0
+        self._last_help = self._last_look = 0.0
 
     # What happens from now on says nothing: something is stopped, or full.
     def disturb(self):
@@ -135,7 +136,7 @@ class Watch:
                     or now - self.away_since > HELPED_SECONDS:
                 raise Finding(
                     "the application was not up after %d s" % (now - self.away_since))
-            elif now - self.away_since > 4 and now - self._last_help > 5:
+            elif now - self.away_since > 4 and now - self._last_look > 5:
                 self._help()
             return
         engine = engines[0]
@@ -171,7 +172,7 @@ class Watch:
 
     def _help(self):
         """What the guide tells an administrator to do about what the dialog shows."""
-        self._last_help = time.time()
+        self._last_look = time.time()
         if not self.server.find_page(0.1):
             return
         _, buttons, banners = self.answered(lambda: self.server.dialog())
@@ -188,8 +189,12 @@ class Watch:
                 "could not be installed", "Failed to decrypt", "Failed to start", "key file missing",
                 "Model file missing")):
             button = "clearCacheButton"
+        elif "could not be installed" in shown:
+            self.wants_restart = True
+            self.outcome.append("restarted the host")
         if button in buttons:
             self.helped += 1
+            self._last_help = time.time()
             self.outcome.append("pressed " + button)
             self.answered(lambda: self.server.press(0, button))
 
