@@ -1,6 +1,7 @@
 // Boxes on a canvas.
 
 const kColours = ['#ff5252', '#40c4ff', '#69f0ae', '#ffd740', '#e040fb', '#ff9100', '#18ffff', '#b2ff59'];
+const kAttributesFrom = 560; // on narrower pictures they would cover what they tell of
 
 export function trackColour(trackId) {
     let hash = 0;
@@ -32,10 +33,10 @@ export function drawObjects(context, width, height, objects, isHeld, scale) {
     context.setLineDash([]);
 }
 
-// The class and the track, and smaller the attributes, above the box's corner.
+// The class and the track, and smaller the attributes if there is room, above the box's corner.
 function drawLabel(context, object, boxLeft, bottom, width, scale) {
     const lines = [{text: `${className(object.typeId)} ${shortTrack(object.trackId)}`, size: 11, weight: 600}];
-    for (const {name, value} of object.attributes ?? [])
+    for (const {name, value} of width / scale < kAttributesFrom ? [] : object.attributes ?? [])
         lines.push({text: `${name} ${value}`, size: 9, weight: 400});
     for (const line of lines)
         line.font = `${line.weight} ${line.size * scale}px system-ui, sans-serif`;
