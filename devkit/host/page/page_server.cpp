@@ -77,6 +77,13 @@ ViewerWish readWish(const httplib::Request& request)
     return wish;
 }
 
+// Of this library's servers two would share a port, and each get some of the requests.
+bool somebodyListens(const PageAddress& address)
+{
+    return httplib::Client(address.host, address.port).Get("/").error() !=
+        httplib::Error::Connection;
+}
+
 std::string addressUrl(const PageAddress& address)
 {
     const bool isIpv6 = address.host.find(':') != std::string::npos;
@@ -123,7 +130,7 @@ PageServer::PageServer(Host& host, LiveView& live, PageAddress address, const st
 
     if (m_address.port == 0)
         m_address.port = m_server.bind_to_any_port(m_address.host);
-    else if (!m_server.bind_to_port(m_address.host, m_address.port))
+    else if (somebodyListens(m_address) || !m_server.bind_to_port(m_address.host, m_address.port))
         m_address.port = -1;
     if (m_address.port < 0)
         throw std::runtime_error("The page cannot be served at " + m_address.host + ".");

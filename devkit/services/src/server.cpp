@@ -15,6 +15,7 @@ namespace
 constexpr std::size_t kSlowPiece = 64 * 1024;
 constexpr char kBinary[] = "application/octet-stream";
 constexpr char kModelTime[] = "Sun, 01 Nov 2026 12:00:00 GMT";
+constexpr char kHost[] = "127.0.0.1";
 constexpr char kSomeOtherDigest[] = "AAAAAAAAAAAAAAAAAAAAAA==";
 
 std::string readWhole(const std::string& path)
@@ -74,6 +75,12 @@ bool replaceAnswer(httplib::Response& response, const std::optional<Fault>& faul
     return true;
 }
 
+// Of this library's servers two would share a port, and each get some of the requests.
+bool somebodyListens(int port)
+{
+    return httplib::Client(kHost, port).Get("/").error() != httplib::Error::Connection;
+}
+
 std::unique_ptr<httplib::Server> makeServer(const ServicesOptions& options)
 {
     if (options.certificate.empty())
@@ -111,9 +118,10 @@ Services::Services(ServicesOptions options) :
 
 int Services::bind()
 {
-    m_port = m_options.port == 0 ? m_server->bind_to_any_port("127.0.0.1")
-        : m_server->bind_to_port("127.0.0.1", m_options.port) ? m_options.port
-                                                              : -1;
+    if (m_options.port == 0)
+        m_port = m_server->bind_to_any_port(kHost);
+    else if (!somebodyListens(m_options.port) && m_server->bind_to_port(kHost, m_options.port))
+        m_port = m_options.port;
     return m_port;
 }
 
@@ -124,6 +132,8 @@ void Services::serve()
 
 void Services::stop()
 {
+    while (!m_server->is_running()) // before, stop would not stop it
+        std::this_thread::yield();
     m_server->stop();
 }
 

@@ -42,7 +42,8 @@ public:
     // Gives the port; -1 if it cannot be had.
     int bind();
 
-    // Serves until stop, which may be called from another thread.
+    // Serves until stop, which may be called from another thread as soon as this one is called, or
+    // about to be.
     void serve();
     void stop();
 

@@ -10,7 +10,7 @@ const kSkipped = 77;
 const kChromium = ['/usr/bin/chromium', '/usr/bin/chromium-browser'].find(existsSync);
 const kArguments = ['--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
     '--disable-background-networking', '--disable-component-update', '--disable-sync'];
-export const kPatienceMs = 60_000;
+export const kPatienceMs = 150_000; // a busy machine shows few pictures a second
 
 const tools = process.env.TAVO_BROWSER_TOOLS ?? '';
 

@@ -8,7 +8,7 @@ import {kWalk, Server, walkingSquare} from './server.mjs';
 const kWidth = 320;
 const kHeight = 240;
 const kWatchUs = 6_000_000; // longer than the square's way and its pause
-const kSamples = 20;
+const kSamples = 10;
 const kBoxMargin = 4; // pixels that the detector's box is wider by, on each side
 
 const browser = await launchBrowser();
