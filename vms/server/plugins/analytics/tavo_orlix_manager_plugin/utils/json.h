@@ -15,7 +15,7 @@ namespace tavo::vms_server_plugins::analytics::orlix
 struct JsonDeleter
 {
     void operator()(yyjson_doc* document) const { yyjson_doc_free(document); }
-    void operator()(yyjson_mut_doc* document) const { yyjson_mut_doc_free(document); }
+    void operator()(yyjson_mut_doc* document) const;
 };
 
 // A parsed, immutable document; null when the text did not parse.
@@ -24,15 +24,16 @@ using JsonDocument = std::unique_ptr<yyjson_doc, JsonDeleter>;
 // A document under construction.
 using MutableJsonDocument = std::unique_ptr<yyjson_mut_doc, JsonDeleter>;
 
-[[nodiscard]] inline JsonDocument parseJson(std::string_view text)
-{
-    return JsonDocument(yyjson_read(text.data(), text.size(), YYJSON_READ_NOFLAG));
-}
+// Throws std::bad_alloc for want of memory, which is no fault of the text's.
+[[nodiscard]] JsonDocument parseJson(std::string_view text);
 
-[[nodiscard]] inline MutableJsonDocument newJsonDocument()
-{
-    return MutableJsonDocument(yyjson_mut_doc_new(nullptr));
-}
+// Throws std::bad_alloc. Later on what there is no memory for is left out, without a word: see
+// requireWhole.
+[[nodiscard]] MutableJsonDocument newJsonDocument();
+
+// To be called before a document of newJsonDocument is used: throws std::bad_alloc if something of
+// it was left out.
+void requireWhole(const yyjson_mut_doc* document);
 
 // The text of a string value; empty for null and for every other type. Valid while its document is.
 [[nodiscard]] inline std::string_view jsonText(yyjson_val* value)

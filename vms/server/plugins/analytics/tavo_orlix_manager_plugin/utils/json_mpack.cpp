@@ -1,6 +1,7 @@
 #include "utils/json_mpack.h"
 
 #include <cstddef>
+#include <new>
 #include <string>
 
 #include "utils/log.h"
@@ -229,13 +230,18 @@ std::unique_ptr<MpackTree> json_to_mpack_tree(yyjson_val* value)
     MpackGrowableWriter writer;
     const bool whole = json_to_mpack_write(value, writer.writer());
     const mpack_error_t error = writer.close();
+    if (error == mpack_error_memory)
+        throw std::bad_alloc();
     if (!whole || error != mpack_ok)
     {
         log_info("Problem writing data: %s\n", mpack_error_to_string(error));
         return nullptr;
     }
     const std::size_t size = writer.bytes().size();
-    return std::make_unique<MpackTree>(writer.takeBytes(), size);
+    auto tree = std::make_unique<MpackTree>(writer.takeBytes(), size);
+    if (tree->error() == mpack_error_memory)
+        throw std::bad_alloc();
+    return tree;
 }
 
 bool json_to_mpack_write(yyjson_val* value, mpack_writer_t* writer)

@@ -99,17 +99,21 @@ bool RuntimeManagerLoop::applyDevicesIfChanged(Pass& pass)
         m_engine.m_messageBoard.removeMessage(board_key::kRetryDownloads);
     }
     m_engine.m_agentMade = false; // an agent that comes from here on asks anew
+    // Nothing is applied until all is: what ends this pass half way has the next one do it again.
+    m_state.lastDevicesParameters.clear();
     const std::string mimeType = runtimes.getMimeType(runtimes.getInstalledRuntimeName());
-    const bool changed = applyDevicesParameters(
+    m_state.isRestartDue |= applyDevicesParameters(
         yyjson_doc_get_root(document.get()), mimeType, runtimes.runtimeChanged());
     runtimes.clearRuntimeChanged();
-    if (changed && pass.managerStatus == ManagerState::Running)
+    if (m_state.isRestartDue && pass.managerStatus == ManagerState::Running)
     {
         log_info("Settings change detected. Restarting runtime\n");
         stopManager();
         startManager();
     }
-    m_state.lastDevicesParameters = std::move(pass.devicesParameters);
+    m_state.isRestartDue = false;
+    if (m_engine.m_managerInterface.settingsAreWritten())
+        m_state.lastDevicesParameters = std::move(pass.devicesParameters);
     return true;
 }
 

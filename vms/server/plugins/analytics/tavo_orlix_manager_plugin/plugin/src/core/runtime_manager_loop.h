@@ -62,7 +62,8 @@ private:
     struct State
     {
         bool firstPass = true;
-        std::string lastDevicesParameters; // as they were last applied
+        std::string lastDevicesParameters; // as they were last applied, whole
+        bool isRestartDue = false; // of the manager application, for what was applied meanwhile
         bool isReportedDead = false; // the manager application, which may not be started again
     };
 

@@ -50,7 +50,8 @@ ModelChange findModelChange(const ModelStamps& known, const AssignedModels& assi
 bool OrlixManagerInterface::updateSettings(
     MutableJsonDocument document, const AssignedModels& assignedModels, bool force)
 {
-    if (!force)
+    requireWhole(document.get());
+    if (!force && m_settingsAreWritten)
     {
         switch (findModelChange(m_changeTable, assignedModels))
         {
@@ -67,6 +68,7 @@ bool OrlixManagerInterface::updateSettings(
                 break;
         }
     }
+    m_settingsAreWritten = false;
     m_changeTable.clear();
     for (const auto& [id, model] : assignedModels)
         m_changeTable.emplace(model.id, model.updatedAt);
@@ -83,9 +85,11 @@ bool OrlixManagerInterface::updateSettings(
     std::error_code ignored; // shows in the next step
     // An application's archive may come without the folder.
     std::filesystem::create_directories(pathFromUtf8(path).parent_path(), ignored);
-    // A failure is not told: the application then starts with what it had.
-    static_cast<void>(replaceFile(path, {text.get(), size}));
-    return true;
+    // Until then the application starts with what it had.
+    m_settingsAreWritten = replaceFile(path, {text.get(), size});
+    if (!m_settingsAreWritten)
+        log_info("Warning! Could not write runtime settings: %s\n", path.c_str());
+    return m_settingsAreWritten;
 }
 
 JsonDocument OrlixManagerInterface::loadExternalPreprocessors() const

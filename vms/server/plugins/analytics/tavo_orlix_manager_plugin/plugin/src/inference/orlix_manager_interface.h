@@ -72,10 +72,13 @@ public:
     [[nodiscard]] bool sendInput(const MessageBuffer& message, std::uint64_t deviceNumber);
 
     // Writes etc/settings.json if a model or its change stamp differs from the last write, or if
-    // `force`; true if it was to be rewritten, also if the disk refused, and the application then
+    // `force`, or if the last write failed; true if it was rewritten, and the application then
     // needs a restart. `document` is the array of model objects.
     [[nodiscard]] bool updateSettings(
         MutableJsonDocument document, const AssignedModels& assignedModels, bool force);
+
+    // False from a write that the disk refused to the next one that succeeds.
+    [[nodiscard]] bool settingsAreWritten() const { return m_settingsAreWritten; }
 
     // Null if the file is missing or does not parse, which is a normal case.
     [[nodiscard]] JsonDocument loadExternalPreprocessors() const;
@@ -110,6 +113,7 @@ private:
     std::set<std::string> m_decryptedCopies; // paths; deleted by the job too, if this dies
     std::uint64_t m_startTimeMs = 0; // wall clock of the last successful start
     ModelStamps m_changeTable; // as of the last write of the settings file
+    bool m_settingsAreWritten = true;
     const SmallMessage m_completionMessage = SmallMessage::completion();
     AttachedSegments m_segments; // provides its own locking, as the next
     CopyChoice m_copyChoice;

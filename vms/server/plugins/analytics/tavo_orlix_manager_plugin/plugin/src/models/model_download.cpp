@@ -135,7 +135,7 @@ private:
         if (!file)
         {
             log_info("Error opening file for writing\n");
-            return false;
+            return failedToPlace();
         }
         std::uint64_t received = 0;
         TransferPace pace(m_download.floor);
@@ -202,27 +202,31 @@ private:
         if (file && std::fclose(file.release()) == 0 && written)
             return true;
         log_info("ERROR: Failed to save the symmetric key.\n");
-        return false;
+        return failedToPlace();
     }
 
     bool moveIntoPlace()
     {
         if (!rename(m_temporaryPath, m_download.modelPath))
-        {
-            return failed(
-                "Failed to rename file " + m_temporaryPath + " to: " + m_download.modelPath +
-                "\nEnsure file is accessible and not being used by another program.");
-        }
+            return failedToPlace();
         if (m_download.encrypted && !rename(m_temporaryKeyPath, m_download.keyPath))
         {
             log_info("ERROR: Failed to save the symmetric key.\n");
-            return false;
+            return failedToPlace();
         }
         log_info(
             "Download completed of %s to %s\n", m_download.url.c_str(),
             m_download.modelPath.c_str());
         m_board.removeMessage(board_key::kModelDownloadFailed + m_download.modelPath);
         return true;
+    }
+
+    // Told whichever of the files it was: what is told is what a user can try again.
+    bool failedToPlace()
+    {
+        return failed(
+            "Failed to rename file " + m_temporaryPath + " to: " + m_download.modelPath +
+            "\nEnsure file is accessible and not being used by another program.");
     }
 
     // A structured field's byte sequence stands between colons.

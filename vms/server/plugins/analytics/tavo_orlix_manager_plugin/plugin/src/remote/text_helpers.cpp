@@ -37,6 +37,7 @@ std::string_view withoutBraces(std::string_view text)
 
 std::string compactJson(const yyjson_mut_doc* document)
 {
+    requireWhole(document);
     std::size_t size = 0;
     const std::unique_ptr<char, decltype(&std::free)> text(
         yyjson_mut_write(document, YYJSON_WRITE_NOFLAG, &size), &std::free);
