@@ -1,5 +1,6 @@
 #include "process_state.h"
 
+#include <algorithm>
 #include <cctype>
 #include <chrono>
 #include <cstdlib>
@@ -18,6 +19,8 @@ namespace
 {
 
 using namespace std::chrono_literals;
+
+constexpr std::size_t kFewSegments = 4; // that a camera has at a time
 namespace fs = std::filesystem;
 
 std::string linksOf(const char* folder)
@@ -36,6 +39,18 @@ std::size_t entriesOf(const fs::path& folder)
 {
     return static_cast<std::size_t>(
         std::distance(fs::directory_iterator(folder), fs::directory_iterator()));
+}
+
+// Segments come and go as the application has it, and each has a descriptor.
+void countDescriptors(ProcessState& state)
+{
+    for (const auto& entry : fs::directory_iterator("/proc/self/fd"))
+    {
+        std::error_code error;
+        const bool isSegment =
+            fs::read_symlink(entry.path(), error).string().starts_with("/dev/shm/");
+        ++(isSegment ? state.segments : state.descriptors);
+    }
 }
 
 bool isOurChild(const fs::path& process)
@@ -69,7 +84,7 @@ std::size_t countChildren()
 ProcessState ProcessState::now()
 {
     ProcessState state;
-    state.descriptors = entriesOf("/proc/self/fd");
+    countDescriptors(state);
     state.threads = entriesOf("/proc/self/task");
     state.children = countChildren();
     return state;
@@ -85,6 +100,7 @@ std::string ProcessState::moreThan(const ProcessState& before) const
                 std::string(what) + " " + std::to_string(then) + " -> " + std::to_string(now) + " ";
     };
     compare("descriptors", before.descriptors, descriptors);
+    compare("segments", std::max(before.segments, kFewSegments), segments);
     compare("children", before.children, children);
     compare("threads", before.threads, threads);
     if (descriptors > before.descriptors)

@@ -10,6 +10,7 @@ namespace tavo::devkit
 struct ProcessState
 {
     std::size_t descriptors = 0;
+    std::size_t segments = 0; // of shared memory
     std::size_t children = 0;
     std::size_t threads = 0;
 

@@ -16,7 +16,9 @@ constexpr struct
     const char* name;
     std::unique_ptr<Road> (*make)(Findings&);
 } kRoads[] = {
-    {"load", makeLoadRoad},
+    {"load", makeLoadRoad},   {"install", makeFirstInstallationRoad},
+    {"frame", makeFrameRoad}, {"settings", makeSettingsRoad},
+    {"crash", makeCrashRoad},
 };
 
 } // namespace

@@ -31,6 +31,7 @@ public:
         m_road->recover(); // makes what then stays
         const std::uint64_t calls = attempt(0).calls;
         m_road->recover();
+        m_usual = ProcessState::now();
         tell();
         const std::uint64_t step = m_runs.most == 0 ? 1 : calls / m_runs.most + 1;
         say("step " + std::to_string(step));
@@ -59,12 +60,14 @@ public:
 private:
     failing_calls::Outcome run(std::uint64_t nth, bool& hasGrown)
     {
-        const ProcessState before = ProcessState::now();
         const std::size_t blocks = failing_calls::liveBlocks();
         const failing_calls::Outcome outcome = attempt(nth);
         m_road->recover();
-        if (const std::string more = waitUntilBackAt(before); !more.empty())
+        if (const std::string more = waitUntilBackAt(m_usual); !more.empty())
+        {
             m_findings.add("left behind: " + more);
+            m_usual = ProcessState::now(); // told once
+        }
         hasGrown = m_road->isUnloaded() && failing_calls::liveBlocks() > blocks;
         return outcome;
     }
@@ -78,14 +81,18 @@ private:
 
     void tell()
     {
-        for (const std::string& text : m_findings.take())
+        for (std::string& text : m_findings.take())
+        {
+            std::replace(text.begin(), text.end(), '\n', ' ');
             say("finding " + text);
+        }
     }
 
     void say(const std::string& text) { dprintf(kReport, "%s\n", text.c_str()); }
 
     const Runs& m_runs;
     const failing_calls::Kind m_kind;
+    ProcessState m_usual; // when all has come about
     Findings m_findings;
     const std::unique_ptr<Road> m_road;
 };

@@ -1,0 +1,94 @@
+// From a machine with nothing on it to the first result.
+
+#include <optional>
+
+#include "machine.h"
+#include "roads.h"
+
+namespace tavo::devkit
+{
+
+namespace
+{
+
+using namespace std::chrono_literals;
+
+class FirstInstallationRoad : public Road
+{
+public:
+    explicit FirstInstallationRoad(Findings& findings) :
+        Road(findings)
+    {}
+
+    [[nodiscard]] unsigned callers() const override { return failing_calls::kAllCallers; }
+    [[nodiscard]] bool isUnloaded() const override { return true; }
+
+    void attempt() override
+    {
+        m_machine.makeNew();
+        start();
+        static_cast<void>(comesAbout([this] { return hasResults(); }, 4s));
+    }
+
+    void recover() override
+    {
+        if (!m_host)
+            start();
+        if (!comesAbout([this] { return hasResults(); }, 10s))
+            restart();
+        m_host.reset();
+        checkWhatIsLeft();
+        start(); // with what is there
+        if (!comesAbout([this] { return hasResults(); }))
+            m_findings.add("the next start brings no results: " + m_host->dialog());
+        m_host.reset();
+        checkWhatIsLeft();
+    }
+
+private:
+    void start()
+    {
+        m_host.emplace(m_machine.folder(), m_machine.store(), m_findings);
+        m_isUp = m_host->load() && m_host->apply(UserSettings::defaults().valuesFor(""));
+    }
+
+    [[nodiscard]] bool hasResults() { return m_isUp && m_machine.helpToResults(*m_host, 0); }
+
+    // What leads out of where nothing else does, and where users are told to do it.
+    void restart()
+    {
+        const std::string dialog = m_host->dialog();
+        const bool isTold = !m_isUp || dialog.find("could not be installed") != std::string::npos ||
+            m_machine.logContains("Failed to create listening socket");
+        if (!isTold)
+            m_findings.add("it never comes to results: " + dialog);
+        m_host.reset();
+        start();
+        if (!comesAbout([this] { return hasResults(); }))
+            m_findings.add("not even a restart brings results: " + m_host->dialog());
+    }
+
+    void checkWhatIsLeft()
+    {
+        for (const char* const program : {"brunmod", "brund"})
+        {
+            if (!comesAbout([&] { return m_machine.processes(program).empty(); }, 5s))
+                m_findings.add(std::string(program) + " outlives the library");
+        }
+        if (const std::string names = m_machine.temporaryFiles(); !names.empty())
+            m_findings.add("files are left in the temporary folder: " + names);
+    }
+
+    Machine m_machine;
+    std::optional<LibraryHost> m_host;
+    bool m_isUp = false;
+};
+
+} // namespace
+
+std::unique_ptr<Road> makeFirstInstallationRoad(Findings& findings)
+{
+    return std::make_unique<FirstInstallationRoad>(findings);
+}
+
+} // namespace tavo::devkit

@@ -1,0 +1,102 @@
+// A user chooses another pipeline, moves a sensitivity and draws a line; the application gets the
+// other model.
+
+#include "machine.h"
+#include "roads.h"
+
+namespace tavo::devkit
+{
+
+namespace
+{
+
+using namespace std::chrono_literals;
+
+struct Choice
+{
+    const char* pipeline;
+    const char* model;
+    const char* copy; // of the model's file
+};
+
+constexpr Choice kChoices[] = {{"p1", "m1", "motion.bin"}, {"p2", "m2", "other.bin"}};
+
+class SettingsRoad : public Road
+{
+public:
+    explicit SettingsRoad(Findings& findings) :
+        Road(findings)
+    {
+        if (!m_machine.bringUp(m_host))
+            m_findings.add("there are never any results: " + m_host.dialog());
+    }
+
+    [[nodiscard]] unsigned callers() const override { return failing_calls::kAllCallers; }
+    [[nodiscard]] bool isUnloaded() const override { return false; }
+
+    void attempt() override
+    {
+        ++m_change;
+        enter();
+        static_cast<void>(comesAbout([this] { return hasArrived(); }, 2s));
+    }
+
+    void recover() override
+    {
+        // A user who does not see it in the host's record enters it again.
+        if (!isInRecord() || !m_wasTaken)
+            enter();
+        if (!m_wasTaken)
+            m_findings.add("settings are not taken any more");
+        if (!comesAbout([this] { return hasArrived(); }))
+        {
+            m_findings.add(
+                "the change never arrives: " + m_host.dialog() + m_machine.deviceRecord() +
+                m_machine.managerFile("etc/settings.json"));
+        }
+        const std::uint64_t before = m_host.totals().results;
+        if (!comesAbout([&] { return m_machine.helpToResults(m_host, before); }))
+            m_findings.add("no results come any more: " + m_host.dialog());
+    }
+
+private:
+    [[nodiscard]] const Choice& choice() const { return kChoices[m_change % 2]; }
+
+    void enter()
+    {
+        SettingValues values = UserSettings::defaults().valuesFor("");
+        values["selectedPipeline"] = choice().pipeline;
+        values["maskType"] = m_change % 2 == 0 ? "inclusive" : "exclusive";
+        values["model_nms_" + std::string(choice().model)] = std::to_string(40 + m_change % 20);
+        m_wasTaken = m_host.apply(values);
+        m_wasTaken &= m_host.press("selectAllButton");
+    }
+
+    [[nodiscard]] bool isInRecord() const
+    {
+        const std::string record = m_machine.deviceRecord();
+        return record.find(R"("selectedPipeline":")" + std::string(choice().pipeline)) !=
+            std::string::npos;
+    }
+
+    [[nodiscard]] bool hasArrived() const
+    {
+        return isInRecord() &&
+            m_machine.managerFile("etc/settings.json").find(choice().copy) != std::string::npos &&
+            m_machine.temporaryFiles().find(choice().copy) != std::string::npos;
+    }
+
+    Machine m_machine;
+    LibraryHost m_host{m_machine.folder(), m_machine.store(), m_findings};
+    int m_change = 0;
+    bool m_wasTaken = true;
+};
+
+} // namespace
+
+std::unique_ptr<Road> makeSettingsRoad(Findings& findings)
+{
+    return std::make_unique<SettingsRoad>(findings);
+}
+
+} // namespace tavo::devkit
