@@ -72,6 +72,7 @@ void shrinkSize(std::string& stream)
 // byte for its length and whether more messages are expected on it, and then its bytes.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
+    constexpr int kMaxConnections = 8;
     static const TemporaryFolder folder;
     static const SocketHandle listening = socket_listen(folder.path("s"));
     FUZZ_CHECK(listening != kInvalidSocket);
@@ -79,7 +80,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::string_view rest = tavo::fuzz::asText(data, std::min<std::size_t>(size, 8'000));
     ReceiveBuffer buffer;
     Model model;
-    while (!rest.empty())
+    for (int i = 0; i < kMaxConnections && !rest.empty(); ++i)
     {
         const auto head = static_cast<unsigned char>(rest.front());
         const bool isLast = head >= 0xF0;
