@@ -31,10 +31,14 @@ int run(int argc, char** argv)
     app.add_option("--certificate-key", options.certificateKey, "and its key");
     CLI11_PARSE(app, argc, argv);
 
-    // Blocked in all threads, so that only the wait below takes them.
+    // Blocked in all threads, so that only the wait below takes them. A shell's script that goes on
+    // after Ctrl+C has its background programs ignore it, which a wait would not.
     sigset_t ends;
     sigemptyset(&ends);
-    sigaddset(&ends, SIGINT);
+    struct sigaction interrupt = {};
+    sigaction(SIGINT, nullptr, &interrupt);
+    if (interrupt.sa_handler != SIG_IGN)
+        sigaddset(&ends, SIGINT);
     sigaddset(&ends, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &ends, nullptr);
 

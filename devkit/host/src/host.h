@@ -58,6 +58,7 @@ private:
     void followManifests();
     void everySecond(double sinceLast);
     void checkVideo() const;
+    void showTrouble(const Device& device);
     void finishAnnotation();
     void printSummary();
     void printResources(double seconds);
@@ -85,6 +86,7 @@ private:
     std::unique_ptr<DeviceList> m_devices;
     std::vector<ButtonPress> m_pendingPresses;
     std::map<int, CameraTotals> m_lastShown; // by camera
+    std::map<int, std::string> m_lastTrouble; // by camera
 };
 
 } // namespace tavo::devkit

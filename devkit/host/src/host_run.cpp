@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <stdexcept>
+#include <utility>
 
 #include "clock.h"
 #include "latency.h"
@@ -126,10 +127,21 @@ void Host::everySecond(double sinceLast)
             device->origin().camera, m_lastShown[device->origin().camera], now,
             device->statistics().personsNow(), sinceLast));
         m_lastShown[device->origin().camera] = now;
+        showTrouble(*device);
         if (m_options.showDialog)
             device->dialog().refresh();
     }
     m_sink.flush();
+}
+
+// Why there are no pictures, once.
+void Host::showTrouble(const Device& device)
+{
+    const std::string trouble = m_feeds.state(device.source()).trouble;
+    const int camera = device.origin().camera;
+    if (trouble == std::exchange(m_lastTrouble[camera], trouble) || trouble.empty())
+        return;
+    m_console.line("camera " + std::to_string(camera) + ": " + trouble);
 }
 
 void Host::finishAnnotation()
