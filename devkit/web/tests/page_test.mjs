@@ -298,11 +298,12 @@ const steps = {
 
     async 'metadata and clip of a span'() {
         await tab('span');
-        await page.click('[data-last="10"]');
+        await page.click('[data-last="60"]');
         await page.click('[data-action=metadata]');
         const lines = (await page.locator('.span-result pre').textContent()).trim().split('\n').map(JSON.parse);
         assert.ok(lines.some(line => line.kind === 'objects' && line.objects.length > 0));
         assert.ok(lines.some(line => line.kind === 'events'));
+        await page.click('[data-last="10"]');
         await page.click('[data-action=clip]');
         await waitFor('the clip plays', () => page.locator('.span-result video').evaluate(
             video => video.videoWidth > 0 && video.duration > 3));
