@@ -45,6 +45,9 @@ bool RuntimeManagerLoop::serveClearCache(const Pass& pass)
     if (pass.managerStatus == ManagerState::Running)
         stopManager();
     m_engine.m_managerInstallation.remove();
+    // All files are to come anew, those included that the cache had and no update could replace.
+    // Nothing else would ask for them: with the warnings, the button for a retry is gone.
+    m_engine.m_modelManager.forgetFailedDownloads();
     return false;
 }
 

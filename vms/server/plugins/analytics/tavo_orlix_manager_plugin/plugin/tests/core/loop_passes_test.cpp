@@ -299,6 +299,7 @@ TEST_F(DeviceParameters, WhatIsReplacedDoesNotRun)
         EXPECT_FALSE(m_folder.has(kBin + kRuntimeLibrary));
         EXPECT_EQ(!clearCache, m_folder.has(kBin + kManagerExecutable));
         EXPECT_EQ(clearCache ? 0u : 1u, engine().messageBoard().snapshot().size());
+        EXPECT_EQ(clearCache ? 1 : 0, logged("Clearing failed model downloads."));
     }
 }
 
