@@ -189,6 +189,6 @@ install_windows()
     install_for_windows httplib "$(installed_version libcpp-httplib-dev)"
     install_for_windows openssl "$(installed_version libssl-dev), no-atexit"
     install_for_windows curl "$(installed_version libcurl4-openssl-dev)"
-    install_for_windows qt "$(installed_version qt6-base-dev)"
+    install_for_windows qt "$(installed_version qt6-base-dev), neutral prefix"
     install_for_windows bsdtar "$(installed_version libarchive13)"
 }

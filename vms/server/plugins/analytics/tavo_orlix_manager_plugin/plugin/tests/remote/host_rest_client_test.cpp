@@ -1,9 +1,11 @@
 #include "remote/host_rest_client.h"
 
 #include <atomic>
+#include <mutex>
 #include <set>
 #include <stdexcept>
 #include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -129,17 +131,20 @@ TEST_F(HostRestClient, RequestsOfAllThreadsRunOneAtATime)
 {
     std::atomic<int> inFlight{0};
     std::atomic<int> overlaps{0};
+    // Joined at the end: MinGW's runtime loses detached threads now and then.
+    std::mutex hostThreadsMutex;
+    std::vector<std::jthread> hostThreads;
     m_host->run = [&](const FakeHost::Request&, Handler* handler)
     {
-        std::thread(
+        const std::lock_guard lock(hostThreadsMutex);
+        hostThreads.emplace_back(
             [&, kept = sdk::addRefToPtr(handler)]
             {
                 overlaps += ++inFlight > 1;
                 std::this_thread::yield();
                 --inFlight;
                 FakeHost::reply(kept.get(), "H\n\nbody");
-            })
-            .detach();
+            });
     };
     std::atomic<int> answered{0};
     {
