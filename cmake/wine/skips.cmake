@@ -3,8 +3,6 @@
 
 set(TAVO_WINE_SKIPS
     "EngineTest.OfTwoEnginesTheFirstToEndLeavesTheOtherItsSocketAndTheLog|a file's number is an inode, which the next file of the name gets again"
-    "HostRestClient.RequestsOfAllThreadsRunOneAtATime|hangs in one run of three, and why is not known yet"
-    "FairMutex.ThreadsInLineTakeTurns|one thread of the line gets hardly a turn; a real Windows is to be asked"
 )
 
 foreach(skip ${TAVO_WINE_SKIPS})

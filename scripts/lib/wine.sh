@@ -7,7 +7,7 @@ readonly kWineServer=/usr/lib/wine/wineserver64
 set_wine_options()
 {
     : "${WINEPREFIX:?is to name the Wine prefix to run in}"
-    export WINEDEBUG=-all
+    export WINEDEBUG=-all LC_ALL=C.UTF-8
     # Neither a screen nor what programs for .NET and of web pages would have installed.
     export WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe=d"
     unset DISPLAY
