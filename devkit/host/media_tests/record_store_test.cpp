@@ -1,46 +1,15 @@
-#include <gtest/gtest.h>
-
-#include "record_store.h"
+#include "record_store_behaviour.h"
 #include "temp_folder.h"
 
 namespace tavo::devkit
 {
 
-// Both stores behave alike.
-class RecordStoreTest : public testing::TestWithParam<bool>
+TEST(DatabaseRecordStore, keepsTextsByKindAndIdInTheOrderOfTheirFirstPut)
 {
-protected:
-    std::unique_ptr<RecordStore> open() const
-    {
-        return GetParam() ? openDatabaseRecordStore(m_folder.file("records.db"))
-                          : makeMemoryRecordStore();
-    }
-
-private:
-    TempFolder m_folder;
-};
-
-TEST_P(RecordStoreTest, keepsTextsByKindAndIdInTheOrderOfTheirFirstPut)
-{
-    const auto store = open();
-    store->put(RecordKind::device, "b", "1");
-    store->put(RecordKind::device, "a", "2");
-    store->put(RecordKind::settings, "b", "3");
-    store->put(RecordKind::device, "b", R"({"t":"'; zwölf"})");
-
-    EXPECT_EQ(store->find(RecordKind::device, "b"), R"({"t":"'; zwölf"})");
-    EXPECT_EQ(store->find(RecordKind::settings, "b"), "3");
-    EXPECT_EQ(store->find(RecordKind::server, "b"), std::nullopt);
-    EXPECT_EQ(store->ids(RecordKind::device), (std::vector<std::string>{"b", "a"}));
-
-    store->remove(RecordKind::device, "b");
-    store->remove(RecordKind::device, "c");
-    EXPECT_EQ(store->find(RecordKind::device, "b"), std::nullopt);
-    EXPECT_EQ(store->ids(RecordKind::device), (std::vector<std::string>{"a"}));
-    EXPECT_EQ(store->find(RecordKind::settings, "b"), "3");
+    const TempFolder folder;
+    expectKeepsTextsByKindAndIdInTheOrderOfTheirFirstPut(
+        *openDatabaseRecordStore(folder.file("records.db")));
 }
-
-INSTANTIATE_TEST_SUITE_P(Stores, RecordStoreTest, testing::Bool());
 
 TEST(DatabaseRecordStore, findsItsRecordsAgain)
 {

@@ -2,11 +2,16 @@
 
 #include "json.h"
 #include "json_merge.h"
-#include "record_store.h"
+#include "record_store_behaviour.h"
 #include "records.h"
 
 namespace tavo::devkit
 {
+
+TEST(MemoryRecordStore, keepsTextsByKindAndIdInTheOrderOfTheirFirstPut)
+{
+    expectKeepsTextsByKindAndIdInTheOrderOfTheirFirstPut(*makeMemoryRecordStore());
+}
 
 TEST(JsonMerge, appliesAPatchMemberByMember)
 {

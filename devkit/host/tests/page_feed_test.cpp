@@ -1,15 +1,17 @@
-// What the page is fed from: its stream, the kept minutes, the logs and the ladder.
+// What the page is fed from: its streams, the kept minutes, the logs and the ladder.
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <thread>
 
 #include <gtest/gtest.h>
 
+#include "page/history.h"
 #include "page/ladder.h"
-#include "page/live_view.h"
 #include "page/log_follower.h"
+#include "page/viewer.h"
 #include "records.h"
+#include "stream_text.h"
 #include "temp_folder.h"
 
 namespace tavo::devkit
@@ -21,26 +23,6 @@ namespace
 Viewer::Message text(const std::string& json)
 {
     return std::make_shared<const std::string>(streamMessage(json));
-}
-
-// The JSON of a message.
-std::string jsonOf(const Viewer::Message& message)
-{
-    if (!message)
-        return "closed";
-    size_t length = 0;
-    for (size_t i = 0; i < 4; ++i)
-        length |= size_t(static_cast<unsigned char>((*message)[i])) << 8 * i;
-    return message->substr(8, length);
-}
-
-PicturePtr greyPicture()
-{
-    auto picture = std::make_shared<Picture>();
-    picture->width = 64;
-    picture->height = 48;
-    picture->pixels.assign(64 * 48 * 3, 128);
-    return picture;
 }
 
 } // namespace
@@ -62,40 +44,6 @@ TEST(Viewer, losesItsOldestPicturesFirstAndSaysWhatElseItLost)
 
     viewer.close();
     EXPECT_EQ(viewer.take(), nullptr);
-}
-
-TEST(LiveView, showsPicturesToThoseWhoWantThem)
-{
-    LiveView live{std::chrono::seconds(300)};
-    const MetadataSink::Origin first{0, "first"};
-    const MetadataSink::Origin second{1, "second"};
-    live.onFrame(first, 1, greyPicture()); // nobody looks
-
-    const auto one = live.join({PictureSize::large, {"second"}});
-    const auto none = live.join({std::nullopt, {}});
-    live.onFrame(first, 2, greyPicture());
-    live.onFrame(second, 3, greyPicture());
-    EXPECT_EQ(jsonOf(one->take()), R"({"kind":"picture","device":"second","timestampUs":3})");
-
-    live.onLine({"objects", &first, 4, R"({"kind":"objects"})"});
-    live.onLine({"settingsModel", &first, 0, R"({"kind":"settingsModel"})"});
-    live.publish(R"({"kind":"last"})");
-    for (const auto& viewer : {one, none})
-    {
-        EXPECT_EQ(jsonOf(viewer->take()), R"({"kind":"objects"})");
-        EXPECT_EQ(jsonOf(viewer->take()), R"({"kind":"last"})");
-    }
-
-    EXPECT_EQ(live.history().pictures("first", {0, 9}).size(), 0u);
-    EXPECT_EQ(live.history().pictures("second", {0, 9}).size(), 1u);
-    EXPECT_EQ(live.history().pictures("second", {0, 2}).size(), 0u);
-    EXPECT_EQ(live.history().lines("first", {4, 4}).size(), 1u);
-    live.forget("first");
-    EXPECT_EQ(live.history().lines("first", {4, 4}).size(), 0u);
-
-    live.close();
-    EXPECT_EQ(one->take(), nullptr);
-    EXPECT_EQ(live.join({})->take(), nullptr);
 }
 
 TEST(History, forgetsWhatIsOld)
