@@ -36,8 +36,4 @@ private:
     cv::dnn::Net m_net;
 };
 
-// The objects in one head: `head` is 1 x 124 x rows x columns floats, each cell `stride` pixels of
-// the model's input. Boxes are in pixels of that input and may reach beyond it.
-[[nodiscard]] std::vector<Detection> decodeHead(const cv::Mat& head, int stride, float minScore);
-
 } // namespace tavo::devkit
