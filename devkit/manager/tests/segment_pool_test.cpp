@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <string>
 
+#include <testing/platform.h>
+
 #include "module/segment_pool.h"
 #include "temporary_folder.h"
 #include "utils/shm.h"
@@ -140,7 +142,7 @@ TEST_F(SegmentPoolTest, whatAKilledRunLeftIsRemovedByTheNext)
     }
     EXPECT_TRUE(exists(left.name));
     const SegmentRecord next(m_folder.path("killed.txt"));
-    EXPECT_FALSE(exists(left.name));
+    EXPECT_NE(test_support::kSegmentsOutliveTheirUsers, exists(left.name));
     EXPECT_EQ(std::filesystem::file_size(m_folder.path("killed.txt")), 0u);
     orlix::shm_close(left);
 }

@@ -25,11 +25,20 @@ extern const char* const kTemporaryFolderVariable;
 
 extern const char kPathListSeparator; // between the folders of PATH
 
+// Whether named shared memory stays until somebody removes it, or goes with its last user.
+extern const bool kSegmentsOutliveTheirUsers;
+
 // Whether a program that this process starts may get a descriptor or handle with all others.
 [[nodiscard]] bool isInherited(std::intptr_t handle);
 
 // How many descriptors or handles this process has.
 [[nodiscard]] std::size_t openHandles();
+
+// Whether there are child processes that it has yet to collect, where a system wants that.
+[[nodiscard]] bool hasChildren();
+
+// This process's TCP socket with that port at its own end; -1 if there is none.
+[[nodiscard]] std::intptr_t socketAtPort(int port);
 
 // Nobody but this user, and whoever may do everything, has access.
 [[nodiscard]] bool isPrivate(const std::string& path);

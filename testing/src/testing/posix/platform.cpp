@@ -6,8 +6,10 @@
 #include <filesystem>
 
 #include <fcntl.h>
+#include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace tavo::test_support
@@ -15,6 +17,7 @@ namespace tavo::test_support
 
 const char* const kTemporaryFolderVariable = "TMPDIR";
 const char kPathListSeparator = ':';
+const bool kSegmentsOutliveTheirUsers = true;
 
 std::uint32_t ownProcessId()
 {
@@ -54,6 +57,26 @@ std::size_t openHandles()
 {
     const std::filesystem::directory_iterator begin("/proc/self/fd");
     return static_cast<std::size_t>(std::distance(begin, std::filesystem::directory_iterator()));
+}
+
+bool hasChildren()
+{
+    return waitpid(-1, nullptr, WNOHANG) != -1 || errno != ECHILD;
+}
+
+std::intptr_t socketAtPort(int port)
+{
+    for (int descriptor = 0; descriptor < 256; ++descriptor)
+    {
+        sockaddr_in address{};
+        socklen_t size = sizeof address;
+        if (getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &size) == 0 &&
+            address.sin_family == AF_INET && ntohs(address.sin_port) == port)
+        {
+            return descriptor;
+        }
+    }
+    return -1;
 }
 
 bool isPrivate(const std::string& path)

@@ -44,6 +44,7 @@ std::string narrow(const std::wstring& text)
 
 const char* const kTemporaryFolderVariable = "TMP";
 const char kPathListSeparator = ';';
+const bool kSegmentsOutliveTheirUsers = false;
 
 std::uint32_t ownProcessId()
 {
@@ -91,6 +92,27 @@ std::size_t openHandles()
     DWORD count = 0;
     GetProcessHandleCount(GetCurrentProcess(), &count);
     return count;
+}
+
+bool hasChildren()
+{
+    return false;
+}
+
+std::intptr_t socketAtPort(int port)
+{
+    constexpr SOCKET kMostHandles = 4096;
+    for (SOCKET socket = 4; socket < kMostHandles; socket += 4)
+    {
+        sockaddr_in address{};
+        int size = sizeof address;
+        if (getsockname(socket, reinterpret_cast<sockaddr*>(&address), &size) == 0 &&
+            address.sin_family == AF_INET && ntohs(address.sin_port) == port)
+        {
+            return static_cast<std::intptr_t>(socket);
+        }
+    }
+    return -1;
 }
 
 // Every rule of the file names the system, administrators or its owner.

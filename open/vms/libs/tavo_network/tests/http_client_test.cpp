@@ -7,6 +7,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <testing/platform.h>
+
 #include "scripted_server.h"
 
 namespace tavo::network::http
@@ -231,6 +233,25 @@ TEST(HttpClient, survivesAServerThatHangsUpWhileItSends)
     const ScriptedServer server([](Connection&) {}); // what came unread resets it
     HttpClient client(ssl::kAcceptAnyCertificate);
     EXPECT_FALSE(client.doPost(server.url(), "text/plain", std::string(20'000'000, 'x')));
+}
+
+TEST(HttpClient, opensASocketThatNoChildInherits)
+{
+    std::promise<int> clientPort;
+    const ScriptedServer server(
+        [&](Connection& connection)
+        {
+            connection.readRequest();
+            clientPort.set_value(connection.clientPort());
+            connection.write("HTTP/1.1 200 OK\r\nContent-Length: 1\r\n\r\n");
+            connection.waitForClose();
+        });
+    HttpClient client(ssl::kDefaultCertificateCheck);
+    ASSERT_TRUE(client.doGet(server.url()));
+
+    const std::intptr_t socket = test_support::socketAtPort(clientPort.get_future().get());
+    ASSERT_NE(socket, -1);
+    EXPECT_FALSE(test_support::isInherited(socket));
 }
 
 } // namespace

@@ -76,7 +76,7 @@ private:
 
 TEST(FairMutex, IsHeldByOneThreadAndNoTurnIsLost)
 {
-    constexpr int kTurns = 20'000;
+    constexpr int kTurns = 4'000;
     FairMutex mutex(LockLevel::settings);
     int turns = 0; // not atomic
     std::latch start(kThreads);

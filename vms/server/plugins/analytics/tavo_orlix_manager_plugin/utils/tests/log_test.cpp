@@ -2,6 +2,8 @@
 
 #include <regex>
 
+#include <testing/broken_stream.h>
+
 #include "test_support.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix::test
@@ -103,6 +105,27 @@ TEST_F(LogTest, theConsoleGetsWholeLinesAndTheirHeads)
     const std::string told = testing::internal::GetCapturedStdout();
     const std::regex head("P: [0-9]{13} [0-9]{9,}: ");
     EXPECT_EQ(longer + "\nbare 1\n", std::regex_replace(told, head, "")) << told;
+}
+
+TEST(StandardStreamTest, aStandardStreamThatNobodyReadsDoesNoHarm)
+{
+    using test_support::BrokenStream;
+    using Stream = BrokenStream::Stream;
+    const TempFolder folder;
+    const std::string path = folder.file("start.log");
+    const std::string longer(5000, 'x');
+    for (const auto stream : {Stream::output, Stream::error})
+    {
+        log_init(path, folder.file("main.log"), "", stream == Stream::output, /*file*/ true, 2);
+        const BrokenStream broken(stream);
+        if (stream == Stream::output)
+            print_out("%s\n", longer.c_str());
+        log_info("%s\n", longer.c_str());
+        if (stream == Stream::error)
+            log_error("%s\n", longer.c_str());
+        log_close();
+        EXPECT_GT(contentOf(path).size(), longer.size());
+    }
 }
 
 } // namespace

@@ -122,6 +122,23 @@ TEST(ProcessTest, aProcessThatRunsIsStillActive)
     EXPECT_EQ(9, process_wait(record, 20));
 }
 
+TEST(ProcessTest, nothingIsLeftOfAProcessThatHasEnded)
+{
+    const auto run = []
+    {
+        PipeEnd errors;
+        ProcessRecord record = process_start(program({"exit", "0"}), /*console*/ false, &errors);
+        EXPECT_EQ(0, process_wait(record, 20));
+        EXPECT_FALSE(process_started(process_start(std::vector<std::string>{"/none"}, false)));
+    };
+    run(); // what a system keeps from the first time on
+    const auto before = test_support::openHandles();
+    for (int i = 0; i < 3; ++i)
+        run();
+    EXPECT_EQ(before, test_support::openHandles());
+    EXPECT_FALSE(test_support::hasChildren()); // not even an ended one
+}
+
 TEST(ProcessTest, aJobThatIsNeverRunLeavesNothing)
 {
     const auto before = test_support::openHandles();

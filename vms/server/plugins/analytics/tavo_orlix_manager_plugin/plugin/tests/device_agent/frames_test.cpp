@@ -1,5 +1,6 @@
 // The road of a frame, through a real agent to an application's end of sockets and segment.
 #include <atomic>
+#include <chrono>
 #include <cstring>
 #include <functional>
 #include <string>
@@ -166,7 +167,8 @@ TEST_F(Frames, GoOnWhileResultsSettingsAndPipelinesChange)
         others.emplace_back(
             [&stop, action]()
             {
-                while (!stop)
+                // With one of them there all the time, no frame would have its turn.
+                for (; !stop; std::this_thread::sleep_for(std::chrono::milliseconds(1)))
                     action();
             });
     }

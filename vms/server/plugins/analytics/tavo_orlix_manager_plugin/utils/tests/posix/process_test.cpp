@@ -271,20 +271,5 @@ TEST(PosixProcessTest, theChildHasACleanStart)
     EXPECT_EQ("SigBlk:\t0000000000000000\n0\n1\n2\n", contentOf(file));
 }
 
-TEST(PosixProcessTest, noChildIsLeftBehind)
-{
-    const auto before = test_support::openHandles();
-    for (int i = 0; i < 3; ++i)
-    {
-        PipeEnd errors;
-        ProcessRecord record = startShell("exit 0", &errors);
-        EXPECT_EQ(0, process_wait(record, 20));
-        EXPECT_FALSE(process_started(process_start(std::vector<std::string>{"/none"}, false)));
-    }
-    EXPECT_EQ(before, test_support::openHandles());
-    EXPECT_EQ(-1, waitpid(-1, nullptr, WNOHANG)); // no child, not even an ended one
-    EXPECT_EQ(ECHILD, errno);
-}
-
 } // namespace
 } // namespace tavo::vms_server_plugins::analytics::orlix::test
