@@ -18,6 +18,11 @@ here=$(dirname "${BASH_SOURCE[0]}")
 . "$here/lib/windows.sh"
 # shellcheck source=scripts/lib/wine.sh
 . "$here/lib/wine.sh"
+# shellcheck source=scripts/lib/test_report.sh
+. "$here/lib/test_report.sh"
+
+# Of all tests together; a test that hangs ends after its own limit.
+readonly kWineLimit=30m
 
 preset=debug
 browser=yes
@@ -34,27 +39,6 @@ set_sanitizer_options()
     if [ "$preset" = tsan ] && setarch "$(uname -m)" -R true 2>/dev/null; then
         runner=(setarch "$(uname -m)" -R)
     fi
-}
-
-# count ATTRIBUTE REPORT: a number of the JUnit report's head.
-count()
-{
-    sed -n "s/^.*[[:space:]]$1=\"\([0-9]*\)\".*$/\1/p" "$2" | head -n 1
-}
-
-print_counts()
-{
-    local tests failed skipped
-    tests=$(count tests "$1")
-    failed=$(count failures "$1")
-    skipped=$(($(count skipped "$1") + $(count disabled "$1")))
-    say "$((tests - failed - skipped)) passed, $failed failed, $skipped skipped"
-}
-
-# The tests that do not run under Wine, each with the reason.
-print_wine_skips()
-{
-    sed -n 's/^ *"\(.*\)|\(.*\)"$/not under Wine: \1: \2/p' cmake/wine/skips.cmake
 }
 
 for argument in "$@"; do
@@ -80,15 +64,19 @@ cmake --preset "$preset"
 # The tests are listed by running them, so what they need holds for the build as well.
 "${runner[@]}" cmake --build --preset "$preset" -j "$jobs"
 
+report=$PWD/build/$preset/tests.xml
+rm -f "$report"
 if [ "$preset" = windows ]; then
     make_wine_prefix "$PWD/build/windows/wine"
     trap end_wine EXIT
-    print_wine_skips
+    runner=(timeout --kill-after=30 "$kWineLimit")
 fi
-report=$PWD/build/$preset/tests.xml
-rm -f "$report"
 status=0
 "${runner[@]}" ctest --preset "$preset" -j "$jobs" "${selection[@]}" --no-tests=error --output-junit "$report" \
     || status=$?
-[ ! -f "$report" ] || print_counts "$report"
+if [ "$preset" = windows ]; then
+    [ "$status" != 124 ] || say "error: the tests under Wine were ended after $kWineLimit"
+    print_wine_coverage
+fi
+[ ! -f "$report" ] || test_counts "$report"
 exit "$status"

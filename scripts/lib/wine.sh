@@ -1,5 +1,6 @@
 # shellcheck shell=bash
 # Wine, for the tests of the Windows build. Needs common.sh; making a prefix needs windows.sh too.
+# Everything is waited for with a limit: Wine may hang where Windows does not.
 
 readonly kWine=/usr/lib/wine/wine64
 readonly kWineServer=/usr/lib/wine/wineserver64
@@ -21,9 +22,45 @@ make_wine_prefix()
     export WINEPREFIX=$1
     set_wine_options
     "$kWineServer" -p
-    "$kWine" wineboot --init >/dev/null 2>&1 || die "Wine could not make the prefix $1"
+    timeout --kill-after=10 300 "$kWine" wineboot --init >/dev/null 2>&1 \
+        || die "Wine could not make the prefix $1 within 5 minutes"
     cp "$(windows_prefix)/bin/bsdtar.exe" "$1/drive_c/windows/system32/tar.exe"
 }
 
 # Ends all that runs in the prefix, and nothing else.
-end_wine() { "$kWineServer" -k || true; }
+end_wine() { timeout --kill-after=10 60 "$kWineServer" -k || true; }
+
+# Tests of the Linux suite that do not run under Wine, one name a line.
+skipped_names() { sed -n 's/^ *"\([^|]*\)|.*"$/\1/p' cmake/wine/skips.cmake; }
+
+# wine_tests: what the Windows build runs, one name a line.
+wine_tests() { ctest --preset windows -N | sed -n 's/^ *Test *#[0-9]*: \([^ ]*\)$/\1/p' | sort; }
+
+# Each name that does not run here with its reason, and how many do. Where the Linux tests are built
+# as well, each of them is to be one or the other.
+print_wine_coverage()
+{
+    local own here skipped
+    sed -n 's/^ *"\(.*\)|\(.*\)"$/not under Wine: \1: \2/p' cmake/wine/skips.cmake
+    own=$(sed -n 's/^# Of Windows alone: //p' cmake/wine/skips.cmake | sort)
+    skipped=$(skipped_names | sort)
+    here=$(wine_tests | comm -23 - <(printf '%s\n' "$own"))
+    if [ -f build/debug/CTestTestfile.cmake ]; then
+        check_wine_coverage "$here" "$skipped"
+    fi
+    local run_here not_here
+    run_here=$(grep -c . <<<"$here")
+    not_here=$(grep -c . <<<"$skipped")
+    say "$run_here of $((run_here + not_here)) tests of the Linux suite run here; $not_here skipped by name"
+}
+
+check_wine_coverage()
+{
+    local linux unnamed
+    linux=$(ctest --preset debug -N | sed -n 's/^ *Test *#[0-9]*: \([^ ]*\)$/\1/p' | sort)
+    if grep -q '_NOT_BUILT$' <<<"$linux"; then
+        return
+    fi
+    unnamed=$(comm -23 <(printf '%s\n' "$linux") <(printf '%s\n' "$1" "$2" | sort))
+    [ -z "$unnamed" ] || die "neither run under Wine nor named in cmake/wine/skips.cmake: ${unnamed//$'\n'/ }"
+}
