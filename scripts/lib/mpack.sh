@@ -46,7 +46,7 @@ build_mpack()
         -o "$folder/mpack.o" || die "MPack does not compile"
     ar rcs "$built/lib/libmpack.a" "$folder/mpack.o"
     cp "$folder/source/mpack.h" "$built/include/"
-    rm -rf "$(cache_dir)/$name"
+    rm -rf "$(cache_dir)/${name:?}"
     mv -T "$built" "$(cache_dir)/$name"
 }
 
