@@ -27,9 +27,12 @@ std::vector<std::string> firstGroups(const std::string& output, const std::regex
 
 std::string deepxVersionIn(const std::string& output)
 {
-    static const std::regex kVersion(R"(DXRT v([0-9]+\.[0-9]+\.[0-9]+))");
-    const std::vector<std::string> versions = firstGroups(output, kVersion);
-    return versions.empty() ? std::string() : versions.front();
+    static const std::regex kVersion(R"(DXRT v([0-9]+)\.([0-9]+)\.([0-9]+))");
+    const std::string text = output.substr(0, kMaxToolOutput);
+    std::smatch match;
+    if (!std::regex_search(text, match, kVersion))
+        return {};
+    return match.str(1) + "." + match.str(2) + "." + match.str(3);
 }
 
 std::string hailoVersionIn(const std::string& output)
