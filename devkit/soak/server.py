@@ -137,6 +137,7 @@ class Server:
         # What AddressSanitizer keeps of freed memory would look like a leak.
         environment["ASAN_OPTIONS"] = (
             "detect_leaks=1:detect_stack_use_after_return=1:quarantine_size_mb=8:"
+            "thread_local_quarantine_size_kb=16:"
             "allocator_release_to_os_interval_ms=1000")
         environment["UBSAN_OPTIONS"] = "print_stacktrace=1:halt_on_error=1"
         with open(self.log, "w") as log:
