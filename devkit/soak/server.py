@@ -134,11 +134,9 @@ class Server:
         environment = dict(
             os.environ, TAVO_INI_DIR=self.scratch, TMPDIR=self.temporary)
         environment[processes.MARK] = self.mark
-        # What AddressSanitizer keeps of freed memory would look like a leak.
         environment["ASAN_OPTIONS"] = (
             "detect_leaks=1:detect_stack_use_after_return=1:quarantine_size_mb=8:"
-            "thread_local_quarantine_size_kb=16:"
-            "allocator_release_to_os_interval_ms=1000")
+            "thread_local_quarantine_size_kb=16")
         environment["UBSAN_OPTIONS"] = "print_stacktrace=1:halt_on_error=1"
         with open(self.log, "w") as log:
             self.process = subprocess.Popen(
@@ -247,6 +245,12 @@ class Server:
         if answer["values"] != values:
             self.enter(camera, answer["values"])
         return answer
+
+
+def is_sanitized(build):
+    with open(os.path.join(build, "devkit/host/tavo_host"), "rb") as program:
+        content = program.read()
+    return b"__asan_init" in content or b"__tsan_init" in content
 
 
 def end_by_signal():
