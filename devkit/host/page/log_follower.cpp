@@ -64,8 +64,10 @@ void LogFollower::readNew(File* file, std::vector<std::string>* lines)
     size_t begin = 0;
     for (size_t end = text.find('\n'); end != std::string::npos; end = text.find('\n', begin))
     {
+        // A log that was written as a text on Windows ends its lines with two characters.
+        const size_t length = end - begin - (end > begin && text[end - 1] == '\r' ? 1 : 0);
         if (!isCut)
-            lines->push_back(text.substr(begin, std::min(end - begin, kLineAtMost)));
+            lines->push_back(text.substr(begin, std::min(length, kLineAtMost)));
         isCut = false;
         begin = end + 1;
     }

@@ -64,7 +64,7 @@ TEST(LogFollower, givesWholeLinesAndBeginsACutFileAgain)
 
     std::ofstream(file) << "one\ntw";
     EXPECT_EQ(follower.takeNew(), (std::vector<std::string>{"one"}));
-    std::ofstream(file, std::ios::app) << "o\nthree\n";
+    std::ofstream(file, std::ios::app) << "o\r\nthree\n";
     EXPECT_EQ(follower.takeNew(), (std::vector<std::string>{"two", "three"}));
     EXPECT_TRUE(follower.takeNew().empty());
 

@@ -78,7 +78,11 @@ std::vector<Detection> decodeHead(
     {
         for (int column = 0; column < columns; ++column)
         {
-            const Cell cell{&head[static_cast<size_t>(row * columns + column)], plane};
+            const Cell cell{
+                &head
+                    [static_cast<size_t>(row) * static_cast<size_t>(columns) +
+                     static_cast<size_t>(column)],
+                plane};
             const int classIndex = likeliestClass(cell);
             const float score = 1 / (1 + std::exp(-cell[classIndex]));
             if (score >= minScore)

@@ -26,7 +26,8 @@ Head emptyHead()
 
 float& at(Head& head, int channel, int row, int column)
 {
-    return head.at(static_cast<size_t>((channel * kRows + row) * kColumns + column));
+    const int place = (channel * kRows + row) * kColumns + column;
+    return head.at(static_cast<size_t>(place));
 }
 
 std::vector<Detection> decode(const Head& head, float minScore)

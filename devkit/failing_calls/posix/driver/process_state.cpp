@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cctype>
+#include <charconv>
 #include <chrono>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -60,8 +60,11 @@ bool isOurChild(const fs::path& process)
     std::getline(file, stat);
     // Behind the name, which may hold anything: a letter and the parent.
     const std::size_t nameEnd = stat.rfind(')');
-    return nameEnd != std::string::npos && nameEnd + 4 < stat.size() &&
-        std::atoi(stat.c_str() + nameEnd + 4) == getpid();
+    if (nameEnd == std::string::npos || nameEnd + 4 >= stat.size())
+        return false;
+    pid_t parent = 0;
+    std::from_chars(stat.data() + nameEnd + 4, stat.data() + stat.size(), parent);
+    return parent == getpid();
 }
 
 // Those that nobody has collected are among them.

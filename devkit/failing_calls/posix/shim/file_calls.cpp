@@ -72,11 +72,13 @@ TAVO_OPENAT(openat64)
 TAVO_FCNTL(fcntl)
 TAVO_FCNTL(fcntl64)
 
+// NOLINTBEGIN(bugprone-macro-parentheses): a list of arguments has its own
 #define TAVO_CALL(kind, failure, type, name, parameters, arguments)                                \
     extern "C" type name parameters                                                                \
     {                                                                                              \
         return fails(Kind::kind) ? failure : TAVO_NEXT(name) arguments;                            \
     }
+// NOLINTEND(bugprone-macro-parentheses)
 
 TAVO_CALL(open, nullptr, std::FILE*, fopen, (const char* path, const char* mode), (path, mode))
 TAVO_CALL(open, nullptr, std::FILE*, fopen64, (const char* path, const char* mode), (path, mode))

@@ -2,6 +2,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <ctime>
+#include <new>
 #include <pthread.h>
 #include <spawn.h>
 
@@ -37,7 +38,9 @@ extern "C" int pthread_create(
     if (fails(Kind::thread))
         return EAGAIN;
     const Outside outside;
-    auto* const start = new ThreadStart{run, argument, nextThread()};
+    auto* const start = new (std::nothrow) ThreadStart{run, argument, nextThread()};
+    if (!start)
+        return EAGAIN;
     const int error = TAVO_NEXT(pthread_create)(thread, attributes, &runThread, start);
     if (error != 0)
         delete start;

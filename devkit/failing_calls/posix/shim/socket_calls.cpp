@@ -4,11 +4,13 @@
 
 using namespace tavo::failing_calls;
 
+// NOLINTBEGIN(bugprone-macro-parentheses): a list of arguments has its own
 #define TAVO_CALL(kind, type, name, parameters, arguments)                                         \
     extern "C" type name parameters                                                                \
     {                                                                                              \
         return fails(Kind::kind) ? -1 : TAVO_NEXT(name) arguments;                                 \
     }
+// NOLINTEND(bugprone-macro-parentheses)
 
 TAVO_CALL(
     socket, int, socket, (int domain, int type, int protocol) noexcept, (domain, type, protocol))
