@@ -62,9 +62,9 @@ TEST(LogFollower, givesWholeLinesAndBeginsACutFileAgain)
     LogFollower follower("a", {file, folder.file("none.log")});
     EXPECT_TRUE(follower.takeNew().empty());
 
-    std::ofstream(file) << "one\ntw";
+    std::ofstream(file, std::ios::binary) << "one\ntw";
     EXPECT_EQ(follower.takeNew(), (std::vector<std::string>{"one"}));
-    std::ofstream(file, std::ios::app) << "o\r\nthree\n";
+    std::ofstream(file, std::ios::app | std::ios::binary) << "o\r\nthree\n";
     EXPECT_EQ(follower.takeNew(), (std::vector<std::string>{"two", "three"}));
     EXPECT_TRUE(follower.takeNew().empty());
 
