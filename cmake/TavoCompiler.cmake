@@ -33,7 +33,9 @@ if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
     target_compile_options(tavo_warnings INTERFACE -Wthread-safety)
 endif()
 
-# What goes to a user names no folder of the machine that it was built on.
+# What goes to a user names no folder of the machine that it was built on: no build's texts do (of
+# assert, say), and an optimized build's debug information does not either.
+add_compile_options(-fmacro-prefix-map=${CMAKE_SOURCE_DIR}=.)
 if(NOT TAVO_SANITIZER)
     add_compile_options(
         "$<$<CONFIG:Release,RelWithDebInfo>:-ffile-prefix-map=${CMAKE_SOURCE_DIR}=.>")
