@@ -58,7 +58,6 @@ choose_targets()
 
 build_targets()
 {
-    mkdir -p "$out"
     {
         cmake --preset fuzz
         cmake --build --preset fuzz -j "${TAVO_JOBS:-$(nproc)}" --target "${targets[@]/#/fuzz_}"
@@ -106,6 +105,9 @@ parse_options "$@"
 "$here/setup.sh" fuzz
 cd "$(repo_dir)"
 choose_targets
+mkdir -p "$out"
+exec {lock}>"$out/lock"
+flock --nonblock "$lock" || die "another run of this has $PWD/$out; it would spoil its findings"
 build_targets
 
 # Many inputs become files for a moment: they are quicker where no disk is.
