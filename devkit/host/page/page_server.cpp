@@ -84,11 +84,10 @@ bool somebodyListens(const PageAddress& address)
         httplib::Error::Connection;
 }
 
-std::string addressUrl(const PageAddress& address)
+std::string addressText(const PageAddress& address)
 {
     const bool isIpv6 = address.host.find(':') != std::string::npos;
-    return "http://" + (isIpv6 ? "[" + address.host + "]" : address.host) + ":" +
-        std::to_string(address.port) + "/";
+    return (isIpv6 ? "[" + address.host + "]" : address.host) + ":" + std::to_string(address.port);
 }
 
 } // namespace
@@ -128,15 +127,20 @@ PageServer::PageServer(Host& host, LiveView& live, PageAddress address, const st
     routeBoard();
     routeSpans();
 
-    if (m_address.port == 0)
-        m_address.port = m_server.bind_to_any_port(m_address.host);
-    else if (somebodyListens(m_address) || !m_server.bind_to_port(m_address.host, m_address.port))
-        m_address.port = -1;
-    if (m_address.port < 0)
-        throw std::runtime_error("The page cannot be served at " + m_address.host + ".");
+    bind();
     m_thread = std::jthread([this] { m_server.listen_after_bind(); });
     while (!m_server.is_running()) // before, stop would not stop it
         std::this_thread::yield();
+}
+
+void PageServer::bind()
+{
+    if (m_address.port == 0)
+        m_address.port = m_server.bind_to_any_port(m_address.host);
+    else if (somebodyListens(m_address) || !m_server.bind_to_port(m_address.host, m_address.port))
+        throw std::runtime_error("The page cannot be served at " + addressText(m_address) + ".");
+    if (m_address.port < 0)
+        throw std::runtime_error("The page cannot be served at " + m_address.host + ".");
 }
 
 PageServer::~PageServer()
@@ -147,7 +151,8 @@ PageServer::~PageServer()
 
 std::string PageServer::url() const
 {
-    return addressUrl(m_address) + (m_address.token.empty() ? "" : "?token=" + m_address.token);
+    return "http://" + addressText(m_address) + "/" +
+        (m_address.token.empty() ? "" : "?token=" + m_address.token);
 }
 
 void PageServer::routeFiles(const std::string& folder)

@@ -52,6 +52,7 @@ private:
     void routeDialogs();
     void routeBoard();
     void routeSpans();
+    void bind(); // port 0 becomes the one that it got
     void publishCameras();
     [[nodiscard]] std::string camerasMessage() const;
     [[nodiscard]] std::string camerasText() const;
