@@ -37,6 +37,8 @@ public:
         m_thread = std::thread([this]() { handlers.listen_after_bind(); });
         while (!handlers.is_running())
             std::this_thread::yield();
+        if (m_base.starts_with("http:"))
+            refuseOne();
     }
 
     [[nodiscard]] std::string url(const std::string& path) const { return m_base + path; }
@@ -49,6 +51,16 @@ protected:
     {}
 
 private:
+    // What the library makes for its first request, it looks at later in a way that the thread
+    // sanitizer does not see: so this one comes before all others. No handler hears of it.
+    void refuseOne()
+    {
+        httplib::Request request;
+        request.method = "NONE";
+        request.path = "/";
+        httplib::Client(m_base).send(request);
+    }
+
     std::unique_ptr<httplib::Server> m_server;
     std::string m_base;
     std::thread m_thread;
