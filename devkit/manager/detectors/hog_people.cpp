@@ -3,15 +3,12 @@
 #include <cmath>
 
 #include "detectors/coco_classes.h"
+#include "detectors/person_window.h"
 
 namespace tavo::devkit
 {
 namespace
 {
-
-// The detector learned from pictures with a margin around the person.
-constexpr float kPersonWidth = 0.64f;
-constexpr float kPersonHeight = 0.8f;
 
 // A distance from the separating plane as something between 0 and 1.
 float scoreOf(double distance)
@@ -20,15 +17,6 @@ float scoreOf(double distance)
 }
 
 } // namespace
-
-Box shrinkToPerson(const Box& window)
-{
-    const float width = window.width * kPersonWidth;
-    const float height = window.height * kPersonHeight;
-    return {
-        window.x + (window.width - width) / 2, window.y + (window.height - height) / 2, width,
-        height};
-}
 
 HogPeople::HogPeople()
 {

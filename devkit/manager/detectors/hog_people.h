@@ -26,7 +26,4 @@ private:
     cv::HOGDescriptor m_hog;
 };
 
-// The window that the detector found somebody in, cut down to the person.
-[[nodiscard]] Box shrinkToPerson(const Box& window);
-
 } // namespace tavo::devkit

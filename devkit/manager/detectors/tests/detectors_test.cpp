@@ -13,15 +13,6 @@ TEST(NanoDet, aFileThatIsNoModelIsRefused)
     EXPECT_THROW(NanoDet("/nonexistent/model.onnx"), cv::Exception);
 }
 
-TEST(HogPeople, windowIsShrunkAroundItsCentre)
-{
-    const Box person = shrinkToPerson({10, 20, 100, 200});
-    EXPECT_NEAR(person.x, 28, 1e-3f);
-    EXPECT_NEAR(person.y, 40, 1e-3f);
-    EXPECT_NEAR(person.width, 64, 1e-3f);
-    EXPECT_NEAR(person.height, 160, 1e-3f);
-}
-
 TEST(HogPeople, imagesBelowTheWindowHoldNobody)
 {
     HogPeople people;
