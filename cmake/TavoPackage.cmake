@@ -2,6 +2,19 @@
 #   cmake --install <build> --component plugin --strip --prefix <folder of the host's plugins>
 #   cpack --config <build>/CPackConfig.cmake
 
+if(TAVO_WINDOWS_PREFIX)
+    # These are in the library itself. With one that lacks what its newest version mends, the library is
+    # good enough to be tested and not to be handed out.
+    install(CODE "
+        foreach(name openssl curl qt yyjson)
+            if(EXISTS \"${TAVO_WINDOWS_PREFIX}/behind/\${name}\" AND NOT DEFINED ENV{TAVO_TRIAL_PACKAGE})
+                file(READ \"${TAVO_WINDOWS_PREFIX}/behind/\${name}\" reason)
+                message(FATAL_ERROR \"No package for users is made with an old library: \${reason}\"
+                    \"scripts/setup.sh windows says how to try for the newest.\")
+            endif()
+        endforeach()" COMPONENT plugin)
+endif()
+
 install(TARGETS tavo_orlix_manager_plugin LIBRARY DESTINATION . COMPONENT plugin)
 
 if(TAVO_PLATFORM_FOLDER STREQUAL "windows")

@@ -23,21 +23,68 @@ apt_in()
         -o Dir::Cache="$state" "$@"
 }
 
-# fetch_debian_source FOLDER CODENAME SOURCE[=VERSION]: the tarball of the source in FOLDER, and
-# Debian's changes to it where the mirror has them.
-fetch_debian_source()
+# update_source_lists FOLDER CODENAME: what sources the release has, for apt_in FOLDER.
+update_source_lists()
 {
-    local folder=$1 codename=$2 source=$3 uri suite
+    local folder=$1 uri suite
     mkdir -p "$folder/apt/parts" "$folder/apt/lists/partial" "$folder/apt/archives/partial"
     while read -r uri suite; do
         apt_source deb-src "$uri" "$suite" >"$folder/apt/parts/$suite.sources"
-    done < <(suite_parts "$codename")
+    done < <(suite_parts "$2")
     apt_in "$folder" apt-get update || die "the list of Debian's sources could not be fetched"
-    # Part by part: a .dsc, which nothing here needs, may be missing.
-    (cd "$folder" && apt_in "$folder" apt-get source --download-only --tar-only "$source") \
-        || die "Debian's source $source could not be fetched"
-    (cd "$folder" && apt_in "$folder" apt-get source --download-only --diff-only "$source" 2>/dev/null) \
-        || say "Debian's changes to $source are not to be had; its tarball is taken as it is"
+}
+
+# source_versions FOLDER SOURCE: the versions in the lists, the newest first.
+source_versions()
+{
+    apt_in "$1" apt-cache showsrc --only-source "$2" | sed -n 's/^Version: //p' | sort -urV
+}
+
+# fetch_part FOLDER tar|diff SOURCE=VERSION: that part of the source, in FOLDER. Part by part: a .dsc,
+# which nothing here needs, may be missing. A mirror that is being filled lacks a part for a moment,
+# so it is asked more than once.
+fetch_part()
+{
+    local attempt
+    for attempt in 1 2 3; do
+        [ "$attempt" = 1 ] || sleep 10
+        if (cd "$1" && apt_in "$1" apt-get source --download-only "--$2-only" "$3") \
+            2>"$1/fetch.log"; then
+            return
+        fi
+    done
+    cat "$1/fetch.log" >&2
+    return 1
+}
+
+# fetch_debian_tarball FOLDER CODENAME SOURCE=VERSION: the tarball of the source in FOLDER, without
+# Debian's changes to it. For versions by name of which it is known that none of those is wanted.
+fetch_debian_tarball()
+{
+    update_source_lists "$1" "$2"
+    fetch_part "$1" tar "$3" || die "Debian's source $3 could not be fetched"
+}
+
+# fetch_debian_source FOLDER CODENAME SOURCE: the source's tarball and Debian's changes to it in
+# FOLDER, which is where its security fixes are: never the one without the other. Of the newest version
+# that the mirror has all of; where that is not the newest there is, FOLDER/behind says so.
+fetch_debian_source()
+{
+    local folder=$1 source=$3 version versions
+    update_source_lists "$folder" "$2"
+    mapfile -t versions < <(source_versions "$folder" "$source")
+    for version in "${versions[@]}"; do
+        if fetch_part "$folder" diff "$source=$version" \
+            && fetch_part "$folder" tar "$source=$version"; then
+            [ "$version" = "${versions[0]}" ] \
+                || printf '%s\n' "$source is $version, and ${versions[0]} is out" >"$folder/behind"
+            return
+        fi
+        warn "the mirror does not have all of Debian's source $source $version"
+        rm -f "$folder/$source"_*
+    done
+    die "of no version of $source does the mirror have both the tarball and Debian's changes to it, which" \
+        "hold its security fixes (${versions[*]:-none is listed}): try again later or with another mirror"
 }
 
 # unpack_debian_source FOLDER NAME: FOLDER/NAME with Debian's changes applied.

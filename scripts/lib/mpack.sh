@@ -25,7 +25,7 @@ mpack_is_built()
 fetch_mpack_source()
 {
     local folder=$1
-    fetch_debian_source "$folder" "$kMpackSuite" "$kMpackSource"
+    fetch_debian_tarball "$folder" "$kMpackSuite" "$kMpackSource"
     file_has_sha256 "$folder/$kMpackTarball" "$kMpackSha256" \
         || die "$kMpackTarball is not the file that was expected; nothing was built from it"
     mkdir -p "$folder/source"

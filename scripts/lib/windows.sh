@@ -6,8 +6,10 @@
 # shellcheck disable=SC2154 # the names of the last two
 
 readonly kWindowsPackages=(g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 libz-mingw-w64-dev
-    wine64 patch perl make)
+    wine64 patch perl make tcl)
 readonly kMingw=x86_64-w64-mingw32
+# In this version Debian changed the packaging alone.
+readonly kYyjsonUnchanged=0.10.0+ds-1
 
 windows_prefix()
 {
@@ -41,6 +43,13 @@ cmake_for_windows()
     fi
 }
 
+# get_source FOLDER NAME: the release's source of that name, with Debian's changes, in FOLDER/NAME.
+get_source()
+{
+    fetch_debian_source "$1" "$(debian_codename)" "$2"
+    unpack_debian_source "$1" "$2"
+}
+
 build_jobs() { printf '%s\n' "${TAVO_JOBS:-$(nproc)}"; }
 
 die_with_log()
@@ -52,8 +61,7 @@ die_with_log()
 build_windows_openssl()
 {
     local folder=$1
-    fetch_debian_source "$folder" "$(debian_codename)" openssl
-    unpack_debian_source "$folder" openssl
+    get_source "$folder" openssl
     # no-atexit: the process would call what the library may have taken along when it was unloaded.
     # The default folders and these flags are compiled in: nothing of this machine, and no folder in
     # which somebody could put a configuration for the server's process.
@@ -74,8 +82,7 @@ build_windows_openssl()
 build_windows_curl()
 {
     local folder=$1
-    fetch_debian_source "$folder" "$(debian_codename)" curl
-    unpack_debian_source "$folder" curl
+    get_source "$folder" curl
     # OpenSSL and not Schannel, as on Linux: one library checks certificates on both.
     cmake_for_windows "$folder" curl all -DBUILD_CURL_EXE=OFF -DBUILD_TESTING=OFF -DHTTP_ONLY=ON \
         -DCURL_USE_OPENSSL=ON -DCURL_ZLIB=OFF -DCURL_BROTLI=OFF -DCURL_ZSTD=OFF \
@@ -86,7 +93,11 @@ build_windows_curl()
 build_windows_yyjson()
 {
     local folder=$1
-    fetch_debian_source "$folder" "$kYyjsonSuite" yyjson
+    if [ "$(installed_version libyyjson-dev)" = "$kYyjsonUnchanged" ]; then
+        fetch_debian_tarball "$folder" "$kYyjsonSuite" "yyjson=$kYyjsonUnchanged"
+    else
+        fetch_debian_source "$folder" "$kYyjsonSuite" yyjson
+    fi
     unpack_debian_source "$folder" yyjson
     cmake_for_windows "$folder" yyjson all
 }
@@ -111,8 +122,7 @@ build_windows_googletest()
 build_windows_qt()
 {
     local folder=$1
-    fetch_debian_source "$folder" "$(debian_codename)" qt6-base
-    unpack_debian_source "$folder" qt6-base
+    get_source "$folder" qt6-base
     local features=() feature
     for feature in gui network sql xml widgets dbus testlib concurrent printsupport \
         androiddeployqt windeployqt icu glib system_zlib zstd; do
@@ -125,12 +135,26 @@ build_windows_qt()
     "$kMingw-objcopy" -R .drectve "$(windows_prefix)/lib/libQt6Core.a"
 }
 
+# One file of C, which its own tools make for the machine that it is built on.
+build_windows_sqlite()
+{
+    local folder=$1
+    get_source "$folder" sqlite3
+    mkdir "$folder/build"
+    (cd "$folder/build" && ../sqlite3/configure --disable-tcl --disable-readline \
+        && make -j "$(build_jobs)" sqlite3.c sqlite3.h) >"$folder/sqlite.log" 2>&1 \
+        || die_with_log "$folder/sqlite.log" "SQLite's one file could not be made"
+    "$kMingw-gcc-posix" -O2 -DNDEBUG "-ffile-prefix-map=$folder=." -DSQLITE_OMIT_LOAD_EXTENSION \
+        -c "$folder/build/sqlite3.c" -o "$folder/sqlite.o" || die "SQLite does not compile for Windows"
+    "$kMingw-ar" rcs "$(windows_prefix)/lib/libsqlite3.a" "$folder/sqlite.o"
+    cp "$folder/build/sqlite3.h" "$(windows_prefix)/include/"
+}
+
 # The tar that Windows brings and Wine does not; only the tests' Wine prefix gets it.
 build_windows_bsdtar()
 {
     local folder=$1
-    fetch_debian_source "$folder" "$(debian_codename)" libarchive
-    unpack_debian_source "$folder" libarchive
+    get_source "$folder" libarchive
     # What it would find out by running a program, which CMake cannot here.
     cmake_for_windows "$folder" libarchive all -DZLIB_WINAPI_EXITCODE=1 \
         -DZLIB_WINAPI_EXITCODE__TRYRUN_OUTPUT=none -DZLIB_LIBRARY="/usr/$kMingw/lib/libz.a" \
@@ -149,8 +173,7 @@ build_windows_headers()
 build_windows_httplib()
 {
     local folder=$1
-    fetch_debian_source "$folder" "$(debian_codename)" cpp-httplib
-    unpack_debian_source "$folder" cpp-httplib
+    get_source "$folder" cpp-httplib
     cp "$folder/cpp-httplib/httplib.h" "$(windows_prefix)/include/"
     cat >"$(windows_prefix)/lib/pkgconfig/cpp-httplib.pc" <<END
 Name: cpp-httplib
@@ -159,6 +182,29 @@ Version: $(installed_version libcpp-httplib-dev)
 Cflags: -I$(windows_prefix)/include -DCPPHTTPLIB_OPENSSL_SUPPORT
 Libs: -L$(windows_prefix)/lib -lssl -lcrypto -lws2_32 -lcrypt32
 END
+}
+
+# build_noting_age FOLDER NAME: NAME as build_windows_NAME builds it. A file behind/NAME says where it is
+# not the newest: tests may be built with it, and cmake/TavoPackage.cmake makes no package of it.
+build_noting_age()
+{
+    local note
+    note=$(windows_prefix)/behind/$2
+    rm -f "$note"
+    "build_windows_$2" "$1"
+    if [ -f "$1/behind" ]; then
+        mkdir -p "$(dirname "$note")"
+        cp "$1/behind" "$note"
+    fi
+}
+
+warn_of_age()
+{
+    local note
+    for note in "$(windows_prefix)"/behind/*; do
+        [ ! -f "$note" ] || warn "$(cat "$note"). The tests are built with it, and no package for users." \
+            "To try again: rm $(windows_prefix)/built/$(basename "$note"); scripts/setup.sh windows"
+    done
 }
 
 # install_for_windows NAME VERSION: NAME as build_windows_NAME builds it, unless that was done
@@ -174,7 +220,7 @@ install_for_windows()
     say "Building $1 for Windows into $(windows_prefix)"
     rm -f "$stamp"
     mkdir -p "$(windows_prefix)"/{built,include,lib/cmake,lib/pkgconfig,bin}
-    with_scratch "build_windows_$1"
+    with_scratch build_noting_age "$1"
     printf '%s\n' "$2" >"$stamp"
 }
 
@@ -187,8 +233,10 @@ install_windows()
     install_for_windows yyjson "$(installed_version libyyjson-dev)"
     install_for_windows googletest "$(installed_version googletest)"
     install_for_windows httplib "$(installed_version libcpp-httplib-dev)"
-    install_for_windows openssl "$(installed_version libssl-dev), no-atexit"
+    install_for_windows openssl "$(installed_version libssl-dev), no-atexit, Debian's changes"
     install_for_windows curl "$(installed_version libcurl4-openssl-dev)"
     install_for_windows qt "$(installed_version qt6-base-dev), neutral prefix"
+    install_for_windows sqlite "$(installed_version libsqlite3-dev)"
     install_for_windows bsdtar "$(installed_version libarchive13)"
+    warn_of_age
 }
