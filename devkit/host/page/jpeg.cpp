@@ -38,6 +38,8 @@ std::string encodeJpeg(const Picture& picture, int widthAtMost)
 
 cv::Mat decodeJpeg(const std::string& bytes)
 {
+    if (bytes.empty())
+        return {}; // which OpenCV would throw for
     const std::vector<uint8_t> buffer(bytes.begin(), bytes.end());
     cv::Mat picture = cv::imdecode(buffer, cv::IMREAD_COLOR);
     if (!picture.empty())

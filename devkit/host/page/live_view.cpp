@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "json.h"
-#include "page/jpeg.h"
 
 namespace tavo::devkit
 {
@@ -31,7 +30,8 @@ Viewer::Message share(std::string message)
 
 } // namespace
 
-LiveView::LiveView(std::chrono::seconds kept) :
+LiveView::LiveView(std::chrono::seconds kept, PictureEncoder encode) :
+    m_encode(std::move(encode)),
     m_history(kept),
     m_thread([this](std::stop_token stop) { run(std::move(stop)); })
 {}
@@ -159,7 +159,7 @@ void LiveView::show(const Frame& frame)
         const auto wantsIt = [&](const auto& viewer) { return viewer->wish().pictures == size; };
         if (std::none_of(viewers.begin(), viewers.end(), wantsIt))
             continue;
-        best = share(encodeJpeg(*frame.picture, widthOf(size)));
+        best = share(m_encode(*frame.picture, widthOf(size)));
         const Viewer::Message message = share(streamMessage(json, *best));
         for (const auto& viewer : viewers)
         {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <condition_variable>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -15,14 +16,18 @@
 namespace tavo::devkit
 {
 
+// A picture as a browser takes it, made smaller where it is wider than `widthAtMost`. What it
+// throws is told to the pages.
+using PictureEncoder = std::function<std::string(const Picture& picture, int widthAtMost)>;
+
 // Hands what the host shows and gets to all pages that are open. A picture is encoded once in each
 // size that somebody wants, and not at all when nobody looks, on a thread of its own. Any thread;
 // what the host calls never waits for a page.
 class LiveView : public HostObserver
 {
 public:
-    // `kept`: how far back history() goes.
-    explicit LiveView(std::chrono::seconds kept);
+    // `kept`: how far back history() goes. `encode` is called on one thread.
+    LiveView(std::chrono::seconds kept, PictureEncoder encode);
 
     [[nodiscard]] std::shared_ptr<Viewer> join(ViewerWish wish);
     void leave(const std::shared_ptr<Viewer>& viewer);
@@ -58,6 +63,7 @@ private:
     [[nodiscard]] std::vector<std::shared_ptr<Viewer>> viewersOf(const std::string& deviceId) const;
 
 private:
+    const PictureEncoder m_encode;
     History m_history;
     mutable std::mutex m_mutex;
     // State below is protected by m_mutex.

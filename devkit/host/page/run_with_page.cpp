@@ -3,6 +3,7 @@
 #include <iostream>
 
 #include "host.h"
+#include "page/jpeg.h"
 #include "page/live_view.h"
 #include "page/page_server.h"
 
@@ -11,7 +12,7 @@ namespace tavo::devkit
 
 bool runWithPage(const Options& options)
 {
-    LiveView live{std::chrono::seconds(options.keptSeconds)};
+    LiveView live{std::chrono::seconds(options.keptSeconds), encodeJpeg};
     Host host(options, &live);
     const PageServer page(
         host, live, *options.page, options.webFolder.empty() ? TAVO_WEB_FOLDER : options.webFolder);

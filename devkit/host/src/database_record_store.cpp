@@ -45,7 +45,8 @@ public:
     explicit DatabaseRecordStore(const std::filesystem::path& file)
     {
         sqlite3* database = nullptr;
-        const int code = sqlite3_open(file.string().c_str(), &database);
+        const std::u8string name = file.u8string();
+        const int code = sqlite3_open(reinterpret_cast<const char*>(name.c_str()), &database);
         m_database.reset(database);
         check(code, SQLITE_OK);
         execute("PRAGMA busy_timeout = 5000");
