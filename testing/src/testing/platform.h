@@ -31,6 +31,23 @@ extern const bool kSegmentsOutliveTheirUsers;
 // Whether a program that this process starts may get a descriptor or handle with all others.
 [[nodiscard]] bool isInherited(std::intptr_t handle);
 
+// Whether a file that somebody has open can be deleted and its name be used again at once.
+extern const bool kOpenFilesCanBeReplaced;
+
+// What this process makes is for everybody unless it says otherwise, as in some hosts, for as long
+// as this lives. Nothing changes on a system where the folder decides that.
+class OpenToAll
+{
+public:
+    OpenToAll();
+    ~OpenToAll();
+    OpenToAll(const OpenToAll&) = delete;
+    OpenToAll& operator=(const OpenToAll&) = delete;
+
+private:
+    const unsigned m_before;
+};
+
 // How many descriptors or handles this process has.
 [[nodiscard]] std::size_t openHandles();
 

@@ -18,6 +18,7 @@ namespace tavo::test_support
 const char* const kTemporaryFolderVariable = "TMPDIR";
 const char kPathListSeparator = ':';
 const bool kSegmentsOutliveTheirUsers = true;
+const bool kOpenFilesCanBeReplaced = true;
 
 std::uint32_t ownProcessId()
 {
@@ -51,6 +52,15 @@ std::string variable(const std::string& name)
 bool isInherited(std::intptr_t handle)
 {
     return (fcntl(static_cast<int>(handle), F_GETFD) & FD_CLOEXEC) == 0;
+}
+
+OpenToAll::OpenToAll() :
+    m_before(umask(0))
+{}
+
+OpenToAll::~OpenToAll()
+{
+    umask(m_before);
 }
 
 std::size_t openHandles()

@@ -45,6 +45,7 @@ std::string narrow(const std::wstring& text)
 const char* const kTemporaryFolderVariable = "TMP";
 const char kPathListSeparator = ';';
 const bool kSegmentsOutliveTheirUsers = false;
+const bool kOpenFilesCanBeReplaced = false;
 
 std::uint32_t ownProcessId()
 {
@@ -86,6 +87,12 @@ bool isInherited(std::intptr_t handle)
     return !GetHandleInformation(reinterpret_cast<HANDLE>(handle), &flags) ||
         (flags & HANDLE_FLAG_INHERIT) != 0;
 }
+
+OpenToAll::OpenToAll() :
+    m_before(0)
+{}
+
+OpenToAll::~OpenToAll() = default;
 
 std::size_t openHandles()
 {

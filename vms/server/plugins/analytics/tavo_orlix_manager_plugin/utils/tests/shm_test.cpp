@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "large_segment.h"
 #include "own_segment.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix::test
@@ -48,6 +49,12 @@ TEST(ShmTest, nothingGoesBeyondTheReserve)
     const OwnSegment segment(0);
     EXPECT_FALSE(shm_resize(segment, kShmReservedSize - 3));
     EXPECT_LT(shm_size(segment), kFull); // nothing of it
+}
+
+TEST(ShmTest, aViewEndsWithTheReserve)
+{
+    const LargeSegment segment(2 * kShmReservedSize);
+    EXPECT_EQ(kShmReservedSize, attachByName(segment.name).committedSize());
 }
 
 TEST(ShmTest, aViewOutlivesNameAndHandleAndLeavesNoDescriptor)

@@ -4,6 +4,8 @@
 #include <cstring>
 #include <vector>
 
+#include <testing/kept_file_number.h>
+
 #include "test_support.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix::test
@@ -198,6 +200,32 @@ TEST(SocketPathTest, longPathsAreCutAlikeOnBothSidesAndFilesReplaced)
         socket_unlink(path);
         EXPECT_FALSE(std::filesystem::exists(cut));
     }
+}
+
+TEST(SocketPathTest, onlyAFileOfTheirOwnIsUnlinked)
+{
+    const TempFolder folder;
+    const std::string path = folder.file("sock");
+    SocketFile firstFile;
+    SocketFile secondFile;
+    const SocketHandle first = socket_listen(path, &firstFile);
+    const test_support::KeptFileNumber firstNumber(path);
+    const SocketHandle second = socket_listen(path, &secondFile);
+    ASSERT_NE(kInvalidSocket, second);
+    socket_close(first);
+    socket_unlink(path, firstFile);
+    socket_unlink_stale(path);
+    EXPECT_TRUE(std::filesystem::exists(path));
+    socket_unlink(path, secondFile);
+    EXPECT_FALSE(std::filesystem::exists(path));
+    socket_close(second);
+
+    socket_close(socket_listen(path)); // as a process that is killed leaves it
+    socket_unlink_stale(path);
+    EXPECT_FALSE(std::filesystem::exists(path));
+    std::ofstream(path) << "no socket";
+    socket_unlink_stale(path);
+    EXPECT_FALSE(std::filesystem::exists(path));
 }
 
 } // namespace

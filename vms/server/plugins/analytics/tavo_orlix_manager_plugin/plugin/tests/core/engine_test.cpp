@@ -1,6 +1,7 @@
 #include "core/engine.h"
 
 #include <tavo/sdk/helpers/string_map.h>
+#include <testing/kept_file_number.h>
 
 #include "../inference/module_peer.h"
 #include "engine_fixture.h"
@@ -168,8 +169,14 @@ TEST_F(EngineTest, OfTwoEnginesTheFirstToEndLeavesTheOtherItsSocketAndTheLog)
     const std::string socketFile = protocol::kPluginSocketFile;
     const auto identity = [&]() { return test_support::fileIdentity(m_folder.path(socketFile)); };
     auto first = sdk::Ptr<sdk::analytics::IEngine>(integration().obtainEngine().value);
-    ASSERT_TRUE(test::comesTrue([&] { return identity() != 0; }));
+    ASSERT_TRUE(test::comesTrue(
+        [&]
+        {
+            socket_send_once(m_folder.path(socketFile), "no result", 9);
+            return logged("Warning: An error occurred encoding the data!\n") > 0; // it listens
+        }));
     const auto ofFirst = identity();
+    const test_support::KeptFileNumber firstNumber(m_folder.path(socketFile));
     engine();
     ASSERT_TRUE(test::comesTrue([&] { return identity() != 0 && identity() != ofFirst; }));
     const auto ofSecond = identity();

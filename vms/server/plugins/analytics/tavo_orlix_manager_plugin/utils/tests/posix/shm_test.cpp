@@ -79,12 +79,5 @@ TEST(ShmTest, holesAreBackedBeforeTheyAreTouched)
     }
 }
 
-TEST(ShmTest, aViewEndsWithTheReserve)
-{
-    const OwnSegment segment(0);
-    ASSERT_EQ(0, ftruncate(static_cast<int>(segment.handle), 2 * kShmReservedSize));
-    EXPECT_EQ(kShmReservedSize, attachByName(segment.name).committedSize());
-}
-
 } // namespace
 } // namespace tavo::vms_server_plugins::analytics::orlix::test

@@ -59,31 +59,6 @@ TEST(SocketPathTest, aSocketIsForItsOwnerWhateverTheUmaskAndTheNeighbours)
     EXPECT_TRUE(std::filesystem::exists(path + "/of somebody"));
 }
 
-TEST(SocketPathTest, onlyAFileOfTheirOwnIsUnlinked)
-{
-    const TempFolder folder;
-    const std::string path = folder.file("sock");
-    SocketFile firstFile;
-    SocketFile secondFile;
-    const SocketHandle first = socket_listen(path, &firstFile);
-    const SocketHandle second = socket_listen(path, &secondFile);
-    ASSERT_NE(kInvalidSocket, second);
-    socket_close(first);
-    socket_unlink(path, firstFile);
-    socket_unlink_stale(path);
-    EXPECT_TRUE(std::filesystem::exists(path));
-    socket_unlink(path, secondFile);
-    EXPECT_FALSE(std::filesystem::exists(path));
-    socket_close(second);
-
-    socket_close(socket_listen(path)); // as a process that is killed leaves it
-    socket_unlink_stale(path);
-    EXPECT_FALSE(std::filesystem::exists(path));
-    std::ofstream(path) << "no socket";
-    socket_unlink_stale(path);
-    EXPECT_FALSE(std::filesystem::exists(path));
-}
-
 // Runs `body` as another user than this process's.
 class Stranger
 {
