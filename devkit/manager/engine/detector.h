@@ -28,7 +28,8 @@ public:
     [[nodiscard]] virtual std::string_view className(int classIndex) const = 0;
 };
 
-// Whatever moves before a fixed camera, as class "motion": real boxes for a millisecond a frame.
+// Whatever moves before a fixed camera, as class "motion": real boxes for a fifth of a millisecond
+// a frame.
 [[nodiscard]] std::unique_ptr<Detector> makeMotionDetector();
 
 // OpenCV's people detector, which needs no file: finds the class "person". In a build without

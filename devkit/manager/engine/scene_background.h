@@ -1,9 +1,8 @@
 #pragma once
 
-#include <cstdint>
 #include <vector>
 
-#include "engine/shapes.h"
+#include "engine/grey_plane.h"
 
 namespace tavo::devkit
 {
@@ -32,8 +31,8 @@ public:
     void forget() { m_size = {}; }
 
 private:
-    // Marks what differs, and lets the background follow the frame.
-    void compare(const std::vector<std::uint8_t>& grey, std::vector<std::uint8_t>& changed);
+    // Marks what differs, and lets the background follow the frame. False if nothing differs.
+    [[nodiscard]] bool compare(const Plane& grey, Plane& changed);
 
     const Learning m_learning;
     Size m_size; // of the background; none when there is no background yet
