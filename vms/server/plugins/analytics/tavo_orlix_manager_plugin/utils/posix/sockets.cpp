@@ -105,7 +105,7 @@ bool isTrusted(int descriptor)
     ucred peer = {};
     socklen_t size = sizeof peer;
     return getsockopt(descriptor, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 &&
-        (peer.uid == geteuid() || peer.uid == 0);
+        (peer.uid == 0 || peer.uid == geteuid());
 }
 
 // One of an earlier run would block the bind. A folder is not looked into: what is in it is
@@ -208,8 +208,7 @@ SocketHandle socket_accept(SocketHandle listeningSocket)
             log_info("Warning: A process of another user has connected. Closing the connection.\n");
             return giveUp(accepted, EACCES);
         }
-        setTimeout(accepted, SO_RCVTIMEO); // not inherited
-        setTimeout(accepted, SO_SNDTIMEO);
+        setTimeout(accepted, SO_RCVTIMEO); // not inherited; a send looks after itself
         return handleOf(accepted);
     }
     const int error = errno;
@@ -245,20 +244,19 @@ Transferred socket_send_some(
     SocketHandle socket, std::span<const char> first, std::span<const char> second, int timeoutMs)
 {
     const int descriptor = descriptorOf(socket);
-    if (timeoutMs < kSocketTimeoutMs)
-    {
-        const Transferred waited = waitFor(descriptor, POLLOUT, timeoutMs);
-        if (waited.status != Status::done)
-            return waited;
-    }
     iovec parts[2] = {
         {const_cast<char*>(first.data()), first.size()},
         {const_cast<char*>(second.data()), second.size()}};
     msghdr message = {};
     message.msg_iov = parts;
     message.msg_iovlen = 2;
-    const int wait = timeoutMs < kSocketTimeoutMs ? MSG_DONTWAIT : 0;
-    return transferred(sendmsg(descriptor, &message, MSG_NOSIGNAL | wait));
+    const auto sendSome = [&]()
+    { return transferred(sendmsg(descriptor, &message, MSG_NOSIGNAL | MSG_DONTWAIT)); };
+    const Transferred sent = sendSome();
+    if (sent.status != Status::timedOut)
+        return sent; // as nearly always: there is room for a message
+    const Transferred waited = waitFor(descriptor, POLLOUT, timeoutMs);
+    return waited.status == Status::done ? sendSome() : waited;
 }
 
 int socket_close(SocketHandle socket)

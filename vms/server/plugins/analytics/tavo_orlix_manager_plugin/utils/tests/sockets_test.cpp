@@ -175,6 +175,15 @@ TEST_F(SocketsTest, aSendToNobodyFailsWithoutASignal)
     EXPECT_FALSE(send(kInvalidSocket, ""));
 }
 
+TEST_F(SocketsTest, aSendToOneWhoDoesNotReadIsGivenUp)
+{
+    const SocketHandle client = connected();
+    ASSERT_TRUE(send(client, "read"));
+    const std::string large(100'000'000, 'x'); // is kept by no system
+    for (const SocketHandle sender : {client, accept()})
+        EXPECT_FALSE(send(sender, large));
+}
+
 TEST_F(SocketsTest, noChildInheritsASocket)
 {
     const SocketHandle client = connected();
