@@ -35,18 +35,23 @@ TEST(FrameClock, TheSmallestTimestampMakesRoom)
 
 TEST(Throughput, EmptySlotsCount)
 {
-    Throughput throughput;
-    std::uint64_t nowUs = 50'000'000;
-    EXPECT_FALSE(throughput.note(nowUs, nowUs)) << "the first result has no figures";
-    // Ten frames a second, each 30 ms on its way.
-    for (int i = 1; i <= 150; ++i)
+    // Ten results a second, and one: their sum is too large for a float to hold every number.
+    for (const std::uint64_t intervalUs : {100'000u, 1'000'000u})
     {
-        nowUs += 100'000;
-        const auto figures = throughput.note(nowUs, nowUs - 30'000);
-        ASSERT_TRUE(figures);
-        const int filled = std::min(i, 100);
-        EXPECT_FLOAT_EQ(1000.0f / static_cast<float>(filled), figures->fps);
-        EXPECT_EQ(300 * filled, figures->latencyUs);
+        SCOPED_TRACE(intervalUs);
+        Throughput throughput;
+        std::uint64_t nowUs = 50'000'000;
+        EXPECT_FALSE(throughput.note(nowUs, nowUs)) << "the first result has no figures";
+        for (int i = 1; i <= 150; ++i)
+        {
+            nowUs += intervalUs;
+            const auto figures = throughput.note(nowUs, nowUs - 30'000); // 30 ms on its way
+            ASSERT_TRUE(figures);
+            const int filled = std::min(i, 100);
+            EXPECT_FLOAT_EQ(
+                1e8f / (static_cast<float>(intervalUs) * static_cast<float>(filled)), figures->fps);
+            EXPECT_EQ(300 * filled, figures->latencyUs);
+        }
     }
 }
 
