@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <utility>
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -22,82 +23,73 @@ std::span<const std::uint32_t> OverlapMatcher::match(
     m_detections = detections;
     m_tracks = tracks;
     m_result.assign(detections.size(), kNoTrack);
-    if (!detections.empty() && !tracks.empty())
-    {
-        m_index.build(tracks);
-        m_isTaken.assign(tracks.size(), false);
-        proposeBest(budget);
-        assignBestFirst();
-    }
+    if (detections.empty() || tracks.empty())
+        return m_result;
+    if (tracks.size() <= TrackGrid::kMaxTracks)
+        scorePairs(m_grid, budget);
+    else
+        scorePairs(m_index, budget);
+    assign();
     return m_result;
 }
 
-void OverlapMatcher::proposeBest(MatchingBudget& budget)
+void OverlapMatcher::scorePairs(auto& index, MatchingBudget& budget)
 {
+    index.build(m_tracks);
     m_ranges.clear();
-    m_proposals.clear();
-    m_proposed.resize(m_detections.size());
     std::size_t pairsEnd = 0;
     for (std::uint32_t i = 0; i < m_detections.size(); ++i)
     {
         const TrackedObject& detection = m_detections[i];
         if (i == 0 || detection.timestampUs != m_detections[i - 1].timestampUs)
-            m_index.setTime(detection.timestampUs);
+            index.setTime(detection.timestampUs);
         PairRange range;
         range.begin = pairsEnd;
-        range.end = m_index.findOverlapping(detection.box, m_pairs, pairsEnd);
-        if (range.end > budget.pairs || m_index.comparisons() > budget.comparisons)
+        range.end = index.findOverlapping(detection.box, m_pairs, pairsEnd);
+        if (range.end > budget.pairs || index.comparisons() > budget.comparisons)
         {
             m_result.resize(i);
             budget = {0, 0, /*isUsedUp*/ true};
             return;
         }
+        for (std::size_t pair = range.begin; pair < range.end; ++pair)
+            range.best = std::max(range.best, m_pairs[pair]);
         pairsEnd = range.end;
         m_ranges.push_back(range);
-        Scored best;
-        for (std::size_t pair = range.begin; pair < range.end; ++pair)
-            best = std::max(best, m_pairs[pair]);
-        propose(i, best);
     }
     budget.pairs -= pairsEnd;
-    budget.comparisons -= m_index.comparisons();
+    budget.comparisons -= index.comparisons();
 }
 
-void OverlapMatcher::propose(std::uint32_t detection, Scored best)
+void OverlapMatcher::assign()
 {
-    if (best.isNone())
-        return;
-    m_proposed[detection] = best.index();
-    m_proposals.emplace_back(best.scoreBits(), detection);
-}
-
-void OverlapMatcher::assignBestFirst()
-{
-    std::make_heap(m_proposals.begin(), m_proposals.end());
-
-    // A detection's best score never rises, so the best proposal with a free track is the best
-    // pair.
-    while (!m_proposals.empty())
+    m_holders.assign(m_tracks.size(), Scored());
+    for (std::uint32_t i = 0; i < m_ranges.size(); ++i)
     {
-        std::pop_heap(m_proposals.begin(), m_proposals.end());
-        const std::uint32_t detection = m_proposals.back().index();
-        const std::uint32_t track = m_proposed[detection];
-        m_proposals.pop_back();
-        if (!m_isTaken[track])
+        std::uint32_t claimant = i;
+        Scored pair = m_ranges[i].best;
+        if (!pair.isNone() && !isToBeHad(i, pair))
+            pair = lookAgain(i);
+        while (!pair.isNone())
         {
-            m_isTaken[track] = true;
-            m_result[detection] = track;
-            continue;
+            const Scored before =
+                std::exchange(m_holders[pair.index()], Scored(pair.scoreBits(), claimant));
+            if (before.isNone())
+                break;
+            claimant = before.index();
+            pair = lookAgain(claimant);
         }
-        const std::size_t others = m_proposals.size();
-        propose(detection, lookAgain(m_ranges[detection]));
-        if (m_proposals.size() > others)
-            std::push_heap(m_proposals.begin(), m_proposals.end());
+    }
+    for (std::uint32_t track = 0; track < m_holders.size(); ++track)
+    {
+        if (!m_holders[track].isNone())
+            m_result[m_holders[track].index()] = track;
     }
 }
 
-Scored OverlapMatcher::lookAgain(PairRange& range)
+Scored OverlapMatcher::lookAgain(std::uint32_t detection)
 {
+    PairRange& range = m_ranges[detection];
     if (!range.sorted && ++range.looks == kLooksBeforeSorting)
     {
         const auto at = [this](std::size_t i)
@@ -107,7 +99,7 @@ Scored OverlapMatcher::lookAgain(PairRange& range)
     }
     if (range.sorted)
     {
-        while (range.begin < range.end && m_isTaken[m_pairs[range.begin].index()])
+        while (range.begin < range.end && !isToBeHad(detection, m_pairs[range.begin]))
             ++range.begin;
         return range.begin < range.end ? m_pairs[range.begin] : Scored();
     }
@@ -116,10 +108,10 @@ Scored OverlapMatcher::lookAgain(PairRange& range)
     for (std::size_t i = range.begin; i < range.end; ++i)
     {
         const Scored pair = m_pairs[i];
-        const bool isFree = !m_isTaken[pair.index()];
+        const bool isLeft = isToBeHad(detection, pair);
         m_pairs[end] = pair;
-        end += isFree;
-        best = std::max(best, isFree ? pair : Scored());
+        end += isLeft;
+        best = std::max(best, isLeft ? pair : Scored());
     }
     range.end = end;
     return best;

@@ -6,6 +6,7 @@
 #include <span>
 #include <vector>
 
+#include "device_agent/objects/track_grid.h"
 #include "device_agent/objects/track_index.h"
 #include "device_agent/objects/tracked_object.h"
 
@@ -28,9 +29,10 @@ struct MatchingBudget
 // one score stand in the order of detections and then of tracks. Without a time difference a score
 // is an infinity, or no number, and is taken as the comparison finds it.
 //
-// Nothing is sorted here: only boxes that overlap can score above 0, and of those each detection's
-// best free track is all that the next assignment depends on. Memory is kept from call to call.
-// Not synchronised.
+// Nothing is sorted here. Only boxes that overlap can score above 0. Each detection in turn claims
+// the best of its tracks that no better pair has, and whoever had it claims another. Since both
+// sides go by the one order of pairs, no other assignment leaves nobody with a better claim than
+// who has the track. Memory is kept from call to call. Not synchronised.
 class OverlapMatcher
 {
 public:
@@ -44,30 +46,35 @@ public:
         MatchingBudget& budget);
 
 private:
-    // The scored pairs of one detection, in m_pairs. Those with a taken track go in time.
+    // The scored pairs of one detection, in m_pairs. Those whose track is lost go in time.
     struct PairRange
     {
         std::size_t begin = 0;
         std::size_t end = 0;
+        Scored best;
         bool sorted = false; // best first
         std::uint32_t looks = 0; // since the first
     };
 
-    void proposeBest(MatchingBudget& budget);
-    void propose(std::uint32_t detection, Scored best);
-    void assignBestFirst();
+    void scorePairs(auto& index, MatchingBudget& budget);
+    void assign();
 
-    // The best pair with a track that is still free.
-    [[nodiscard]] Scored lookAgain(PairRange& range);
+    // The best pair of a detection whose track is to be had.
+    [[nodiscard]] Scored lookAgain(std::uint32_t detection);
+
+    // Nobody has the track by a better pair. Once this is false it stays so.
+    [[nodiscard]] bool isToBeHad(std::uint32_t detection, Scored pair) const
+    {
+        return Scored(pair.scoreBits(), detection) > m_holders[pair.index()];
+    }
 
     std::span<const TrackedObject> m_detections; // of this call, as m_tracks
     std::span<const TrackedObject> m_tracks;
-    TrackIndex m_index;
+    TrackGrid m_grid;
+    TrackIndex m_index; // where the tracks are too many for the grid
     std::vector<Scored> m_pairs; // by track
     std::vector<PairRange> m_ranges; // by detection
-    std::vector<Scored> m_proposals; // by detection; a heap, the best on top
-    std::vector<std::uint32_t> m_proposed; // by detection: the track of its proposal
-    std::vector<char> m_isTaken; // by track
+    std::vector<Scored> m_holders; // by track: the detection that has it, none at first
     std::vector<std::uint32_t> m_result;
 };
 

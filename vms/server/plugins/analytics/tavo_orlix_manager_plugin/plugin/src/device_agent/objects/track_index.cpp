@@ -1,8 +1,8 @@
 #include "device_agent/objects/track_index.h"
 
 #include <algorithm>
-#include <cmath>
 
+#include "device_agent/objects/box_area.h"
 #include "device_agent/objects/lanes.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -11,25 +11,9 @@ namespace tavo::vms_server_plugins::analytics::orlix
 namespace
 {
 
-// Fewer tracks than this are looked at one by one: comparing is quicker than finding out what to
-// compare.
-constexpr std::size_t kIndexFrom = 128;
-
 constexpr std::size_t kMaxBands = 64;
 constexpr std::size_t kSampleSize = 128; // tracks that are asked how the boxes lie
 constexpr std::size_t kSearchFrom = 32; // length of a run in which searching pays
-
-float areaOf(const ResultBox& box)
-{
-    return (box.x2 - box.x1) * (box.y2 - box.y1);
-}
-
-// Everything else scores 0 or no number with whatever it meets.
-bool hasArea(const ResultBox& box)
-{
-    const float area = areaOf(box);
-    return box.x1 < box.x2 && box.y1 < box.y2 && area > 0 && std::isfinite(area);
-}
 
 template <typename T>
 void growTo(std::vector<T>& values, std::size_t size)
@@ -57,13 +41,10 @@ void TrackIndex::sortByLeftEdge(std::span<const TrackedObject> tracks)
         if (hasArea(tracks[i].box))
             m_byLeftEdge.push_back({tracks[i].box.x1, i});
     }
-    if (m_byLeftEdge.size() >= kIndexFrom)
-    {
-        std::sort(
-            m_byLeftEdge.begin(), m_byLeftEdge.end(),
-            [](const LeftEdge& a, const LeftEdge& b)
-            { return a.x1 < b.x1 || (a.x1 == b.x1 && a.track < b.track); });
-    }
+    std::sort(
+        m_byLeftEdge.begin(), m_byLeftEdge.end(),
+        [](const LeftEdge& a, const LeftEdge& b)
+        { return a.x1 < b.x1 || (a.x1 == b.x1 && a.track < b.track); });
 }
 
 // About as many bands as boxes fit below one another, so that most boxes reach into two or three.
@@ -73,7 +54,7 @@ void TrackIndex::chooseBands(std::span<const TrackedObject> tracks)
     m_bandTops.clear();
     m_bands.assign(1, {});
     const std::size_t count = m_byLeftEdge.size();
-    if (count < kIndexFrom)
+    if (count == 0)
         return;
 
     const std::size_t sampleSize = std::min(count, kSampleSize);
@@ -152,11 +133,7 @@ void TrackIndex::place(Run& run, const ResultBox& box, std::uint32_t track)
 void TrackIndex::setTime(std::uint64_t timestampUs)
 {
     for (std::size_t i = 0; i < m_places; ++i)
-    {
-        const std::uint64_t then = m_tracks[m_columns.track[i]].timestampUs;
-        m_columns.age[i] =
-            static_cast<float>(then < timestampUs ? timestampUs - then : then - timestampUs);
-    }
+        m_columns.age[i] = ageOf(m_tracks[m_columns.track[i]], timestampUs);
 }
 
 std::size_t TrackIndex::bandAt(float y) const
@@ -191,8 +168,6 @@ std::size_t TrackIndex::findOverlapping(
 // The part of a run that the box can overlap from left to right.
 TrackIndex::Run TrackIndex::candidates(const Run& run, const ResultBox& box) const
 {
-    if (m_bands.size() == 1 && run.end - run.begin < kIndexFrom)
-        return run; // is not sorted
     if (run.end - run.begin < kSearchFrom)
         return run;
     const auto at = [](const std::vector<float>& column, std::size_t i)

@@ -11,10 +11,10 @@
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
-// The boxes of tracks, laid out so that those that a box overlaps are found without looking at all
-// of them: the picture is cut into horizontal bands, and what lies in a band is sorted by its left
-// edge. A track that reaches over several bands stands in each. Memory is kept from call to call.
-// Not synchronised.
+// The boxes of many tracks, laid out so that those that a box overlaps are found without looking at
+// all of them: the picture is cut into horizontal bands, and what lies in a band is sorted by its
+// left edge. A track that reaches over several bands stands in each. Memory is kept from call to
+// call. Not synchronised.
 class TrackIndex
 {
 public:

@@ -25,10 +25,10 @@ static_assert(sizeof(ResultBox) == 16, "a box as results carry it");
 struct TrackedObject
 {
     ResultBox box;
+    std::uint64_t timestampUs = 0; // of the result
     sdk::Uuid trackId;
     std::string className; // as the result names it
     std::vector<std::pair<std::string, std::string>> attributes; // name and value, in order
-    std::uint64_t timestampUs = 0; // of the result
 };
 
 // By class name.
