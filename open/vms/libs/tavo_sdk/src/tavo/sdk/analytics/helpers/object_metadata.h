@@ -16,6 +16,13 @@ namespace tavo::sdk::analytics
 class ObjectMetadata : public RefCountable<IObjectMetadata>
 {
 public:
+    ObjectMetadata() = default;
+
+    // A part of `whole`, which references to it are references to.
+    explicit ObjectMetadata(const IRefCountable* whole) :
+        RefCountable(whole)
+    {}
+
     // Objects of a type may share its id.
     void setTypeId(std::shared_ptr<const std::string> typeId) { m_typeId = std::move(typeId); }
     void setTypeId(std::string typeId)

@@ -10,6 +10,7 @@
 #include <tavo/sdk/analytics/helpers/object_metadata.h>
 #include <tavo/sdk/helpers/attribute.h>
 
+#include "device_agent/objects/object_block.h"
 #include "device_agent/type_ids.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -21,16 +22,12 @@ namespace
 // Results carry no score for their boxes.
 constexpr float kConfidence = 1.0f;
 
-sdk::Ptr<sdk::analytics::ObjectMetadata> makeObject(
-    const TrackedObject& object, const std::shared_ptr<const std::string>& typeId)
+void fill(sdk::analytics::ObjectMetadata& metadata, const TrackedObject& object)
 {
-    auto metadata = sdk::makePtr<sdk::analytics::ObjectMetadata>();
-    metadata->setTypeId(typeId);
-    metadata->setTrackId(object.trackId);
-    metadata->setConfidence(kConfidence);
+    metadata.setTrackId(object.trackId);
+    metadata.setConfidence(kConfidence);
     for (const auto& [name, value] : object.attributes)
-        metadata->addAttribute(sdk::makePtr<sdk::Attribute>(name, value, kConfidence));
-    return metadata;
+        metadata.addAttribute(sdk::makePtr<sdk::Attribute>(name, value, kConfidence));
 }
 
 } // namespace
@@ -49,12 +46,14 @@ sdk::Ptr<sdk::analytics::ObjectMetadataPacket> buildObjectPacket(
     for (const auto& [className, objectsOfClass] : objects)
         count += objectsOfClass.size();
     packet->reserve(count);
+    const auto block = sdk::makePtr<ObjectBlock>(count);
     for (const auto& [className, objectsOfClass] : objects)
     {
-        const auto typeId = std::make_shared<const std::string>(objectTypeId(className));
+        block->beginType(objectTypeId(className));
         for (const TrackedObject& object : objectsOfClass)
         {
-            auto metadata = makeObject(object, typeId);
+            auto metadata = block->add();
+            fill(*metadata, object);
             metadata->setBoundingBox(frameBox(
                 object.box, static_cast<float>(width), static_cast<float>(height),
                 settings.cropBox));
