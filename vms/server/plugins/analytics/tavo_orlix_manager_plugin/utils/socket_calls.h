@@ -26,10 +26,12 @@ struct Transferred
 
 inline constexpr int kSocketTimeoutMs = socket_timeout.seconds * 1000;
 
-// Waits for a connection as socket_accept_message does, without receiving anything.
-[[nodiscard]] SocketHandle socket_accept(SocketHandle listeningSocket);
+// Waits for a connection as socket_accept_message does, without receiving anything. Where `place`
+// is sole, receives on it may wait for less than kSocketTimeoutMs only.
+[[nodiscard]] SocketHandle socket_accept(SocketHandle listeningSocket, MessagePlace place);
 
-// `timeoutMs` is at most kSocketTimeoutMs, and costs nothing extra when it is that.
+// `timeoutMs` is at most kSocketTimeoutMs. Where it is that, or 0, a receive costs one call of the
+// system.
 [[nodiscard]] Transferred socket_receive_some(
     SocketHandle socket, void* target, std::size_t size, int timeoutMs);
 

@@ -21,17 +21,32 @@ constexpr std::size_t kHeaderSize = sizeof(std::uint32_t);
 // Takes most messages other than frames whole.
 constexpr std::size_t kReadAheadSize = 8 * 1024;
 
+// What a message is received from.
+struct Source
+{
+    SocketHandle socket;
+    bool hasTimeout; // of its own, so that a wait is no call of its own
+};
+
 // Repeats an interrupted receive, within its own time-out and the message's deadline.
 Transferred receiveSome(
-    SocketHandle socket, void* target, std::size_t size, const Deadline& messageDeadline)
+    const Source& source, void* target, std::size_t size, const Deadline& messageDeadline)
 {
-    int timeoutMs = std::min(messageDeadline.remainingMs(), kSocketTimeoutMs);
+    const int longestMs = source.hasTimeout ? kSocketTimeoutMs : kSocketTimeoutMs - 1;
+    int timeoutMs = std::min(messageDeadline.remainingMs(), longestMs);
     if (timeoutMs == 0)
         return {Status::timedOut};
+    if (!source.hasTimeout)
+    {
+        // Most messages are there before anybody asks for them.
+        const Transferred arrived = socket_receive_some(source.socket, target, size, 0);
+        if (arrived.status == Status::done || arrived.status == Status::failed)
+            return arrived;
+    }
     const Deadline deadline(timeoutMs);
     for (;;)
     {
-        const Transferred received = socket_receive_some(socket, target, size, timeoutMs);
+        const Transferred received = socket_receive_some(source.socket, target, size, timeoutMs);
         if (received.status == Status::waitFailed)
         {
             const SystemErrorText error(last_socket_error());
@@ -44,11 +59,11 @@ Transferred receiveSome(
 }
 
 // False when the message ends here.
-bool receiveBody(SocketHandle socket, std::span<char> body, const Deadline& deadline)
+bool receiveBody(const Source& source, std::span<char> body, const Deadline& deadline)
 {
     while (!body.empty())
     {
-        const Transferred received = receiveSome(socket, body.data(), body.size(), deadline);
+        const Transferred received = receiveSome(source, body.data(), body.size(), deadline);
         if (received.status != Status::done)
         {
             print_out("Warning: Error when receiving socket message!\n");
@@ -62,9 +77,9 @@ bool receiveBody(SocketHandle socket, std::span<char> body, const Deadline& dead
 }
 
 // Gives the bytes that came with the header, or -1.
-std::ptrdiff_t receiveHeader(SocketHandle socket, std::span<char> target, const Deadline& deadline)
+std::ptrdiff_t receiveHeader(const Source& source, std::span<char> target, const Deadline& deadline)
 {
-    const Transferred received = receiveSome(socket, target.data(), target.size(), deadline);
+    const Transferred received = receiveSome(source, target.data(), target.size(), deadline);
     if (received.status == Status::failed)
     {
         const SystemErrorText error(last_socket_error());
@@ -75,6 +90,32 @@ std::ptrdiff_t receiveHeader(SocketHandle socket, std::span<char> target, const 
     if (received.status != Status::done || received.count < kHeaderSize)
         return -1;
     return static_cast<std::ptrdiff_t>(received.count);
+}
+
+void receiveMessage(const Source& source, ReceiveBuffer& buffer, MessagePlace place)
+{
+    const Deadline deadline(kMessageDeadlineMs);
+    char start[kReadAheadSize];
+    const std::ptrdiff_t received = receiveHeader(
+        source, {start, place == MessagePlace::sole ? kReadAheadSize : kHeaderSize}, deadline);
+    if (received < 0)
+        return;
+    std::uint32_t size = 0;
+    std::memcpy(&size, start, kHeaderSize);
+    buffer.setAnnouncedSize(size);
+    if (size == 0)
+        return;
+    if ((size > buffer.capacity() || !buffer.data()) && !buffer.grow(size))
+    {
+        print_out(
+            "Error: Could not allocate buffer with length: %d. Ignoring message.\n",
+            static_cast<int>(size));
+        return;
+    }
+    const std::size_t ahead =
+        std::min<std::size_t>(static_cast<std::size_t>(received) - kHeaderSize, size);
+    std::memcpy(buffer.data(), start + kHeaderSize, ahead);
+    receiveBody(source, {buffer.data() + ahead, size - ahead}, deadline);
 }
 
 } // namespace
@@ -98,38 +139,17 @@ bool ReceiveBuffer::grow(std::uint32_t size)
 SocketHandle socket_accept_message(
     SocketHandle listeningSocket, ReceiveBuffer& buffer, MessagePlace place)
 {
-    const SocketHandle accepted = socket_accept(listeningSocket);
+    const SocketHandle accepted = socket_accept(listeningSocket, place);
     if (accepted == kInvalidSocket)
         return kInvalidSocket;
     log_info("Receiving on connection...\n");
-    socket_receive_message(accepted, buffer, place);
+    receiveMessage({accepted, place != MessagePlace::sole}, buffer, place);
     return accepted;
 }
 
 void socket_receive_message(SocketHandle socket, ReceiveBuffer& buffer, MessagePlace place)
 {
-    const Deadline deadline(kMessageDeadlineMs);
-    char start[kReadAheadSize];
-    const std::ptrdiff_t received = receiveHeader(
-        socket, {start, place == MessagePlace::sole ? kReadAheadSize : kHeaderSize}, deadline);
-    if (received < 0)
-        return;
-    std::uint32_t size = 0;
-    std::memcpy(&size, start, kHeaderSize);
-    buffer.setAnnouncedSize(size);
-    if (size == 0)
-        return;
-    if ((size > buffer.capacity() || !buffer.data()) && !buffer.grow(size))
-    {
-        print_out(
-            "Error: Could not allocate buffer with length: %d. Ignoring message.\n",
-            static_cast<int>(size));
-        return;
-    }
-    const std::size_t ahead =
-        std::min<std::size_t>(static_cast<std::size_t>(received) - kHeaderSize, size);
-    std::memcpy(buffer.data(), start + kHeaderSize, ahead);
-    receiveBody(socket, {buffer.data() + ahead, size - ahead}, deadline);
+    receiveMessage({socket, /*hasTimeout*/ true}, buffer, place);
 }
 
 bool socket_send_message(SocketHandle socket, const void* data, std::uint32_t size)

@@ -196,7 +196,7 @@ SocketHandle socket_listen(const std::string& path, SocketFile* file)
     return handleOf(descriptor);
 }
 
-SocketHandle socket_accept(SocketHandle listeningSocket)
+SocketHandle socket_accept(SocketHandle listeningSocket, MessagePlace place)
 {
     // The socket's own time-out bounds the wait, and its shutdown ends it.
     const int descriptor = descriptorOf(listeningSocket);
@@ -208,7 +208,8 @@ SocketHandle socket_accept(SocketHandle listeningSocket)
             log_info("Warning: A process of another user has connected. Closing the connection.\n");
             return giveUp(accepted, EACCES);
         }
-        setTimeout(accepted, SO_RCVTIMEO); // not inherited; a send looks after itself
+        if (place != MessagePlace::sole)
+            setTimeout(accepted, SO_RCVTIMEO); // not inherited; a send looks after itself
         return handleOf(accepted);
     }
     const int error = errno;
@@ -234,9 +235,12 @@ Transferred socket_receive_some(SocketHandle socket, void* target, std::size_t s
     const int descriptor = descriptorOf(socket);
     if (timeoutMs >= kSocketTimeoutMs)
         return transferred(recv(descriptor, target, size, 0));
-    const Transferred waited = waitFor(descriptor, POLLIN, timeoutMs);
-    if (waited.status != Status::done)
-        return waited;
+    if (timeoutMs > 0)
+    {
+        const Transferred waited = waitFor(descriptor, POLLIN, timeoutMs);
+        if (waited.status != Status::done)
+            return waited;
+    }
     return transferred(recv(descriptor, target, size, MSG_DONTWAIT));
 }
 

@@ -13,6 +13,8 @@ namespace tavo::vms_server_plugins::analytics::orlix::test
 namespace
 {
 
+constexpr MessagePlace kPlaces[] = {MessagePlace::oneOfSeveral, MessagePlace::sole};
+
 std::string textOf(const ReceiveBuffer& buffer)
 {
     const std::span<const char> message = buffer.message();
@@ -58,9 +60,9 @@ protected:
         return m_opened.back();
     }
 
-    SocketHandle accept()
+    SocketHandle accept(MessagePlace place = MessagePlace::oneOfSeveral)
     {
-        m_opened.push_back(socket_accept_message(m_listening, m_buffer));
+        m_opened.push_back(socket_accept_message(m_listening, m_buffer, place));
         EXPECT_NE(kInvalidSocket, m_opened.back());
         return m_opened.back();
     }
@@ -98,11 +100,15 @@ TEST_F(SocketsTest, aLargeMessageTravelsInParts)
     std::string large(3'000'000, '\0');
     for (std::size_t i = 0; i < large.size(); ++i)
         large[i] = static_cast<char>(i * 7);
-    const SocketHandle client = connected();
-    std::thread sender([&] { EXPECT_TRUE(send(client, large)); });
-    accept();
-    sender.join();
-    EXPECT_TRUE(large == textOf(m_buffer));
+    for (const MessagePlace place : kPlaces)
+    {
+        m_buffer = ReceiveBuffer();
+        const SocketHandle client = connected();
+        std::thread sender([&] { EXPECT_TRUE(send(client, large)); });
+        accept(place);
+        sender.join();
+        EXPECT_TRUE(large == textOf(m_buffer));
+    }
     const char* const memory = m_buffer.data();
     hold("small");
     EXPECT_EQ(memory, m_buffer.data()); // kept
@@ -128,42 +134,49 @@ TEST_F(SocketsTest, anIncompleteMessageLeavesWhatTheTableSays)
     };
     for (const auto& c : cases)
     {
-        SCOPED_TRACE(c.name);
-        m_buffer = ReceiveBuffer();
-        hold("previous");
-        const SocketHandle client = connected();
-        sendRaw(client, c.bytes);
-        socket_shutdown(client); // nothing is left to be waited for
-        accept();
-        ASSERT_EQ(c.left.size(), m_buffer.message().size()); // what is not there is not printed
-        EXPECT_EQ(c.left, textOf(m_buffer));
+        for (const MessagePlace place : kPlaces)
+        {
+            SCOPED_TRACE(c.name);
+            m_buffer = ReceiveBuffer();
+            hold("previous");
+            const SocketHandle client = connected();
+            sendRaw(client, c.bytes);
+            socket_shutdown(client); // nothing is left to be waited for
+            accept(place);
+            ASSERT_EQ(c.left.size(), m_buffer.message().size()); // what is not there is not printed
+            EXPECT_EQ(c.left, textOf(m_buffer));
+        }
     }
 }
 
 TEST_F(SocketsTest, aMessageThatTricklesIsGivenUp)
 {
-    const SocketHandle client = connected();
-    sendRaw(client, sizeWord(1000));
-    std::atomic<bool> givenUp{false};
-    std::size_t sent = 0;
-    std::thread trickle(
-        [&]
-        {
-            for (; sent < 1000 && !givenUp; ++sent)
+    for (const MessagePlace place : kPlaces)
+    {
+        m_buffer = ReceiveBuffer();
+        const SocketHandle client = connected();
+        sendRaw(client, sizeWord(1000));
+        std::atomic<bool> givenUp{false};
+        std::size_t sent = 0;
+        std::thread trickle(
+            [&]
             {
-                sendRaw(client, "x");
-                std::this_thread::sleep_for(std::chrono::milliseconds(20));
-            }
-        });
-    accept();
-    givenUp = true;
-    trickle.join();
-    EXPECT_LT(sent, 1000u);
-    const std::string text = textOf(m_buffer);
-    ASSERT_EQ(1000u, text.size());
-    const std::size_t came = text.find_first_not_of('x');
-    EXPECT_LE(came, sent);
-    EXPECT_EQ(std::string(1000 - came, '\0'), text.substr(came)); // nothing else is handed on
+                for (; sent < 1000 && !givenUp; ++sent)
+                {
+                    sendRaw(client, "x");
+                    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+                }
+            });
+        accept(place);
+        givenUp = true;
+        trickle.join();
+        EXPECT_LT(sent, 1000u);
+        const std::string text = textOf(m_buffer);
+        ASSERT_EQ(1000u, text.size());
+        const std::size_t came = text.find_first_not_of('x');
+        EXPECT_LE(came, sent);
+        EXPECT_EQ(std::string(1000 - came, '\0'), text.substr(came)); // nothing else is handed on
+    }
 }
 
 TEST_F(SocketsTest, aSendToNobodyFailsWithoutASignal)

@@ -246,7 +246,7 @@ bool socket_peer_is_trusted(SocketHandle)
     return true;
 }
 
-SocketHandle socket_accept(SocketHandle listeningSocket)
+SocketHandle socket_accept(SocketHandle listeningSocket, MessagePlace /*place*/)
 {
     errno = EINVAL;
     const AcceptEvent event(listeningSocket);
