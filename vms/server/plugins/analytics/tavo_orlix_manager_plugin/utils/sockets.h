@@ -108,8 +108,8 @@ struct SocketFile
 
 // Waits a second for a connection and receives its first message as socket_receive_message does.
 // Gives the accepted socket, whether or not a message came, to be closed with socket_close. Gives
-// kInvalidSocket after a second without one, with errno ETIMEDOUT and no log line; at once, and
-// silently, after socket_shutdown.
+// kInvalidSocket after a second without one, with errno ETIMEDOUT and no log line; silently after
+// socket_shutdown, at once where the platform wakes the wait, and within that second elsewhere.
 [[nodiscard]] SocketHandle socket_accept_message(
     SocketHandle listeningSocket, ReceiveBuffer& buffer,
     MessagePlace place = MessagePlace::oneOfSeveral);
