@@ -36,6 +36,7 @@ set(TAVO_LINUX_ALONE
     "NanoDet.aFileThatIsNoModelIsRefused|built without OpenCV"
     "Jpeg.keepsTheColoursAndIsNoWiderThanWanted|built without OpenCV"
     "Jpeg.whatIsNoneIsNoPicture|built without OpenCV"
+    "HostTest.leavesAPortToTheOneThatHasIt|the page is built with OpenCV alone"
     "browser.page|built without OpenCV"
     "browser.four_cameras|built without OpenCV"
 )
