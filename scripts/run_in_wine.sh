@@ -8,4 +8,4 @@ set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/lib/wine.sh"
 
 set_wine_options
-exec "$kWine" "$@"
+exec "${wine[@]}" "$@"

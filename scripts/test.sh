@@ -36,8 +36,9 @@ set_sanitizer_options()
     export TSAN_OPTIONS=history_size=7:second_deadlock_stack=1:suppressions=$PWD/scripts/lib/tsan.supp
     # The thread sanitizer wants its own place in memory, which a kernel with much randomness in its
     # addresses has taken.
-    if [ "$preset" = tsan ] && setarch "$(uname -m)" -R true 2>/dev/null; then
-        runner=(setarch "$(uname -m)" -R)
+    if [ "$preset" = tsan ]; then
+        find_fixed_addresses
+        runner=("${fixed_addresses[@]}")
     fi
 }
 

@@ -43,6 +43,14 @@ as_root()
     fi
 }
 
+# Sets fixed_addresses to what, before a command, has it and all that it starts lie in memory where it
+# lay the last time; to nothing where the system does not allow that.
+find_fixed_addresses()
+{
+    fixed_addresses=(setarch "$(uname -m)" -R)
+    "${fixed_addresses[@]}" true 2>/dev/null || fixed_addresses=()
+}
+
 # file_has_sha256 FILE SUM
 file_has_sha256()
 {
