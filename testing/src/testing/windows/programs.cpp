@@ -19,7 +19,8 @@ std::filesystem::path pathOf(const std::string& text)
 
 std::wstring fileOf(DWORD process)
 {
-    const HANDLE handle = OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, process);
+    const HANDLE handle =
+        OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION | SYNCHRONIZE, FALSE, process);
     if (!handle)
         return {};
     std::wstring path(32'768, L'\0');
