@@ -25,7 +25,7 @@ void* openLibrary(const std::string& file)
     // With the whole path the libraries that it needs are looked for beside it and in the system's
     // folder, and not in the current one.
     const std::filesystem::path path =
-        std::filesystem::absolute(std::u8string(file.begin(), file.end()));
+        std::filesystem::absolute(std::u8string(file.begin(), file.end())).make_preferred();
     const HMODULE library = LoadLibraryExW(
         path.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32);
     if (!library)

@@ -1,18 +1,12 @@
 #include "utils/folders.h"
 
-#include <filesystem>
-
-#include "utils/paths.h"
-
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
 void remove_tree(const std::string& path, std::error_code& error)
 {
-    error.clear();
     std::error_code first;
-    const std::filesystem::path nativePath = pathFromUtf8(path);
-    if (std::filesystem::is_directory(std::filesystem::symlink_status(nativePath, error)))
+    if (is_folder_itself(path))
     {
         for (const std::string& name : folder_entries(path, first))
         {
@@ -21,7 +15,7 @@ void remove_tree(const std::string& path, std::error_code& error)
                 first = error;
         }
     }
-    std::filesystem::remove(nativePath, error);
+    remove_entry(path, error);
     if (first)
         error = first;
 }

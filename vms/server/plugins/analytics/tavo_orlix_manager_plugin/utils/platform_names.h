@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string_view>
+
 // What has another name on another platform.
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -15,6 +17,10 @@ extern const char* const kArchiveTag; // the platform in the name of the applica
 // A line for runCommand that makes the folder anew, and empty. Every "{folder_path}" in it is to be
 // replaced; the path may hold anything but a double quote.
 extern const char* const kMakeFolderCommand;
+
+// False for a text that the system would take for something else than the name of one file: a
+// device, a stream within a file, a name without its end. Separators are not looked for.
+[[nodiscard]] bool isNameOfFile(std::string_view text);
 
 // Where the system lists its PCI devices.
 extern const char* const kPciDeviceRoot;

@@ -28,15 +28,26 @@ UniqueHandle inheritable(HANDLE handle)
     return UniqueHandle(copy);
 }
 
+// Without it a command would read from its console, for ever where that has no window.
+UniqueHandle emptyInput()
+{
+    SECURITY_ATTRIBUTES isInheritable = {sizeof isInheritable, nullptr, TRUE};
+    return UniqueHandle(CreateFileW(
+        L"NUL", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, &isInheritable, OPEN_EXISTING, 0,
+        nullptr));
+}
+
 StartFailure runWithOutput(
     KeptProgram& program, const std::string& commandLine, const PipeEnd& output)
 {
+    const UniqueHandle input = emptyInput();
     const UniqueHandle stream = inheritable(handleOf(output));
     STARTUPINFOW startup = {};
     startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdInput = input.get();
     startup.hStdOutput = stream.get();
     startup.hStdError = stream.get();
-    HANDLE streams[] = {stream.get()};
+    HANDLE streams[] = {input.get(), stream.get()};
     return program.run(commandLine, startup, streams);
 }
 
@@ -53,6 +64,8 @@ void readUntilEnd(
     std::string& output, const KeptProgram& program, PipeEnd& pipe, const Deadline& deadline)
 {
     OverlappedRead read(handleOf(pipe), 4096);
+    if (!read)
+        return; // the program may end well all the same
     const HANDLE either[] = {read.event(), program.process()};
     for (bool isOver = false; !isOver;)
     {

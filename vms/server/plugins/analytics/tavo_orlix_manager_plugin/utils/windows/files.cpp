@@ -121,6 +121,7 @@ std::FILE* file_open_private(const char* path)
     if (!access)
         return failed(GetLastError());
     const std::wstring widePath = wideText(path);
+    SetFileAttributesW(widePath.c_str(), FILE_ATTRIBUTE_NORMAL); // a read-only file would stay
     DeleteFileW(widePath.c_str()); // a failure shows in what follows
     return streamOf(
         UniqueHandle(CreateFileW(

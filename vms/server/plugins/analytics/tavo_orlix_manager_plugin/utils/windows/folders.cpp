@@ -1,11 +1,32 @@
 #include "utils/folders.h"
 
 #include <filesystem>
+#include <windows.h>
 
+#include "utils/deadline.h"
 #include "utils/paths.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
+namespace
+{
+
+constexpr DWORD kRenamePauseMs = 20;
+
+void setLastError(std::error_code& error)
+{
+    error.assign(static_cast<int>(GetLastError()), std::system_category());
+}
+
+// Unpacked files may be read-only, which here is in the way of what happens to their names.
+void makeWritable(const std::filesystem::path& path)
+{
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0)
+        SetFileAttributesW(path.c_str(), attributes & ~DWORD{FILE_ATTRIBUTE_READONLY});
+}
+
+} // namespace
 
 std::vector<std::string> folder_entries(const std::string& folder, std::error_code& error)
 {
@@ -14,6 +35,51 @@ std::vector<std::string> folder_entries(const std::string& folder, std::error_co
     for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error))
         names.push_back(utf8FromPath(entry->path().filename()));
     return names;
+}
+
+// Not asked of the standard library, which takes a link for what it leads to.
+bool is_folder_itself(const std::string& path)
+{
+    const DWORD attributes = GetFileAttributesW(pathFromUtf8(path).c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 &&
+        (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
+}
+
+void remove_entry(const std::string& path, std::error_code& error)
+{
+    error.clear();
+    const std::filesystem::path file = pathFromUtf8(path);
+    const DWORD attributes = GetFileAttributesW(file.c_str());
+    makeWritable(file);
+    const bool isFolder =
+        attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    if (isFolder ? RemoveDirectoryW(file.c_str()) : DeleteFileW(file.c_str()))
+        return;
+    setLastError(error);
+    if (error == std::errc::no_such_file_or_directory)
+        error.clear();
+}
+
+void rename_entry(
+    const std::string& from, const std::string& to, std::chrono::milliseconds patience,
+    std::error_code& error)
+{
+    error.clear();
+    const std::filesystem::path source = pathFromUtf8(from);
+    const std::filesystem::path target = pathFromUtf8(to);
+    makeWritable(target);
+    const Deadline deadline(static_cast<int>(patience.count()));
+    while (!MoveFileExW(source.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING))
+    {
+        const DWORD reason = GetLastError();
+        const bool isOpen = reason == ERROR_ACCESS_DENIED || reason == ERROR_SHARING_VIOLATION;
+        if (!isOpen || deadline.hasPassed())
+        {
+            error.assign(static_cast<int>(reason), std::system_category());
+            return;
+        }
+        Sleep(kRenamePauseMs);
+    }
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -70,7 +70,7 @@ bool createSuspended(
     extended.StartupInfo.cb = sizeof extended;
     return CreateProcessW(
                nullptr, line.data(), nullptr, nullptr, TRUE,
-               CREATE_SUSPENDED | EXTENDED_STARTUPINFO_PRESENT, nullptr, nullptr,
+               CREATE_SUSPENDED | CREATE_NO_WINDOW | EXTENDED_STARTUPINFO_PRESENT, nullptr, nullptr,
                &extended.StartupInfo, &created) != FALSE;
 }
 

@@ -33,7 +33,8 @@ public:
     [[nodiscard]] static KeptProgram prepare(StartFailure& failure);
 
     // Starts the program, once. The line is UTF-8. With `streams` it gets these, and nothing else
-    // of this process's handles; without, it finds none of what `startup` names.
+    // of this process's handles, and shows no window of a console; without, it finds none of what
+    // `startup` names.
     [[nodiscard]] StartFailure run(
         const std::string& commandLine, const STARTUPINFOW& startup, std::span<HANDLE> streams);
 

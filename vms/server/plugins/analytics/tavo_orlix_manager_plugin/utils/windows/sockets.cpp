@@ -246,6 +246,7 @@ bool socket_peer_is_trusted(SocketHandle)
     return true;
 }
 
+// Where there is no event, a tick goes by all the same: the next call may fail at once as well.
 SocketHandle socket_accept(SocketHandle listeningSocket, MessagePlace /*place*/)
 {
     errno = EINVAL;
@@ -256,6 +257,7 @@ SocketHandle socket_accept(SocketHandle listeningSocket, MessagePlace /*place*/)
         log_info(
             "Error: Failed to create accept event: %.*s\n", error.text.length(),
             error.text.c_str());
+        Sleep(kSocketTimeoutMs);
         return kInvalidSocket;
     }
     if (!event.select())
@@ -264,6 +266,7 @@ SocketHandle socket_accept(SocketHandle listeningSocket, MessagePlace /*place*/)
         log_info(
             "Error: Failed to select accept event: %.*s\n", error.text.length(),
             error.text.c_str());
+        Sleep(kSocketTimeoutMs);
         return kInvalidSocket;
     }
     const DWORD waited = event.wait();

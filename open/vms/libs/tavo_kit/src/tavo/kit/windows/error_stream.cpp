@@ -24,8 +24,11 @@ void writeBytes(HANDLE stream, std::string_view text)
     while (!text.empty())
     {
         DWORD written = 0;
-        if (!WriteFile(stream, text.data(), static_cast<DWORD>(text.size()), &written, nullptr))
+        if (!WriteFile(stream, text.data(), static_cast<DWORD>(text.size()), &written, nullptr) ||
+            written == 0) // a full pipe that does not wait
+        {
             break;
+        }
         text.remove_prefix(written);
     }
 }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <filesystem>
 #include <iomanip>
 #include <locale>
 #include <memory>
@@ -18,8 +17,8 @@
 #include "remote/answer_body.h"
 #include "remote/file_helpers.h"
 #include "utils/files.h"
+#include "utils/folders.h"
 #include "utils/log.h"
-#include "utils/paths.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -42,13 +41,13 @@ std::string temporaryPathOf(const std::string& path)
 void dropFile(const std::string& path)
 {
     std::error_code ignored; // it may never have been there
-    std::filesystem::remove(pathFromUtf8(path), ignored);
+    remove_entry(path, ignored);
 }
 
 bool rename(const std::string& from, const std::string& to)
 {
     std::error_code error;
-    std::filesystem::rename(pathFromUtf8(from), pathFromUtf8(to), error);
+    rename_entry(from, to, kRenamePatience, error);
     return !error;
 }
 

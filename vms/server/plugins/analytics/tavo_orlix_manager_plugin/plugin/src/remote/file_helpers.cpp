@@ -1,6 +1,7 @@
 #include "remote/file_helpers.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <new>
@@ -9,14 +10,19 @@
 #include <tavo/kit/debug.h>
 
 #include "utils/files.h"
+#include "utils/folders.h"
 #include "utils/log.h"
 #include "utils/paths.h"
+#include "utils/platform_names.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
 namespace
 {
+
+// A call of the host's may be waiting.
+constexpr std::chrono::milliseconds kReplacePatience{50};
 
 bool writeAll(std::FILE* file, const char* data, std::size_t size)
 {
@@ -54,7 +60,7 @@ std::uint64_t fileSize(const std::string& path)
 bool deleteFile(const std::string& path)
 {
     std::error_code error;
-    std::filesystem::remove(pathFromUtf8(path), error);
+    remove_entry(path, error);
     if (error)
     {
         log_info(
@@ -106,7 +112,7 @@ int writeFile(const std::string& path, const char* data, std::size_t size)
 
 bool isFileName(std::string_view text)
 {
-    if (text.empty() || text == "." || text == "..")
+    if (text.empty() || text == "." || text == ".." || !isNameOfFile(text))
         return false;
     return std::none_of(
         text.begin(), text.end(),
@@ -126,13 +132,13 @@ bool replaceFile(const std::string& path, std::string_view content)
     const bool written = writeAll(file.get(), content.data(), content.size());
     std::error_code error;
     if (std::fclose(file.release()) == 0 && written)
-        std::filesystem::rename(pathFromUtf8(draft), pathFromUtf8(path), error);
+        rename_entry(draft, path, kReplacePatience, error);
     else
         error = std::make_error_code(std::errc::io_error);
     if (!error)
         return true;
     std::error_code ignored;
-    std::filesystem::remove(pathFromUtf8(draft), ignored);
+    remove_entry(draft, ignored);
     return false;
 }
 

@@ -1,6 +1,5 @@
 // How a runtime's package comes onto the disk.
 
-#include <filesystem>
 #include <system_error>
 
 #include "core/base/ini.h"
@@ -12,6 +11,7 @@
 #include "runtimes/runtimes_manager.h"
 #include "runtimes/staging.h"
 #include "utils/command.h"
+#include "utils/folders.h"
 #include "utils/log.h"
 #include "utils/paths.h"
 #include "utils/platform_names.h"
@@ -52,14 +52,13 @@ void RuntimesManager::install(
     postDocumentation(runtimeName, messageBoard);
     setStatus(RuntimeStatus::installing);
 
-    const std::string folder =
-        useSubfolder ? path_join(m_binDirectory, runtimeName) : m_binDirectory;
-    const std::string packagePath = fileInBin(runtimeName + ".tar.gz");
-
     bool done = false;
-    m_installedNameStays = fileExists(fileInBin(kRuntimeLibrary));
     try
     {
+        const std::string folder =
+            useSubfolder ? path_join(m_binDirectory, runtimeName) : m_binDirectory;
+        const std::string packagePath = fileInBin(runtimeName + ".tar.gz");
+        m_installedNameStays = fileExists(fileInBin(kRuntimeLibrary));
         if (fetchPackage(runtimeName, packagePath, messageBoard))
         {
             done = unpackPackage(runtimeName, packagePath, folder, useSubfolder, messageBoard);
@@ -156,8 +155,7 @@ bool RuntimesManager::unpackPackage(
 bool RuntimesManager::removeFile(const std::string& path) const
 {
     std::error_code error;
-    if (std::filesystem::exists(pathFromUtf8(path), error))
-        std::filesystem::remove(pathFromUtf8(path), error);
+    remove_entry(path, error);
     log_debug("Removed: %s with error: %d\n", path.c_str(), error.value());
     return !error;
 }

@@ -13,27 +13,25 @@ namespace tavo::vms_server_plugins::analytics::orlix
 namespace
 {
 
-namespace fs = std::filesystem;
+bool moveEntry(const std::string& from, const std::string& to);
 
-bool moveEntry(const fs::path& from, const fs::path& to);
-
-bool mergeFolder(const fs::path& from, const fs::path& to)
+bool mergeFolder(const std::string& from, const std::string& to)
 {
     std::error_code error;
-    for (const std::string& name : folder_entries(utf8FromPath(from), error))
+    for (const std::string& name : folder_entries(from, error))
     {
-        if (!moveEntry(from / pathFromUtf8(name), to / pathFromUtf8(name)))
+        if (!moveEntry(from + "/" + name, to + "/" + name))
             return false;
     }
     return !error;
 }
 
-bool moveEntry(const fs::path& from, const fs::path& to)
+bool moveEntry(const std::string& from, const std::string& to)
 {
     std::error_code error;
-    if (fs::is_directory(fs::symlink_status(from, error)) && fs::is_directory(to, error))
+    if (is_folder_itself(from) && std::filesystem::is_directory(pathFromUtf8(to), error))
         return mergeFolder(from, to);
-    fs::rename(from, to, error);
+    rename_entry(from, to, kRenamePatience, error);
     return !error;
 }
 
@@ -45,7 +43,7 @@ Staging::Staging(const std::string& folder) :
 {
     std::error_code error;
     remove_tree(m_folder, error);
-    m_made = fs::create_directories(pathFromUtf8(m_content), error);
+    m_made = std::filesystem::create_directories(pathFromUtf8(m_content), error);
 }
 
 Staging::~Staging()
@@ -61,12 +59,10 @@ Staging::~Staging()
 
 bool Staging::moveInto(const std::string& target, const std::string& last) const
 {
-    const fs::path content = pathFromUtf8(m_content);
-    const fs::path held = pathFromUtf8(m_folder) / "last";
+    const std::string held = m_folder + "/last";
     std::error_code error;
-    fs::rename(content / pathFromUtf8(last), held, error);
-    return !error && mergeFolder(content, pathFromUtf8(target)) &&
-        moveEntry(held, pathFromUtf8(target) / pathFromUtf8(last));
+    rename_entry(m_content + "/" + last, held, kRenamePatience, error);
+    return !error && mergeFolder(m_content, target) && moveEntry(held, target + "/" + last);
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix
