@@ -44,6 +44,7 @@ set(TAVO_LINUX_ALONE
 
 # Of Windows alone: LeftCopiesTest.areDeletedByTheNextRunAndNothingElseIs
 # Of Windows alone: FoldersTest.aRenameWaitsForThoseWhoHaveTheFileOpen
+# Of Windows alone: FoldersTest.aFolderNeverReplacesAFileNorAFileAFolder
 # Of Windows alone: FoldersTest.readOnlyFilesAreReplacedAndRemoved
 # Of Windows alone: FileNamesTest.whatTheSystemTakesForSomethingElseIsNone
 

@@ -25,9 +25,10 @@ void remove_entry(const std::string& path, std::error_code& error);
 // is no error.
 void remove_tree(const std::string& path, std::error_code& error);
 
-// Gives a file or folder another name on the same disk, and replaces a file that has it. Where it
-// matters that others have one of them open, as those do that look for viruses in whatever is new,
-// this waits for them, for as long as `patience` says.
+// Gives a file or folder another name on the same disk. A file replaces a file that has it, and
+// neither ever takes the place of the other kind. Where it matters that others have one of them
+// open, as those do that look for viruses in whatever is new, this waits for them, for as long as
+// `patience` says.
 void rename_entry(
     const std::string& from, const std::string& to, std::chrono::milliseconds patience,
     std::error_code& error);

@@ -18,13 +18,33 @@ void setLastError(std::error_code& error)
     error.assign(static_cast<int>(GetLastError()), std::system_category());
 }
 
-// Unpacked files may be read-only, which here is in the way of what happens to their names.
-void makeWritable(const std::filesystem::path& path)
+// What the system knows of a name, a link's own where it is one.
+class Entry
 {
-    const DWORD attributes = GetFileAttributesW(path.c_str());
-    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0)
-        SetFileAttributesW(path.c_str(), attributes & ~DWORD{FILE_ATTRIBUTE_READONLY});
-}
+public:
+    explicit Entry(const std::filesystem::path& path) :
+        m_attributes(GetFileAttributesW(path.c_str()))
+    {}
+
+    [[nodiscard]] bool exists() const { return m_attributes != INVALID_FILE_ATTRIBUTES; }
+    [[nodiscard]] bool isFolder() const { return has(FILE_ATTRIBUTE_DIRECTORY); }
+    [[nodiscard]] bool isLink() const { return has(FILE_ATTRIBUTE_REPARSE_POINT); }
+
+    // Unpacked files may be read-only, which here is in the way of what happens to their names.
+    void makeWritable(const std::filesystem::path& path) const
+    {
+        if (has(FILE_ATTRIBUTE_READONLY))
+            SetFileAttributesW(path.c_str(), m_attributes & ~DWORD{FILE_ATTRIBUTE_READONLY});
+    }
+
+private:
+    [[nodiscard]] bool has(DWORD attribute) const
+    {
+        return exists() && (m_attributes & attribute) != 0;
+    }
+
+    const DWORD m_attributes;
+};
 
 } // namespace
 
@@ -40,20 +60,17 @@ std::vector<std::string> folder_entries(const std::string& folder, std::error_co
 // Not asked of the standard library, which takes a link for what it leads to.
 bool is_folder_itself(const std::string& path)
 {
-    const DWORD attributes = GetFileAttributesW(pathFromUtf8(path).c_str());
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 &&
-        (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
+    const Entry entry(pathFromUtf8(path));
+    return entry.isFolder() && !entry.isLink();
 }
 
 void remove_entry(const std::string& path, std::error_code& error)
 {
     error.clear();
     const std::filesystem::path file = pathFromUtf8(path);
-    const DWORD attributes = GetFileAttributesW(file.c_str());
-    makeWritable(file);
-    const bool isFolder =
-        attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-    if (isFolder ? RemoveDirectoryW(file.c_str()) : DeleteFileW(file.c_str()))
+    const Entry entry(file);
+    entry.makeWritable(file);
+    if (entry.isFolder() ? RemoveDirectoryW(file.c_str()) : DeleteFileW(file.c_str()))
         return;
     setLastError(error);
     if (error == std::errc::no_such_file_or_directory)
@@ -67,7 +84,14 @@ void rename_entry(
     error.clear();
     const std::filesystem::path source = pathFromUtf8(from);
     const std::filesystem::path target = pathFromUtf8(to);
-    makeWritable(target);
+    const Entry replaced(target);
+    if (replaced.exists() && replaced.isFolder() != Entry(source).isFolder())
+    {
+        error = std::make_error_code(
+            replaced.isFolder() ? std::errc::is_a_directory : std::errc::not_a_directory);
+        return;
+    }
+    replaced.makeWritable(target);
     const Deadline deadline(static_cast<int>(patience.count()));
     while (!MoveFileExW(source.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING))
     {

@@ -67,6 +67,20 @@ TEST(FoldersTest, aRenameWaitsForThoseWhoHaveTheFileOpen)
     }
 }
 
+TEST(FoldersTest, aFolderNeverReplacesAFileNorAFileAFolder)
+{
+    const TempFolder folder;
+    std::filesystem::create_directories(pathFromUtf8(folder.file("folder")));
+    write(folder.file("file"), "kept");
+    std::error_code error;
+    rename_entry(folder.file("folder"), folder.file("file"), 0ms, error);
+    EXPECT_TRUE(error);
+    rename_entry(folder.file("file"), folder.file("folder"), 0ms, error);
+    EXPECT_TRUE(error);
+    EXPECT_EQ(contentOf(folder.file("file")), "kept");
+    EXPECT_TRUE(is_folder_itself(folder.file("folder")));
+}
+
 TEST(FoldersTest, readOnlyFilesAreReplacedAndRemoved)
 {
     const TempFolder folder;
