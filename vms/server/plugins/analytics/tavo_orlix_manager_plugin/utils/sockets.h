@@ -14,7 +14,8 @@
 //
 // Nobody but the user of this process and the system's administrator has a part in it: a socket
 // file is for its owner alone from before anybody can connect, and both sides look at who the other
-// one is. (Where a platform does not tell that, the folder of the sockets is the user's own.)
+// one is. (Where a system does not tell that, the path is trusted, as if its folder
+// were the user's own.)
 //
 // No wait lasts longer than a second, and no message takes longer than 5 seconds in all, however
 // its bytes trickle. A failed call says so by its value and has logged why; nothing is retried and

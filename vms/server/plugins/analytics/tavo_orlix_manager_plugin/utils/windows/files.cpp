@@ -9,6 +9,7 @@
 
 #include <sddl.h>
 
+#include "utils/windows/process_user.h"
 #include "utils/windows/unique_handle.h"
 #include "utils/windows/wide_text.h"
 
@@ -51,33 +52,13 @@ UniqueHandle openFile(const char* path, DWORD access, DWORD disposition)
         nullptr));
 }
 
-// As the system writes it; empty on failure.
-std::wstring idOfThisUser()
-{
-    HANDLE handle = nullptr;
-    if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &handle))
-        return {};
-    const UniqueHandle token(handle);
-    alignas(TOKEN_USER) char user[sizeof(TOKEN_USER) + SECURITY_MAX_SID_SIZE];
-    DWORD size = 0;
-    wchar_t* text = nullptr;
-    if (!GetTokenInformation(token.get(), TokenUser, user, sizeof user, &size) ||
-        !ConvertSidToStringSidW(reinterpret_cast<TOKEN_USER*>(user)->User.Sid, &text))
-    {
-        return {};
-    }
-    const std::wstring id = text;
-    LocalFree(text);
-    return id;
-}
-
 // Access for this user and the system alone, with nothing inherited from the folder.
 class PrivateAccess
 {
 public:
     PrivateAccess()
     {
-        const std::wstring user = idOfThisUser();
+        const std::wstring user = ProcessUser(GetCurrentProcess()).text();
         if (user.empty())
             return;
         const std::wstring rules = L"D:P(A;;FA;;;SY)(A;;FA;;;" + user + L")";

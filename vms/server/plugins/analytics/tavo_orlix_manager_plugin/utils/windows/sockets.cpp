@@ -11,6 +11,7 @@
 #include "utils/log.h"
 #include "utils/socket_calls.h"
 #include "utils/system_error.h"
+#include "utils/windows/process_user.h"
 #include "utils/windows/unique_handle.h"
 #include "utils/windows/wide_text.h"
 
@@ -184,8 +185,11 @@ SocketHandle socket_connect(const std::string& path)
     setTimeout(socket, SO_SNDTIMEO);
     setTimeout(socket, SO_RCVTIMEO);
     const sockaddr_un address = addressOf(path);
-    if (connect(socket, generic(address), sizeof address) != 0)
+    const bool isConnected = connect(socket, generic(address), sizeof address) == 0;
+    if (!isConnected || !socket_peer_is_trusted(socket))
     {
+        if (isConnected)
+            WSASetLastError(WSAEACCES);
         const SocketError error;
         log_info(
             "Warning: Connect to socket [%s] failed: %.*s\n", path.c_str(), error.text.length(),
@@ -240,10 +244,16 @@ SocketHandle socket_listen(const std::string& path, SocketFile* file)
     return socket;
 }
 
-// The folder of the sockets is the user's own.
-bool socket_peer_is_trusted(SocketHandle)
+// The folder for temporary files of a service is open to all who are logged in, so that the path
+// may be a stranger's. Where the system does not tell who is there, it is taken as the user's own.
+bool socket_peer_is_trusted(SocketHandle socket)
 {
-    return true;
+    ULONG process = 0;
+    DWORD size = 0;
+    return WSAIoctl(
+               socket, SIO_AF_UNIX_GETPEERPID, nullptr, 0, &process, sizeof process, &size, nullptr,
+               nullptr) != 0 ||
+        isTrustedProcess(process);
 }
 
 // Where there is no event, a tick goes by all the same: the next call may fail at once as well.
@@ -289,6 +299,11 @@ SocketHandle socket_accept(SocketHandle listeningSocket, MessagePlace /*place*/)
         const SocketError error;
         log_info("Error: Accept failed: %.*s\n", error.text.length(), error.text.c_str());
         return kInvalidSocket;
+    }
+    if (!socket_peer_is_trusted(accepted))
+    {
+        log_info("Warning: A process of another user has connected. Closing the connection.\n");
+        return giveUp(accepted, WSAEACCES);
     }
     makeOrdinary(accepted);
     return accepted;
