@@ -60,5 +60,10 @@ breach "logic does not ask where it runs" \
     "$(grep -rnE '^[[:space:]]*#[[:space:]]*if.*(_WIN32|__linux__|__unix__|__APPLE__|_MSC_VER)' \
         --include='*.h' --include='*.cpp' open $plugin devkit bench | grep -vE '/(posix|windows)/' || true)"
 
+# Without futexes they lose wake-ups; see cmake/windows.cmake.
+breach "what waits for an atomic may wait for good on Windows" \
+    "$(grep -rnE '^[[:space:]]*#[[:space:]]*include <(latch|barrier)>' --include='*.h' --include='*.cpp' \
+        open vms devkit testing || true)"
+
 [ "$failed" = 0 ] && echo "includes are in order"
 exit "$failed"

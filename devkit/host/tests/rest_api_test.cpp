@@ -125,4 +125,18 @@ TEST(RestServiceTest, answersOnItsOwnThreadAndLeavesNothingUnanswered)
     }
 }
 
+// Whatever its thread is at just then: about to wait, in its wait, or with a request.
+TEST(RestServiceTest, endsWheneverItIsAskedTo)
+{
+    const auto store = makeMemoryRecordStore();
+    for (int i = 0; i < 2'000; ++i)
+    {
+        RestService service(*store);
+        for (int request = 0; request < i % 3; ++request)
+            service.submit({"/rest/v4/users", "GET", ""}, sdk::makePtr<Completion>());
+        if (i % 2 == 0)
+            std::this_thread::yield();
+    }
+}
+
 } // namespace tavo::devkit

@@ -5,7 +5,6 @@
 #include <atomic>
 #include <chrono>
 #include <functional>
-#include <latch>
 #include <numeric>
 #include <thread>
 #include <vector>
@@ -21,6 +20,25 @@ namespace
 using Lane = FairMutex::Lane;
 
 constexpr std::size_t kThreads = 8;
+
+// Where threads wait until all of them are there.
+class StartingLine
+{
+public:
+    explicit StartingLine(std::size_t threads) :
+        m_missing(threads)
+    {}
+
+    void arriveAndWait()
+    {
+        --m_missing;
+        while (m_missing > 0)
+            std::this_thread::yield();
+    }
+
+private:
+    std::atomic<std::size_t> m_missing;
+};
 
 // As long as `goOn` says, each thread holds the lock for a while and asks for it again at once, in
 // line. Counts the turns of each.
@@ -52,7 +70,7 @@ public:
 private:
     void run(std::size_t index)
     {
-        m_start.arrive_and_wait();
+        m_start.arriveAndWait();
         for (bool goOn = true; goOn;)
         {
             const FairMutexLock lock(m_mutex, Lane::inLine);
@@ -68,7 +86,7 @@ private:
     const std::function<bool(const Turns&)> m_goOn; // called with the lock held
     Turns m_turns{}; // guarded by the mutex
     std::atomic<int> m_allTurns{0};
-    std::latch m_start{kThreads};
+    StartingLine m_start{kThreads};
     std::vector<std::thread> m_threads;
 };
 
@@ -79,14 +97,14 @@ TEST(FairMutex, IsHeldByOneThreadAndNoTurnIsLost)
     constexpr int kTurns = 4'000;
     FairMutex mutex(LockLevel::settings);
     int turns = 0; // not atomic
-    std::latch start(kThreads);
+    StartingLine start(kThreads);
     std::vector<std::thread> threads;
     for (std::size_t i = 0; i < kThreads; ++i)
     {
         threads.emplace_back(
             [&, lane = i % 2 == 0 ? Lane::ahead : Lane::inLine]
             {
-                start.arrive_and_wait();
+                start.arriveAndWait();
                 for (int turn = 0; turn < kTurns; ++turn)
                 {
                     const FairMutexLock lock(mutex, lane);
