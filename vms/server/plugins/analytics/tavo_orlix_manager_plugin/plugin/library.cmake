@@ -4,6 +4,7 @@ file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/library.cpp
     "// The whole of the library is in the archives that it links.\n")
 set(_exports_map ${CMAKE_CURRENT_LIST_DIR}/exports.map)
 set(_version_resource ${CMAKE_CURRENT_BINARY_DIR}/version.rc)
+set(_thread_end ${CMAKE_CURRENT_LIST_DIR}/windows/thread_end.cpp)
 
 if(TAVO_PLATFORM_FOLDER STREQUAL "windows")
     enable_language(RC)
@@ -20,7 +21,7 @@ function(tavo_add_plugin name)
         PROPERTY LINK_LIBRARY_OVERRIDE WHOLE_ARCHIVE,orlix_plugin,tavo_sdk)
     if(TAVO_PLATFORM_FOLDER STREQUAL "windows")
         # What leaves the library there is what the sources mark as exported.
-        target_sources(${name} PRIVATE ${_version_resource})
+        target_sources(${name} PRIVATE ${_version_resource} ${_thread_end})
     else()
         set_target_properties(${name} PROPERTIES LINK_DEPENDS ${_exports_map})
         target_link_options(${name} PRIVATE
