@@ -59,7 +59,7 @@ TEST(ShmTest, aViewEndsWithTheReserve)
 
 TEST(ShmTest, aViewOutlivesNameAndHandleAndLeavesNoDescriptor)
 {
-    const auto before = test_support::openHandles();
+    const auto run = []
     {
         OwnSegment segment(10);
         ShmView view = attachByName(segment.name);
@@ -72,7 +72,10 @@ TEST(ShmTest, aViewOutlivesNameAndHandleAndLeavesNoDescriptor)
         shm_detach(view);
         EXPECT_FALSE(shm_is_attached(view));
         EXPECT_FALSE(write(view, "x"));
-    }
+    };
+    run(); // what a system keeps from the first time on
+    const auto before = test_support::openHandles();
+    run();
     EXPECT_EQ(before, test_support::openHandles());
 }
 
