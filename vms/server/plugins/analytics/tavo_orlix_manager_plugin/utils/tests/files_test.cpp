@@ -1,5 +1,7 @@
 #include "utils/files.h"
 
+#include <cerrno>
+
 #include "test_support.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix::test
@@ -7,10 +9,12 @@ namespace tavo::vms_server_plugins::analytics::orlix::test
 namespace
 {
 
-bool writePrivate(const std::string& path, const std::string& text)
+using Open = std::FILE* (*)(const char* path);
+
+bool write(Open open, const std::string& path, const std::string& text)
 {
-    const FileStream file(file_open_private(path.c_str()));
-    return file && std::fputs(text.c_str(), file.get()) >= 0;
+    const FileStream file(open(path.c_str()));
+    return file && std::fwrite(text.data(), 1, text.size(), file.get()) == text.size();
 }
 
 // False where the system has no such links.
@@ -21,6 +25,52 @@ bool makeLink(bool isSymbolic, const std::string& target, const std::string& pat
                : std::filesystem::create_hard_link(target, path, error);
     EXPECT_TRUE(!error || error == std::errc::function_not_supported) << error.message();
     return !error;
+}
+
+TEST(FilesTest, whatIsThereIsCutOrWrittenOnAndReadAsItIs)
+{
+    const TempFolder folder;
+    const std::string path = folder.file("\xE5\xBA\x93 \xC3\xBC");
+    const struct
+    {
+        Open open;
+        std::string text;
+        std::string content;
+    } cases[] = {
+        {file_open_append, "first of all", "first of all"},
+        {file_open_append, "\n\x1A\r\n", "first of all\n\x1A\r\n"},
+        {file_open_write, "short", "short"},
+        {file_open_append, "\nand on", "short\nand on"},
+        {file_open_private, "own", "own"},
+        {file_open_write, "", ""},
+        {file_open_write, "a\n\x1A\n", "a\n\x1A\n"},
+    };
+    for (const auto& c : cases)
+    {
+        EXPECT_TRUE(write(c.open, path, c.text)) << c.content;
+        EXPECT_EQ(c.content, contentOf(path));
+    }
+    const FileStream file(file_open_read(path.c_str()));
+    ASSERT_TRUE(file);
+    EXPECT_EQ(4u, file_size(file.get()));
+    EXPECT_TRUE(file_seek(file.get(), 1));
+    for (const char character : {'\n', '\x1A', '\n'})
+        EXPECT_EQ(character, std::fgetc(file.get()));
+    EXPECT_EQ(EOF, std::fgetc(file.get()));
+}
+
+TEST(FilesTest, aFailureToOpenTellsWhy)
+{
+    const TempFolder folder;
+    errno = 0;
+    EXPECT_FALSE(FileStream(file_open_read(folder.file("none").c_str())));
+    EXPECT_EQ(ENOENT, errno);
+    for (const Open open : {file_open_write, file_open_append, file_open_private})
+    {
+        errno = 0;
+        EXPECT_FALSE(FileStream(open(folder.file("none/file").c_str())));
+        EXPECT_EQ(ENOENT, errno);
+    }
 }
 
 TEST(FilesTest, aPrivateFileIsNewWhateverHasItsName)
@@ -36,13 +86,13 @@ TEST(FilesTest, aPrivateFileIsNewWhateverHasItsName)
     {
         std::ifstream reader(path);
         const test_support::OpenToAll openToAll;
-        EXPECT_EQ(test_support::kOpenFilesCanBeReplaced, writePrivate(path, "secret"));
+        EXPECT_EQ(test_support::kOpenFilesCanBeReplaced, write(file_open_private, path, "secret"));
         std::string seen;
         EXPECT_FALSE(std::getline(reader, seen));
     }
     {
         const test_support::OpenToAll openToAll;
-        EXPECT_TRUE(writePrivate(path, "secret"));
+        EXPECT_TRUE(write(file_open_private, path, "secret"));
     }
     EXPECT_EQ("secret", contentOf(path));
     EXPECT_TRUE(test_support::isPrivate(path));
@@ -52,7 +102,7 @@ TEST(FilesTest, aPrivateFileIsNewWhateverHasItsName)
         std::filesystem::remove(path);
         if (!makeLink(isSymbolic, victim, path))
             continue;
-        EXPECT_TRUE(writePrivate(path, "secret"));
+        EXPECT_TRUE(write(file_open_private, path, "secret"));
         EXPECT_EQ("untouched", contentOf(victim));
         EXPECT_EQ("secret", contentOf(path));
         EXPECT_FALSE(std::filesystem::is_symlink(path));
@@ -60,7 +110,7 @@ TEST(FilesTest, aPrivateFileIsNewWhateverHasItsName)
 
     std::filesystem::remove(path);
     std::filesystem::create_directory(path);
-    EXPECT_FALSE(writePrivate(path, "secret"));
+    EXPECT_FALSE(write(file_open_private, path, "secret"));
 }
 
 } // namespace
