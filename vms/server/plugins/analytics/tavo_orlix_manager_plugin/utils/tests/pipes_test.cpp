@@ -49,7 +49,8 @@ TEST(PipesTest, noPairIsPassedOver)
 {
     PipePair first = newPair();
     PipePair second = newPair();
-    PipePair* const pairs[] = {&first, &second};
+    PipePair third = newPair();
+    PipePair* const pairs[] = {&first, &second, &third};
     std::uint8_t byte = 0;
     pipe_write_byte(first, kUp, 1);
     pipe_write_byte(first, kUp, 2);
@@ -60,14 +61,17 @@ TEST(PipesTest, noPairIsPassedOver)
     EXPECT_EQ(3, byte);
     EXPECT_EQ(0u, pipe_wait_any(pairs, kUp, &byte));
     EXPECT_EQ(2, byte);
-    EXPECT_EQ(2u, pipe_wait_any(pairs, kUp, &byte)); // after a second
+    EXPECT_EQ(3u, pipe_wait_any(pairs, kUp, &byte)); // after a second
     // What waits for a byte meanwhile takes it from nobody.
     pipe_write_byte(first, kUp, 4);
     pipe_write_byte(second, kUp, 5);
     pipe_write_byte(second, kUp, 6);
+    pipe_write_byte(third, kUp, 7);
+    pipe_write_byte(third, kUp, 8);
     EXPECT_EQ(4, pipe_read_byte(first, kUp));
     EXPECT_EQ(5, pipe_read_byte_timeout(second, kUp, 1));
     EXPECT_EQ("\6", pipe_read_text(second.upRead));
+    EXPECT_EQ("\7\10", pipe_read_text(third.upRead));
 }
 
 } // namespace

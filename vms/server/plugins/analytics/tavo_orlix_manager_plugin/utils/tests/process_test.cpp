@@ -109,6 +109,9 @@ TEST(ProcessTest, theEndIsToldOnce)
     EXPECT_EQ(77, exitCode);
     EXPECT_EQ(-1, process_wait(asked, 0));
     EXPECT_EQ(-1, process_kill(asked));
+
+    const ProcessRecord ended = start({"exit", "0"}); // before or by the first of these
+    EXPECT_TRUE(comesTrue([&] { return process_kill(ended) == -1; }));
 }
 
 TEST(ProcessTest, aProcessThatRunsIsStillActive)
