@@ -5,6 +5,7 @@
 #include <vector>
 
 #include <testing/kept_file_number.h>
+#include <testing/platform.h>
 
 #include "test_support.h"
 
@@ -177,6 +178,25 @@ TEST_F(SocketsTest, aMessageThatTricklesIsGivenUp)
         EXPECT_LE(came, sent);
         EXPECT_EQ(std::string(1000 - came, '\0'), text.substr(came)); // nothing else is handed on
     }
+}
+
+TEST_F(SocketsTest, aConnectionLeavesNothingBehindNorDoesAWaitForNone)
+{
+    const auto meet = [this]
+    {
+        const SocketHandle client = socket_connect(m_path);
+        EXPECT_TRUE(send(client, "x"));
+        socket_close(socket_accept_message(m_listening, m_buffer));
+        socket_close(client);
+    };
+    meet(); // what a system keeps from the first time on
+    const auto before = test_support::openHandles();
+    for (int i = 0; i < 3; ++i)
+        meet();
+    errno = 0;
+    EXPECT_EQ(kInvalidSocket, socket_accept_message(m_listening, m_buffer));
+    EXPECT_EQ(ETIMEDOUT, errno);
+    EXPECT_EQ(before, test_support::openHandles());
 }
 
 TEST_F(SocketsTest, aSendToNobodyFailsWithoutASignal)
