@@ -32,8 +32,8 @@ TEST(ThreadEndTest, leavesNothingOfOpenSslBehind)
     const HMODULE library =
         LoadLibraryW(std::filesystem::path(TAVO_OPENSSL_USER).make_preferred().c_str());
     ASSERT_TRUE(library);
-    const auto use = reinterpret_cast<int (*)()>(
-        reinterpret_cast<void*>(GetProcAddress(library, "useOpenSsl")));
+    const auto use =
+        reinterpret_cast<int (*)()>(reinterpret_cast<void*>(GetProcAddress(library, "useOpenSsl")));
     ASSERT_TRUE(use);
     const auto useInThread = [use] { std::thread([use] { EXPECT_EQ(1, use()); }).join(); };
     for (int i = 0; i < 3; ++i) // what there is once
