@@ -47,6 +47,7 @@ set(TAVO_LINUX_ALONE
 # Of Windows alone: FoldersTest.aFolderNeverReplacesAFileNorAFileAFolder
 # Of Windows alone: FoldersTest.readOnlyFilesAreReplacedAndRemoved
 # Of Windows alone: ProcessUserTest.thisProcessIsOfThisUserAndNobodyIsRefusedUnknown
+# Of Windows alone: ConsoleTest.aPipeThatIsFullAndDoesNotWaitTakesWhatItCan
 # Of Windows alone: ThreadEndTest.leavesNothingOfOpenSslBehind
 # Of Windows alone: FileNamesTest.whatTheSystemTakesForSomethingElseIsNone
 
