@@ -8,7 +8,8 @@ add_compile_definitions(_WIN32_WINNT=0x0A00 WINVER=0x0A00)
 # What the compiler's library makes of waiting for an atomic loses a wake-up between its look and its
 # wait where there is no futex (GCC 12), and with it the end of a std::stop_callback that just runs:
 # whoever waits with a stop token may wait for good. With semaphores of the system it does not.
-# scripts/check_includes.sh keeps the rest of what waits that way out.
+# std::latch and std::barrier wait that way as well, and scripts/check_includes.sh keeps them out; so
+# does an atomic's own wait(), which nothing calls but the benches, and these are of Linux.
 add_compile_definitions(_GLIBCXX_USE_POSIX_SEMAPHORE=1)
 
 # The names with -posix at their end: the others follow whichever thread model was installed first.

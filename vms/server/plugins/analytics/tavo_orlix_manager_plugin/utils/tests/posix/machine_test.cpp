@@ -1,5 +1,6 @@
 #include "utils/machine.h"
 
+#include <cerrno>
 #include <map>
 
 #include "test_support.h"
