@@ -3,8 +3,8 @@
 #include <filesystem>
 #include <fstream>
 
-#include "core/base/ini.h"
-#include "core/base/manager_files.h"
+#include "base/ini.h"
+#include "base/manager_files.h"
 #include "fake_device.h"
 #include "inference/protocol.h"
 #include "remote/cloud_client.h"

@@ -58,7 +58,7 @@ for my $row (@rows) {
 
 # The ini file: regBoolParam(&name, default, "name", ...
 my %keys;
-my $ini = content("$folder/core/base/ini.cpp");
+my $ini = content("$folder/base/ini.cpp");
 $keys{$2} = $1 while $ini =~ /reg\w+Param\(\s*&\w+,\s*([^,]+),\s*"(\w+)"/g;
 die "no keys in the sources\n" unless %keys;
 my %told = $guide =~ /^\| `(\w+)` \| ([^|]*?) \|/mg;

@@ -30,8 +30,8 @@ forbid()
 }
 
 # The plugin's folders from the roof down. Each may include itself and what stands below it; models
-# and runtimes stand side by side. Of core/, all but core/base is roof.
-above='core/(?!base/)'
+# and runtimes stand side by side.
+above='core/'
 forbid $src/device_agent "$above" "device_agent stands below core"
 above+='|device_agent/'
 forbid $src/inference "$above" "inference stands below device_agent"
@@ -41,14 +41,14 @@ forbid $src/models "$above|runtimes/" "models stands below inference, beside run
 above+='|runtimes/|models/'
 forbid $src/remote "$above" "remote stands below runtimes and models"
 above+='|remote/'
-forbid $src/core/base "$above" "core/base stands below remote"
-above+='|core/'
+forbid $src/base "$above" "base stands below remote"
+above+='|base/'
 forbid $plugin/utils "$above|tavo/" "utils stands below everything"
 forbid open/vms/libs "$above|utils/" "the host's libraries know nothing of the plugin"
 
 forbid devkit/host "$above|utils/" "the stand-in host knows the SDK alone"
 forbid devkit/services "$above" "the stand-in services know the utilities alone"
-forbid devkit/manager 'core/|device_agent/|runtimes/|models/|remote/|inference/(?!protocol\.h)' \
+forbid devkit/manager 'core/|base/|device_agent/|runtimes/|models/|remote/|inference/(?!protocol\.h)' \
     "the reference application knows the protocol and the utilities alone"
 
 # Only a platform's own folder may include its headers or ask where it runs.

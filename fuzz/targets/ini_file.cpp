@@ -1,8 +1,8 @@
 #include <cstring>
 #include <memory>
 
-#include "core/base/deployment.h"
-#include "core/base/ini.h"
+#include "base/deployment.h"
+#include "base/ini.h"
 #include "fuzz_target.h"
 #include "temporary_folder.h"
 

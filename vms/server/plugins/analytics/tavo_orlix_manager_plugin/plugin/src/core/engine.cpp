@@ -6,9 +6,9 @@
 
 #include <tavo/sdk/helpers/error.h>
 
-#include "core/base/ini.h"
-#include "core/base/manager_files.h"
-#include "core/base/plugin_version.h"
+#include "base/ini.h"
+#include "base/manager_files.h"
+#include "base/plugin_version.h"
 #include "core/plugin.h"
 #include "core/runtime_manager_loop.h"
 #include "device_agent/device_agent.h"

@@ -12,8 +12,8 @@
 #include <tavo/sdk/ptr.h>
 #include <yyjson.h>
 
-#include "core/base/assigned_model.h"
-#include "core/base/message_board.h"
+#include "base/assigned_model.h"
+#include "base/message_board.h"
 #include "device_agent/agent_services.h"
 #include "inference/orlix_manager_interface.h"
 #include "inference/plugin_socket_listener.h"

@@ -4,7 +4,7 @@
 #include <tavo/sdk/helpers/error.h>
 #include <tavo/sdk/helpers/settings_response.h>
 
-#include "core/base/deployment.h"
+#include "base/deployment.h"
 #include "core/engine.h"
 #include "utils/json.h"
 #include "utils/log.h"

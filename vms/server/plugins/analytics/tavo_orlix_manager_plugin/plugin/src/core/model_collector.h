@@ -6,7 +6,7 @@
 
 #include <yyjson.h>
 
-#include "core/base/assigned_model.h"
+#include "base/assigned_model.h"
 #include "models/model_manager.h"
 #include "utils/json.h"
 

@@ -6,8 +6,8 @@
 
 #include <tavo/sdk/helpers/error.h>
 
-#include "core/base/ini.h"
-#include "core/base/plugin_version.h"
+#include "base/ini.h"
+#include "base/plugin_version.h"
 #include "core/engine.h"
 #include "remote/text_helpers.h"
 #include "utils/paths.h"

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/base/ini.h"
+#include "base/ini.h"
 #include "core/engine.h"
 #include "core/loop_decisions.h"
 #include "device_agent/device_agent.h"

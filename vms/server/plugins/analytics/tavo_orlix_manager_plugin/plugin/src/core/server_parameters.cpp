@@ -2,7 +2,7 @@
 #include <string>
 #include <vector>
 
-#include "core/base/plugin_version.h"
+#include "base/plugin_version.h"
 #include "core/engine.h"
 #include "remote/host_rest_client.h"
 #include "remote/text_helpers.h"

@@ -6,7 +6,7 @@
 #include <tavo/sdk/i_utility_provider.h>
 #include <tavo/sdk/ptr.h>
 
-#include "core/base/message_board.h"
+#include "base/message_board.h"
 #include "inference/orlix_manager_interface.h"
 #include "runtimes/manager_installation.h"
 #include "runtimes/runtimes_manager.h"

@@ -4,7 +4,7 @@
 
 #include <tavo/sdk/uuid.h>
 
-#include "core/base/ini.h"
+#include "base/ini.h"
 #include "device_agent/manifest_builder.h"
 #include "device_agent/settings/settings_cache.h"
 #include "remote/text_helpers.h"

@@ -16,7 +16,7 @@
 #include <tavo/sdk/analytics/helpers/event_metadata_packet.h>
 #include <tavo/sdk/ptr.h>
 
-#include "core/base/message_board.h"
+#include "base/message_board.h"
 #include "device_agent/agent_services.h"
 #include "device_agent/dialog/settings_model_builder.h"
 #include "device_agent/events/count_history.h"

@@ -8,7 +8,7 @@
 
 #include <tavo/sdk/ptr.h>
 
-#include "core/base/ini.h"
+#include "base/ini.h"
 #include "device_agent/device_agent.h"
 #include "device_agent/settings/region_of_interest.h"
 #include "inference/input_message.h"

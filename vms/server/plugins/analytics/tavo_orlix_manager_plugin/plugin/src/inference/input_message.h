@@ -5,7 +5,7 @@
 #include <span>
 #include <string>
 
-#include "core/base/frame_settings.h"
+#include "base/frame_settings.h"
 #include "inference/message_buffer.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix

@@ -4,8 +4,8 @@
 
 #include <openssl/crypto.h>
 
-#include "core/base/ini.h"
-#include "core/base/manager_files.h"
+#include "base/ini.h"
+#include "base/manager_files.h"
 #include "inference/orlix_manager_interface.h"
 #include "inference/restart_policy.h"
 #include "models/orlix_crypto.h"

@@ -3,7 +3,7 @@
 #include <memory>
 #include <string_view>
 
-#include "core/base/manager_files.h"
+#include "base/manager_files.h"
 #include "inference/model_changes.h"
 #include "inference/orlix_manager_interface.h"
 #include "remote/file_helpers.h"

@@ -3,7 +3,7 @@
 #include <string>
 #include <unordered_map>
 
-#include "core/base/assigned_model.h"
+#include "base/assigned_model.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {

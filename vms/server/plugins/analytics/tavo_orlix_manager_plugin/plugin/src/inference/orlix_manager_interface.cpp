@@ -1,6 +1,6 @@
 #include "inference/orlix_manager_interface.h"
 
-#include "core/base/manager_files.h"
+#include "base/manager_files.h"
 #include "inference/protocol.h"
 #include "utils/log.h"
 #include "utils/paths.h"

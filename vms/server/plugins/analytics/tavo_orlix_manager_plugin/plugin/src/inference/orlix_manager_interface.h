@@ -9,8 +9,8 @@
 #include <tavo/sdk/i_utility_provider.h>
 #include <tavo/sdk/ptr.h>
 
-#include "core/base/assigned_model.h"
-#include "core/base/message_board.h"
+#include "base/assigned_model.h"
+#include "base/message_board.h"
 #include "inference/attached_segments.h"
 #include "inference/manager_state.h"
 #include "inference/message_buffer.h"

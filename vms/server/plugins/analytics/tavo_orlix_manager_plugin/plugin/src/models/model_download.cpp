@@ -12,7 +12,7 @@
 #include <tavo/network/http/http_client.h>
 #include <tavo/utils/url.h>
 
-#include "core/base/ini.h"
+#include "base/ini.h"
 #include "models/orlix_crypto.h"
 #include "remote/answer_body.h"
 #include "remote/file_helpers.h"

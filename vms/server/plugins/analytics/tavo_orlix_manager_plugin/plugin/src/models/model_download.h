@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "core/base/message_board.h"
+#include "base/message_board.h"
 #include "remote/transfer_pace.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix

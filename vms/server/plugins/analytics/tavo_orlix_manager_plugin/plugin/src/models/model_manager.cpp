@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <system_error>
 
-#include "core/base/manager_files.h"
+#include "base/manager_files.h"
 #include "models/model_download.h"
 #include "remote/file_helpers.h"
 #include "utils/json.h"

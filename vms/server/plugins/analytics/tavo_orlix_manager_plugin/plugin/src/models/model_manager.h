@@ -10,7 +10,7 @@
 
 #include <yyjson.h>
 
-#include "core/base/message_board.h"
+#include "base/message_board.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {

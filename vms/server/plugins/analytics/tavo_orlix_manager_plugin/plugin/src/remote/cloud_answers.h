@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "core/base/pipeline_option.h"
+#include "base/pipeline_option.h"
 
 // What the cloud's answers say, taken out of their JSON texts. A text that is no such answer gives
 // an empty list; elements that are not as they should be are left out. No state; nothing throws.

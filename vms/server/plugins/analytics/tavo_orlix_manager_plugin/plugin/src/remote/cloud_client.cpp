@@ -5,8 +5,8 @@
 
 #include <tavo/network/http/http_client.h>
 
-#include "core/base/ini.h"
-#include "core/base/plugin_version.h"
+#include "base/ini.h"
+#include "base/plugin_version.h"
 #include "remote/answer_body.h"
 #include "remote/cloud_answers.h"
 #include "remote/text_helpers.h"

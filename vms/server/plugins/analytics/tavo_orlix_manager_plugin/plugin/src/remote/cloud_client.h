@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "core/base/pipeline_option.h"
+#include "base/pipeline_option.h"
 #include "remote/host_rest_client.h"
 
 // The cloud API, over HTTPS with the server's certificate verified, authorized by the host's cloud

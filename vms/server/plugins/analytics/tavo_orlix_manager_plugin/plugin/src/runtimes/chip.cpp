@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <string_view>
 
-#include "core/base/deployment.h"
-#include "core/base/ini.h"
+#include "base/deployment.h"
+#include "base/ini.h"
 #include "runtimes/placeholders.h"
 #include "utils/log.h"
 

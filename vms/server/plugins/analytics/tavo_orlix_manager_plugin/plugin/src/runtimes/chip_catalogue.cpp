@@ -1,7 +1,7 @@
 #include "runtimes/chip_catalogue.h"
 
-#include "core/base/deployment.h"
-#include "core/base/ini.h"
+#include "base/deployment.h"
+#include "base/ini.h"
 #include "runtimes/driver_probes.h"
 #include "utils/log.h"
 

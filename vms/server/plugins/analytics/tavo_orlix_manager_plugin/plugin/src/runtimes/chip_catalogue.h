@@ -5,7 +5,7 @@
 #include <string>
 #include <unordered_map>
 
-#include "core/base/message_board.h"
+#include "base/message_board.h"
 #include "runtimes/chip.h"
 #include "runtimes/machine_info.h"
 

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "core/base/message_board.h"
+#include "base/message_board.h"
 #include "runtimes/chip.h"
 
 // Probes that tell whether an accelerator is there and its driver fit for use. They run the

@@ -2,9 +2,9 @@
 
 #include <filesystem>
 
-#include "core/base/deployment.h"
-#include "core/base/ini.h"
-#include "core/base/manager_files.h"
+#include "base/deployment.h"
+#include "base/ini.h"
+#include "base/manager_files.h"
 #include "remote/file_downloader.h"
 #include "remote/file_helpers.h"
 #include "runtimes/machine_info.h"

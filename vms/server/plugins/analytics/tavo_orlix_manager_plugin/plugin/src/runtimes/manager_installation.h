@@ -3,7 +3,7 @@
 #include <atomic>
 #include <string>
 
-#include "core/base/message_board.h"
+#include "base/message_board.h"
 #include "runtimes/staging.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix

@@ -9,7 +9,7 @@
 
 #include <tavo/kit/debug.h>
 
-#include "core/base/deployment.h"
+#include "base/deployment.h"
 #include "remote/text_helpers.h"
 #include "runtimes/driver_probes.h"
 #include "utils/command.h"

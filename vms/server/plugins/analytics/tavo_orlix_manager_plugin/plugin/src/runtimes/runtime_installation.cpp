@@ -2,7 +2,7 @@
 
 #include <system_error>
 
-#include "core/base/ini.h"
+#include "base/ini.h"
 #include "remote/file_downloader.h"
 #include "remote/file_helpers.h"
 #include "remote/text_helpers.h"

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "core/base/message_board.h"
+#include "base/message_board.h"
 #include "runtimes/chip.h"
 #include "runtimes/machine_info.h"
 #include "runtimes/runtime_status.h"

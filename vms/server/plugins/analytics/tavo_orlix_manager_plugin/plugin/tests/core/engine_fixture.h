@@ -6,7 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "core/base/ini.h"
+#include "base/ini.h"
 #include "core/engine.h"
 #include "core/plugin.h"
 #include "fake_device.h"

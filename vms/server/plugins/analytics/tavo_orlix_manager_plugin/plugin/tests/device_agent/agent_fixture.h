@@ -18,7 +18,7 @@
 #include <tavo/sdk/helpers/string_map.h>
 
 #include "bare_services.h"
-#include "core/base/ini.h"
+#include "base/ini.h"
 #include "device_agent/device_agent.h"
 #include "fake_device.h"
 #include "fake_host.h"

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/base/ini.h"
+#include "base/ini.h"
 #include "inference/message_buffer.h"
 #include "inference/orlix_manager_interface.h"
 #include "temporary_folder.h"

@@ -6,7 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "core/base/ini.h"
+#include "base/ini.h"
 #include "fake_host.h"
 #include "http_server.h"
 #include "utils/tests/test_support.h"

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/base/ini.h"
+#include "base/ini.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/base/ini.h"
+#include "base/ini.h"
 #include "http_server.h"
 #include "temporary_folder.h"
 #include "utils/command.h"

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/base/manager_files.h"
+#include "base/manager_files.h"
 #include "device_agent/agent_services.h"
 #include "remote/cloud_client.h"
 

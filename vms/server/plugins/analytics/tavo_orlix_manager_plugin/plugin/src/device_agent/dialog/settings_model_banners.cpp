@@ -1,6 +1,6 @@
 // What the dialog tells: the state of the system, the device's errors, the message board.
 
-#include "core/base/deployment.h"
+#include "base/deployment.h"
 #include "device_agent/dialog/settings_model_parts.h"
 #include "remote/cloud_client.h"
 #include "utils/log.h"

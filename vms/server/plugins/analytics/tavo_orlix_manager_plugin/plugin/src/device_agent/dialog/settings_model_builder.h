@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "core/base/message_board.h"
+#include "base/message_board.h"
 #include "device_agent/agent_services.h"
 #include "device_agent/settings/device_settings.h"
 #include "runtimes/manager_installation.h"

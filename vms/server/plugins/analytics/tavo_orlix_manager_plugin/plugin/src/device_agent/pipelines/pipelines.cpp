@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-#include "core/base/ini.h"
+#include "base/ini.h"
 #include "device_agent/device_agent.h"
 #include "device_agent/manifest_builder.h"
 #include "device_agent/pipelines/model_nms.h"

@@ -4,8 +4,8 @@
 #include <unordered_map>
 #include <vector>
 
-#include "core/base/frame_settings.h"
-#include "core/base/pipeline_option.h"
+#include "base/frame_settings.h"
+#include "base/pipeline_option.h"
 #include "utils/fair_mutex.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix

@@ -7,7 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "core/base/deployment.h"
+#include "base/deployment.h"
 #include "device_agent/dialog/dialog_items.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,6 +1,6 @@
-#include "core/base/ini.h"
+#include "base/ini.h"
 
-#include "core/base/deployment.h"
+#include "base/deployment.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {

@@ -1,4 +1,4 @@
-#include "core/base/message_board.h"
+#include "base/message_board.h"
 
 #include <atomic>
 #include <set>

@@ -1,4 +1,4 @@
-#include "core/base/plugin_version.h"
+#include "base/plugin_version.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
