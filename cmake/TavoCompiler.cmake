@@ -16,8 +16,11 @@ endif()
 
 find_program(TAVO_CCACHE ccache)
 if(TAVO_CCACHE)
-    set(CMAKE_C_COMPILER_LAUNCHER ${TAVO_CCACHE})
-    set(CMAKE_CXX_COMPILER_LAUNCHER ${TAVO_CCACHE})
+    # Paths below the checkout go to the compiler relative to the build's folder, which is the same in
+    # every clone: so a second clone, or a worktree, finds what the first one compiled.
+    set(CMAKE_C_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env
+        CCACHE_BASEDIR=${CMAKE_SOURCE_DIR} CCACHE_NOHASHDIR=1 ${TAVO_CCACHE})
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_C_COMPILER_LAUNCHER})
 endif()
 
 add_library(tavo_warnings INTERFACE)
@@ -33,13 +36,9 @@ if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
     target_compile_options(tavo_warnings INTERFACE -Wthread-safety)
 endif()
 
-# What goes to a user names no folder of the machine that it was built on: no build's texts do (of
-# assert, say), and an optimized build's debug information does not either.
-add_compile_options(-fmacro-prefix-map=${CMAKE_SOURCE_DIR}=.)
-if(NOT TAVO_SANITIZER)
-    add_compile_options(
-        "$<$<CONFIG:Release,RelWithDebInfo>:-ffile-prefix-map=${CMAKE_SOURCE_DIR}=.>")
-endif()
+# What goes to a user names no folder of the machine that it was built on, neither in texts (of
+# assert, say) nor in debug information. Debuggers find the sources when started at the checkout's root.
+add_compile_options(-ffile-prefix-map=${CMAKE_SOURCE_DIR}=.)
 
 if(TAVO_SANITIZER)
     add_compile_options(-fsanitize=${TAVO_SANITIZER} -fno-omit-frame-pointer
