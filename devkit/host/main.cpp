@@ -3,8 +3,8 @@
 
 #include <tavo/sdk/helpers/lib_context.h>
 
+#include "common/options.h"
 #include "host.h"
-#include "options.h"
 #include "run_with_page.h"
 
 namespace tavo::devkit

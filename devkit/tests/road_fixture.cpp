@@ -7,13 +7,13 @@
 #include <testing/platform.h>
 #include <testing/programs.h>
 
-#include "clock.h"
+#include "common/clock.h"
 #include "device_info.h"
+#include "dialogs/user_settings.h"
 #include "engine_side.h"
-#include "metadata.h"
-#include "records.h"
-#include "user_settings.h"
-#include "video_frame.h"
+#include "media/video_frame.h"
+#include "metadata/metadata.h"
+#include "records/records.h"
 
 namespace tavo::devkit
 {

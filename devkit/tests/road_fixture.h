@@ -10,14 +10,14 @@
 #include <gtest/gtest.h>
 
 #include "agent_handler.h"
-#include "library.h"
-#include "record_store.h"
-#include "rest_service.h"
+#include "dialogs/settings_dialog.h"
+#include "library/library.h"
+#include "metadata/statistics.h"
+#include "records/record_store.h"
+#include "records/rest_service.h"
+#include "records/utility_provider.h"
 #include "server.h"
-#include "settings_dialog.h"
-#include "statistics.h"
 #include "temporary_folder.h"
-#include "utility_provider.h"
 
 namespace tavo::devkit
 {

@@ -4,9 +4,9 @@
 #include <testing/platform.h>
 #include <testing/programs.h>
 
+#include "media/video_source.h"
 #include "road_fixture.h"
 #include "utils/process.h"
-#include "video_source.h"
 
 namespace tavo::devkit
 {

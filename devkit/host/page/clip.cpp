@@ -8,11 +8,11 @@
 
 #include <tavo/sdk/uuid.h>
 
-#include "drawing.h"
-#include "event_captions.h"
-#include "json.h"
+#include "common/json.h"
+#include "media/drawing.h"
+#include "media/video_writer.h"
+#include "metadata/event_captions.h"
 #include "page/jpeg.h"
-#include "video_writer.h"
 
 namespace tavo::devkit
 {

@@ -4,7 +4,7 @@
 
 #include <opencv2/core.hpp>
 
-#include "picture.h"
+#include "media/picture.h"
 
 namespace tavo::devkit
 {

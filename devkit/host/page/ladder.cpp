@@ -5,8 +5,8 @@
 #include <iterator>
 #include <optional>
 
-#include "json.h"
-#include "records.h"
+#include "common/json.h"
+#include "records/records.h"
 
 namespace tavo::devkit
 {

@@ -4,7 +4,7 @@
 #include <exception>
 #include <utility>
 
-#include "json.h"
+#include "common/json.h"
 
 namespace tavo::devkit
 {

@@ -2,7 +2,7 @@
 
 #include <httplib.h>
 
-#include "page_address.h"
+#include "common/page_address.h"
 
 namespace tavo::devkit
 {

@@ -6,10 +6,10 @@
 #include <memory>
 #include <stdexcept>
 
-#include "json.h"
+#include "common/json.h"
+#include "media/picture_annotator.h"
 #include "page/clip.h"
 #include "page/machine_cameras.h"
-#include "picture_annotator.h"
 
 namespace tavo::devkit
 {

@@ -1,8 +1,8 @@
 #include "page/reporter.h"
 
-#include "clock.h"
-#include "json.h"
-#include "resources.h"
+#include "common/clock.h"
+#include "common/json.h"
+#include "common/resources.h"
 
 namespace tavo::devkit
 {

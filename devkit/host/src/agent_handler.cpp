@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "clock.h"
+#include "common/clock.h"
 
 namespace tavo::devkit
 {

@@ -7,10 +7,10 @@
 #include <tavo/sdk/analytics/i_device_agent.h>
 #include <tavo/sdk/helpers/ref_countable.h>
 
-#include "annotator.h"
-#include "console.h"
-#include "metadata_sink.h"
-#include "statistics.h"
+#include "common/console.h"
+#include "media/annotator.h"
+#include "metadata/metadata_sink.h"
+#include "metadata/statistics.h"
 
 namespace tavo::devkit
 {

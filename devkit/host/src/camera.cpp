@@ -1,8 +1,8 @@
 #include "camera.h"
 
-#include "clock.h"
-#include "metadata.h"
-#include "video_frame.h"
+#include "common/clock.h"
+#include "media/video_frame.h"
+#include "metadata/metadata.h"
 
 namespace tavo::devkit
 {

@@ -7,12 +7,12 @@
 #include <tavo/sdk/analytics/i_consuming_device_agent.h>
 #include <tavo/sdk/ptr.h>
 
-#include "console.h"
-#include "frame_observer.h"
-#include "frame_queue.h"
-#include "pacing.h"
-#include "statistics.h"
-#include "video_feed.h"
+#include "common/console.h"
+#include "media/frame_observer.h"
+#include "media/frame_queue.h"
+#include "media/pacing.h"
+#include "media/video_feed.h"
+#include "metadata/statistics.h"
 
 namespace tavo::devkit
 {

@@ -3,7 +3,7 @@
 #include <stdexcept>
 
 #include "device_info.h"
-#include "results.h"
+#include "metadata/results.h"
 
 namespace tavo::devkit
 {

@@ -7,15 +7,15 @@
 #include <tavo/sdk/analytics/i_engine.h>
 
 #include "agent_handler.h"
-#include "annotator.h"
 #include "camera.h"
-#include "console.h"
-#include "frame_observer.h"
-#include "metadata_sink.h"
-#include "record_store.h"
-#include "settings_dialog.h"
-#include "statistics.h"
-#include "video_feeds.h"
+#include "common/console.h"
+#include "dialogs/settings_dialog.h"
+#include "media/annotator.h"
+#include "media/frame_observer.h"
+#include "media/video_feeds.h"
+#include "metadata/metadata_sink.h"
+#include "metadata/statistics.h"
+#include "records/record_store.h"
 
 namespace tavo::devkit
 {

@@ -1,6 +1,6 @@
 #include "device_info.h"
 
-#include "json.h"
+#include "common/json.h"
 
 namespace tavo::devkit
 {

@@ -4,8 +4,8 @@
 
 #include <tavo/sdk/uuid.h>
 
-#include "json.h"
-#include "records.h"
+#include "common/json.h"
+#include "records/records.h"
 
 namespace tavo::devkit
 {

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "common/options.h"
 #include "device.h"
-#include "options.h"
-#include "rest_service.h"
+#include "records/rest_service.h"
 
 namespace tavo::devkit
 {

@@ -4,8 +4,8 @@
 #include <tavo/sdk/analytics/i_engine_info.h>
 #include <tavo/sdk/helpers/ref_countable.h>
 
-#include "console.h"
-#include "metadata_sink.h"
+#include "common/console.h"
+#include "metadata/metadata_sink.h"
 
 // What the engine gets from its host.
 

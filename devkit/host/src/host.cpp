@@ -6,9 +6,9 @@
 #include <stdexcept>
 
 #include "engine_side.h"
-#include "metadata.h"
-#include "records.h"
-#include "results.h"
+#include "metadata/metadata.h"
+#include "metadata/results.h"
+#include "records/records.h"
 
 namespace tavo::devkit
 {

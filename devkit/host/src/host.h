@@ -5,19 +5,19 @@
 #include <string>
 #include <vector>
 
-#include "annotator.h"
-#include "console.h"
+#include "common/console.h"
+#include "common/options.h"
+#include "common/stop_signal.h"
 #include "device_list.h"
-#include "engine_dialog.h"
+#include "dialogs/engine_dialog.h"
 #include "host_observer.h"
-#include "library.h"
-#include "metadata_sink.h"
-#include "options.h"
-#include "record_store.h"
-#include "rest_service.h"
-#include "stop_signal.h"
-#include "utility_provider.h"
-#include "video_feeds.h"
+#include "library/library.h"
+#include "media/annotator.h"
+#include "media/video_feeds.h"
+#include "metadata/metadata_sink.h"
+#include "records/record_store.h"
+#include "records/rest_service.h"
+#include "records/utility_provider.h"
 
 namespace tavo::devkit
 {

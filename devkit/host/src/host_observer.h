@@ -1,7 +1,7 @@
 #pragma once
 
-#include "frame_observer.h"
-#include "metadata_sink.h"
+#include "media/frame_observer.h"
+#include "metadata/metadata_sink.h"
 
 namespace tavo::devkit
 {

@@ -5,11 +5,11 @@
 #include <stdexcept>
 #include <utility>
 
-#include "clock.h"
-#include "latency.h"
-#include "records.h"
+#include "common/clock.h"
+#include "common/resources.h"
+#include "metadata/latency.h"
+#include "records/records.h"
 #include "report.h"
-#include "resources.h"
 
 // What the host does from the first frame to the summary.
 

@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "resources.h"
-#include "statistics.h"
+#include "common/resources.h"
+#include "metadata/statistics.h"
 
 // The lines that a person reads. No state; any thread.
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "options.h"
+#include "common/options.h"
 
 namespace tavo::devkit
 {

@@ -1,6 +1,6 @@
 #include "host_fixture.h"
-#include "record_store.h"
-#include "records.h"
+#include "records/record_store.h"
+#include "records/records.h"
 
 namespace tavo::devkit
 {

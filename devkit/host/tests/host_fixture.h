@@ -8,10 +8,10 @@
 #include <gtest/gtest.h>
 #include <testing/scoped_variable.h>
 
-#include "json.h"
+#include "common/json.h"
+#include "media/video_source.h"
 #include "temp_folder.h"
 #include "utils/command.h"
-#include "video_source.h"
 
 namespace tavo::devkit
 {

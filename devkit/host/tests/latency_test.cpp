@@ -1,4 +1,4 @@
-#include "latency.h"
+#include "metadata/latency.h"
 
 #include <fstream>
 

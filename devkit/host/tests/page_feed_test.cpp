@@ -10,7 +10,7 @@
 #include "page/ladder.h"
 #include "page/log_follower.h"
 #include "page/viewer.h"
-#include "records.h"
+#include "records/records.h"
 #include "stream_text.h"
 #include "temp_folder.h"
 

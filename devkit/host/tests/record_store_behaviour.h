@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "record_store.h"
+#include "records/record_store.h"
 
 namespace tavo::devkit
 {

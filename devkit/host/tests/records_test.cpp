@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
-#include "json.h"
-#include "json_merge.h"
+#include "common/json.h"
 #include "record_store_behaviour.h"
-#include "records.h"
+#include "records/json_merge.h"
+#include "records/records.h"
 
 namespace tavo::devkit
 {

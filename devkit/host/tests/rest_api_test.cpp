@@ -4,11 +4,11 @@
 
 #include <tavo/sdk/helpers/ref_countable.h>
 
-#include "metadata.h"
-#include "record_store.h"
-#include "records.h"
-#include "rest_api.h"
-#include "rest_service.h"
+#include "metadata/metadata.h"
+#include "records/record_store.h"
+#include "records/records.h"
+#include "records/rest_api.h"
+#include "records/rest_service.h"
 
 namespace tavo::devkit
 {

@@ -7,7 +7,7 @@
 #include "agent_handler.h"
 #include "failing_calls.h"
 #include "findings.h"
-#include "utility_provider.h"
+#include "records/utility_provider.h"
 
 // A host's side of the interfaces that says where the library begins and where it ends.
 

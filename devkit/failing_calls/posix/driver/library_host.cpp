@@ -3,12 +3,12 @@
 #include <tavo/sdk/helpers/string_map.h>
 #include <tavo/sdk/i_active_setting_changed_action.h>
 
-#include "clock.h"
+#include "common/clock.h"
 #include "device_info.h"
+#include "dialogs/settings_dialog.h"
 #include "engine_side.h"
-#include "records.h"
-#include "settings_dialog.h"
-#include "video_frame.h"
+#include "media/video_frame.h"
+#include "records/records.h"
 
 namespace tavo::devkit
 {

@@ -6,14 +6,14 @@
 #include <tavo/sdk/analytics/i_consuming_device_agent.h>
 #include <tavo/sdk/analytics/i_engine.h>
 
-#include "console.h"
+#include "common/console.h"
+#include "dialogs/user_settings.h"
 #include "findings.h"
 #include "guarded_host.h"
-#include "library.h"
-#include "metadata_sink.h"
-#include "record_store.h"
-#include "rest_service.h"
-#include "user_settings.h"
+#include "library/library.h"
+#include "metadata/metadata_sink.h"
+#include "records/record_store.h"
+#include "records/rest_service.h"
 
 namespace tavo::devkit
 {

@@ -3,7 +3,7 @@
 #include <temporary_folder.h>
 
 #include "library_host.h"
-#include "records.h"
+#include "records/records.h"
 #include "roads.h"
 
 namespace tavo::devkit

@@ -5,7 +5,7 @@
 #include <testing/platform.h>
 #include <testing/programs.h>
 
-#include "records.h"
+#include "records/records.h"
 
 namespace tavo::devkit
 {

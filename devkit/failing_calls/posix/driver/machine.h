@@ -9,7 +9,7 @@
 #include <temporary_folder.h>
 
 #include "library_host.h"
-#include "record_store.h"
+#include "records/record_store.h"
 #include "server.h"
 
 namespace tavo::devkit

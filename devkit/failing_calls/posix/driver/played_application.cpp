@@ -9,7 +9,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include "clock.h"
+#include "common/clock.h"
 #include "inference/protocol.h"
 #include "utils/mpack_tree.h"
 

@@ -1,4 +1,4 @@
-#include "annotator.h"
+#include "media/annotator.h"
 
 #include <stdexcept>
 

@@ -1,6 +1,6 @@
 #include <stdexcept>
 
-#include "video_source.h"
+#include "media/video_source.h"
 
 namespace tavo::devkit
 {

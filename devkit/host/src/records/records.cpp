@@ -1,0 +1,214 @@
+#include "records/records.h"
+
+#include <cctype>
+#include <cstdio>
+#include <stdexcept>
+
+#include "common/json.h"
+
+namespace tavo::devkit
+{
+
+namespace
+{
+
+constexpr char kDefaultServerId[] = "a4f7c1de-3b52-4c0e-9a67-2d8e51b0f3a1";
+constexpr char kDefaultCloudSystemId[] = "0c6a9f52-77e4-4d1b-8b90-6e21d4c3a785";
+constexpr char kDefaultCloudAuthToken[] = "stand-in-token";
+constexpr char kDefaultModelId[] = "3d9be0f4-51c7-4a86-b2ef-90a4c7d6e812";
+
+std::string withoutBraces(std::string_view id)
+{
+    if (id.size() >= 2 && id.front() == '{' && id.back() == '}')
+        id = id.substr(1, id.size() - 2);
+    std::string result(id);
+    for (char& c : result)
+        c = char(std::tolower(static_cast<unsigned char>(c)));
+    return result;
+}
+
+yyjson_mut_val* defaultModel(yyjson_mut_doc* document)
+{
+    yyjson_mut_val* const output = yyjson_mut_obj(document);
+    addString(document, output, "Name", "bboxes-format:xyxy;0:person");
+    yyjson_mut_val* const outputs = yyjson_mut_arr(document);
+    yyjson_mut_arr_append(outputs, output);
+
+    yyjson_mut_val* const model = yyjson_mut_obj(document);
+    addString(document, model, "UUID", kDefaultModelId);
+    addString(document, model, "Name", "Person detector");
+    addString(document, model, "UpdatedAt", "2024-05-01T12:00:00");
+    yyjson_mut_obj_add_val(document, model, "NamedOutput", outputs);
+    // No file to fetch: the application has its own detector.
+    yyjson_mut_obj_add_arr(document, model, "Downloads");
+    return model;
+}
+
+yyjson_mut_val* defaultPipelineNode(yyjson_mut_doc* document)
+{
+    yyjson_mut_val* const node = yyjson_mut_obj(document);
+    addString(document, node, "modelUUID", kDefaultModelId);
+    yyjson_mut_obj_add_real(document, node, "modelNMS", 0.5);
+    addString(document, node, "Postprocessor", "LineCrossing");
+    return node;
+}
+
+yyjson_mut_val* addMember(yyjson_mut_doc* document, yyjson_mut_val* object, const char* key)
+{
+    return yyjson_mut_obj_add_obj(document, object, key);
+}
+
+// Holds the site's id, so that the plugin takes this server for one that it has configured before
+// and asks no cloud for a first configuration.
+std::string defaultServerRecord(const SystemIdentity& identity)
+{
+    const MutableJsonDocument document(yyjson_mut_doc_new(nullptr));
+    yyjson_mut_val* const root = yyjson_mut_obj(document.get());
+    yyjson_mut_doc_set_root(document.get(), root);
+    addString(document.get(), root, "id", identity.serverId);
+    addString(document.get(), root, "name", "Stand-in server");
+    yyjson_mut_val* const parameters = addMember(document.get(), root, "parameters");
+    yyjson_mut_val* const ours = addMember(document.get(), parameters, "tavoAI");
+    addString(document.get(), ours, "siteID", identity.cloudSystemId);
+    return toText(*document);
+}
+
+std::string identityRecord(const SystemIdentity& identity)
+{
+    const MutableJsonDocument document(yyjson_mut_doc_new(nullptr));
+    yyjson_mut_val* const root = yyjson_mut_obj(document.get());
+    yyjson_mut_doc_set_root(document.get(), root);
+    addString(document.get(), root, "serverId", identity.serverId);
+    addString(document.get(), root, "cloudSystemId", identity.cloudSystemId);
+    addString(document.get(), root, "cloudAuthToken", identity.cloudAuthToken);
+    return toText(*document);
+}
+
+SystemIdentity parseIdentity(yyjson_val* object, const SystemIdentity& fallback)
+{
+    SystemIdentity identity;
+    identity.serverId = stringMember(object, "serverId", fallback.serverId);
+    identity.cloudSystemId = stringMember(object, "cloudSystemId", fallback.cloudSystemId);
+    identity.cloudAuthToken = stringMember(object, "cloudAuthToken", fallback.cloudAuthToken);
+    return identity;
+}
+
+void putIfNew(RecordStore& store, RecordKind kind, const std::string& id, const std::string& text)
+{
+    if (findId(store, kind, id).empty())
+        store.put(kind, id, text);
+}
+
+void seedArray(RecordStore& store, RecordKind kind, yyjson_val* records)
+{
+    size_t index = 0;
+    size_t count = 0;
+    yyjson_val* record = nullptr;
+    yyjson_arr_foreach(records, index, count, record)
+    {
+        const std::string id = stringMember(record, "id");
+        if (id.empty())
+            throw std::runtime_error("records: a device or user has no \"id\"");
+        putIfNew(store, kind, id, toText(record));
+    }
+}
+
+} // namespace
+
+std::string defaultDeviceId(int index)
+{
+    char id[40];
+    std::snprintf(id, sizeof(id), "5f0e6b1c-8d24-4e73-9c11-%012x", unsigned(index) + 1);
+    return id;
+}
+
+std::string defaultDeviceRecord(int index, const std::string& serverId)
+{
+    const MutableJsonDocument document(yyjson_mut_doc_new(nullptr));
+    yyjson_mut_doc* const doc = document.get();
+    yyjson_mut_val* const root = yyjson_mut_obj(doc);
+    yyjson_mut_doc_set_root(doc, root);
+    addString(doc, root, "id", defaultDeviceId(index));
+    addString(doc, root, "name", "Camera " + std::to_string(index + 1));
+    addString(doc, root, "serverId", serverId);
+    addString(doc, root, "vendor", "Tavo");
+    addString(doc, root, "model", "File camera");
+    yyjson_mut_val* const ours = addMember(doc, addMember(doc, root, "parameters"), "tavoAI");
+    yyjson_mut_val* const models = yyjson_mut_obj_add_arr(doc, ours, "models");
+    yyjson_mut_arr_append(models, defaultModel(doc));
+    yyjson_mut_val* const pipelines = yyjson_mut_obj_add_arr(doc, ours, "pipelines");
+    yyjson_mut_arr_append(pipelines, defaultPipelineNode(doc));
+    addString(
+        doc, ours, "deviceAdmin", "https://admin.tavo.example/device/" + defaultDeviceId(index));
+    return toText(*document);
+}
+
+std::string newDeviceRecord(
+    const std::string& id, const std::string& name, const std::string& source,
+    const std::string& serverId)
+{
+    const MutableJsonDocument document(yyjson_mut_doc_new(nullptr));
+    yyjson_mut_doc* const doc = document.get();
+    yyjson_mut_val* const root = yyjson_mut_obj(doc);
+    yyjson_mut_doc_set_root(doc, root);
+    addString(doc, root, "id", id);
+    addString(doc, root, "name", name);
+    addString(doc, root, "serverId", serverId);
+    if (!source.empty())
+        addString(doc, root, "url", source);
+    addMember(doc, root, "parameters");
+    return toText(*document);
+}
+
+void seedRecords(RecordStore& store, std::string_view recordsText, int cameraCount)
+{
+    const JsonDocument document =
+        parseJsonOrThrow(recordsText.empty() ? std::string_view("{}") : recordsText, "records");
+    yyjson_val* const root = yyjson_doc_get_root(document.get());
+    if (!yyjson_is_obj(root))
+        throw std::runtime_error("records: the root is no object");
+
+    const SystemIdentity identity = parseIdentity(root, readIdentity(store));
+    store.put(RecordKind::system, kSystemRecordId, identityRecord(identity));
+
+    yyjson_val* const server = yyjson_obj_get(root, "server");
+    putIfNew(
+        store, RecordKind::server, kServerRecordId,
+        server ? toText(server) : defaultServerRecord(identity));
+    seedArray(store, RecordKind::device, yyjson_obj_get(root, "devices"));
+    seedArray(store, RecordKind::user, yyjson_obj_get(root, "users"));
+
+    for (int index = 0; int(store.ids(RecordKind::device).size()) < cameraCount; ++index)
+    {
+        putIfNew(
+            store, RecordKind::device, defaultDeviceId(index),
+            defaultDeviceRecord(index, identity.serverId));
+    }
+}
+
+SystemIdentity readIdentity(const RecordStore& store)
+{
+    const std::string text =
+        store.find(RecordKind::system, kSystemRecordId).value_or(std::string("{}"));
+    const JsonDocument document = parseJson(text);
+    return parseIdentity(
+        yyjson_doc_get_root(document.get()),
+        {kDefaultServerId, kDefaultCloudSystemId, kDefaultCloudAuthToken});
+}
+
+bool isSameId(std::string_view left, std::string_view right)
+{
+    return withoutBraces(left) == withoutBraces(right);
+}
+
+std::string findId(const RecordStore& store, RecordKind kind, std::string_view id)
+{
+    for (const std::string& candidate : store.ids(kind))
+    {
+        if (isSameId(candidate, id))
+            return candidate;
+    }
+    return {};
+}
+
+} // namespace tavo::devkit
