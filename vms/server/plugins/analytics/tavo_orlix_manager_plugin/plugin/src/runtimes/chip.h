@@ -27,6 +27,7 @@ struct Chip
     bool detected = false; // the hardware or its tools answered
     bool correctlyInstalled = false; // hardware and driver are fit; only then a runtime is offered
     int numberOfChips = 0;
+    int hailoType = 0; // in Hailo's record: 0 none, 1 Hailo-8, 2 Hailo-8L
 
     // Names of the runtimes that run `mimeType`; all of them for an empty one.
     [[nodiscard]] std::vector<std::string> listRuntimes(const std::string& mimeType) const;
@@ -37,11 +38,6 @@ struct Chip
 
     // Logs what was found; nothing where nothing was.
     void printChipInfo() const;
-};
-
-struct HailoChip : Chip
-{
-    int hailoType = 0; // 0 none, 1 Hailo-8, 2 Hailo-8L
 };
 
 // The URL of a runtime's package in the storage that the ini file names, or in the built-in one.

@@ -91,7 +91,7 @@ void probeDeepxDriver(Chip& chip)
     chip.correctlyInstalled = true;
 }
 
-void probeHailoDriver(HailoChip& chip)
+void probeHailoDriver(Chip& chip)
 {
     const std::vector<std::string> devices = listHailoDevices();
     chip.detected = !devices.empty();

@@ -23,7 +23,7 @@ void probeNvidiaDriver(Chip& chip, MessageBoard& messageBoard);
 void probeNvidiaTools(Chip& chip, MessageBoard& messageBoard);
 
 // Fit for use when a device is there and its driver is of a supported version.
-void probeHailoDriver(HailoChip& chip);
+void probeHailoDriver(Chip& chip);
 
 // 1 when version `a` is newer, -1 when `b` is, 0 when equal; a missing piece counts as 0. A piece
 // that is no decimal number throws std::invalid_argument, one too large std::out_of_range.
@@ -42,7 +42,7 @@ inline constexpr const char* kOtherReservedSupportedVersions[] = {"2.1.0"};
 [[nodiscard]] const char* findSupportedVersion(
     std::span<const char* const> supported, const std::string& version);
 
-// A value of HailoChip::hailoType.
+// A value of Chip::hailoType.
 [[nodiscard]] int identifyHailoDevice();
 
 // Empty, with the reason logged, if it cannot be told.

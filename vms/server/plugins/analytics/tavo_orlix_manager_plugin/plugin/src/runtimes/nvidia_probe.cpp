@@ -1,4 +1,5 @@
-// The NVIDIA probe of driver_probes.h.
+// The NVIDIA probe of driver_probes.h. Its texts name the registry on every system: they are those of
+// Windows, whose list of PCI devices lies there.
 
 #include <array>
 #include <cctype>

@@ -95,7 +95,7 @@ void RuntimesManager::detectChips(MessageBoard& messageBoard)
     m_runtimeToChip.clear();
     m_chips.clear();
     for (const ChipFamily& family : chipFamilies())
-        m_chips.push_back(family.detect(m_machineInfo, messageBoard));
+        m_chips.push_back(detectChip(family, m_machineInfo, messageBoard));
 }
 
 void RuntimesManager::indexRuntimes()
@@ -149,7 +149,7 @@ std::vector<std::string> RuntimesManager::getCompatibleRuntimes(const std::strin
 bool RuntimesManager::isRuntimeInstalled() const
 {
     const std::string inSubfolder =
-        path_join(m_binDirectory, runtime_name::kGenericCpu, kRuntimeLibrary);
+        path_join(m_binDirectory, kGenericCpuRuntime, kRuntimeLibrary);
     if (!canBeOpened(fileInBin(kRuntimeLibrary)) && !canBeOpened(inSubfolder))
         return false;
     if (canBeOpened(fileInBin(kInstalledRuntimeFile)))

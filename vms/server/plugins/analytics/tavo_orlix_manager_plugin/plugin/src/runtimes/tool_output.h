@@ -14,7 +14,7 @@ namespace tavo::vms_server_plugins::analytics::orlix
 // "4.18.0"; empty unless it is told exactly once.
 [[nodiscard]] std::string hailoVersionIn(const std::string& output);
 
-// A value of HailoChip::hailoType: of the first device that is of a known one.
+// A value of Chip::hailoType: of the first device that is of a known one.
 [[nodiscard]] int hailoTypeIn(const std::string& output);
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,5 +1,7 @@
 #include "runtimes/chip_catalogue.h"
 
+#include <map>
+
 #include <gtest/gtest.h>
 
 #include "base/ini.h"
@@ -17,6 +19,28 @@ const MachineInfo kArmWindows("Windows", "10.0.26100", CpuArchitecture::Aarch64)
 const MachineInfo kArmUbuntu("Ubuntu", "22.04", CpuArchitecture::Aarch64);
 const std::string kBuiltInBase =
     "https://storage.tavo.example/artifactory/orlix_open/KEVX/runtimes/1.1.0/";
+
+const ChipFamily& familyOf(std::string_view runtimeName)
+{
+    for (const ChipFamily& family : chipFamilies())
+    {
+        if (runtimeName == family.runtimeName)
+            return family;
+    }
+    throw std::logic_error("no such family");
+}
+
+// As on a machine whose hardware and driver are what `probe` says.
+Chip detect(
+    std::string_view runtimeName, const MachineInfo& machine,
+    decltype(ChipFamily::probe) probe = nullptr)
+{
+    ChipFamily family = familyOf(runtimeName);
+    if (probe)
+        family.probe = probe;
+    MessageBoard board;
+    return detectChip(family, machine, board);
+}
 
 } // namespace
 
@@ -59,77 +83,69 @@ TEST(ChipCatalogueTest, offersWhatNeedsNoDriver)
 {
     for (const auto& machine : {kUbuntu, kDebian, kWindows})
     {
-        EXPECT_EQ(std::vector<std::string>{"Generic CPU"}, detectCpu(machine)->listRuntimes(""));
-        EXPECT_EQ(std::vector<std::string>{"Intel"}, detectIntel(machine)->listRuntimes(""));
-        for (const auto& chip :
-             {detectMemryx(machine), detectAxelera(machine), detectSima(machine),
-              detectEdgeCortix(machine), detectQualcomm(machine), detectAmbarella(machine)})
+        for (const char* const runtime : {"Generic CPU", "Intel"})
+            EXPECT_EQ(std::vector<std::string>{runtime}, detect(runtime, machine).listRuntimes(""));
+        for (const char* const runtime :
+             {"MemryX", "Axelera", "SiMa", "EdgeCortix", "Qualcomm", "Ambarella CV75"})
         {
-            EXPECT_TRUE(chip->runtimes.empty());
-            EXPECT_FALSE(chip->detected);
+            const Chip chip = detect(runtime, machine);
+            EXPECT_TRUE(chip.runtimes.empty());
+            EXPECT_FALSE(chip.detected);
         }
     }
-    EXPECT_EQ(1u, detectCpu(kArmWindows)->runtimes.size());
-    EXPECT_TRUE(detectIntel(kArmWindows)->runtimes.empty());
-    EXPECT_EQ("", detectQualcomm(kUbuntu)->chipName);
-    for (const auto& [enabled, name] : {std::pair(false, ""), std::pair(true, "AMBARELLA")})
-    {
-        ini().enableAmbarellaIntegration = enabled;
-        EXPECT_EQ(name, detectAmbarella(kArmWindows)->chipName);
-    }
-    ini().enableAmbarellaIntegration = false;
+    EXPECT_EQ(1u, detect("Generic CPU", kArmWindows).runtimes.size());
+    EXPECT_TRUE(detect("Intel", kArmWindows).runtimes.empty());
 }
 
-// Of records that a probe has filled, as those of families without one stay empty.
 TEST(ChipCatalogueTest, aFamilyOffersItsRuntimeToMachinesThatRunIt)
 {
-    using Detect = std::unique_ptr<Chip> (*)(const MachineInfo&);
-    using File = void (*)(Chip&, const MachineInfo&);
-    const std::pair<Detect, File> memryx(detectMemryx, fileMemryxRuntime);
-    const std::pair<Detect, File> deepx(detectDeepx, fileDeepxRuntime);
-    const std::pair<Detect, File> axelera(detectAxelera, fileAxeleraRuntime);
-    const std::pair<Detect, File> sima(detectSima, fileSimaRuntime);
-    const std::pair<Detect, File> edgeCortix(detectEdgeCortix, fileEdgeCortixRuntime);
+    const MachineInfo armServer("Ubuntu", "24.04", CpuArchitecture::Aarch64Server);
     const struct
     {
         const char* runtime;
-        std::pair<Detect, File> family;
         MachineInfo machine;
         const char* mimeType; // null: not offered
         const char* tail;
     } cases[] = {
-        {"MemryX", memryx, kDebian, "application/zip; device=memryx",
+        {"NVIDIA", kDebian, "application/x-onnx", "NVIDIA/x86_64/Debian/library-1.2.tar.gz"},
+        {"NVIDIA", armServer, nullptr, ""},
+        {"MemryX", kDebian, "application/zip; device=memryx",
          "MEMRYX/x86_64/Debian/library-1.2.tar.gz"},
-        {"MemryX", memryx, kArmWindows, "application/zip; device=memryx",
+        {"MemryX", kArmWindows, "application/zip; device=memryx",
          "MEMRYX/aarch64/Windows/library-1.2.tar.gz"},
-        {"DEEPX", deepx, kDebian, "application/x-dxnn",
-         "DEEPX/x86_64/Debian/12/library-1.2.tar.gz"},
-        {"DEEPX", deepx, kWindows, "application/x-dxnn", "DEEPX/x86_64/Windows/library-1.2.tar.gz"},
-        {"Axelera", axelera, kUbuntu, "application/x-axelera",
+        {"MemryX", armServer, nullptr, ""},
+        {"DEEPX", kDebian, "application/x-dxnn", "DEEPX/x86_64/Debian/12/library-1.2.tar.gz"},
+        {"DEEPX", kWindows, "application/x-dxnn", "DEEPX/x86_64/Windows/library-1.2.tar.gz"},
+        {"DEEPX", armServer, nullptr, ""},
+        {"Axelera", kUbuntu, "application/x-axelera",
          "AXELERA/x86_64/Ubuntu/22.04/library-1.2.tar.gz"},
-        {"Axelera", axelera, kDebian, nullptr, ""},
-        {"Axelera", axelera, {"Ubuntu", "24.04", CpuArchitecture::X86_64}, nullptr, ""},
-        {"Axelera", axelera, kArmUbuntu, nullptr, ""},
-        {"SiMa", sima, kDebian, "application/x-sima", "SIMA/x86_64/Debian/library-1.2.tar.gz"},
-        {"SiMa", sima, kArmUbuntu, nullptr, ""},
-        {"EdgeCortix", edgeCortix, kDebian, "application/zip; device=edge-cortix",
+        {"Axelera", kDebian, nullptr, ""},
+        {"Axelera", {"Ubuntu", "24.04", CpuArchitecture::X86_64}, nullptr, ""},
+        {"Axelera", kArmUbuntu, nullptr, ""},
+        {"SiMa", kDebian, "application/x-sima", "SIMA/x86_64/Debian/library-1.2.tar.gz"},
+        {"SiMa", kArmUbuntu, nullptr, ""},
+        {"EdgeCortix", kDebian, "application/zip; device=edge-cortix",
          "EDGE CORTIX/x86_64/Debian/12/library-1.2.tar.gz"},
-        {"EdgeCortix", edgeCortix, kArmUbuntu, "application/zip; device=edge-cortix",
+        {"EdgeCortix", kArmUbuntu, "application/zip; device=edge-cortix",
          "EDGE CORTIX/aarch64/Ubuntu/22.04/library-1.2.tar.gz"},
-        {"EdgeCortix", edgeCortix, kArmWindows, nullptr, ""},
+        {"EdgeCortix", kArmWindows, nullptr, ""},
+        {"EdgeCortix", armServer, nullptr, ""},
     };
     for (const auto& c : cases)
     {
         SCOPED_TRACE(std::string(c.runtime) + " on " + c.machine.getOsName());
-        const auto chip = c.family.first(c.machine);
-        chip->driverVersion = "1.2";
-        chip->correctlyInstalled = true;
-        c.family.second(*chip, c.machine);
-        ASSERT_EQ(c.mimeType ? 1u : 0u, chip->runtimes.size());
+        const Chip chip = detect(
+            c.runtime, c.machine,
+            [](Chip& record, const MachineInfo&, MessageBoard&)
+            {
+                record.driverVersion = "1.2";
+                record.correctlyInstalled = true;
+            });
+        ASSERT_EQ(c.mimeType ? 1u : 0u, chip.runtimes.size());
         if (!c.mimeType)
             continue;
-        EXPECT_EQ(c.mimeType, chip->getFirstMimeType(c.runtime));
-        EXPECT_EQ(kBuiltInBase + c.tail, chip->getDownloadLink(c.runtime));
+        EXPECT_EQ(c.mimeType, chip.getFirstMimeType(c.runtime));
+        EXPECT_EQ(kBuiltInBase + c.tail, chip.getDownloadLink(c.runtime));
     }
 }
 
@@ -145,15 +161,20 @@ TEST(ChipCatalogueTest, aHailoDevicesTypeChoosesTheModelsItRuns)
         {2, true, "application/x-hailo8l"},
         {0, true, nullptr},
         {1, false, nullptr}};
+    static int type;
+    static bool fit;
     for (const auto& c : cases)
     {
-        HailoChip chip;
-        chip.chipName = "HAILO";
-        chip.cpuArchitecture = CpuArchitecture::X86_64;
-        chip.driverVersion = "4.18.0";
-        chip.correctlyInstalled = c.fit;
-        chip.hailoType = c.type;
-        fileHailoRuntime(chip, kUbuntu);
+        type = c.type;
+        fit = c.fit;
+        const Chip chip = detect(
+            "Hailo", kUbuntu,
+            [](Chip& record, const MachineInfo&, MessageBoard&)
+            {
+                record.driverVersion = "4.18.0";
+                record.hailoType = type;
+                record.correctlyInstalled = fit;
+            });
         ASSERT_EQ(c.mimeType ? 1u : 0u, chip.runtimes.size());
         if (!c.mimeType)
             continue;
@@ -166,35 +187,39 @@ TEST(ChipCatalogueTest, aHailoDevicesTypeChoosesTheModelsItRuns)
 
 TEST(ChipFamiliesTest, areDetectedInOneOrderAndToldInAnother)
 {
-    ini().enableAmbarellaIntegration = true;
-    MessageBoard board;
-    std::vector<std::string> detected;
-    std::map<int, std::string> told;
-    for (const ChipFamily& family : chipFamilies())
+    for (const bool enabled : {false, true})
     {
-        detected.push_back(family.detect(kArmWindows, board).chipName);
-        told[family.printPlace] = detected.back();
+        ini().enableAmbarellaIntegration = enabled;
+        const char* const ambarella = enabled ? "AMBARELLA" : "";
+        MessageBoard board;
+        std::vector<std::string> detected;
+        std::map<int, std::string> told;
+        for (const ChipFamily& family : chipFamilies())
+        {
+            detected.push_back(detectChip(family, kArmWindows, board).chipName);
+            told[family.printPlace] = detected.back();
+        }
+        EXPECT_EQ(
+            (std::vector<std::string>{
+                "CPU", "HAILO", "NVIDIA", "", "MEMRYX", "DEEPX", "AXELERA", "SIMA", "INTEL",
+                "EDGE CORTIX", ambarella}),
+            detected);
+        EXPECT_EQ(
+            (std::map<int, std::string>{
+                {0, "CPU"},
+                {1, "HAILO"},
+                {2, "NVIDIA"},
+                {3, ""},
+                {4, "MEMRYX"},
+                {5, "DEEPX"},
+                {6, "SIMA"},
+                {7, "INTEL"},
+                {8, "AXELERA"},
+                {9, "EDGE CORTIX"},
+                {10, ambarella}}),
+            told);
     }
     ini().enableAmbarellaIntegration = false;
-    EXPECT_EQ(
-        (std::vector<std::string>{
-            "CPU", "HAILO", "NVIDIA", "", "MEMRYX", "DEEPX", "AXELERA", "SIMA", "INTEL",
-            "EDGE CORTIX", "AMBARELLA"}),
-        detected);
-    EXPECT_EQ(
-        (std::map<int, std::string>{
-            {0, "CPU"},
-            {1, "HAILO"},
-            {2, "NVIDIA"},
-            {3, ""},
-            {4, "MEMRYX"},
-            {5, "DEEPX"},
-            {6, "SIMA"},
-            {7, "INTEL"},
-            {8, "AXELERA"},
-            {9, "EDGE CORTIX"},
-            {10, "AMBARELLA"}}),
-        told);
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix
