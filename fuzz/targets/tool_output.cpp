@@ -52,7 +52,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         FUZZ_CHECK(order == -2 || order == -compare("4.18.0", version));
     }
 
-    const std::string cuda = cudaVersionInPath(text, '/');
+    const std::string cuda = cudaVersionInPath(text);
     FUZZ_CHECK(cuda.find('/') == std::string::npos);
     const std::string tag = cudaDriverTag(cuda);
     FUZZ_CHECK(tag.empty() || tag.starts_with("cuda_1"));

@@ -54,9 +54,9 @@ inline constexpr const char* kOtherReservedSupportedVersions[] = {"2.1.0"};
 // Whether there is a device of the vendor at all. Says on the standard streams what it found.
 [[nodiscard]] bool findNvidiaPciDevice();
 
-// The version in a toolkit's path: what stands between the first separator with a "v" behind it
-// and the next separator. Empty if there is none.
-[[nodiscard]] std::string cudaVersionInPath(std::string_view path, char separator);
+// The version in a toolkit's path: what stands behind the "v" in the last folder whose name is a
+// "v" and a digit at first. Empty if there is none.
+[[nodiscard]] std::string cudaVersionInPath(std::string_view path);
 
 // What a toolkit's version comes to in a package's name, such as "cuda_12"; empty for a version
 // that no runtime is built for.

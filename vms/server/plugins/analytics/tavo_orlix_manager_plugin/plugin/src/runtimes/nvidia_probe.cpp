@@ -1,5 +1,5 @@
-// The NVIDIA probe of driver_probes.h. Its texts name the registry on every system: they are those of
-// Windows, whose list of PCI devices lies there.
+// The NVIDIA probe of driver_probes.h. Its texts name the registry on every system: they are those
+// of Windows, whose list of PCI devices lies there.
 
 #include <array>
 #include <cctype>
@@ -79,7 +79,7 @@ std::optional<CudaToolkit> findCudaToolkit()
     const std::string path = environmentVariable("CUDA_PATH");
     if (!path.empty() && path.size() <= kMaxVariableSize)
     {
-        std::string version = cudaVersionInPath(path, kPathSeparator);
+        std::string version = cudaVersionInPath(path);
         if (version.empty())
             version = versionInFile(path_join(path, "version.json"));
         if (version.empty())
@@ -165,14 +165,17 @@ bool findNvidiaPciDevice()
     return false;
 }
 
-std::string cudaVersionInPath(std::string_view path, char separator)
+std::string cudaVersionInPath(std::string_view path)
 {
-    const char mark[] = {separator, 'v', '\0'};
-    const std::size_t at = path.find(mark);
-    if (at == std::string_view::npos)
-        return {};
-    const std::string_view rest = path.substr(at + 2);
-    return std::string(rest.substr(0, rest.find_first_of("\\/")));
+    while (!path.empty())
+    {
+        const std::size_t separator = path.find_last_of("\\/");
+        const std::string_view name = path.substr(separator + 1); // of the whole without one
+        if (name.size() > 1 && name[0] == 'v' && name[1] >= '0' && name[1] <= '9')
+            return std::string(name.substr(1));
+        path = path.substr(0, separator == std::string_view::npos ? 0 : separator);
+    }
+    return {};
 }
 
 std::string cudaDriverTag(const std::string& version)

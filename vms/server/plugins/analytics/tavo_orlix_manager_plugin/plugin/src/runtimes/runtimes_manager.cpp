@@ -148,8 +148,7 @@ std::vector<std::string> RuntimesManager::getCompatibleRuntimes(const std::strin
 
 bool RuntimesManager::isRuntimeInstalled() const
 {
-    const std::string inSubfolder =
-        path_join(m_binDirectory, kGenericCpuRuntime, kRuntimeLibrary);
+    const std::string inSubfolder = path_join(m_binDirectory, kGenericCpuRuntime, kRuntimeLibrary);
     if (!canBeOpened(fileInBin(kRuntimeLibrary)) && !canBeOpened(inSubfolder))
         return false;
     if (canBeOpened(fileInBin(kInstalledRuntimeFile)))

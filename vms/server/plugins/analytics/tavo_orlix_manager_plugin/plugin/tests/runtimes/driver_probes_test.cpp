@@ -200,10 +200,19 @@ TEST(SupportedVersionTest, isFoundByItsNumbers)
         EXPECT_EQ(nullptr, findSupportedVersion(kHailoSupportedVersions, version)) << version;
 }
 
-TEST(CudaVersionTest, standsInAWindowsToolkitsPathToo)
+TEST(CudaVersionTest, isThatOfTheLastFolderThatLooksLikeOne)
 {
-    EXPECT_EQ("13.0", cudaVersionInPath("C:\\CUDA\\v13.0\\bin", '\\'));
-    EXPECT_EQ("", cudaVersionInPath("C:\\CUDA", '\\'));
+    const std::pair<const char*, const char*> cases[] = {
+        {"C:\\CUDA\\v13.0\\bin", "13.0"},
+        {"C:\\CUDA", ""},
+        {"/var/lib/cuda/v12.4", "12.4"},
+        {"/opt/v1/cuda/v12.4/", "12.4"},
+        {"/opt/cuda/v12.4/vendor/v", "12.4"},
+        {"/var/vault/cuda", ""},
+        {"", ""},
+    };
+    for (const auto& [path, version] : cases)
+        EXPECT_EQ(version, cudaVersionInPath(path)) << path;
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix
