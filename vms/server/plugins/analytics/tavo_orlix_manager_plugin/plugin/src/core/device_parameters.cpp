@@ -2,11 +2,11 @@
 // parameters on the host, whose change leads to downloads, a new settings file and a restart of the
 // manager application.
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "core/engine.h"
 #include "core/model_collector.h"
 #include "core/runtime_manager_loop.h"
 #include "device_agent/device_agent.h"
@@ -21,51 +21,41 @@ namespace tavo::vms_server_plugins::analytics::orlix
 
 bool RuntimeManagerLoop::serveReset()
 {
-    std::string deviceId;
-    {
-        MutexLock lock(m_engine.m_resetMutex);
-        if (!std::exchange(m_engine.m_resetRequested, false))
-            return true;
-        deviceId = m_engine.m_resetDeviceId;
-    }
-    m_engine.m_messageBoard.removeMessage(board_key::kResetDevice);
-    const std::vector<std::string> deviceIds = deviceId.empty()
-        ? getDevicesWithConfiguration(m_engine.utilityProvider())
-        : std::vector<std::string>{deviceId};
-    resetDevices(m_engine.utilityProvider(), deviceIds);
+    const std::optional<std::string> deviceId = m_requests.takeReset();
+    if (!deviceId)
+        return true;
+    const std::vector<std::string> deviceIds = deviceId->empty()
+        ? getDevicesWithConfiguration(m_services.utilityProvider())
+        : std::vector<std::string>{*deviceId};
+    resetDevices(m_services.utilityProvider(), deviceIds);
     return false;
 }
 
 bool RuntimeManagerLoop::serveClearCache(const Pass& pass)
 {
-    if (!m_engine.m_clearCacheRequested.exchange(false))
+    if (!m_requests.takeClearCache())
         return true;
-    m_engine.m_messageBoard.removeMessage(board_key::kClearCache);
-    m_engine.m_runtimesManager.uninstall();
+    m_services.runtimesManager.uninstall();
     if (pass.managerStatus == ManagerState::Running)
         stopManager();
-    m_engine.m_managerInstallation.remove();
+    m_services.managerInstallation.remove();
     // All files are to come anew, those included that the cache had and no update could replace.
     // Nothing else would ask for them: with the warnings, the button for a retry is gone.
-    m_engine.m_modelManager.forgetFailedDownloads();
+    m_services.modelManager.forgetFailedDownloads();
     return false;
 }
 
-// The flag stays set until the device list was there to be served with it.
 bool RuntimeManagerLoop::serveRetry(Pass& pass)
 {
-    pass.retryDownloads = m_engine.m_retryDownloadsRequested;
+    pass.retryDownloads = m_requests.seeRetryDownloads();
     if (pass.retryDownloads)
-    {
-        m_engine.m_messageBoard.removeMessage(board_key::kRetryDownloads);
-        m_engine.m_modelManager.forgetFailedDownloads();
-    }
+        m_services.modelManager.forgetFailedDownloads();
     return true;
 }
 
 bool RuntimeManagerLoop::fetchDevices(Pass& pass)
 {
-    pass.devicesParameters = getDevicesParameters(m_engine.utilityProvider());
+    pass.devicesParameters = getDevicesParameters(m_services.utilityProvider());
     if (!pass.devicesParameters.empty())
         return true;
     log_info("Warning! Could not get devices parameters to test for changes.\n");
@@ -74,10 +64,10 @@ bool RuntimeManagerLoop::fetchDevices(Pass& pass)
 
 bool RuntimeManagerLoop::applyDevicesIfChanged(Pass& pass)
 {
-    RuntimesManager& runtimes = m_engine.m_runtimesManager;
+    RuntimesManager& runtimes = m_services.runtimesManager;
     const bool textDiffers = pass.devicesParameters != m_state.lastDevicesParameters;
     const bool runtimeChanged = runtimes.runtimeChanged();
-    const bool agentMade = m_engine.m_agentMade;
+    const bool agentMade = m_requests.configurationIsRequested();
     if (!textDiffers && !runtimeChanged && !pass.retryDownloads && !agentMade)
         return true;
     // The third number is always 0, as operators know it.
@@ -96,12 +86,8 @@ bool RuntimeManagerLoop::applyDevicesIfChanged(Pass& pass)
         return false;
     }
     if (pass.retryDownloads)
-    {
-        // A request that came after serveRetry is served along with the one before it.
-        m_engine.m_retryDownloadsRequested = false;
-        m_engine.m_messageBoard.removeMessage(board_key::kRetryDownloads);
-    }
-    m_engine.m_agentMade = false; // an agent that comes from here on asks anew
+        m_requests.takeRetryDownloads(); // along with one that came after serveRetry
+    m_requests.takeConfiguration(); // an agent that comes from here on asks anew
     // Nothing is applied until all is: what ends this pass half way has the next one do it again.
     m_state.lastDevicesParameters.clear();
     const std::string mimeType = runtimes.getMimeType(runtimes.getInstalledRuntimeName());
@@ -115,16 +101,16 @@ bool RuntimeManagerLoop::applyDevicesIfChanged(Pass& pass)
         startManager();
     }
     m_state.isRestartDue = false;
-    if (m_engine.m_managerInterface.settingsAreWritten())
+    if (m_services.managerInterface.settingsAreWritten())
         m_state.lastDevicesParameters = std::move(pass.devicesParameters);
     return true;
 }
 
 sdk::Ptr<DeviceAgent> RuntimeManagerLoop::findAgent(std::string_view deviceId) const
 {
-    for (const std::size_t index : m_engine.deviceAgentIndices())
+    for (const std::size_t index : m_services.deviceAgents.indices())
     {
-        auto agent = m_engine.deviceAgentAt(index);
+        auto agent = m_services.deviceAgents.at(index);
         if (agent && sameDeviceId(agent->deviceId(), deviceId))
             return agent;
     }
@@ -136,8 +122,8 @@ bool RuntimeManagerLoop::applyDevicesParameters(
     yyjson_val* devices, const std::string& mimeType, bool runtimeChanged)
 {
     ModelCollector models(
-        m_engine.m_assignedModels, m_engine.m_modelManager, mimeType,
-        [this] { return cloudAuthToken(m_engine.utilityProvider()); });
+        m_state.assignedModels, m_services.modelManager, mimeType,
+        [this] { return cloudAuthToken(m_services.utilityProvider()); });
 
     yyjson_arr_iter deviceIterator = yyjson_arr_iter_with(devices);
     while (yyjson_val* const device = yyjson_arr_iter_next(&deviceIterator))
@@ -152,7 +138,7 @@ bool RuntimeManagerLoop::applyDevicesParameters(
             log_info(
                 "Device %s does not have models or pipelines parameters yet. Resetting configuration.\n",
                 id.c_str());
-            resetDevices(m_engine.utilityProvider(), {id});
+            resetDevices(m_services.utilityProvider(), {id});
             continue;
         }
         auto agent = findAgent(id);
@@ -165,8 +151,8 @@ bool RuntimeManagerLoop::applyDevicesParameters(
             models.add(model);
     }
     const bool downloaded = models.downloaded();
-    const bool rewritten = m_engine.m_managerInterface.updateSettings(
-        models.takeList(), m_engine.m_assignedModels, runtimeChanged);
+    const bool rewritten = m_services.managerInterface.updateSettings(
+        models.takeList(), m_state.assignedModels, runtimeChanged);
     return downloaded || rewritten;
 }
 

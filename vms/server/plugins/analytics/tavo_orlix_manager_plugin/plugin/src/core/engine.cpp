@@ -7,15 +7,13 @@
 #include <tavo/sdk/helpers/error.h>
 
 #include "base/ini.h"
-#include "base/manager_files.h"
 #include "base/plugin_version.h"
 #include "core/plugin.h"
 #include "core/runtime_manager_loop.h"
 #include "device_agent/device_agent.h"
 #include "device_agent/manifest_builder.h"
-#include "inference/protocol.h"
+#include "inference/plugin_socket_listener.h"
 #include "utils/log.h"
-#include "utils/paths.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -50,20 +48,21 @@ void closeLog()
 
 Engine::Engine(Plugin* plugin, std::string workingDirectory) :
     sdk::analytics::Engine(ini().enableOutput),
-    m_plugin(plugin),
     m_workingDirectory(std::move(workingDirectory)),
-    m_managerInstallation(m_workingDirectory),
-    m_runtimesManager(m_workingDirectory + manager_files::kRootFolder + manager_files::kBinFolder),
-    m_managerInterface(m_workingDirectory, &m_messageBoard),
-    m_modelManager(m_workingDirectory, &m_messageBoard)
+    m_services(m_workingDirectory, [plugin] { return plugin->utilityProvider(); }),
+    m_requests(m_services.messageBoard)
 {
     openLog(m_workingDirectory);
     try
     {
-        m_socketPath = pathOfTemporary(protocol::kPluginSocketFile);
         m_listenerThread = std::thread(
-            [this] { listenerLoop(m_socketPath, m_listeningSocket, m_shuttingDown, *this); });
-        m_runtimesManager.initialise(m_messageBoard);
+            [this]
+            {
+                listenerLoop(
+                    m_services.pluginSocketPath, m_listeningSocket, m_services.shuttingDown,
+                    m_services.deviceAgents);
+            });
+        m_services.runtimesManager.initialise(m_services.messageBoard);
     }
     catch (...)
     {
@@ -83,7 +82,7 @@ Engine::~Engine()
 
 void Engine::stopThreads()
 {
-    m_shuttingDown = true;
+    m_services.shuttingDown = true;
 
     // Wakes the listener out of its accept. The socket is closed when the listener is gone, so
     // that it never waits on a descriptor that by then is somebody else's.
@@ -118,11 +117,11 @@ sdk::Result<sdk::analytics::IDeviceAgent*> Engine::doObtainDeviceAgent(
 sdk::Result<sdk::analytics::IDeviceAgent*> Engine::makeDeviceAgent(
     const sdk::analytics::IDeviceInfo& deviceInfo)
 {
-    const std::size_t index = reserveIndex(DeviceAgent::deviceIdOf(deviceInfo));
+    const std::size_t index = m_services.deviceAgents.reserve(DeviceAgent::deviceIdOf(deviceInfo));
     sdk::Ptr<DeviceAgent> agent;
     try
     {
-        // Without the lock: the agent tells the host that it is there.
+        // Without a lock: the agent tells the host that it is there.
         agent = sdk::makePtr<DeviceAgent>(&deviceInfo, index, this, m_workingDirectory);
     }
     catch (...)
@@ -130,107 +129,20 @@ sdk::Result<sdk::analytics::IDeviceAgent*> Engine::makeDeviceAgent(
         removeDeviceAgent(index);
         throw;
     }
-    MutexLock lock(m_deviceAgentsMutex); // goes before an agent that is dropped on failure
-    m_deviceAgents.emplace(index, agent.get());
-    m_reservedIndices.erase(index);
-    m_agentMade = true;
+    m_services.deviceAgents.add(index, agent.get());
+    m_requests.requestConfiguration();
     startRuntimeLoop();
     return sdk::Result<sdk::analytics::IDeviceAgent*>(agent.releasePtr());
 }
 
-std::size_t Engine::reserveIndex(const std::string& deviceId)
-{
-    MutexLock lock(m_deviceAgentsMutex);
-    const std::size_t index = freeIndex();
-    m_reservedIndices.emplace(index, deviceId);
-    return index;
-}
-
-std::size_t Engine::freeIndex() const
-{
-    std::size_t index = 0;
-    while (m_deviceAgents.contains(index) || m_reservedIndices.contains(index))
-        ++index;
-    return index;
-}
-
 void Engine::startRuntimeLoop()
 {
+    const MutexLock lock(m_runtimeLoopMutex);
     if (m_runtimeLoopStarted)
         return;
-    m_runtimeLoopThread = std::thread(runtimeManagerLoop, std::ref(*this));
+    m_runtimeLoopThread =
+        std::thread(runtimeManagerLoop, std::ref(m_services), std::ref(m_requests));
     m_runtimeLoopStarted = true;
-}
-
-void Engine::removeDeviceAgent(std::size_t index)
-{
-    MutexLock lock(m_deviceAgentsMutex);
-    m_deviceAgents.erase(index);
-    m_reservedIndices.erase(index);
-}
-
-bool Engine::hasDeviceAgent(const std::string& deviceId) const
-{
-    MutexLock lock(m_deviceAgentsMutex);
-    for (const auto& [index, agent] : m_deviceAgents)
-    {
-        if (agent->deviceId() == deviceId)
-            return true;
-    }
-    for (const auto& [index, reservedFor] : m_reservedIndices)
-    {
-        if (reservedFor == deviceId)
-            return true;
-    }
-    return false;
-}
-
-std::vector<std::size_t> Engine::deviceAgentIndices() const
-{
-    MutexLock lock(m_deviceAgentsMutex);
-    std::vector<std::size_t> indices;
-    indices.reserve(m_deviceAgents.size());
-    for (const auto& [index, agent] : m_deviceAgents)
-        indices.push_back(index);
-    return indices;
-}
-
-sdk::Ptr<DeviceAgent> Engine::deviceAgentAt(std::size_t index) const
-{
-    MutexLock lock(m_deviceAgentsMutex);
-    const auto entry = m_deviceAgents.find(index);
-    // The destructor of one that is in the registry has yet to pass removeDeviceAgent.
-    return entry != m_deviceAgents.end() && entry->second->tryAddRef()
-        ? sdk::Ptr<DeviceAgent>(entry->second)
-        : nullptr;
-}
-
-bool Engine::deliverResult(std::uint32_t inputIndex, mpack_node_t root)
-{
-    MutexLock lock(m_deviceAgentsMutex);
-    const auto entry = m_deviceAgents.find(inputIndex);
-    if (entry == m_deviceAgents.end())
-    {
-        log_info("Device agent not found\n");
-        return false;
-    }
-    if (!entry->second)
-    {
-        log_info("Something went terribly wrong casting device agent\n");
-        return false;
-    }
-    entry->second->handleResultMessage(root);
-    return true;
-}
-
-sdk::Ptr<sdk::IUtilityProvider> Engine::utilityProvider() const
-{
-    if (m_shuttingDown)
-    {
-        log_info("Warning! Tried to access utility provider while shutting down.\n");
-        return nullptr;
-    }
-    return m_plugin->utilityProvider();
 }
 
 std::string Engine::manifestString() const

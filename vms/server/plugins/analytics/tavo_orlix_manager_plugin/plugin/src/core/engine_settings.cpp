@@ -15,13 +15,6 @@ namespace tavo::vms_server_plugins::analytics::orlix
 namespace
 {
 
-constexpr char kResetText[] =
-    "Device reset in progress. Please wait a few moments and hit 'Refresh'.";
-constexpr char kClearCacheText[] =
-    "Plugin is clearing the cache. Please wait a few moments and hit 'Refresh'.";
-constexpr char kRetryDownloadsText[] =
-    "Plugin will retry model downloads. Please wait a few moments and hit 'Refresh'.";
-
 // The dialog of the engine itself; empty when it cannot be told.
 std::string settingsModel()
 {
@@ -59,47 +52,6 @@ sdk::Result<const sdk::ISettingsResponse*> Engine::pluginSideSettings() const
             response->setModel(model);
             return response.releasePtr();
         });
-}
-
-void Engine::resetDevices()
-{
-    requestReset("");
-}
-
-void Engine::resetDevice(const std::string& deviceId)
-{
-    requestReset(deviceId);
-}
-
-void Engine::requestReset(const std::string& deviceId)
-{
-    m_messageBoard.postMessage(board_key::kResetDevice, kResetText, MessageType::message);
-    {
-        MutexLock lock(m_resetMutex);
-        m_resetRequested = true;
-        m_resetDeviceId = deviceId; // the last request decides
-    }
-    m_messageBoard.clearWarnings();
-}
-
-void Engine::clearCache()
-{
-    m_messageBoard.postMessage(board_key::kClearCache, kClearCacheText, MessageType::message);
-    m_clearCacheRequested = true;
-    m_messageBoard.clearWarnings();
-}
-
-void Engine::retryDownloads()
-{
-    m_messageBoard.postMessage(
-        board_key::kRetryDownloads, kRetryDownloadsText, MessageType::message);
-    m_retryDownloadsRequested = true;
-    m_messageBoard.clearWarnings();
-}
-
-void Engine::requestRuntimeReselection()
-{
-    m_runtimesManager.setStatus(RuntimeStatus::reselectRequested);
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

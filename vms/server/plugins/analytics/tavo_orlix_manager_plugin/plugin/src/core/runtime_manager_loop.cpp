@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "base/ini.h"
-#include "core/engine.h"
 #include "core/loop_decisions.h"
 #include "device_agent/device_agent.h"
 #include "remote/host_rest_client.h"
@@ -28,19 +27,21 @@ bool isStart(ManagerAction action)
 
 } // namespace
 
-void runtimeManagerLoop(Engine& engine)
+void runtimeManagerLoop(Services& services, Requests& requests)
 {
-    RuntimeManagerLoop(engine).run();
+    RuntimeManagerLoop(services, requests).run();
 }
 
-RuntimeManagerLoop::RuntimeManagerLoop(Engine& engine, std::chrono::milliseconds pause) :
-    m_engine(engine),
+RuntimeManagerLoop::RuntimeManagerLoop(
+    Services& services, Requests& requests, std::chrono::milliseconds pause) :
+    m_services(services),
+    m_requests(requests),
     m_pause(pause)
 {}
 
 void RuntimeManagerLoop::run()
 {
-    guarded([this] { m_engine.m_hostCustomizationKind = hostCustomizationKind(); });
+    guarded([this] { m_services.hostCustomizationKind = hostCustomizationKind(); });
     PassEnd end = PassEnd::cutShort;
     while (end != PassEnd::leaveLoop)
         guarded([this, &end] { end = runPass(); });
@@ -67,7 +68,7 @@ void RuntimeManagerLoop::guarded(Work work)
 
 void RuntimeManagerLoop::leave()
 {
-    if (m_engine.m_managerInterface.checkRunning(m_engine.utilityProvider()) ==
+    if (m_services.managerInterface.checkRunning(m_services.utilityProvider()) ==
         ManagerState::Running)
     {
         stopManager();
@@ -99,7 +100,7 @@ RuntimeManagerLoop::PassEnd RuntimeManagerLoop::runPass()
 
 bool RuntimeManagerLoop::waitForTurn()
 {
-    if (m_engine.m_shuttingDown)
+    if (m_services.shuttingDown)
         return false;
     if (m_state.firstPass)
     {
@@ -107,12 +108,12 @@ bool RuntimeManagerLoop::waitForTurn()
         return true;
     }
     std::this_thread::sleep_for(m_pause);
-    return !m_engine.m_shuttingDown;
+    return !m_services.shuttingDown;
 }
 
 bool RuntimeManagerLoop::hostIsReachable()
 {
-    if (m_engine.utilityProvider())
+    if (m_services.utilityProvider())
         return true;
     log_info("Utility provider not ready yet, or shutting down.\n");
     return false;
@@ -120,7 +121,7 @@ bool RuntimeManagerLoop::hostIsReachable()
 
 bool RuntimeManagerLoop::checkManager(Pass& pass)
 {
-    pass.managerStatus = m_engine.m_managerInterface.checkRunning(m_engine.utilityProvider());
+    pass.managerStatus = m_services.managerInterface.checkRunning(m_services.utilityProvider());
     return true;
 }
 
@@ -129,13 +130,13 @@ bool RuntimeManagerLoop::walkAgents(Pass& pass)
     // A cloud that does not answer is not waited for once for each camera, before the application
     // may start: those that are not asked now are in the passes to come.
     const Deadline patience(std::clamp(ini().HTTPRequestTimeout, 1, 60) * 1000);
-    for (const std::size_t index : m_engine.deviceAgentIndices())
+    for (const std::size_t index : m_services.deviceAgents.indices())
     {
         if (patience.hasPassed())
             break;
         // One at a time, so that no agent outlives the host's last reference for another's request.
-        if (const auto agent = m_engine.deviceAgentAt(index))
-            agent->fetchAvailablePipelines(m_engine.m_messageBoard);
+        if (const auto agent = m_services.deviceAgents.at(index))
+            agent->fetchAvailablePipelines(m_services.messageBoard);
     }
     pass.desired = anyAgentIsActive() ? ManagerState::Running : ManagerState::Stopped;
     return true;
@@ -145,9 +146,9 @@ bool RuntimeManagerLoop::anyAgentIsActive() const
 {
     // Before the lock, which goes before an agent whose last references these are.
     std::vector<sdk::Ptr<DeviceAgent>> agents;
-    for (const std::size_t index : m_engine.deviceAgentIndices())
+    for (const std::size_t index : m_services.deviceAgents.indices())
     {
-        if (auto agent = m_engine.deviceAgentAt(index))
+        if (auto agent = m_services.deviceAgents.at(index))
             agents.push_back(std::move(agent));
     }
     const FairMutexLock lock(settingsLock());
@@ -161,13 +162,13 @@ bool RuntimeManagerLoop::anyAgentIsActive() const
 
 bool RuntimeManagerLoop::startOrStopManager(const Pass& pass)
 {
-    const std::uint64_t startCount = m_engine.m_managerInterface.startCount();
+    const std::uint64_t startCount = m_services.managerInterface.startCount();
     const ManagerAction action = decideManagerAction(pass.managerStatus, pass.desired, startCount);
-    if (isStart(action) && !m_engine.m_managerInterface.mayStart())
+    if (isStart(action) && !m_services.managerInterface.mayStart())
     {
         startManager(); // which only says why it does not
         if (!std::exchange(m_state.isReportedDead, true))
-            patchRuntimeActive(m_engine.utilityProvider(), false);
+            patchRuntimeActive(m_services.utilityProvider(), false);
         return true;
     }
     if (action != ManagerAction::none)
@@ -178,15 +179,15 @@ bool RuntimeManagerLoop::startOrStopManager(const Pass& pass)
             break;
         case ManagerAction::start:
             startManager();
-            patchRuntimeActive(m_engine.utilityProvider(), true);
+            patchRuntimeActive(m_services.utilityProvider(), true);
             break;
         case ManagerAction::startReportedInactive:
             startManager();
-            patchRuntimeActive(m_engine.utilityProvider(), false);
+            patchRuntimeActive(m_services.utilityProvider(), false);
             break;
         case ManagerAction::stop:
             stopManager();
-            patchRuntimeActive(m_engine.utilityProvider(), false);
+            patchRuntimeActive(m_services.utilityProvider(), false);
             break;
     }
     return true;
@@ -194,12 +195,12 @@ bool RuntimeManagerLoop::startOrStopManager(const Pass& pass)
 
 void RuntimeManagerLoop::startManager()
 {
-    m_engine.m_managerInterface.start(m_engine.m_assignedModels, m_engine.m_socketPath);
+    m_services.managerInterface.start(m_state.assignedModels, m_services.pluginSocketPath);
 }
 
 void RuntimeManagerLoop::stopManager()
 {
-    m_engine.m_managerInterface.stop(m_engine.m_assignedModels);
+    m_services.managerInterface.stop(m_state.assignedModels);
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -7,14 +7,15 @@
 #include <tavo/sdk/ptr.h>
 #include <yyjson.h>
 
+#include "base/assigned_model.h"
+#include "core/requests.h"
+#include "core/services.h"
 #include "inference/manager_state.h"
-#include "utils/mutex.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
 class DeviceAgent;
-class Engine;
 
 // Brings the state of this machine into line with what the host and the user want. It polls: once
 // a second it makes a pass over everything and does the first thing that is due; most steps end the
@@ -33,23 +34,28 @@ class Engine;
 //      8  runtime selection              16  start of the manager
 //
 // Requests to the host and the cloud and downloads hold the thread until they end, and nobody else:
-// no lock is held meanwhile. Shutdown is seen between passes only.
+// no lock is held meanwhile. Shutdown is seen between passes only. An agent is kept alive by a
+// reference while it is in use, one agent at a time; if that is the last in the end, the agent is
+// destroyed on this thread.
 //
 // The pass, and steps 1, 2, 6 and 14 to 16, are in runtime_manager_loop.cpp; 3 to 5, 7 and 8, which
-// bring up what is missing, in service_ladder.cpp; 9 to 13 in device_parameters.cpp.
+// bring up what is missing, in service_ladder.cpp, what is written to the server's record in
+// server_parameters.cpp; 9 to 13 in device_parameters.cpp.
 class RuntimeManagerLoop
 {
 public:
-    explicit RuntimeManagerLoop(
-        Engine& engine, std::chrono::milliseconds pause = std::chrono::seconds(1));
+    // Both outlive the loop.
+    RuntimeManagerLoop(
+        Services& services, Requests& requests,
+        std::chrono::milliseconds pause = std::chrono::seconds(1));
 
-    // Makes passes until the engine shuts down, then stops the manager application. A pass that
+    // Makes passes until the shutdown, then stops the manager application. A pass that
     // throws is logged and lost, and the next one tries again. Does not throw.
     void run();
 
     enum class PassEnd
     {
-        leaveLoop, // the engine shuts down
+        leaveLoop, // for the shutdown
         cutShort, // by the step that had something to do or to wait for
         complete,
     };
@@ -62,6 +68,7 @@ private:
     struct State
     {
         bool firstPass = true;
+        AssignedModels assignedModels; // as of the list that was applied last
         std::string lastDevicesParameters; // as they were last applied, whole
         bool isRestartDue = false; // of the manager application, for what was applied meanwhile
         bool isReportedDead = false; // the manager application, which may not be started again
@@ -95,6 +102,15 @@ private:
 
     // Parts of steps.
     bool configureServer();
+
+    // Writes what other clients of the host need to know about this installation to the server's
+    // parameters.
+    void patchServerParameters();
+
+    // Whether the site is another one than `server` says, the server's record as it was before
+    // patchServerParameters. Unknown counts as unchanged.
+    [[nodiscard]] bool siteIdChanged(yyjson_val* server) const;
+
     void installRuntime(const std::string& name);
     [[nodiscard]] sdk::Ptr<DeviceAgent> findAgent(std::string_view deviceId) const;
     [[nodiscard]] bool anyAgentIsActive() const;
@@ -107,12 +123,13 @@ private:
     void guarded(Work work);
     void leave();
 
-    Engine& m_engine;
+    Services& m_services;
+    Requests& m_requests;
     const std::chrono::milliseconds m_pause;
     State m_state;
 };
 
 // The engine's background thread.
-void runtimeManagerLoop(Engine& engine);
+void runtimeManagerLoop(Services& services, Requests& requests);
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

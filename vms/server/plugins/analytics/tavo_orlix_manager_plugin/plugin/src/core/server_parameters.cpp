@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "base/plugin_version.h"
-#include "core/engine.h"
+#include "core/runtime_manager_loop.h"
 #include "remote/host_rest_client.h"
 #include "remote/text_helpers.h"
 #include "utils/json.h"
@@ -52,45 +52,45 @@ yyjson_mut_val* addProcessors(
 
 } // namespace
 
-void Engine::patchServerParameters()
+void RuntimeManagerLoop::patchServerParameters()
 {
     log_info("Updating server parameters...\n");
     auto [document, parameters] = makeParametersDocument();
     yyjson_mut_doc* const json = document.get();
     yyjson_mut_obj_add_str(json, parameters, "pluginVersion", kPluginVersion);
-    const std::string runtimeName = m_runtimesManager.getInstalledRuntimeName();
+    const std::string runtimeName = m_services.runtimesManager.getInstalledRuntimeName();
     addRuntimeInformation(
-        json, parameters, runtimeName, m_runtimesManager.getMimeType(runtimeName));
+        json, parameters, runtimeName, m_services.runtimesManager.getMimeType(runtimeName));
 
     // The host merges a patch into what it holds, so objects are taken away first: otherwise they
     // would keep processors that are no longer there.
     yyjson_mut_obj_add_null(json, parameters, kPostprocessors);
     yyjson_mut_obj_add_null(json, parameters, kPreprocessors);
-    patchServer(utilityProvider(), compactJson(json));
+    patchServer(m_services.utilityProvider(), compactJson(json));
     yyjson_mut_obj_remove_key(parameters, kPostprocessors);
     yyjson_mut_obj_remove_key(parameters, kPreprocessors);
 
     addProcessors(
-        json, parameters, kPreprocessors, m_managerInterface.loadExternalPreprocessors(),
+        json, parameters, kPreprocessors, m_services.managerInterface.loadExternalPreprocessors(),
         "externalPreprocessors");
     yyjson_mut_val* const postprocessors = addProcessors(
-        json, parameters, kPostprocessors, m_managerInterface.loadExternalPostprocessors(),
+        json, parameters, kPostprocessors, m_services.managerInterface.loadExternalPostprocessors(),
         "externalPostprocessors");
     for (const auto& builtIn : kBuiltInPostprocessors)
         yyjson_mut_obj_add_str(json, postprocessors, builtIn.key, builtIn.name);
 
-    if (const std::optional<std::string> siteId = cloudSystemId(utilityProvider()))
+    if (const std::optional<std::string> siteId = cloudSystemId(m_services.utilityProvider()))
         yyjson_mut_obj_add_strncpy(json, parameters, "siteID", siteId->data(), siteId->size());
 
     const std::string text = jsonToText(std::move(document));
     log_debug("Patching server parameters: %s\n", text.c_str());
-    patchServer(utilityProvider(), text);
+    patchServer(m_services.utilityProvider(), text);
 }
 
-bool Engine::siteIdChanged(yyjson_val* server) const
+bool RuntimeManagerLoop::siteIdChanged(yyjson_val* server) const
 {
     yyjson_val* const saved = jsonMember(pluginParameters(server), "siteID");
-    const std::optional<std::string> current = cloudSystemId(utilityProvider());
+    const std::optional<std::string> current = cloudSystemId(m_services.utilityProvider());
     if (!current)
     {
         log_info(

@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "core/engine.h"
 #include "core/loop_decisions.h"
 #include "core/runtime_manager_loop.h"
 #include "remote/cloud_client.h"
@@ -19,11 +18,11 @@ namespace tavo::vms_server_plugins::analytics::orlix
 // Once connected the engine stays so: this and what hangs on it are done once in its life.
 bool RuntimeManagerLoop::connectToCloud()
 {
-    std::atomic<int>& state = m_engine.m_cloudConnectionState;
+    std::atomic<int>& state = m_services.cloudConnectionState;
     if (state == kCloudConnected)
         return true;
     log_info("Checking cloud connection\n");
-    checkCloudConnection(state, m_engine.utilityProvider());
+    checkCloudConnection(state, m_services.utilityProvider());
     if (state != kCloudConnected)
     {
         log_info("Server/Site not connected to cloud.\n");
@@ -34,7 +33,7 @@ bool RuntimeManagerLoop::connectToCloud()
 
 bool RuntimeManagerLoop::configureServer()
 {
-    const JsonDocument document = getServerParameters(m_engine.utilityProvider());
+    const JsonDocument document = getServerParameters(m_services.utilityProvider());
     // An error that the host answers is no record of a server that is new to us.
     if (!document || jsonMember(yyjson_doc_get_root(document.get()), "error"))
     {
@@ -43,27 +42,29 @@ bool RuntimeManagerLoop::configureServer()
     }
     yyjson_val* const server = yyjson_doc_get_root(document.get());
     const bool firstTime = !pluginParameters(server);
-    m_engine.patchServerParameters();
+    patchServerParameters();
     if (firstTime)
     {
         log_info(
             "First time server is being configured. Setting devices to default if necessary.\n");
         resetDevices(
-            m_engine.utilityProvider(), getDevicesWithoutConfiguration(m_engine.utilityProvider()));
+            m_services.utilityProvider(),
+            getDevicesWithoutConfiguration(m_services.utilityProvider()));
         return false;
     }
-    if (m_engine.siteIdChanged(server))
+    if (siteIdChanged(server))
     {
         log_info("Detected change in Site ID! Will reset all initialized devices.\n");
         resetDevices(
-            m_engine.utilityProvider(), getDevicesWithConfiguration(m_engine.utilityProvider()));
+            m_services.utilityProvider(),
+            getDevicesWithConfiguration(m_services.utilityProvider()));
     }
     return true;
 }
 
 bool RuntimeManagerLoop::siteIsKnown()
 {
-    if (cloudSystemId(m_engine.utilityProvider()))
+    if (cloudSystemId(m_services.utilityProvider()))
         return true;
     log_info("Could not get the server cloud ID.\n");
     return false;
@@ -71,14 +72,14 @@ bool RuntimeManagerLoop::siteIsKnown()
 
 bool RuntimeManagerLoop::provideManager()
 {
-    ManagerInstallation& installation = m_engine.m_managerInstallation;
+    ManagerInstallation& installation = m_services.managerInstallation;
     if (installation.managerInstallState() == ManagerInstallState::installed)
         return true;
     log_info("Checking installation\n");
     switch (installation.checkInstallation())
     {
         case ManagerInstallState::notInstalled:
-            installation.install(m_engine.m_messageBoard);
+            installation.install(m_services.messageBoard);
             break;
         case ManagerInstallState::failed:
             // No pass comes to step 10, and only the removal leads out.
@@ -92,7 +93,7 @@ bool RuntimeManagerLoop::provideManager()
 
 bool RuntimeManagerLoop::serveReselection(const Pass& pass)
 {
-    RuntimesManager& runtimes = m_engine.m_runtimesManager;
+    RuntimesManager& runtimes = m_services.runtimesManager;
     if (runtimes.status() != RuntimeStatus::reselectRequested)
         return true;
     if (pass.managerStatus == ManagerState::Running)
@@ -101,13 +102,13 @@ bool RuntimeManagerLoop::serveReselection(const Pass& pass)
         stopManager();
     }
     runtimes.uninstall();
-    patchRuntimeInformation(m_engine.utilityProvider(), "", "");
+    patchRuntimeInformation(m_services.utilityProvider(), "", "");
     return false;
 }
 
 bool RuntimeManagerLoop::provideRuntime()
 {
-    RuntimesManager& runtimes = m_engine.m_runtimesManager;
+    RuntimesManager& runtimes = m_services.runtimesManager;
     const RuntimeStatus status = runtimes.status();
     if (status == RuntimeStatus::installed)
         return true;
@@ -145,12 +146,12 @@ void RuntimeManagerLoop::installRuntime(const std::string& name)
 {
     if (name.empty())
         return;
-    RuntimesManager& runtimes = m_engine.m_runtimesManager;
-    runtimes.install(name, m_engine.m_messageBoard, /*useSubfolder*/ false);
+    RuntimesManager& runtimes = m_services.runtimesManager;
+    runtimes.install(name, m_services.messageBoard, /*useSubfolder*/ false);
     if (runtimes.installedNameStays())
         return;
     runtimes.saveInstalledRuntimeName(name);
-    patchRuntimeInformation(m_engine.utilityProvider(), name, runtimes.getMimeType(name));
+    patchRuntimeInformation(m_services.utilityProvider(), name, runtimes.getMimeType(name));
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -52,12 +52,12 @@ private:
     LoopbackHttpServer m_server; // last: its thread uses the others
 };
 
-// A plugin and its engine in a folder of the test's own, between a stand-in host and a stand-in
-// cloud. The storage of runtimes and of the application cannot be reached.
-class EngineTest : public ::testing::Test
+// A folder of the test's own, between a stand-in host and a stand-in cloud. The storage of runtimes
+// and of the application cannot be reached.
+class HostAndCloudTest : public ::testing::Test
 {
 protected:
-    EngineTest()
+    HostAndCloudTest()
     {
         ini().CloudAPI = m_cloudUrl.c_str();
         ini().RuntimesStorageURL = "http://127.0.0.1:1";
@@ -74,38 +74,9 @@ protected:
                 return m_deviceRecords;
             return std::string("{}");
         };
-        m_plugin = sdk::Ptr<sdk::IPlugin>(createTavoPlugin());
-        m_plugin->setUtilityProvider(m_host.get());
     }
 
-    ~EngineTest() override
-    {
-        m_engine.reset();
-        ini().restartOrlixManagerOnCrash = true;
-    }
-
-    sdk::analytics::IIntegration& integration()
-    {
-        return *static_cast<sdk::analytics::IIntegration*>(m_plugin.get());
-    }
-
-    // Made at the first call.
-    Engine& engine()
-    {
-        if (!m_engine)
-        {
-            const auto result = integration().obtainEngine();
-            m_engine = sdk::Ptr<Engine>(static_cast<Engine*>(result.value));
-        }
-        return *m_engine;
-    }
-
-    sdk::Ptr<sdk::analytics::IDeviceAgent> obtainAgent(const std::string& deviceId)
-    {
-        const auto device = sdk::makePtr<FakeDevice>(deviceId);
-        return sdk::Ptr<sdk::analytics::IDeviceAgent>(
-            engine().doObtainDeviceAgent(device.get()).value);
-    }
+    ~HostAndCloudTest() override { ini().restartOrlixManagerOnCrash = true; }
 
     [[nodiscard]] int logged(const std::string& line) const
     {
@@ -163,8 +134,6 @@ protected:
     FakeCloud m_cloud;
     const std::string m_cloudUrl = m_cloud.url();
     sdk::Ptr<FakeHost> m_host = sdk::makePtr<FakeHost>();
-    sdk::Ptr<sdk::IPlugin> m_plugin;
-    sdk::Ptr<Engine> m_engine;
 
 private:
     std::size_t m_patchesSeen = 0;
@@ -172,6 +141,41 @@ private:
     std::string m_serverRecord GUARDED_BY(m_recordsMutex) =
         R"({"parameters":{"tavoAI":{"siteID":"site-1"}}})";
     std::string m_deviceRecords GUARDED_BY(m_recordsMutex) = "[]";
+};
+
+// With a plugin and its engine.
+class EngineTest : public HostAndCloudTest
+{
+protected:
+    EngineTest() { m_plugin->setUtilityProvider(m_host.get()); }
+
+    ~EngineTest() override { m_engine.reset(); }
+
+    sdk::analytics::IIntegration& integration()
+    {
+        return *static_cast<sdk::analytics::IIntegration*>(m_plugin.get());
+    }
+
+    // Made at the first call.
+    Engine& engine()
+    {
+        if (!m_engine)
+        {
+            const auto result = integration().obtainEngine();
+            m_engine = sdk::Ptr<Engine>(static_cast<Engine*>(result.value));
+        }
+        return *m_engine;
+    }
+
+    sdk::Ptr<sdk::analytics::IDeviceAgent> obtainAgent(const std::string& deviceId)
+    {
+        const auto device = sdk::makePtr<FakeDevice>(deviceId);
+        return sdk::Ptr<sdk::analytics::IDeviceAgent>(
+            engine().doObtainDeviceAgent(device.get()).value);
+    }
+
+    sdk::Ptr<sdk::IPlugin> m_plugin{createTavoPlugin()};
+    sdk::Ptr<Engine> m_engine;
 };
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

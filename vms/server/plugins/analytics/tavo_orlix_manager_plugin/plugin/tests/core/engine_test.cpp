@@ -272,6 +272,27 @@ TEST_F(EngineInService, AnErrorInPlaceOfTheListTakesNothingAway)
     agent.reset();
 }
 
+TEST_F(EngineInService, AnApplicationThatMayNotBeStartedAgainIsReportedOnce)
+{
+    m_folder.writeProgram(kBin + kManagerExecutable, "exit 7");
+    ini().restartOrlixManagerOnCrash = false;
+    const auto agent = obtainAgent(kFirst);
+    const std::map<std::string, std::string> settings = {{"deviceActiveSwitch", "true"}};
+    const sdk::Ptr<const sdk::ISettingsResponse> response(
+        agent->setSettings(sdk::makePtr<sdk::StringMap>(settings).get()).value);
+    EXPECT_TRUE(comesIntoLog("Orlix Manager crash detected. Not restarting.\n", 3));
+    std::vector<std::string> reports;
+    for (const std::string& patch : takeServerPatches())
+    {
+        if (patch.find("runtimeActive") != std::string::npos)
+            reports.push_back(patch);
+    }
+    EXPECT_THAT(
+        reports,
+        ::testing::ElementsAre(
+            ::testing::HasSubstr(R"("runtimeActive":true)"), ::testing::HasSubstr(":false")));
+}
+
 TEST_F(EngineTest, TheHostOwnsTheOneReferenceOfWhatTheEntryPointGives)
 {
     sdk::IPlugin* const plugin = createTavoPlugin();

@@ -2,14 +2,13 @@
 
 #include "core/runtime_manager_loop.h"
 
-#include <map>
+#include <filesystem>
 #include <optional>
-
-#include <tavo/sdk/helpers/string_map.h>
 
 #include "../inference/module_peer.h"
 #include "engine_fixture.h"
 #include "remote/cloud_client.h"
+#include "utils/log.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -19,27 +18,40 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using PassEnd = RuntimeManagerLoop::PassEnd;
 
-class ServiceLadder : public EngineTest
+class ServiceLadder : public HostAndCloudTest
 {
 protected:
-    ServiceLadder() { startAnew(); }
+    ServiceLadder()
+    {
+        std::filesystem::create_directories(m_folder.path(kWorking));
+        log_init(
+            m_folder.path(kWorking + "orlix_plugin_start.log"), m_folder.path("main.log"), "",
+            false, true, 2);
+        startAnew();
+    }
 
-    // With an engine of its own, as after a restart of the host.
+    ~ServiceLadder() override { log_close(); }
+
+    // With services of its own, as after a restart of the host.
     void startAnew()
     {
         m_loop.reset();
-        m_engine.reset();
-        m_loop.emplace(engineWithAccelerator(), std::chrono::milliseconds(0));
+        m_requests.reset();
+        m_services.emplace(
+            m_folder.path("home/tavo_orlix_manager"),
+            [this] { return sdk::Ptr<sdk::IUtilityProvider>(sdk::addRefToPtr(m_host.get())); });
+        m_requests.emplace(board());
+        detectAccelerator();
+        m_loop.emplace(services(), requests(), std::chrono::milliseconds(0));
     }
 
     PassEnd pass() { return m_loop->runPass(); }
-
-    // Finds an accelerator beside the processor, whatever the machine.
-    Engine& engineWithAccelerator()
+    Services& services() { return *m_services; }
+    Requests& requests() { return *m_requests; }
+    MessageBoard& board() { return m_services->messageBoard; }
+    ManagerInstallState installState()
     {
-        m_folder.writeProgram("dxrt-cli", "print DXRT v3.2.0");
-        const test_support::ScopedVariable path("PATH", test_support::pathWith(m_folder.path()));
-        return engine();
+        return m_services->managerInstallation.managerInstallState();
     }
 
     // Of a device that the cloud has configured, and of one that it has not.
@@ -53,7 +65,17 @@ protected:
     }
 
 private:
-    std::optional<RuntimeManagerLoop> m_loop; // goes before the engine
+    // Beside the processor, whatever the machine.
+    void detectAccelerator()
+    {
+        m_folder.writeProgram("dxrt-cli", "print DXRT v3.2.0");
+        const test_support::ScopedVariable path("PATH", test_support::pathWith(m_folder.path()));
+        m_services->runtimesManager.initialise(board());
+    }
+
+    std::optional<Services> m_services;
+    std::optional<Requests> m_requests;
+    std::optional<RuntimeManagerLoop> m_loop;
 };
 
 TEST_F(ServiceLadder, WithoutATokenNothingElseIsDone)
@@ -129,25 +151,24 @@ TEST_F(ServiceLadder, OnlyAnotherSiteResetsTheDevices)
 TEST_F(ServiceLadder, AFailedInstallationIsClearedOnDemand)
 {
     pass();
-    EXPECT_EQ(ManagerInstallState::failed, engine().managerInstallation().managerInstallState());
+    EXPECT_EQ(ManagerInstallState::failed, installState());
     m_folder.write(kWorking + "orlix_manager/cache/keys/id.tvc", "key");
-    engine().clearCache();
+    requests().requestClearCache();
     EXPECT_EQ(PassEnd::cutShort, pass());
-    EXPECT_TRUE(engine().messageBoard().snapshot().empty());
+    EXPECT_TRUE(board().snapshot().empty());
     EXPECT_FALSE(m_folder.has(kWorking + "orlix_manager/cache"));
-    EXPECT_EQ(
-        ManagerInstallState::notInstalled, engine().managerInstallation().managerInstallState());
+    EXPECT_EQ(ManagerInstallState::notInstalled, installState());
     EXPECT_EQ(PassEnd::cutShort, pass()); // tries again
-    EXPECT_EQ(ManagerInstallState::failed, engine().managerInstallation().managerInstallState());
+    EXPECT_EQ(ManagerInstallState::failed, installState());
     installManager();
     EXPECT_EQ(PassEnd::cutShort, pass());
-    EXPECT_EQ(ManagerInstallState::installed, engine().managerInstallation().managerInstallState());
+    EXPECT_EQ(ManagerInstallState::installed, installState());
 }
 
 TEST_F(ServiceLadder, AmongSeveralRuntimesTheUserChooses)
 {
     installManager();
-    RuntimesManager& runtimes = engine().runtimesManager();
+    RuntimesManager& runtimes = services().runtimesManager;
     pass();
     EXPECT_EQ(PassEnd::cutShort, pass());
     EXPECT_EQ(RuntimeStatus::waitingForChoice, runtimes.status());
@@ -170,10 +191,10 @@ TEST_F(ServiceLadder, AmongSeveralRuntimesTheUserChooses)
             R"({"parameters":{"tavoAI":{"runtimeInformation":[{"mimetypes":["application/x-onnx"],"name":"Generic CPU"}]}}})"));
 
     // Then only a new selection leads on: not even a request is served.
-    engine().clearCache();
+    requests().requestClearCache();
     EXPECT_EQ(PassEnd::cutShort, pass());
-    EXPECT_EQ(1u, engine().messageBoard().snapshot().count("CLEAR_CACHE"));
-    engine().requestRuntimeReselection();
+    EXPECT_EQ(1u, board().snapshot().count("CLEAR_CACHE"));
+    services().runtimesManager.setStatus(RuntimeStatus::reselectRequested);
     EXPECT_EQ(PassEnd::cutShort, pass());
     EXPECT_EQ(RuntimeStatus::notSelected, runtimes.status());
 }
@@ -233,7 +254,7 @@ TEST_F(DeviceParameters, AListThatDoesNotParseIsParsedAgain)
 
 TEST_F(DeviceParameters, ARetryWaitsForAList)
 {
-    engine().retryDownloads();
+    requests().requestRetryDownloads();
     for (const char* const answer : {R"({"error":"503"})", "7", "<html>"})
     {
         setDeviceRecords(answer);
@@ -248,33 +269,33 @@ TEST_F(DeviceParameters, ARetryWaitsForAList)
 
 TEST_F(DeviceParameters, WhatUsersAskForIsServedBeforeTheListIsRead)
 {
-    engine().resetDevice("device-7");
+    requests().requestReset("device-7");
     const std::size_t before = listRequests();
     EXPECT_EQ(PassEnd::cutShort, pass());
     EXPECT_EQ(before, listRequests());
-    EXPECT_TRUE(engine().messageBoard().snapshot().empty());
+    EXPECT_TRUE(board().snapshot().empty());
     EXPECT_THAT(m_cloud.takeResets(), ElementsAre(HasSubstr(R"("Devices":["device-7"])")));
     EXPECT_EQ(PassEnd::complete, pass()); // served once
     EXPECT_EQ(before + 1, listRequests());
     EXPECT_THAT(m_cloud.takeResets(), IsEmpty());
 
     setDeviceRecords(kDevices);
-    engine().messageBoard().postMessage("w", "of before", MessageType::warning);
-    engine().resetDevices();
-    EXPECT_EQ(0u, engine().messageBoard().snapshot().count("w"));
+    board().postMessage("w", "of before", MessageType::warning);
+    requests().requestReset("");
+    EXPECT_EQ(0u, board().snapshot().count("w"));
     EXPECT_EQ(PassEnd::cutShort, pass());
     EXPECT_THAT(m_cloud.takeResets(), ElementsAre(resetOf("done")));
 
-    engine().retryDownloads();
+    requests().requestRetryDownloads();
     EXPECT_EQ(PassEnd::complete, pass());
     EXPECT_EQ(1, logged("Clearing failed model downloads."));
-    EXPECT_THAT(engine().messageBoard().snapshot(), IsEmpty());
+    EXPECT_THAT(board().snapshot(), IsEmpty());
 }
 
 // Nobody watches a camera, so only what is asked for here stops it before the pass ends.
 TEST_F(DeviceParameters, WhatIsReplacedDoesNotRun)
 {
-    OrlixManagerInterface& manager = engine().managerInterface();
+    OrlixManagerInterface& manager = services().managerInterface;
     test::ModulePeer application(m_folder.path()); // that passes the command to stop on
     application.replyBy(
         [&]()
@@ -289,37 +310,18 @@ TEST_F(DeviceParameters, WhatIsReplacedDoesNotRun)
         m_folder.writeProgram(kBin + kManagerExecutable, "wait-for end\nremove end");
         manager.start({}, m_folder.path("orlix_plugin.sock"));
         ASSERT_EQ(ManagerState::Running, manager.state());
-        engine().messageBoard().postMessage("w", "of before", MessageType::warning);
+        board().postMessage("w", "of before", MessageType::warning);
         if (clearCache)
-            engine().clearCache();
+            requests().requestClearCache();
         else
-            engine().requestRuntimeReselection();
+            services().runtimesManager.setStatus(RuntimeStatus::reselectRequested);
         EXPECT_EQ(PassEnd::cutShort, pass());
         EXPECT_EQ(ManagerState::Stopped, manager.state());
         EXPECT_FALSE(m_folder.has(kBin + kRuntimeLibrary));
         EXPECT_EQ(!clearCache, m_folder.has(kBin + kManagerExecutable));
-        EXPECT_EQ(clearCache ? 0u : 1u, engine().messageBoard().snapshot().size());
+        EXPECT_EQ(clearCache ? 0u : 1u, board().snapshot().size());
         EXPECT_EQ(clearCache ? 1 : 0, logged("Clearing failed model downloads."));
     }
-}
-
-// With the passes of the engine's own loop, which runs once there is an agent.
-TEST_F(DeviceParameters, AnApplicationThatMayNotBeStartedAgainIsReportedOnce)
-{
-    m_folder.writeProgram(kBin + kManagerExecutable, "exit 7");
-    ini().restartOrlixManagerOnCrash = false;
-    const auto agent = obtainAgent("00010203-0405-0607-0809-0a0b0c0d0e0f");
-    const std::map<std::string, std::string> settings = {{"deviceActiveSwitch", "true"}};
-    const sdk::Ptr<const sdk::ISettingsResponse> response(
-        agent->setSettings(sdk::makePtr<sdk::StringMap>(settings).get()).value);
-    EXPECT_TRUE(comesIntoLog("Orlix Manager crash detected. Not restarting.\n", 3));
-    std::vector<std::string> reports;
-    for (const std::string& patch : takeServerPatches())
-    {
-        if (patch.find("runtimeActive") != std::string::npos)
-            reports.push_back(patch);
-    }
-    EXPECT_THAT(reports, ElementsAre(HasSubstr(R"("runtimeActive":true)"), HasSubstr(":false")));
 }
 
 TEST_F(DeviceParameters, DevicesOfTheWrongKindHarmNobody)

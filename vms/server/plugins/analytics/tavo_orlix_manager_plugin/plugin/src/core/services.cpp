@@ -1,0 +1,30 @@
+#include "core/services.h"
+
+#include <utility>
+
+#include "base/manager_files.h"
+#include "inference/protocol.h"
+#include "utils/log.h"
+#include "utils/paths.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+Services::Services(const std::string& workingDirectory, HostSource hostSource) :
+    host(std::move(hostSource)),
+    pluginSocketPath(pathOfTemporary(protocol::kPluginSocketFile)),
+    managerInstallation(workingDirectory),
+    runtimesManager(workingDirectory + manager_files::kRootFolder + manager_files::kBinFolder),
+    managerInterface(workingDirectory, &messageBoard),
+    modelManager(workingDirectory, &messageBoard)
+{}
+
+sdk::Ptr<sdk::IUtilityProvider> Services::utilityProvider() const
+{
+    if (!shuttingDown)
+        return host();
+    log_info("Warning! Tried to access utility provider while shutting down.\n");
+    return nullptr;
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix
