@@ -27,7 +27,7 @@ import time
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "../devkit/soak"))
 from stand_ins import (  # noqa: E402
-    Services, detecting_pipeline, find_plugin, motion_model, write_server, write_video)
+    Services, detecting_pipeline, motion_model, start_host, write_video)
 
 MODEL = "6f1d2b8e-3a55-4c1f-9d1e-0b5a7c9e1f01"
 PIPELINE = "a1c7e7d4-52a0-4f0c-8a5e-6b1d8e3f2a01"
@@ -76,20 +76,12 @@ class Run:
     def __init__(self, case, name, seconds, arguments=(), environment=None, actions=()):
         self.metadata = os.path.join(case.work, name + ".jsonl")
         self.times = os.path.join(case.work, name + ".times")
-        environment = dict(
-            os.environ, TAVO_INI_DIR=case.work, TMPDIR=case.sockets, TAVO_ENGINE="motion",
-            TAVO_RESULT_TIMES=self.times, **(environment or {}))
         with open(os.path.join(case.work, name + ".log"), "w") as log:
-            process = subprocess.Popen(
-                [
-                    os.path.join(case.build, "devkit/host/tavo_host"),
-                    "--plugin", case.plugin, "--work-dir", case.work, "--video", case.video,
-                    "--cameras", str(case.cameras), "--records", case.records,
-                    "--database", os.path.join(case.work, "records.db"), "--realtime",
-                    "--metadata", self.metadata, "--seconds", str(seconds), *arguments,
-                ],
-                stdout=log, stderr=subprocess.STDOUT, env=environment,
-            )
+            process = start_host(
+                case.build, case.services, case.work, case.sockets, case.video,
+                ["--metadata", self.metadata, "--seconds", str(seconds), *arguments],
+                {"TAVO_ENGINE": "motion", "TAVO_RESULT_TIMES": self.times, **(environment or {})},
+                stdout=log, stderr=subprocess.STDOUT)
             for at, action in actions:
                 threading.Timer(at, action).start()
             usage = Usage(process.pid, case.work)
@@ -170,7 +162,6 @@ class Case:
         self.work = tempfile.mkdtemp(prefix="scenario.", dir=options.work)
         self.sockets = tempfile.mkdtemp(prefix="tavo.") # short, as the names of sockets must be
         self.video = os.path.join(self.work, "video.y4m")
-        self.plugin = find_plugin(self.build)
         write_video(self.video, *size)
         files = os.path.join(self.work, "files")
         os.makedirs(files)
@@ -178,8 +169,7 @@ class Case:
             model.truncate(model_bytes)
         self.services = Services(
             self.build, self.work, files, [motion_model(MODEL, "motion", "motion.bin")],
-            [detecting_pipeline(PIPELINE, "Motion", MODEL)])
-        self.records = write_server(self.work, cameras, self.services.url)
+            [detecting_pipeline(PIPELINE, "Motion", MODEL)], cameras)
 
     def __enter__(self):
         return self

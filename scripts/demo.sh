@@ -83,7 +83,8 @@ build()
     )
 }
 
-# start_services: on a port of the system's choice, which is then in $port.
+# start_services: on a port of the system's choice, which is then in $port. They write what a server
+# has that the library meets for the first time.
 start_services()
 {
     local log=$output/services.log
@@ -92,7 +93,8 @@ start_services()
         --catalogue "$(repo_dir)/devkit/services/catalogue.json" \
         --files "$(dirname "$(model_path)")" \
         --archive "$(find "$build_dir/devkit/manager" -maxdepth 1 -name 'orlix_manager-*.tgz')" \
-        --runtimes "$build_dir/devkit/services/runtimes" >"$log" 2>&1 &
+        --runtimes "$build_dir/devkit/services/runtimes" \
+        --server "$work" --cameras "$cameras" --ini modelDownloadSeconds=30 >"$log" 2>&1 &
     services=$!
     for _ in $(seq 100); do
         port=$(sed -n 's/^serving on port \([0-9]*\)$/\1/p' "$log")
@@ -106,28 +108,6 @@ start_services()
 requests()
 {
     curl -sS "http://127.0.0.1:$port/control/requests"
-}
-
-# A server that the library meets for the first time, and where its services are.
-prepare_server()
-{
-    local index separator=
-    {
-        printf '{"cloudSystemId": "demo-system", "cloudAuthToken": "demo-token",\n'
-        printf ' "server": {"id": "demo-server", "parameters": {}}, "devices": ['
-        for ((index = 1; index <= cameras; ++index)); do
-            printf '%s\n  {"id": "d3a0c5b4-6f1e-4b7a-9c28-%012d", "name": "Camera %d", "parameters": {}}' \
-                "$separator" "$index" "$index"
-            separator=,
-        done
-        printf '\n]}\n'
-    } >"$work/records.json"
-    cat >"$work/tavo_orlix_manager_plugin.ini" <<END
-CloudAPI=http://127.0.0.1:$port/dev
-RuntimesStorageURL=http://127.0.0.1:$port/runtimes
-OrlixManagerStorageURL=http://127.0.0.1:$port/apps
-modelDownloadSeconds=30
-END
 }
 
 # play SECONDS NAME [OPTION...]: runs the host, which shows a line a second; 0 seconds is until
@@ -182,7 +162,6 @@ mkdir "$work"
 sockets=$(mktemp -d /tmp/tavo_demo.XXXXXX) # short, as the names of sockets must be
 trap clean_up EXIT
 start_services
-prepare_server
 play "$seconds" first_run --annotated "$output/annotated.mp4" \
     --contact-sheet "$output/contact_sheet.png" --press "*:$kChoice@$kChoiceSecond"
 first_requests=$(requests)

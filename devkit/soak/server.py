@@ -18,7 +18,7 @@ import uuid
 
 import processes
 from stand_ins import (
-    Services, detecting_pipeline, device_id, find_plugin, motion_model, write_server, write_video)
+    Services, detecting_pipeline, device_id, motion_model, start_host, write_video)
 
 RUNTIME_CHOICE = "libraryChoiceGeneric CPU"
 MODELS = {
@@ -114,7 +114,6 @@ class Server:
         self.starts = 0
         self.page = ""
         self.slowest_answer = 0.0
-        self.plugin = find_plugin(build)
         self.video = os.path.join(scratch, "video.y4m")
         write_video(self.video, 320, 240)
         files = os.path.join(scratch, "models")
@@ -125,30 +124,23 @@ class Server:
         self.services = Services(
             build, scratch, files,
             [motion_model(MODELS[name], "motion " + name, name, encrypted=True) for name in names],
-            [detecting_pipeline(PIPELINES[i], names[i], MODELS[names[i]]) for i in (0, 1)])
-        self.records = write_server(scratch, cameras, self.services.url)
+            [detecting_pipeline(PIPELINES[i], names[i], MODELS[names[i]]) for i in (0, 1)], cameras)
 
     def start(self, arguments=()):
         self.starts += 1
         self.log = os.path.join(self.scratch, "host_%03d.log" % self.starts)
-        environment = dict(
-            os.environ, TAVO_INI_DIR=self.scratch, TMPDIR=self.temporary)
-        environment[processes.MARK] = self.mark
-        environment["ASAN_OPTIONS"] = (
-            "detect_leaks=1:detect_stack_use_after_return=1:quarantine_size_mb=8:"
-            "thread_local_quarantine_size_kb=16")
-        environment["UBSAN_OPTIONS"] = "print_stacktrace=1:halt_on_error=1"
+        environment = {
+            processes.MARK: self.mark,
+            "ASAN_OPTIONS":
+                "detect_leaks=1:detect_stack_use_after_return=1:quarantine_size_mb=8:"
+                "thread_local_quarantine_size_kb=16",
+            "UBSAN_OPTIONS": "print_stacktrace=1:halt_on_error=1",
+        }
         with open(self.log, "w") as log:
-            self.process = subprocess.Popen(
-                [
-                    os.path.join(self.build, "devkit/host/tavo_host"),
-                    "--plugin", self.plugin, "--work-dir", self.home, "--video", self.video,
-                    "--cameras", str(self.cameras), "--records", self.records,
-                    "--database", os.path.join(self.scratch, "records.db"), "--realtime",
-                    "--metadata", "-", "--page", "0", "--page-keeps", "10", *arguments,
-                ],
-                stdout=subprocess.PIPE, stderr=log, env=environment, cwd=self.scratch,
-            )
+            self.process = start_host(
+                self.build, self.services, self.home, self.temporary, self.video,
+                ["--metadata", "-", "--page", "0", "--page-keeps", "10", *arguments], environment,
+                stdout=subprocess.PIPE, stderr=log, cwd=self.scratch)
         self.page = ""
         self.started = time.time()
         self.reader = threading.Thread(target=self.results.read, args=(self.process.stdout,))

@@ -49,23 +49,6 @@ def device_id(index):
     return "d3a0c5b4-6f1e-4b7a-9c28-%012d" % (index + 1)
 
 
-def write_server(folder, cameras, services_url):
-    """The records of a server that the library has never met, and the library's ini file."""
-    records = os.path.join(folder, "records.json")
-    with open(records, "w") as out:
-        devices = [
-            {"id": device_id(i), "name": "Camera %d" % (i + 1), "parameters": {}}
-            for i in range(cameras)]
-        json.dump(
-            {"cloudSystemId": "run", "cloudAuthToken": TOKEN,
-             "server": {"id": "run", "parameters": {}}, "devices": devices}, out)
-    with open(os.path.join(folder, "tavo_orlix_manager_plugin.ini"), "w") as out:
-        out.write("CloudAPI=%s/dev\n" % services_url)
-        out.write("RuntimesStorageURL=%s/runtimes\n" % services_url)
-        out.write("OrlixManagerStorageURL=%s/apps\n" % services_url)
-    return records
-
-
 def find_plugin(build):
     return subprocess.check_output(
         ["find", os.path.join(build, "vms"), "-name", "tavo_orlix_manager_plugin.so"],
@@ -73,9 +56,10 @@ def find_plugin(build):
 
 
 class Services:
-    """The stand-in cloud and storage. `files` is the folder of the models' files."""
+    """The stand-in cloud and storage. `files` is the folder of the models' files; in `folder` they
+    write records and ini file of a server that the library has never met."""
 
-    def __init__(self, build, folder, files, models, pipelines):
+    def __init__(self, build, folder, files, models, pipelines, cameras):
         catalogue = os.path.join(folder, "catalogue.json")
         with open(catalogue, "w") as out:
             json.dump({"models": models, "pipelines": pipelines}, out)
@@ -87,6 +71,7 @@ class Services:
                 "--token", TOKEN, "--catalogue", catalogue, "--files", files,
                 "--archive", os.path.join(manager, archive[0]),
                 "--runtimes", os.path.join(build, "devkit/services/runtimes"),
+                "--server", folder, "--cameras", str(cameras),
             ],
             stdout=subprocess.PIPE, text=True,
         )
@@ -94,6 +79,8 @@ class Services:
         if not line.startswith("serving on port "):
             raise RuntimeError("the stand-in services did not start")
         self.url = "http://127.0.0.1:" + line.split()[-1]
+        self.folder = folder
+        self.cameras = cameras
 
     def control(self, method, path, body=""):
         request = urllib.request.Request(self.url + path, data=body.encode(), method=method)
@@ -112,3 +99,15 @@ class Services:
     def stop(self):
         self.process.terminate()
         self.process.wait()
+
+
+def start_host(build, services, work, temporary, video, arguments, environment, **pipes):
+    """The stand-in host for the cameras of that server; `work` and `temporary` are its folders."""
+    return subprocess.Popen(
+        [
+            os.path.join(build, "devkit/host/tavo_host"), "--plugin", find_plugin(build),
+            "--work-dir", work, "--video", video, "--cameras", str(services.cameras),
+            "--records", os.path.join(services.folder, "records.json"),
+            "--database", os.path.join(services.folder, "records.db"), "--realtime", *arguments,
+        ],
+        env=dict(os.environ, TAVO_INI_DIR=services.folder, TMPDIR=temporary, **environment), **pipes)

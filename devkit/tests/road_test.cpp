@@ -5,6 +5,7 @@
 #include <testing/programs.h>
 
 #include "media/video_source.h"
+#include "new_server.h"
 #include "road_fixture.h"
 #include "utils/process.h"
 
@@ -34,17 +35,22 @@ std::size_t countOf(const std::string& text, const std::string& part)
 TEST_F(RoadTest, anEncryptedModelGoesFromTheCloudToObjectsAndLeavesNothingInTheClear)
 {
     startFromNothing(/*encryptedModel*/ true);
-    EXPECT_TRUE(contains(serverRecord(), R"("pluginVersion":"4.6.66")")) << serverRecord();
-    EXPECT_TRUE(contains(serverRecord(), R"("name":"Generic CPU")")) << serverRecord();
-    EXPECT_TRUE(contains(serverRecord(), R"("siteID":"system")")) << serverRecord();
-    waitFor("runtimeActive", [&]() { return contains(serverRecord(), R"("runtimeActive":true)"); });
+    EXPECT_TRUE(contains(m_sandbox.serverRecord(), R"("pluginVersion":"4.6.66")"))
+        << m_sandbox.serverRecord();
+    EXPECT_TRUE(contains(m_sandbox.serverRecord(), R"("name":"Generic CPU")"))
+        << m_sandbox.serverRecord();
+    EXPECT_TRUE(contains(m_sandbox.serverRecord(), R"("siteID":"system")"))
+        << m_sandbox.serverRecord();
+    waitFor(
+        "runtimeActive",
+        [&]() { return contains(m_sandbox.serverRecord(), R"("runtimeActive":true)"); });
     EXPECT_TRUE(contains(deviceRecord(), R"("PluginEnabled":true)")) << deviceRecord();
     EXPECT_TRUE(contains(m_host->dialog(), "Active ORLIX Runtime: Generic CPU"));
 
     EXPECT_EQ(kModel, m_folder.read("tmp/motion.bin"));
     EXPECT_TRUE(test_support::isPrivate(m_folder.path("tmp/motion.bin")));
-    EXPECT_FALSE(contains(m_folder.read(inManager("cache/encrypted/motion.bin")), kModel));
-    const std::string settings = m_folder.read(inManager("etc/settings.json"));
+    EXPECT_FALSE(contains(m_folder.read(Sandbox::inManager("cache/encrypted/motion.bin")), kModel));
+    const std::string settings = m_folder.read(Sandbox::inManager("etc/settings.json"));
     EXPECT_TRUE(contains(settings, "motion.bin")) << settings;
     EXPECT_FALSE(contains(settings, "encrypted")) << settings; // the copy, and not the cache's file
 
@@ -77,7 +83,7 @@ TEST_F(RoadTest, everyButtonOfTheDialogDoesWhatItSays)
     EXPECT_TRUE(contains(m_host->produced(), R"("kind":"actionResponse")")) << m_host->produced();
     EXPECT_TRUE(contains(m_host->produced(), "/admin/device/"));
 
-    const std::string log = inManager("etc/brunmod_start.log");
+    const std::string log = Sandbox::inManager("etc/brunmod_start.log");
     m_host->press("triggerReferenceRunButton");
     waitFor("reference run", [&]() { return contains(m_folder.read(log), "eference run"); });
 
@@ -100,7 +106,7 @@ TEST_F(RoadTest, everyButtonOfTheDialogDoesWhatItSays)
     m_host->press("resetAllDevicesButton");
     waitForDialog("warning: Model digest in header does not match downloaded file hash.");
     waitForDialog("button modelDownloadRetryButton");
-    EXPECT_EQ(kModel, m_folder.read(inManager("cache/unencrypted/motion.bin")));
+    EXPECT_EQ(kModel, m_folder.read(Sandbox::inManager("cache/unencrypted/motion.bin")));
     clearFaults();
     m_host->press("modelDownloadRetryButton");
     waitFor(
@@ -115,11 +121,12 @@ TEST_F(RoadTest, everyButtonOfTheDialogDoesWhatItSays)
 
     m_host->press("reselectRuntimeButton");
     waitForDialog("button libraryChoiceIntel");
-    EXPECT_FALSE(m_folder.has(inManager("bin/installed_runtime.txt")));
-    EXPECT_TRUE(contains(serverRecord(), R"("mimetypes":[""],"name":"")")) << serverRecord();
+    EXPECT_FALSE(m_folder.has(Sandbox::inManager("bin/installed_runtime.txt")));
+    EXPECT_TRUE(contains(m_sandbox.serverRecord(), R"("mimetypes":[""],"name":"")"))
+        << m_sandbox.serverRecord();
     m_host->press("libraryChoiceIntel");
     waitForObjects();
-    EXPECT_EQ("Intel", m_folder.read(inManager("bin/installed_runtime.txt")));
+    EXPECT_EQ("Intel", m_folder.read(Sandbox::inManager("bin/installed_runtime.txt")));
 
     m_host->press("clearCacheButton");
     waitForDialog("button libraryChoiceIntel"); // the application is there again by then
@@ -162,7 +169,7 @@ TEST_F(RoadTest, aKilledApplicationIsReportedAndRunsAgain)
     waitForDialog("warning: Detected Orlix Manager crash.");
     waitForObjects();
     EXPECT_NE(running, processes("brunmod"));
-    EXPECT_TRUE(m_folder.has(inManager("etc/brunmod_crash.log")));
+    EXPECT_TRUE(m_folder.has(Sandbox::inManager("etc/brunmod_crash.log")));
 }
 
 TEST_F(RoadTest, aKilledHostTakesTheApplicationAlong)

@@ -1,8 +1,5 @@
 #include "device.h"
 
-#include <stdexcept>
-
-#include "device_info.h"
 #include "metadata/results.h"
 
 namespace tavo::devkit
@@ -13,9 +10,9 @@ Device::Device(
     Surroundings surroundings) :
     m_origin(std::move(origin)),
     m_source(std::move(source)),
-    m_surroundings(surroundings)
+    m_surroundings(surroundings),
+    m_agent(m_surroundings.engine.obtainAgent(m_origin.deviceId))
 {
-    obtainAgent();
     m_handler = sdk::makePtr<AgentHandler>(
         m_origin,
         AgentHandler::Receivers{
@@ -43,20 +40,6 @@ Device::Device(
 Device::~Device()
 {
     end();
-}
-
-void Device::obtainAgent()
-{
-    const auto info = sdk::makePtr<DeviceInfo>(
-        m_surroundings.store.find(RecordKind::device, m_origin.deviceId).value_or("{}"));
-    sdk::analytics::IEngine& engine = m_surroundings.engine;
-    if (!engine.isCompatible(info.get()))
-        throw std::runtime_error("The engine does not take device " + m_origin.deviceId + ".");
-    const sdk::Ptr<sdk::analytics::IDeviceAgent> agent(
-        valueOrThrow("doObtainDeviceAgent", engine.doObtainDeviceAgent(info.get())));
-    m_agent = sdk::interfaceCast<sdk::analytics::IConsumingDeviceAgent>(agent);
-    if (!m_agent)
-        throw std::runtime_error("The device agent takes no data.");
 }
 
 void Device::start()

@@ -4,12 +4,11 @@
 #include <string>
 #include <vector>
 
-#include <tavo/sdk/analytics/i_engine.h>
-
 #include "agent_handler.h"
 #include "camera.h"
 #include "common/console.h"
 #include "dialogs/settings_dialog.h"
+#include "library/loaded_engine.h"
 #include "media/annotator.h"
 #include "media/frame_observer.h"
 #include "media/video_feeds.h"
@@ -28,7 +27,7 @@ public:
     // All are not owned and outlive the device; the pointers may be null.
     struct Surroundings
     {
-        sdk::analytics::IEngine& engine;
+        LoadedEngine& engine;
         RecordStore& store;
         MetadataSink& sink;
         Console& console;
@@ -63,9 +62,6 @@ public:
 
     // Whether the types in the manifest have changed since this was last asked.
     [[nodiscard]] bool takeManifestChange() { return m_handler->takeManifestChange(); }
-
-private:
-    void obtainAgent();
 
 private:
     const MetadataSink::Origin m_origin;

@@ -90,7 +90,7 @@ bool DeviceList::remove(const std::string& deviceId)
         std::erase(m_devices, device);
     }
     device->end();
-    m_plan.restService.betweenRequests(
+    m_plan.surroundings.engine.restService().betweenRequests(
         [&]
         {
             m_plan.surroundings.store.remove(RecordKind::device, deviceId);

@@ -8,7 +8,6 @@
 
 #include "common/options.h"
 #include "device.h"
-#include "records/rest_service.h"
 
 namespace tavo::devkit
 {
@@ -23,7 +22,6 @@ public:
     struct Plan
     {
         Device::Surroundings surroundings;
-        RestService& restService;
         std::string video; // what a camera shows whose record names nothing else
         Annotator* annotator = nullptr;
         int annotatedCamera = 0;

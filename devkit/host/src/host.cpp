@@ -34,13 +34,8 @@ Host::Host(Options options, HostObserver* observer) :
     m_feeds(m_options.size),
     m_pendingPresses(m_options.presses)
 {
-    m_library = std::make_unique<Library>(m_options.plugin);
     openRecords();
-    m_restService = std::make_unique<RestService>(*m_store);
-    std::filesystem::create_directories(m_options.workDir);
-    m_utilityProvider = sdk::makePtr<UtilityProvider>(
-        readIdentity(*m_store), std::filesystem::absolute(m_options.workDir).string(),
-        *m_restService);
+    m_engine.emplace(m_options.plugin, *m_store);
     obtainEngine();
     m_annotator = makeAnnotator();
     obtainDevices();
@@ -50,15 +45,8 @@ Host::~Host()
 {
     m_devices.reset();
     m_engineDialog.reset();
-    m_engine.reset();
-    m_plugin.reset();
-    m_restService.reset();
-    if (m_library->liveObjects() != 0)
-    {
-        m_console.line(
-            "Objects of the library that were never released: " +
-            std::to_string(m_library->liveObjects()));
-    }
+    if (const std::int64_t left = m_engine->end())
+        m_console.line("Objects of the library that were never released: " + std::to_string(left));
 }
 
 void Host::openRecords()
@@ -74,26 +62,21 @@ void Host::openRecords()
 
 void Host::obtainEngine()
 {
-    m_plugin = m_library->createPlugin();
-    m_plugin->setUtilityProvider(m_utilityProvider.get());
-    const std::string manifest = takeText(valueOrThrow("manifest", m_plugin->manifest()));
+    std::filesystem::create_directories(m_options.workDir);
+    m_engine->obtain(m_options.workDir, sdk::makePtr<EngineHandler>(m_sink, m_console).get());
+    const std::string manifest = takeText(valueOrThrow("manifest", m_engine->plugin()->manifest()));
     m_sink.writeDocument("integrationManifest", nullptr, manifest);
-
-    m_engine.reset();
-    m_engine =
-        sdk::Ptr<sdk::analytics::IEngine>(valueOrThrow("obtainEngine", m_plugin->obtainEngine()));
-    m_engine->setEngineInfo(sdk::makePtr<EngineInfo>().get());
-    m_engine->setHandler(sdk::makePtr<EngineHandler>(m_sink, m_console).get());
     m_sink.writeDocument(
-        "engineManifest", nullptr, takeText(valueOrThrow("manifest", m_engine->manifest())));
-    m_engineDialog = std::make_unique<EngineDialog>(m_engine, m_sink);
+        "engineManifest", nullptr,
+        takeText(valueOrThrow("manifest", m_engine->engine()->manifest())));
+    m_engineDialog = std::make_unique<EngineDialog>(m_engine->engine(), m_sink);
     // The engine has no settings of its own; a server hands over the empty set all the same.
     for (const DialogAnswer& answer : {m_engineDialog->apply({}), m_engineDialog->refresh()})
     {
         if (!answer.failure.empty())
             throw std::runtime_error("The engine's settings failed: " + answer.failure);
     }
-    m_console.line("Library with SDK " + m_library->sdkVersion() + ": " + manifest);
+    m_console.line("Library with SDK " + m_engine->library().sdkVersion() + ": " + manifest);
 }
 
 void Host::obtainDevices()
@@ -102,7 +85,7 @@ void Host::obtainDevices()
         Device::Surroundings{
             *m_engine, *m_store, m_sink, m_console, m_feeds, m_observer, /*annotator*/ nullptr,
             m_options.showDialog},
-        *m_restService, m_options.video, m_annotator.get(), m_options.annotatedCamera,
+        m_options.video, m_annotator.get(), m_options.annotatedCamera,
         [this](const std::string& deviceId) { return userValues(deviceId); }});
     const std::vector<std::string> deviceIds = m_store->ids(RecordKind::device);
     const size_t count = m_options.cameras ? size_t(m_options.cameras) : deviceIds.size();

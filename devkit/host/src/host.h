@@ -2,6 +2,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,13 +12,11 @@
 #include "device_list.h"
 #include "dialogs/engine_dialog.h"
 #include "host_observer.h"
-#include "library/library.h"
+#include "library/loaded_engine.h"
 #include "media/annotator.h"
 #include "media/video_feeds.h"
 #include "metadata/metadata_sink.h"
 #include "records/record_store.h"
-#include "records/rest_service.h"
-#include "records/utility_provider.h"
 
 namespace tavo::devkit
 {
@@ -66,8 +65,7 @@ private:
     [[nodiscard]] CameraTotals allTotals() const;
 
 private:
-    // Each uses what stands above it, to the end: the engine asks the REST service while it is
-    // being destroyed, and the library's code goes last.
+    // Each uses what stands above it, to the end.
     const Options m_options;
     HostObserver* const m_observer;
     Console m_console;
@@ -75,12 +73,8 @@ private:
     StopSignal m_stopSignal;
     std::unique_ptr<RecordStore> m_store;
     std::string m_settingsText; // of the settings file; empty without one
-    std::unique_ptr<Library> m_library;
-    std::unique_ptr<RestService> m_restService; // may be in the library's code to its end
-    sdk::Ptr<UtilityProvider> m_utilityProvider;
     std::unique_ptr<Annotator> m_annotator; // null: nothing to draw
-    sdk::Ptr<sdk::analytics::IIntegration> m_plugin;
-    sdk::Ptr<sdk::analytics::IEngine> m_engine;
+    std::optional<LoadedEngine> m_engine; // there from the constructor on
     std::unique_ptr<EngineDialog> m_engineDialog;
     VideoFeeds m_feeds;
     std::unique_ptr<DeviceList> m_devices;

@@ -58,7 +58,7 @@ void Host::mainLoop()
         if (m_options.fast && resultsFlow)
             m_feeds.goFast();
         if (resultsFlow)
-            m_restService->setDelay(std::chrono::milliseconds(m_options.restDelayMs));
+            m_engine->restService().setDelay(std::chrono::milliseconds(m_options.restDelayMs));
         if (const int64_t sinceLastUs = steadyClockUs() - lastShownUs; sinceLastUs >= 1'000'000)
         {
             everySecond(double(sinceLastUs) / kMicroseconds);
@@ -181,7 +181,8 @@ void Host::printSummary()
 
 void Host::printResources(double seconds)
 {
-    m_console.line(resourcesLine(seconds, readProcessResources(), m_library->liveObjects()));
+    m_console.line(
+        resourcesLine(seconds, readProcessResources(), m_engine->library().liveObjects()));
 }
 
 bool Host::isMeant(const std::string& device, const Device& candidate) const

@@ -4,6 +4,8 @@
 #include <iterator>
 #include <stdexcept>
 
+#include "json_text.h"
+
 namespace tavo::devkit
 {
 
@@ -25,20 +27,6 @@ std::string readWhole(const std::string& path)
 std::string textOf(yyjson_val* object, const char* key)
 {
     return std::string(jsonText(jsonMember(object, key)));
-}
-
-std::string written(const MutableJsonDocument& document)
-{
-    char* const text = yyjson_mut_write(document.get(), YYJSON_WRITE_NOFLAG, nullptr);
-    std::string result = text ? text : "";
-    std::free(text);
-    return result;
-}
-
-void addText(
-    yyjson_mut_doc* document, yyjson_mut_val* object, const char* key, const std::string& text)
-{
-    yyjson_mut_obj_add_strncpy(document, object, key, text.data(), text.size());
 }
 
 yyjson_val* findByUuid(yyjson_val* models, std::string_view uuid)
@@ -146,7 +134,7 @@ std::string Catalogue::availablePipelines(const std::string& storageUrl) const
         addText(document.get(), object, "uuid", textOf(pipeline, "uuid"));
         yyjson_mut_arr_append(root, object);
     }
-    return written(document);
+    return written(document.get());
 }
 
 std::string Catalogue::resetAnswer(
@@ -173,7 +161,7 @@ std::string Catalogue::resetAnswer(
             devices, yyjson_mut_strncpy(document.get(), yyjson_get_str(id), yyjson_get_len(id)),
             device);
     }
-    return written(document);
+    return written(document.get());
 }
 
 } // namespace tavo::devkit

@@ -137,7 +137,7 @@ void Services::stop()
     m_server->stop();
 }
 
-std::string Services::baseUrl() const
+std::string Services::url() const
 {
     return (m_options.certificate.empty() ? "http://127.0.0.1:" : "https://127.0.0.1:") +
         std::to_string(m_port);
@@ -204,7 +204,7 @@ void Services::routeCloud()
             if (!authorized(request, response))
                 return;
             const std::lock_guard lock(m_mutex);
-            answerJson(request, response, m_catalogue.availablePipelines(baseUrl()));
+            answerJson(request, response, m_catalogue.availablePipelines(url()));
         });
     m_server->Post(
         "/dev/reset/",
@@ -215,7 +215,7 @@ void Services::routeCloud()
             const std::lock_guard lock(m_mutex);
             answerJson(
                 request, response,
-                m_catalogue.resetAnswer(request.body, baseUrl(), baseUrl() + "/admin/device/"));
+                m_catalogue.resetAnswer(request.body, url(), url() + "/admin/device/"));
         });
 }
 

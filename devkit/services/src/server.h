@@ -42,6 +42,9 @@ public:
     // Gives the port; -1 if it cannot be had.
     int bind();
 
+    // Once bound.
+    [[nodiscard]] std::string url() const;
+
     // Serves until stop, which may be called from another thread as soon as this one is called, or
     // about to be.
     void serve();
@@ -58,7 +61,6 @@ private:
     void answerJson(const Request& request, Response& response, const std::string& text) const;
     void answerFile(const Request& request, Response& response, const std::string& content) const;
     void answerModel(const Request& request, Response& response, const std::string& name);
-    [[nodiscard]] std::string baseUrl() const;
 
     const ServicesOptions m_options;
     std::unique_ptr<httplib::Server> m_server;

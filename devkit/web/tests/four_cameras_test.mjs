@@ -95,12 +95,10 @@ const steps = {
 
 let hasPassed = false;
 try {
-    await server.startServices(fileURLToPath(new URL('../../services/catalogue.json', import.meta.url)), assets);
-    const url = await server.startHost('--page', '0', '--video', video, '--cameras', String(kCameras), '--records',
-        server.write('records.json', JSON.stringify({cloudSystemId: 'system', cloudAuthToken: 'token',
-            server: {id: 's', parameters: {}}, devices: Array.from({length: kCameras}, (_, index) => ({
-                id: `d3a0c5b4-6f1e-4b7a-9c28-00000000000${index + 1}`, name: `Camera ${index + 1}`,
-                parameters: {}}))})));
+    await server.startServices(
+        fileURLToPath(new URL('../../services/catalogue.json', import.meta.url)), assets, kCameras);
+    const url = await server.startHost('--page', '0', '--video', video, '--cameras', String(kCameras),
+        '--records', server.path('ini/records.json'));
     page = await openPage(browser, url, faults);
     hasPassed = await runSteps(steps, () => {
         console.log(faults.join('\n'));

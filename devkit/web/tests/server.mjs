@@ -28,18 +28,16 @@ export class Server {
         return this.path(name);
     }
 
-    async startServices(catalogue, files = this.path('files')) {
+    async startServices(catalogue, files = this.path('files'), cameras = 1) {
         const archive = this.path('application.tgz');
         execFileSync('tar', ['-czf', archive, '-C', process.env.TAVO_APPLICATION_PARENT,
             '--exclude=*.log', 'orlix_manager']);
         const child = this.#start('services', process.env.TAVO_SERVICES_FILE, [
             '--token', 'token', '--catalogue', catalogue, '--files', files, '--archive', archive,
-            '--runtimes', process.env.TAVO_RUNTIME_PACKAGES]);
+            '--runtimes', process.env.TAVO_RUNTIME_PACKAGES, '--server', this.path('ini'),
+            '--cameras', String(cameras), '--ini', 'logVerbosityLevel=2']);
         const [, port] = await this.#waitForOutput(child, /serving on port (\d+)/);
         this.servicesUrl = `http://127.0.0.1:${port}`;
-        this.write('ini/tavo_orlix_manager_plugin.ini', [
-            `CloudAPI=${this.servicesUrl}/dev`, `RuntimesStorageURL=${this.servicesUrl}/runtimes`,
-            `OrlixManagerStorageURL=${this.servicesUrl}/apps`, 'logVerbosityLevel=2', ''].join('\n'));
     }
 
     // Gives the page's address.
