@@ -30,9 +30,7 @@ public:
     // What that copy took.
     void note(std::size_t size, CopyWay way, Duration took) EXCLUDES(m_mutex);
 
-    // Copies of a block, and copies after which a class of sizes has found its way.
-    static constexpr int kBlock = 4;
-    static constexpr int kSettledAfter = 2 * kBlock;
+    static constexpr int kBlock = 4; // copies
 
 private:
     // Costs are nanoseconds per byte.

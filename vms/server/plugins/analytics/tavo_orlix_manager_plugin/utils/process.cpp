@@ -2,6 +2,7 @@
 
 #include "utils/log.h"
 #include "utils/process_calls.h"
+#include "utils/system_error.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -34,9 +35,10 @@ ProcessRecord prepare(const char* const* arguments, bool console, PipeEnd* error
 {
     if (errorPipe)
         *errorPipe = {};
-    if (!areUsable(arguments))
-        return {};
-    return process_prepare_checked(arguments, console, errorPipe);
+    ProcessRecord record;
+    if (areUsable(arguments))
+        record.job = process_make_job(arguments, console, errorPipe);
+    return record;
 }
 
 // Ended by a null pointer.
@@ -50,7 +52,32 @@ std::vector<const char*> pointersTo(const std::vector<std::string>& arguments)
     return pointers;
 }
 
+// A process whose end was told cannot be looked at any more.
+bool isKnown(const ProcessRecord& record)
+{
+    return process_started(record) && record.job && !record.job->endWasTold;
+}
+
+// Gives the exit code of a process that has ended.
+int tellEnd(ProcessJob& job)
+{
+    job.endWasTold = true;
+    const std::optional<int> exitCode = job.exitCode();
+    if (!exitCode)
+    {
+        const SystemErrorText error(last_system_error());
+        log_info(
+            "Error: Could not get exit code of process: %.*s\n", error.length(), error.c_str());
+    }
+    return exitCode.value_or(1);
+}
+
 } // namespace
+
+void ProcessJobCloser::operator()(ProcessJob* job) const
+{
+    delete job;
+}
 
 ProcessRecord process_start(const char* const* arguments, bool console, PipeEnd* errorPipe)
 {
@@ -72,9 +99,84 @@ ProcessRecord process_prepare(
     return prepare(pointersTo(arguments).data(), console, errorPipe);
 }
 
+bool process_run(ProcessRecord& record)
+{
+    int systemError = kNoSuchProcess;
+    const std::uint32_t pid = record.job ? record.job->run(systemError) : 0;
+    if (pid == 0)
+    {
+        const SystemErrorText error(systemError);
+        log_info("Error: Could not start process: %.*s\n", error.length(), error.c_str());
+        record = {};
+        return false;
+    }
+    record.pid = pid;
+    return true;
+}
+
 bool process_started(const ProcessRecord& record)
 {
     return record.pid != kProcessNotStarted;
+}
+
+bool process_is_running(const ProcessRecord& record, int& exitCode)
+{
+    if (!isKnown(record))
+        return false;
+    // Not by the exit code alone, which an ended process may have likewise.
+    if (record.job->waitForEnd(0) == ProcessJob::Wait::timedOut)
+    {
+        exitCode = kProcessStillActive;
+        return true;
+    }
+    exitCode = tellEnd(*record.job);
+    return false;
+}
+
+int process_wait(ProcessRecord& record, int seconds)
+{
+    if (!isKnown(record))
+    {
+        const SystemErrorText error(kNoSuchProcess);
+        log_info("Warning: Could not get process handle: %.*s\n", error.length(), error.c_str());
+        return kProcessWaitFailed;
+    }
+    switch (record.job->waitForEnd(seconds * 1000))
+    {
+        case ProcessJob::Wait::ended:
+            break;
+        case ProcessJob::Wait::timedOut:
+            return kProcessWaitTimeout;
+        case ProcessJob::Wait::failed: {
+            const SystemErrorText error(last_system_error());
+            log_info(
+                "Warning: Could not wait for process kill: %.*s\n", error.length(), error.c_str());
+            return kProcessWaitFailed;
+        }
+    }
+    const int exitCode = tellEnd(*record.job);
+    record.job.reset();
+    return exitCode;
+}
+
+int process_kill(const ProcessRecord& record)
+{
+    if (!isKnown(record) || record.job->waitForEnd(0) == ProcessJob::Wait::ended)
+    {
+        const SystemErrorText error(kNoSuchProcess);
+        log_info(
+            "Warning: Could not get process handle to terminate: %.*s\n", error.length(),
+            error.c_str());
+        return -1;
+    }
+    log_info("Sending termination signal...\n");
+    return record.job->kill() ? kProcessKilled : -1;
+}
+
+void process_delete_at_end(const ProcessRecord& record, const std::string& path, std::FILE* file)
+{
+    if (kFilesEndWithJobs && (!record.job || !record.job->deleteAtEnd(path, file)))
+        log_info("Warning: File cannot be tied to process: %s\n", path.c_str());
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -9,11 +9,13 @@
 #include "utils/pipes.h"
 
 // Child processes that are tied to this one. A child is started inside a job, which holds it and
-// everything that it starts, from its first instruction. All of them end when the job is closed,
-// and with this process, however it ends.
+// everything that it starts, from its first instruction; on Windows but for what asks the system to
+// break away. All of them end when the job is closed, and with this process, however it ends.
 //
-// A failed call says so by its value and has logged why; nothing throws. A record belongs to one
-// thread at a time. The host's way with SIGCHLD, where there is such a thing, does not matter.
+// A failed call says so by its value, and has logged why unless that says it all: a process whose
+// end was told is no failure of process_is_running. Nothing throws but for want of memory. A record
+// belongs to one thread at a time. The host's way with SIGCHLD, where there is such a thing, does
+// not matter.
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -47,10 +49,10 @@ inline constexpr int kProcessWaitTimeout = -2;
 
 // Starts `arguments`, ended by a null pointer, of which the first is the program; it is searched
 // for where it holds no separator. The child has this process's environment and current directory,
-// no standard input, and its standard output only with `console`. With `errorPipe` its last words,
-// which are the last 64 KiB at most of what it writes to its standard error, can be read from that
-// pipe once its end was seen; it may write as much as it likes, and nobody need read. On failure
-// the record's pid is kProcessNotStarted and `errorPipe` is blank.
+// and its standard output only with `console`. With `errorPipe`, where a platform gives it to the
+// child, its last words, which are the last 64 KiB at most of what it writes to its standard error,
+// can be read from that pipe once its end was seen; it may write as much as it likes, and nobody
+// need read. On failure the record's pid is kProcessNotStarted and `errorPipe` is blank.
 [[nodiscard]] ProcessRecord process_start(
     const char* const* arguments, bool console, PipeEnd* errorPipe = nullptr);
 [[nodiscard]] ProcessRecord process_start(

@@ -118,7 +118,73 @@ void receiveMessage(const Source& source, ReceiveBuffer& buffer, MessagePlace pl
     receiveBody(source, {buffer.data() + ahead, size - ahead}, deadline);
 }
 
+// Logs why the last call has failed, and gives up on the socket. Leaves the reason where the caller
+// looks, whatever logging does to it.
+template <class Log>
+SocketHandle giveUp(SocketHandle socket, Log log)
+{
+    const int error = last_socket_error();
+    log(SystemErrorText(error));
+    if (socket != kInvalidSocket)
+        socket_close(socket);
+    socket_set_last_error(error);
+    return kInvalidSocket;
+}
+
+SocketHandle giveUpListening(SocketHandle socket, const char* what)
+{
+    return giveUp(
+        socket,
+        [what](const SystemErrorText& error)
+        { log_info("Error: %s: %.*s\n", what, error.length(), error.c_str()); });
+}
+
 } // namespace
+
+SocketHandle socket_connect(const std::string& path)
+{
+    const SocketHandle socket = socket_new();
+    if (socket == kInvalidSocket)
+    {
+        log_info("Warning: socket() creation failed\n");
+        return kInvalidSocket;
+    }
+    static_cast<void>(socket_set_timeout(socket, SocketWait::send));
+    static_cast<void>(socket_set_timeout(socket, SocketWait::receive));
+    if (socket_connect_to(socket, path) && socket_peer_is_trusted(socket))
+        return socket;
+    return giveUp(
+        socket,
+        [&path](const SystemErrorText& error)
+        {
+            log_info(
+                "Warning: Connect to socket [%s] failed: %.*s\n", path.c_str(), error.length(),
+                error.c_str());
+        });
+}
+
+SocketHandle socket_listen(const std::string& path, SocketFile* file)
+{
+    socket_clear_path(path);
+    const SocketHandle socket = socket_new();
+    if (socket == kInvalidSocket)
+        return giveUpListening(socket, "Sender socket error");
+    if (!socket_bind_to(socket, path))
+        return giveUpListening(socket, "Sender socket bind error");
+    if (file)
+        *file = socket_file_at(path);
+    if (!socket_set_timeout(socket, SocketWait::receive))
+        return giveUpListening(socket, "Failed to set receive timeout");
+    if (!socket_set_timeout(socket, SocketWait::send))
+        return giveUpListening(socket, "Failed to set send timeout");
+    if (socket_start_listening(socket))
+        return socket;
+    const int error = socket_error_to_errno(last_socket_error());
+    giveUp(
+        socket, [](const SystemErrorText&) { log_info("Error: Sender socket listen error.\n"); });
+    errno = error;
+    return kInvalidSocket;
+}
 
 bool ReceiveBuffer::grow(std::uint32_t size)
 {
@@ -142,6 +208,15 @@ SocketHandle socket_accept_message(
     const SocketHandle accepted = socket_accept(listeningSocket, place);
     if (accepted == kInvalidSocket)
         return kInvalidSocket;
+    if (!socket_peer_is_trusted(accepted))
+    {
+        return giveUp(
+            accepted,
+            [](const SystemErrorText&) {
+                log_info(
+                    "Warning: A process of another user has connected. Closing the connection.\n");
+            });
+    }
     log_info("Receiving on connection...\n");
     receiveMessage({accepted, place != MessagePlace::sole}, buffer, place);
     return accepted;
@@ -235,6 +310,19 @@ int socket_serve(
     socket_close(listeningSocket);
     socket_unlink(path, file);
     return 0;
+}
+
+void socket_unlink(const std::string& path, const SocketFile& own)
+{
+    if (!own.isBlank() && socket_file_at(path) == own)
+        socket_unlink(path);
+}
+
+void socket_unlink_stale(const std::string& path)
+{
+    const SocketFile seen = socket_file_at(path);
+    if (socket_is_refused(path))
+        socket_unlink(path, seen);
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

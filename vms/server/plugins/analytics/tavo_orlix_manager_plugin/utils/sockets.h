@@ -18,10 +18,14 @@
 // were the user's own.)
 //
 // No wait lasts longer than a second, and no message takes longer than 5 seconds in all, however
-// its bytes trickle. A failed call says so by its value and has logged why; nothing is retried and
-// nothing throws. No write raises a signal. No state: any thread may call. A socket belongs to one
-// thread at a time, except that socket_shutdown may be called from another to wake its wait; a
-// socket is closed only when no thread uses it any more.
+// its bytes trickle. Nothing is retried, and nothing throws but for want of memory. No write raises
+// a signal. No state: any thread may call. A socket belongs to one thread at a time, except that
+// socket_shutdown may be called from another to wake its wait; a socket is closed only when no
+// thread uses it any more.
+//
+// A failed call gives kInvalidSocket, false or 0, and has logged why. Where a body is on its way,
+// that is on standard output instead: it happens with every frame while an application is ending,
+// and who sends the frame says so once. errno is set only where it is said here.
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -122,8 +126,7 @@ struct SocketFile
 void socket_receive_message(
     SocketHandle socket, ReceiveBuffer& buffer, MessagePlace place = MessagePlace::oneOfSeveral);
 
-// Sends one message. Why it failed is told on standard output and not in the log. `socket` comes
-// from socket_connect or socket_accept_message.
+// Sends one message. `socket` comes from socket_connect or socket_accept_message.
 bool socket_send_message(SocketHandle socket, const void* data, std::uint32_t size);
 
 // Sends one message on a connection of its own. Fire and forget: the caller learns nothing.

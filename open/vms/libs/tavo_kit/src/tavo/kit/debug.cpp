@@ -1,5 +1,6 @@
 #include <tavo/kit/debug.h>
 
+#include <cerrno>
 #include <new>
 #include <string>
 
@@ -16,6 +17,16 @@ std::string_view withoutFolder(std::string_view path)
 {
     const size_t separator = path.find_last_of("/\\");
     return separator == std::string_view::npos ? path : path.substr(separator + 1);
+}
+
+// In one go as far as the system allows. What cannot be written is lost.
+void writeToErrorStream(std::string_view text)
+{
+    const int formerErrno = errno;
+    size_t written = 1;
+    for (; !text.empty() && written > 0; text.remove_prefix(written))
+        written = writeSomeToErrorStream(text);
+    errno = formerErrno;
 }
 
 } // namespace

@@ -1,13 +1,14 @@
 // The process's standard error, as far as it differs between platforms.
 #pragma once
 
+#include <cstddef>
 #include <string_view>
 
 namespace tavo::kit
 {
 
-// Writes the text in one go as far as the system allows, without a signal if the reader of a pipe
-// is gone. What cannot be written is lost.
-void writeToErrorStream(std::string_view text);
+// Writes as much of the text, which is not empty, as the system takes at once. Gives its bytes; 0
+// when it takes none. No signal comes of a pipe whose reader is gone.
+size_t writeSomeToErrorStream(std::string_view text);
 
 } // namespace tavo::kit

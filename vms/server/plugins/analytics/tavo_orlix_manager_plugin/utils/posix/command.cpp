@@ -78,7 +78,7 @@ CommandResult runCommand(const std::string& commandLine, std::chrono::seconds li
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0)
     {
-        log_info("Error creating pipe: %d", errno);
+        log_info("Error creating pipe: %d\n", errno);
         return {};
     }
     Output output{UniqueDescriptor(ends[0])};
@@ -86,7 +86,7 @@ CommandResult runCommand(const std::string& commandLine, std::chrono::seconds li
     UniqueDescriptor writeEnd = aboveStandard(UniqueDescriptor(ends[1]));
     if (!writeEnd)
     {
-        log_info("Error creating pipe: %d", errno);
+        log_info("Error creating pipe: %d\n", errno);
         return {};
     }
     const std::vector<std::string> words = splitCommandLine(commandLine);
@@ -98,7 +98,7 @@ CommandResult runCommand(const std::string& commandLine, std::chrono::seconds li
     StartFailure failure{StartFailure::noProgram, ENOENT};
     if (words.empty())
     {
-        log_info("Error creating process: %d", failure.systemError);
+        log_info("Error creating process: %d\n", failure.systemError);
         return {};
     }
     const ProgramStream both{ProgramStream::descriptor, writeEnd.get()};
@@ -109,7 +109,7 @@ CommandResult runCommand(const std::string& commandLine, std::chrono::seconds li
         failure = program.run();
     if (failure.stage != StartFailure::none)
     {
-        log_info("Error creating process: %d", failure.systemError);
+        log_info("Error creating process: %d\n", failure.systemError);
         return {};
     }
     CommandResult result;

@@ -1,28 +1,21 @@
-#include "utils/console.h"
-
 #include <cerrno>
 #include <unistd.h>
 
+#include "utils/console_calls.h"
 #include "utils/posix/no_pipe_signal.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
-void console_write(ConsoleStream stream, std::string_view text)
+std::size_t console_write_some(ConsoleStream stream, std::string_view text)
 {
     const int descriptor = stream == ConsoleStream::output ? STDOUT_FILENO : STDERR_FILENO;
-    const int error = errno;
     const NoPipeSignal noSignal;
-    while (!text.empty())
-    {
-        const ssize_t count = write(descriptor, text.data(), text.size());
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count <= 0)
-            break;
-        text.remove_prefix(static_cast<std::size_t>(count));
-    }
-    errno = error;
+    ssize_t count = 0;
+    do
+        count = write(descriptor, text.data(), text.size());
+    while (count < 0 && errno == EINTR);
+    return count < 0 ? 0 : static_cast<std::size_t>(count);
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

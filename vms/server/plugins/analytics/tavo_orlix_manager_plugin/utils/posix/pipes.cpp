@@ -1,5 +1,6 @@
 #include "utils/pipes.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <poll.h>
@@ -7,66 +8,42 @@
 #include <vector>
 
 #include "utils/deadline.h"
-#include "utils/handle_text.h"
-#include "utils/log.h"
+#include "utils/pipe_calls.h"
 #include "utils/posix/no_pipe_signal.h"
-#include "utils/system_error.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 namespace
 {
 
-constexpr int kForever = -1;
+using Result = PipeCalls::Result;
 
 int descriptorOf(const PipeEnd& end)
 {
     return static_cast<int>(end.handle);
 }
 
-PipeEnd& readEnd(PipePair& pair, int side)
+// Repeats what a signal has interrupted.
+template <class Call>
+auto uninterrupted(Call call)
 {
-    return side == 1 ? pair.upRead : pair.downRead;
+    auto result = call();
+    while (result < 0 && errno == EINTR)
+        result = call();
+    return result;
 }
 
-const PipeEnd& writeEnd(const PipePair& pair, int side)
+Result takeUpTo(PipeEnd& end, int timeoutMs, std::span<char> target, std::size_t& count)
 {
-    return side == 1 ? pair.upWrite : pair.downWrite;
-}
-
-// Repeats an interrupted poll. Gives what poll gives.
-int waitForAny(std::vector<pollfd>& polled, int timeoutMs)
-{
-    const Deadline deadline(timeoutMs);
-    for (;;)
-    {
-        const int ready = poll(
-            polled.data(), polled.size(),
-            timeoutMs == kForever ? kForever : deadline.remainingMs());
-        if (ready >= 0 || errno != EINTR)
-            return ready;
-    }
-}
-
-int waitFor(const PipeEnd& end, int timeoutMs)
-{
-    if (end.handle == kInvalidPipe)
-    {
-        errno = EBADF; // poll would pass over it, and wait for nothing
-        return -1;
-    }
-    std::vector<pollfd> polled{{descriptorOf(end), POLLIN, 0}};
-    return waitForAny(polled, timeoutMs);
-}
-
-ssize_t readSome(const PipeEnd& end, void* target, std::size_t size)
-{
-    for (;;)
-    {
-        const ssize_t count = read(descriptorOf(end), target, size);
-        if (count >= 0 || errno != EINTR)
-            return count;
-    }
+    PipeEnd* const ends[] = {&end};
+    const Result waited = PipeCalls::waitForAny(ends, timeoutMs);
+    end.dataReady = false;
+    if (waited != Result::data)
+        return waited;
+    const ssize_t got =
+        uninterrupted([&] { return read(descriptorOf(end), target.data(), target.size()); });
+    count = static_cast<std::size_t>(std::max<ssize_t>(got, 0));
+    return got < 0 ? Result::notStarted : got == 0 ? Result::ended : Result::data;
 }
 
 } // namespace
@@ -74,10 +51,59 @@ ssize_t readSome(const PipeEnd& end, void* target, std::size_t size)
 // None is ever made: a poll waits without reading.
 void PipeReadCloser::operator()(PipeRead*) const {}
 
-PipeEnd::~PipeEnd()
+bool PipeCalls::isOpen(PipeHandle handle)
 {
-    if (handle != kInvalidPipe)
-        close(descriptorOf(*this));
+    return fcntl(static_cast<int>(handle), F_GETFD) >= 0;
+}
+
+void PipeCalls::close(PipeEnd& end)
+{
+    if (end.handle != kInvalidPipe)
+        ::close(descriptorOf(end));
+}
+
+Result PipeCalls::waitForAny(std::span<PipeEnd* const> ends, int timeoutMs)
+{
+    std::vector<pollfd> polled; // which passes over blank ends
+    for (const PipeEnd* const end : ends)
+        polled.push_back({descriptorOf(*end), POLLIN, 0});
+    if (std::ranges::all_of(polled, [](const pollfd& one) { return one.fd < 0; }))
+    {
+        errno = EBADF;
+        return Result::waitFailed;
+    }
+    const Deadline deadline(timeoutMs);
+    const int ready = uninterrupted(
+        [&]
+        {
+            return poll(
+                polled.data(), polled.size(),
+                timeoutMs == kForever ? kForever : deadline.remainingMs());
+        });
+    for (std::size_t i = 0; i < ends.size(); ++i)
+        ends[i]->dataReady = ready > 0 && polled[i].revents != 0;
+    return ready > 0 ? Result::data : ready == 0 ? Result::nothing : Result::waitFailed;
+}
+
+Result PipeCalls::takeByte(PipeEnd& end, int timeoutMs, std::uint8_t& byte)
+{
+    std::size_t count = 0;
+    return takeUpTo(end, timeoutMs, {reinterpret_cast<char*>(&byte), 1}, count);
+}
+
+Result PipeCalls::takeSome(PipeEnd& end, std::string& text)
+{
+    char chunk[1024];
+    std::size_t count = 0;
+    const Result result = takeUpTo(end, 0, chunk, count);
+    text.append(chunk, count);
+    return result;
+}
+
+bool PipeCalls::writeByte(const PipeEnd& end, std::uint8_t byte)
+{
+    const NoPipeSignal noSignal;
+    return uninterrupted([&] { return write(descriptorOf(end), &byte, 1); }) == 1;
 }
 
 int pipe_create(PipeHandle& readHandle, PipeHandle& writeHandle)
@@ -88,120 +114,6 @@ int pipe_create(PipeHandle& readHandle, PipeHandle& writeHandle)
     readHandle = ends[0];
     writeHandle = ends[1];
     return 1;
-}
-
-PipeEnd pipe_end_from_string(const std::string& text)
-{
-    PipeHandle handle = kInvalidPipe;
-    if (!handle_from_string(text, handle) || fcntl(static_cast<int>(handle), F_GETFD) < 0)
-        return {};
-    return PipeEnd(handle);
-}
-
-int pipe_read_byte(PipePair& pair, int side)
-{
-    const PipeEnd& end = readEnd(pair, side);
-    std::uint8_t byte = 0;
-    if (waitFor(end, kForever) < 0)
-        return kPipeFailed;
-    const ssize_t count = readSome(end, &byte, 1);
-    return count < 0 ? kPipeFailed : count == 0 ? kPipeEmpty : byte;
-}
-
-int pipe_write_byte(const PipePair& pair, int side, std::uint8_t byte)
-{
-    const NoPipeSignal noSignal;
-    ssize_t count = 0;
-    do
-        count = write(descriptorOf(writeEnd(pair, side)), &byte, 1);
-    while (count < 0 && errno == EINTR);
-    return count == 1 ? 1 : 0;
-}
-
-int pipe_read_byte_timeout(PipePair& pair, int side, int seconds)
-{
-    const PipeEnd& end = readEnd(pair, side);
-    const int ready = waitFor(end, seconds * 1000);
-    if (ready < 0)
-    {
-        log_info("WaitForSingleObject failed!\n"); // as operators know it
-        return kPipeFailed;
-    }
-    if (ready == 0)
-        return kPipeTimeout;
-    std::uint8_t byte = 0;
-    const ssize_t count = readSome(end, &byte, 1);
-    if (count < 0)
-    {
-        log_info("Could not read from pipe!\n");
-        return kPipeFailed;
-    }
-    return count == 1 ? byte : kPipeTimeout;
-}
-
-std::size_t pipe_wait_any(std::span<PipePair* const> pairs, int side, std::uint8_t* byte)
-{
-    if (pairs.empty() || !byte)
-    {
-        errno = EINVAL;
-        return pairs.size();
-    }
-    std::vector<pollfd> polled;
-    std::size_t index = pairs.size();
-    for (std::size_t i = 0; i < pairs.size(); ++i)
-    {
-        polled.push_back({descriptorOf(readEnd(*pairs[i], side)), POLLIN, 0});
-        if (index == pairs.size() && readEnd(*pairs[i], side).dataReady)
-            index = i;
-    }
-    if (index == pairs.size())
-    {
-        const int ready = waitForAny(polled, 1000);
-        if (ready == 0)
-            log_debug("Timed out waiting for pipe read.\n");
-        if (ready < 0)
-        {
-            log_info(
-                "Error! Failed waiting for any pipe: %s\n",
-                SystemErrorText(last_system_error()).c_str());
-        }
-        if (ready <= 0)
-            return pairs.size();
-        for (std::size_t i = 0; i < pairs.size(); ++i)
-        {
-            readEnd(*pairs[i], side).dataReady = polled[i].revents != 0;
-            if (index == pairs.size() && polled[i].revents != 0)
-                index = i;
-        }
-    }
-    PipeEnd& end = readEnd(*pairs[index], side);
-    end.dataReady = false;
-    if (readSome(end, byte, 1) == 1)
-        return index;
-    log_info("Could not read pipe: %s\n", SystemErrorText(last_system_error()).c_str());
-    errno = EINVAL;
-    return pairs.size();
-}
-
-std::optional<std::string> pipe_read_text(PipeEnd& end)
-{
-    constexpr std::size_t kEnough = 1024 * 1024; // of a writer that does not stop
-    std::string text;
-    char chunk[1024];
-    for (;;)
-    {
-        const int ready = waitFor(end, 0);
-        if (ready < 0)
-            return std::nullopt;
-        if (ready == 0 || text.size() >= kEnough)
-            return text;
-        const ssize_t count = readSome(end, chunk, sizeof chunk);
-        if (count < 0)
-            return std::nullopt;
-        if (count == 0)
-            return text;
-        text.append(chunk, static_cast<std::size_t>(count));
-    }
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -33,11 +33,6 @@ SocketHandle handleOf(int descriptor)
     return descriptor < 0 ? kInvalidSocket : static_cast<SocketHandle>(descriptor);
 }
 
-bool setTimeout(int descriptor, int option)
-{
-    return setsockopt(descriptor, SOL_SOCKET, option, &kTimeout, sizeof kTimeout) == 0;
-}
-
 // As much of the path as an address holds beside its terminator.
 sockaddr_un addressOf(const std::string& path)
 {
@@ -52,26 +47,6 @@ sockaddr_un addressOf(const std::string& path)
 const sockaddr* generic(const sockaddr_un& address)
 {
     return reinterpret_cast<const sockaddr*>(&address);
-}
-
-// A connection that a signal interrupts was not made: there was no room in the listener's queue.
-bool connectTo(int descriptor, const sockaddr_un& address)
-{
-    const Deadline deadline(kSocketTimeoutMs);
-    while (connect(descriptor, generic(address), sizeof address) != 0)
-    {
-        if (errno != EINTR || deadline.hasPassed())
-            return false;
-    }
-    return true;
-}
-
-// Gives up on a socket for the error that was logged, and leaves it in errno.
-SocketHandle giveUp(int descriptor, int error)
-{
-    close(descriptor);
-    errno = error;
-    return kInvalidSocket;
 }
 
 // Waits for less than the socket's own time-outs.
@@ -100,25 +75,66 @@ bool isShortage(int error)
     return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM;
 }
 
-bool isTrusted(int descriptor)
+} // namespace
+
+SocketHandle socket_new()
 {
-    ucred peer = {};
-    socklen_t size = sizeof peer;
-    return getsockopt(descriptor, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 &&
-        (peer.uid == 0 || peer.uid == geteuid());
+    return handleOf(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
 }
 
-// One of an earlier run would block the bind. A folder is not looked into: what is in it is
-// somebody's.
-void clearPath(const std::string& path)
+bool socket_set_timeout(SocketHandle socket, SocketWait wait)
+{
+    const int option = wait == SocketWait::receive ? SO_RCVTIMEO : SO_SNDTIMEO;
+    return setsockopt(descriptorOf(socket), SOL_SOCKET, option, &kTimeout, sizeof kTimeout) == 0;
+}
+
+// A connection that a signal interrupts was not made: there was no room in the listener's queue.
+bool socket_connect_to(SocketHandle socket, const std::string& path)
+{
+    const sockaddr_un address = addressOf(path);
+    const Deadline deadline(kSocketTimeoutMs);
+    while (connect(descriptorOf(socket), generic(address), sizeof address) != 0)
+    {
+        if (errno != EINTR || deadline.hasPassed())
+            return false;
+    }
+    return true;
+}
+
+// The file that a bind makes has the socket's own mode, as far as the umask leaves it.
+bool socket_bind_to(SocketHandle socket, const std::string& path)
+{
+    const int descriptor = descriptorOf(socket);
+    const sockaddr_un address = addressOf(path);
+    return fchmod(descriptor, S_IRUSR | S_IWUSR) == 0 &&
+        bind(descriptor, generic(address), sizeof address) == 0;
+}
+
+bool socket_start_listening(SocketHandle socket)
+{
+    return listen(descriptorOf(socket), 0x7fffffff) == 0;
+}
+
+bool socket_is_refused(const std::string& path)
+{
+    const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    if (descriptor < 0)
+        return false;
+    const sockaddr_un address = addressOf(path);
+    const bool isRefused =
+        connect(descriptor, generic(address), sizeof address) != 0 && errno == ECONNREFUSED;
+    close(descriptor);
+    return isRefused;
+}
+
+void socket_clear_path(const std::string& path)
 {
     const sockaddr_un address = addressOf(path);
     if (unlink(address.sun_path) != 0 && (errno == EISDIR || errno == EPERM))
         rmdir(address.sun_path);
 }
 
-// Blank if there is no such file.
-SocketFile fileAt(const std::string& path)
+SocketFile socket_file_at(const std::string& path)
 {
     struct stat status = {};
     if (lstat(addressOf(path).sun_path, &status) != 0)
@@ -126,74 +142,22 @@ SocketFile fileAt(const std::string& path)
     return {status.st_dev, status.st_ino};
 }
 
-} // namespace
-
-SocketHandle socket_connect(const std::string& path)
+void socket_set_last_error(int systemError)
 {
-    const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (descriptor < 0)
-    {
-        log_info("Warning: socket() creation failed\n");
-        return kInvalidSocket;
-    }
-    setTimeout(descriptor, SO_SNDTIMEO);
-    setTimeout(descriptor, SO_RCVTIMEO);
-    const bool isConnected = connectTo(descriptor, addressOf(path));
-    if (!isConnected || !isTrusted(descriptor))
-    {
-        const int error = isConnected ? EACCES : errno;
-        const SystemErrorText text(error);
-        log_info(
-            "Warning: Connect to socket [%s] failed: %.*s\n", path.c_str(), text.length(),
-            text.c_str());
-        return giveUp(descriptor, error);
-    }
-    return handleOf(descriptor);
+    errno = systemError;
 }
 
-SocketHandle socket_listen(const std::string& path, SocketFile* file)
+bool socket_peer_is_trusted(SocketHandle socket)
 {
-    clearPath(path);
-    const sockaddr_un address = addressOf(path);
-    const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (descriptor < 0)
+    ucred peer = {};
+    socklen_t size = sizeof peer;
+    if (getsockopt(descriptorOf(socket), SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 &&
+        (peer.uid == 0 || peer.uid == geteuid()))
     {
-        const SystemErrorText error(errno);
-        log_info("Error: Sender socket error: %.*s\n", error.length(), error.c_str());
-        return kInvalidSocket;
+        return true;
     }
-    // The file that a bind makes has the socket's own mode, as far as the umask leaves it.
-    if (fchmod(descriptor, S_IRUSR | S_IWUSR) != 0 ||
-        bind(descriptor, generic(address), sizeof address) != 0)
-    {
-        const int error = errno;
-        const SystemErrorText text(error);
-        log_info("Error: Sender socket bind error: %.*s\n", text.length(), text.c_str());
-        return giveUp(descriptor, error);
-    }
-    if (file)
-        *file = fileAt(path);
-    if (!setTimeout(descriptor, SO_RCVTIMEO))
-    {
-        const int error = errno;
-        const SystemErrorText text(error);
-        log_info("Error: Failed to set receive timeout: %.*s\n", text.length(), text.c_str());
-        return giveUp(descriptor, error);
-    }
-    if (!setTimeout(descriptor, SO_SNDTIMEO))
-    {
-        const int error = errno;
-        const SystemErrorText text(error);
-        log_info("Error: Failed to set send timeout: %.*s\n", text.length(), text.c_str());
-        return giveUp(descriptor, error);
-    }
-    if (listen(descriptor, 0x7fffffff) != 0)
-    {
-        const int error = socket_error_to_errno(errno);
-        log_info("Error: Sender socket listen error.\n");
-        return giveUp(descriptor, error);
-    }
-    return handleOf(descriptor);
+    errno = EACCES;
+    return false;
 }
 
 SocketHandle socket_accept(SocketHandle listeningSocket, MessagePlace place)
@@ -203,13 +167,9 @@ SocketHandle socket_accept(SocketHandle listeningSocket, MessagePlace place)
     const int accepted = accept4(descriptor, nullptr, nullptr, SOCK_CLOEXEC);
     if (accepted >= 0)
     {
-        if (!isTrusted(accepted))
-        {
-            log_info("Warning: A process of another user has connected. Closing the connection.\n");
-            return giveUp(accepted, EACCES);
-        }
+        // Not inherited; a send looks after itself.
         if (place != MessagePlace::sole)
-            setTimeout(accepted, SO_RCVTIMEO); // not inherited; a send looks after itself
+            static_cast<void>(socket_set_timeout(handleOf(accepted), SocketWait::receive));
         return handleOf(accepted);
     }
     const int error = errno;
@@ -273,32 +233,9 @@ void socket_shutdown(SocketHandle socket)
     shutdown(descriptorOf(socket), SHUT_RDWR);
 }
 
-bool socket_peer_is_trusted(SocketHandle socket)
-{
-    return isTrusted(descriptorOf(socket));
-}
-
 void socket_unlink(const std::string& path)
 {
     unlink(addressOf(path).sun_path);
-}
-
-void socket_unlink(const std::string& path, const SocketFile& own)
-{
-    if (!own.isBlank() && fileAt(path) == own)
-        socket_unlink(path);
-}
-
-void socket_unlink_stale(const std::string& path)
-{
-    const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    if (descriptor < 0)
-        return;
-    const sockaddr_un address = addressOf(path);
-    const SocketFile seen = fileAt(path);
-    if (connect(descriptor, generic(address), sizeof address) != 0 && errno == ECONNREFUSED)
-        socket_unlink(path, seen);
-    close(descriptor);
 }
 
 int sockets_start()

@@ -1,5 +1,7 @@
 #include "utils/command.h"
 
+#include <algorithm>
+
 #include <testing/test_program.h>
 
 #include "test_support.h"
@@ -80,10 +82,13 @@ TEST(RunCommandTest, oneThatHangsIsEndedAndFails)
 
 TEST(RunCommandTest, whatCannotBeStartedGivesMinusOne)
 {
+    const CapturedLog log;
     const TempFolder folder;
     for (const std::string& line :
          {std::string("no_such_program -v"), std::string(), folder.file("")})
         EXPECT_EQ(-1, runCommand(line).exitCode) << line;
+    const std::string text = log.text();
+    EXPECT_EQ(3, std::ranges::count(text, '\n')) << text; // a line each
 }
 
 } // namespace

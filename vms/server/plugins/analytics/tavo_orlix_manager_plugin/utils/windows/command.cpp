@@ -63,7 +63,7 @@ void appendOutput(std::string& output, std::string_view text)
 void readUntilEnd(
     std::string& output, const KeptProgram& program, PipeEnd& pipe, const Deadline& deadline)
 {
-    OverlappedRead read(handleOf(pipe), 4096);
+    OverlappedRead read(handleOf(pipe));
     if (!read)
         return; // the program may end well all the same
     const HANDLE either[] = {read.event(), program.process()};
@@ -92,7 +92,7 @@ CommandResult runCommand(const std::string& commandLine, std::chrono::seconds li
     PipeEnd writeEnd;
     if (!pipe_create(readEnd.handle, writeEnd.handle))
     {
-        log_info("Error creating pipe: %d", static_cast<int>(GetLastError()));
+        log_info("Error creating pipe: %d\n", static_cast<int>(GetLastError()));
         return {};
     }
     const Deadline deadline(static_cast<int>(std::chrono::milliseconds(limit).count()));
@@ -103,7 +103,7 @@ CommandResult runCommand(const std::string& commandLine, std::chrono::seconds li
     writeEnd = {};
     if (failure.stage != StartFailure::none)
     {
-        log_info("Error creating process: %d", static_cast<int>(failure.systemError));
+        log_info("Error creating process: %d\n", static_cast<int>(failure.systemError));
         return {};
     }
     CommandResult result;

@@ -5,10 +5,9 @@
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
-OverlappedRead::OverlappedRead(HANDLE pipe, std::size_t most) :
+OverlappedRead::OverlappedRead(HANDLE pipe) :
     m_pipe(pipe),
-    m_event(CreateEventW(nullptr, /*manual reset*/ TRUE, FALSE, nullptr)),
-    m_most(std::min(most, m_buffer.size()))
+    m_event(CreateEventW(nullptr, /*manual reset*/ TRUE, FALSE, nullptr))
 {}
 
 // The system writes to the buffer until the read is over.
@@ -18,14 +17,14 @@ OverlappedRead::~OverlappedRead()
         static_cast<void>(take(/*mayWait*/ false));
 }
 
-void OverlappedRead::start()
+void OverlappedRead::start(std::size_t most)
 {
     m_overlapped = {};
     m_overlapped.hEvent = m_event.get();
     m_count = 0;
-    const bool isDone =
-        ReadFile(m_pipe, m_buffer.data(), static_cast<DWORD>(m_most), nullptr, &m_overlapped) !=
-        FALSE;
+    const bool isDone = ReadFile(
+                            m_pipe, m_buffer.data(), static_cast<DWORD>(std::min(most, kMost)),
+                            nullptr, &m_overlapped) != FALSE;
     m_error = isDone ? ERROR_SUCCESS : GetLastError();
     m_wasStarted = isDone || m_error == ERROR_IO_PENDING;
     m_isUnderWay = m_wasStarted;

@@ -22,8 +22,7 @@ public:
         failed, // the system's error tells why
     };
 
-    // Reads up to `most` bytes at once.
-    OverlappedRead(HANDLE pipe, std::size_t most);
+    explicit OverlappedRead(HANDLE pipe);
     ~OverlappedRead();
     OverlappedRead(const OverlappedRead&) = delete;
     OverlappedRead& operator=(const OverlappedRead&) = delete;
@@ -31,8 +30,11 @@ public:
     // False when the system has no event left to wait for.
     [[nodiscard]] explicit operator bool() const { return static_cast<bool>(m_event); }
 
-    // Starts a read, of which take() is to be called. Its failure is told there.
-    void start();
+    static constexpr std::size_t kMost = 4096; // bytes
+
+    // Starts a read of up to `most` bytes, of which take() is to be called. Its failure is told
+    // there.
+    void start(std::size_t most = kMost);
 
     // Signalled once the read is over.
     [[nodiscard]] HANDLE event() const { return m_event.get(); }
@@ -51,8 +53,7 @@ private:
     HANDLE m_pipe;
     UniqueHandle m_event;
     OVERLAPPED m_overlapped = {};
-    std::array<char, 4096> m_buffer;
-    std::size_t m_most;
+    std::array<char, kMost> m_buffer;
     DWORD m_count = 0;
     DWORD m_error = ERROR_SUCCESS;
     bool m_wasStarted = false;

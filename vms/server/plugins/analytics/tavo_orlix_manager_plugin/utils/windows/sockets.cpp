@@ -25,14 +25,6 @@ using Status = Transferred::Status;
 // Without overlapped, a socket's time-outs have no effect.
 constexpr DWORD kSocketFlags = WSA_FLAG_OVERLAPPED | WSA_FLAG_NO_HANDLE_INHERIT;
 
-bool setTimeout(SocketHandle socket, int option)
-{
-    const DWORD milliseconds = kSocketTimeoutMs;
-    return setsockopt(
-               socket, SOL_SOCKET, option, reinterpret_cast<const char*>(&milliseconds),
-               sizeof milliseconds) == 0;
-}
-
 // As much of the path as an address holds beside its terminator. The way through the system's
 // encoding leaves nothing that it would not take for a path.
 std::string pathInAddress(const std::string& path)
@@ -57,14 +49,6 @@ sockaddr_un addressOf(const std::string& path)
 const sockaddr* generic(const sockaddr_un& address)
 {
     return reinterpret_cast<const sockaddr*>(&address);
-}
-
-// Gives up on a socket for the error that was logged, and leaves it where the caller looks.
-SocketHandle giveUp(SocketHandle socket, int error)
-{
-    closesocket(socket);
-    WSASetLastError(error);
-    return kInvalidSocket;
 }
 
 // The thread's last error, which logging may change.
@@ -125,30 +109,8 @@ void makeOrdinary(SocketHandle socket)
     u_long isNonblocking = 0;
     ioctlsocket(socket, FIONBIO, &isNonblocking);
     SetHandleInformation(reinterpret_cast<HANDLE>(socket), HANDLE_FLAG_INHERIT, 0);
-    setTimeout(socket, SO_RCVTIMEO);
-    setTimeout(socket, SO_SNDTIMEO);
-}
-
-// What is in the way of a bind: the socket of an earlier run, or an empty folder.
-void clearPath(const std::wstring& path)
-{
-    if (!DeleteFileW(path.c_str()))
-        RemoveDirectoryW(path.c_str());
-}
-
-// Blank if there is no such file.
-SocketFile fileAt(const std::string& path)
-{
-    const UniqueHandle file(CreateFileW(
-        wideText(pathInAddress(path)).c_str(), FILE_READ_ATTRIBUTES,
-        FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
-        FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
-    BY_HANDLE_FILE_INFORMATION information = {};
-    if (!file || !GetFileInformationByHandle(file.get(), &information))
-        return {};
-    return {
-        information.dwVolumeSerialNumber,
-        std::uint64_t{information.nFileIndexHigh} << 32 | information.nFileIndexLow};
+    static_cast<void>(socket_set_timeout(socket, SocketWait::receive));
+    static_cast<void>(socket_set_timeout(socket, SocketWait::send));
 }
 
 Transferred waitFor(SocketHandle socket, short events, int timeoutMs)
@@ -174,74 +136,70 @@ Transferred failed()
 
 } // namespace
 
-SocketHandle socket_connect(const std::string& path)
+SocketHandle socket_new()
 {
-    const SocketHandle socket = WSASocketW(AF_UNIX, SOCK_STREAM, 0, nullptr, 0, kSocketFlags);
-    if (socket == kInvalidSocket)
-    {
-        log_info("Warning: socket() creation failed\n");
-        return kInvalidSocket;
-    }
-    setTimeout(socket, SO_SNDTIMEO);
-    setTimeout(socket, SO_RCVTIMEO);
-    const sockaddr_un address = addressOf(path);
-    const bool isConnected = connect(socket, generic(address), sizeof address) == 0;
-    if (!isConnected || !socket_peer_is_trusted(socket))
-    {
-        if (isConnected)
-            WSASetLastError(WSAEACCES);
-        const SocketError error;
-        log_info(
-            "Warning: Connect to socket [%s] failed: %.*s\n", path.c_str(), error.text.length(),
-            error.text.c_str());
-        return giveUp(socket, error.code);
-    }
-    return socket;
+    return WSASocketW(AF_UNIX, SOCK_STREAM, 0, nullptr, 0, kSocketFlags);
 }
 
-SocketHandle socket_listen(const std::string& path, SocketFile* file)
+bool socket_set_timeout(SocketHandle socket, SocketWait wait)
 {
-    clearPath(wideText(pathInAddress(path)));
+    const DWORD milliseconds = kSocketTimeoutMs;
+    return setsockopt(
+               socket, SOL_SOCKET, wait == SocketWait::receive ? SO_RCVTIMEO : SO_SNDTIMEO,
+               reinterpret_cast<const char*>(&milliseconds), sizeof milliseconds) == 0;
+}
+
+bool socket_connect_to(SocketHandle socket, const std::string& path)
+{
     const sockaddr_un address = addressOf(path);
-    const SocketHandle socket = WSASocketA(AF_UNIX, SOCK_STREAM, 0, nullptr, 0, kSocketFlags);
+    return connect(socket, generic(address), sizeof address) == 0;
+}
+
+bool socket_bind_to(SocketHandle socket, const std::string& path)
+{
+    const sockaddr_un address = addressOf(path);
+    return bind(socket, generic(address), sizeof address) == 0;
+}
+
+bool socket_start_listening(SocketHandle socket)
+{
+    return listen(socket, SOMAXCONN) == 0;
+}
+
+bool socket_is_refused(const std::string& path)
+{
+    const SocketHandle socket = socket_new();
     if (socket == kInvalidSocket)
-    {
-        const SocketError error;
-        log_info("Error: Sender socket error: %.*s\n", error.text.length(), error.text.c_str());
-        return kInvalidSocket;
-    }
-    if (bind(socket, generic(address), sizeof address) != 0)
-    {
-        const SocketError error;
-        log_info(
-            "Error: Sender socket bind error: %.*s\n", error.text.length(), error.text.c_str());
-        return giveUp(socket, error.code);
-    }
-    if (!setTimeout(socket, SO_RCVTIMEO))
-    {
-        const SocketError error;
-        log_info(
-            "Error: Failed to set receive timeout: %.*s\n", error.text.length(),
-            error.text.c_str());
-        return giveUp(socket, error.code);
-    }
-    if (!setTimeout(socket, SO_SNDTIMEO))
-    {
-        const SocketError error;
-        log_info(
-            "Error: Failed to set send timeout: %.*s\n", error.text.length(), error.text.c_str());
-        return giveUp(socket, error.code);
-    }
-    if (listen(socket, SOMAXCONN) != 0)
-    {
-        const int error = WSAGetLastError();
-        errno = socket_error_to_errno(error);
-        log_info("Error: Sender socket listen error.\n");
-        return giveUp(socket, error);
-    }
-    if (file)
-        *file = fileAt(path);
-    return socket;
+        return false;
+    const bool isRefused = !socket_connect_to(socket, path) && WSAGetLastError() == WSAECONNREFUSED;
+    closesocket(socket);
+    return isRefused;
+}
+
+void socket_clear_path(const std::string& path)
+{
+    const std::wstring wide = wideText(pathInAddress(path));
+    if (!DeleteFileW(wide.c_str()))
+        RemoveDirectoryW(wide.c_str());
+}
+
+SocketFile socket_file_at(const std::string& path)
+{
+    const UniqueHandle file(CreateFileW(
+        wideText(pathInAddress(path)).c_str(), FILE_READ_ATTRIBUTES,
+        FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+        FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+    BY_HANDLE_FILE_INFORMATION information = {};
+    if (!file || !GetFileInformationByHandle(file.get(), &information))
+        return {};
+    return {
+        information.dwVolumeSerialNumber,
+        std::uint64_t{information.nFileIndexHigh} << 32 | information.nFileIndexLow};
+}
+
+void socket_set_last_error(int systemError)
+{
+    WSASetLastError(systemError);
 }
 
 // The folder for temporary files of a service is open to all who are logged in, so that the path
@@ -250,10 +208,15 @@ bool socket_peer_is_trusted(SocketHandle socket)
 {
     ULONG process = 0;
     DWORD size = 0;
-    return WSAIoctl(
-               socket, SIO_AF_UNIX_GETPEERPID, nullptr, 0, &process, sizeof process, &size, nullptr,
-               nullptr) != 0 ||
-        isTrustedProcess(process);
+    if (WSAIoctl(
+            socket, SIO_AF_UNIX_GETPEERPID, nullptr, 0, &process, sizeof process, &size, nullptr,
+            nullptr) != 0 ||
+        isTrustedProcess(process))
+    {
+        return true;
+    }
+    WSASetLastError(WSAEACCES);
+    return false;
 }
 
 // Where there is no event, a tick goes by all the same: the next call may fail at once as well.
@@ -299,11 +262,6 @@ SocketHandle socket_accept(SocketHandle listeningSocket, MessagePlace /*place*/)
         const SocketError error;
         log_info("Error: Accept failed: %.*s\n", error.text.length(), error.text.c_str());
         return kInvalidSocket;
-    }
-    if (!socket_peer_is_trusted(accepted))
-    {
-        log_info("Warning: A process of another user has connected. Closing the connection.\n");
-        return giveUp(accepted, WSAEACCES);
     }
     makeOrdinary(accepted);
     return accepted;
@@ -355,27 +313,6 @@ void socket_shutdown(SocketHandle socket)
 void socket_unlink(const std::string& path)
 {
     DeleteFileW(wideText(pathInAddress(path)).c_str());
-}
-
-void socket_unlink(const std::string& path, const SocketFile& own)
-{
-    if (!own.isBlank() && fileAt(path) == own)
-        socket_unlink(path);
-}
-
-void socket_unlink_stale(const std::string& path)
-{
-    const SocketHandle socket = WSASocketW(AF_UNIX, SOCK_STREAM, 0, nullptr, 0, kSocketFlags);
-    if (socket == kInvalidSocket)
-        return;
-    const sockaddr_un address = addressOf(path);
-    const SocketFile seen = fileAt(path);
-    if (connect(socket, generic(address), sizeof address) != 0 &&
-        WSAGetLastError() == WSAECONNREFUSED)
-    {
-        socket_unlink(path, seen);
-    }
-    closesocket(socket);
 }
 
 int sockets_start()

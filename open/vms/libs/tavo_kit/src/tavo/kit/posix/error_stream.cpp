@@ -50,22 +50,14 @@ private:
 
 } // namespace
 
-void writeToErrorStream(std::string_view text)
+size_t writeSomeToErrorStream(std::string_view text)
 {
-    const int formerErrno = errno;
-    {
-        const SigpipeBlock block;
-        while (!text.empty())
-        {
-            const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
-            if (written < 0 && errno == EINTR)
-                continue;
-            if (written <= 0)
-                break;
-            text.remove_prefix(static_cast<size_t>(written));
-        }
-    }
-    errno = formerErrno;
+    const SigpipeBlock block;
+    ssize_t written = 0;
+    do
+        written = write(STDERR_FILENO, text.data(), text.size());
+    while (written < 0 && errno == EINTR);
+    return written < 0 ? 0 : static_cast<size_t>(written);
 }
 
 } // namespace tavo::kit

@@ -19,32 +19,25 @@ void writeToConsole(HANDLE console, std::string_view text)
     WriteConsoleW(console, wide.data(), static_cast<DWORD>(length), nullptr, nullptr);
 }
 
-void writeBytes(HANDLE stream, std::string_view text)
-{
-    while (!text.empty())
-    {
-        DWORD written = 0;
-        if (!WriteFile(stream, text.data(), static_cast<DWORD>(text.size()), &written, nullptr) ||
-            written == 0) // a full pipe that does not wait
-        {
-            break;
-        }
-        text.remove_prefix(written);
-    }
-}
-
 } // namespace
 
-void writeToErrorStream(std::string_view text)
+size_t writeSomeToErrorStream(std::string_view text)
 {
     const DWORD formerError = GetLastError();
     const HANDLE stream = GetStdHandle(STD_ERROR_HANDLE);
     DWORD mode = 0;
+    DWORD written = 0; // also of a full pipe that does not wait
     if (GetConsoleMode(stream, &mode))
+    {
         writeToConsole(stream, text);
-    else
-        writeBytes(stream, text);
+        written = static_cast<DWORD>(text.size());
+    }
+    else if (!WriteFile(stream, text.data(), static_cast<DWORD>(text.size()), &written, nullptr))
+    {
+        written = 0;
+    }
     SetLastError(formerError);
+    return written;
 }
 
 } // namespace tavo::kit

@@ -8,11 +8,13 @@
 
 #include "utils/paths.h"
 
-// Small helpers for files; paths are UTF-8. No state. They log their failures and do not throw.
+// Small helpers for files; paths are UTF-8. No state. Nothing throws but for want of memory. A
+// failure is logged unless it says otherwise here.
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
+// False, without a word, also where it cannot be told.
 [[nodiscard]] bool fileExists(const std::string& path);
 
 // 0 on failure.
@@ -21,8 +23,8 @@ namespace tavo::vms_server_plugins::analytics::orlix
 // A path that does not exist is no failure.
 bool deleteFile(const std::string& path);
 
-// The file's bytes, or null if it cannot be opened or held. `size` is what the buffer holds, less
-// than the file has when reading it breaks off.
+// The file's bytes, or null if it cannot be opened, which is told on standard error and not in the
+// log, or held. `size` is what the buffer holds, less than the file has when reading it breaks off.
 [[nodiscard]] std::unique_ptr<char[]> readFile(const std::string& path, std::size_t* size);
 
 // Replaces what is there. 0 on success; 1 on failure, which leaves the file cut short.

@@ -5,7 +5,7 @@
 
 #include "utils/json.h"
 
-// Texts and numbers. No state; nothing throws.
+// Texts and numbers. No state; nothing throws but for want of memory.
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -16,7 +16,8 @@ namespace tavo::vms_server_plugins::analytics::orlix
     return text ? text : "";
 }
 
-// The compact text of a document; "{}" when it cannot be told, which is logged.
+// The compact text of a document; "{}", with a line in the log, when it cannot be told. Throws
+// std::bad_alloc when something of the document was left out for want of memory.
 [[nodiscard]] std::string compactJson(const yyjson_mut_doc* document);
 
 // The same for a document that ends here.
