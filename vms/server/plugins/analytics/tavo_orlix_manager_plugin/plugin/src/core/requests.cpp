@@ -35,19 +35,23 @@ void Requests::request(const char* key, const char* text, Set set)
 
 void Requests::requestReset(const std::string& deviceId)
 {
-    request(board_key::kResetDevice, kResetText, [&] { m_resetDeviceId = deviceId; });
+    request(
+        board_key::kResetDevice, kResetText,
+        [&]() REQUIRES(m_mutex) { m_resetDeviceId = deviceId; });
 }
 
 void Requests::requestClearCache()
 {
-    request(board_key::kClearCache, kClearCacheText, [this] { m_clearCacheRequested = true; });
+    request(
+        board_key::kClearCache, kClearCacheText,
+        [this]() REQUIRES(m_mutex) { m_clearCacheRequested = true; });
 }
 
 void Requests::requestRetryDownloads()
 {
     request(
         board_key::kRetryDownloads, kRetryDownloadsText,
-        [this] { m_retryDownloadsRequested = true; });
+        [this]() REQUIRES(m_mutex) { m_retryDownloadsRequested = true; });
 }
 
 void Requests::requestConfiguration()
