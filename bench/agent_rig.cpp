@@ -73,12 +73,14 @@ AgentRig::AgentRig(const std::string& folder) :
     const auto record = parseJson(kParameters);
     m_agent->processDeviceParameters(yyjson_doc_get_root(record.get()));
     m_listener = std::thread(
-        [this] { listenerLoop(m_pluginSocketPath, m_listeningSocket, m_shuttingDown, *this); });
+        [this] {
+            listenerLoop(m_pluginSocketPath, m_listeningSocket, m_shuttingDown.get_token(), *this);
+        });
 }
 
 AgentRig::~AgentRig()
 {
-    m_shuttingDown = true;
+    m_shuttingDown.request_stop();
     m_listener.join(); // at the latest after its tick of a second
 }
 

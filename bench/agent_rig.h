@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <stop_token>
 #include <string>
 #include <thread>
 
@@ -88,7 +89,7 @@ private:
     sdk::Ptr<vms_server_plugins::analytics::orlix::DeviceAgent> m_agent;
     std::atomic<vms_server_plugins::analytics::orlix::SocketHandle> m_listeningSocket{
         vms_server_plugins::analytics::orlix::kInvalidSocket};
-    std::atomic<bool> m_shuttingDown{false};
+    std::stop_source m_shuttingDown;
     std::thread m_listener;
 };
 

@@ -102,6 +102,34 @@ TEST(HttpClient, sendsWhatItIsGiven)
     EXPECT_TRUE(text.substr(head.size()) == body);
 }
 
+TEST(HttpClient, stopEndsEveryWaitAndAllThatFollow)
+{
+    for (const bool hasHead : {false, true})
+    {
+        SCOPED_TRACE(hasHead);
+        std::promise<void> asked;
+        const ScriptedServer server(
+            [&](Connection& connection)
+            {
+                connection.readRequest();
+                if (hasHead)
+                    connection.write("HTTP/1.1 200 OK\r\n\r\n");
+                asked.set_value();
+                EXPECT_TRUE(connection.waitForClose());
+            });
+        HttpClient client(ssl::kDefaultCertificateCheck); // with a time-out of a minute
+        ASSERT_TRUE(!hasHead || client.doGet(server.url()));
+        const std::jthread stopper(
+            [&]
+            {
+                asked.get_future().wait();
+                client.stop();
+            });
+        EXPECT_TRUE(hasHead ? client.eof() : !client.doGet(server.url()));
+        EXPECT_FALSE(client.doGet(server.url()));
+    }
+}
+
 TEST(HttpClient, hasNoResponseWhenNoHeadCame)
 {
     const struct

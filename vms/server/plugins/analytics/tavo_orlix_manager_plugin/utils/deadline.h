@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <stop_token>
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -28,5 +31,16 @@ private:
 
     Clock::time_point m_end;
 };
+
+// False once `stop` was requested, which ends the sleep.
+[[nodiscard]] inline bool sleepUnlessStopped(
+    std::chrono::milliseconds duration, const std::stop_token& stop)
+{
+    std::mutex mutex;
+    std::unique_lock lock(mutex);
+    std::condition_variable_any never;
+    never.wait_for(lock, stop, duration, [] { return false; });
+    return !stop.stop_requested();
+}
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -16,6 +16,7 @@ namespace
 {
 
 constexpr std::size_t kMaxOutput = 16 * 1024 * 1024;
+constexpr int kLookForStopMs = 100;
 
 // What a program writes. The read end never waits.
 class Output
@@ -48,13 +49,14 @@ private:
     std::string m_text;
 };
 
-// False if the program has not ended by then.
-bool takeUntilEnd(Output& output, KeptProgram& program, const Deadline& deadline)
+// False if the program has not ended by then, or is to be ended.
+bool takeUntilEnd(
+    Output& output, KeptProgram& program, const Deadline& deadline, const std::stop_token& stop)
 {
-    while (!deadline.hasPassed())
+    while (!deadline.hasPassed() && !stop.stop_requested())
     {
         pollfd polled[] = {{output.descriptor(), POLLIN, 0}, {program.endDescriptor(), POLLIN, 0}};
-        if (poll(polled, 2, deadline.remainingMs()) <= 0)
+        if (poll(polled, 2, std::min(deadline.remainingMs(), kLookForStopMs)) <= 0)
             continue;
         if (polled[1].revents != 0 && program.waitForEnd(0))
         {
@@ -73,7 +75,8 @@ bool takeUntilEnd(Output& output, KeptProgram& program, const Deadline& deadline
 
 // Through a keeper, as the manager application: a command ends with the host, and its exit code is
 // known also where the host ignores SIGCHLD or collects all children itself.
-CommandResult runCommand(const std::string& commandLine, std::chrono::seconds limit)
+CommandResult runCommand(
+    const std::string& commandLine, std::chrono::seconds limit, const std::stop_token& stop)
 {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0)
@@ -113,9 +116,13 @@ CommandResult runCommand(const std::string& commandLine, std::chrono::seconds li
         return {};
     }
     CommandResult result;
-    if (takeUntilEnd(output, program, deadline))
+    if (takeUntilEnd(output, program, deadline, stop))
     {
         result.exitCode = program.exitCode().value_or(-1);
+    }
+    else if (stop.stop_requested())
+    {
+        log_info("Command is ended for the shutdown: %s\n", commandLine.c_str());
     }
     else
     {

@@ -80,6 +80,25 @@ TEST(RunCommandTest, oneThatHangsIsEndedAndFails)
     EXPECT_EQ(-1, runCommand(endless, std::chrono::seconds(1)).exitCode);
 }
 
+TEST(RunCommandTest, aStopEndsIt)
+{
+    const TempFolder folder;
+    const std::string file = folder.file("id");
+    const auto begin = std::chrono::steady_clock::now();
+    std::stop_source stop;
+    const std::jthread stopper(
+        [&]
+        {
+            EXPECT_TRUE(comesTrue([&] { return !contentOf(file).empty(); }));
+            stop.request_stop();
+        });
+    const CommandResult result = runCommand(
+        program("print begun write-id " + file + " sleep 1000"), kUnpackLimit, stop.get_token());
+    EXPECT_EQ(-1, result.exitCode);
+    EXPECT_EQ("begun\n", result.output);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, kUnpackLimit);
+}
+
 TEST(RunCommandTest, whatCannotBeStartedGivesMinusOne)
 {
     const CapturedLog log;

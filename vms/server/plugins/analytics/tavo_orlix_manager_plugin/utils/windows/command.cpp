@@ -58,20 +58,21 @@ void appendOutput(std::string& output, std::string_view text)
     output.append(text.substr(0, kMaxOutput - output.size()));
 }
 
-// Until the program ends, or nobody can write any more, or there is no time left. What comes from
+// Until the program ends, or nobody can write any more, or it is to be ended. What comes from
 // others than the program is not waited for once that has ended.
 void readUntilEnd(
-    std::string& output, const KeptProgram& program, PipeEnd& pipe, const Deadline& deadline)
+    std::string& output, const KeptProgram& program, PipeEnd& pipe, const Deadline& deadline,
+    const UniqueHandle& stopped)
 {
     OverlappedRead read(handleOf(pipe));
     if (!read)
         return; // the program may end well all the same
-    const HANDLE either[] = {read.event(), program.process()};
+    const HANDLE any[] = {read.event(), program.process(), stopped.get()};
     for (bool isOver = false; !isOver;)
     {
         read.start();
         const DWORD waited =
-            WaitForMultipleObjects(2, either, FALSE, static_cast<DWORD>(deadline.remainingMs()));
+            WaitForMultipleObjects(3, any, FALSE, static_cast<DWORD>(deadline.remainingMs()));
         const bool hasCome = waited == WAIT_OBJECT_0;
         const bool isData = read.take(/*mayWait*/ hasCome) == OverlappedRead::Result::data;
         if (isData)
@@ -86,7 +87,8 @@ void readUntilEnd(
 
 // Through a job, as the manager application: what a command leaves running ends with it, and both
 // with the host.
-CommandResult runCommand(const std::string& commandLine, std::chrono::seconds limit)
+CommandResult runCommand(
+    const std::string& commandLine, std::chrono::seconds limit, const std::stop_token& stop)
 {
     PipeEnd readEnd;
     PipeEnd writeEnd;
@@ -107,10 +109,18 @@ CommandResult runCommand(const std::string& commandLine, std::chrono::seconds li
         return {};
     }
     CommandResult result;
-    readUntilEnd(result.output, program, readEnd, deadline);
-    if (program.waitForEnd(static_cast<DWORD>(deadline.remainingMs())) == WAIT_OBJECT_0)
+    const UniqueHandle stopped(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    const std::stop_callback setStopped(stop, [&stopped] { SetEvent(stopped.get()); });
+    readUntilEnd(result.output, program, readEnd, deadline, stopped);
+    const HANDLE endOrStop[] = {program.process(), stopped.get()};
+    WaitForMultipleObjects(2, endOrStop, FALSE, static_cast<DWORD>(deadline.remainingMs()));
+    if (program.waitForEnd(0) == WAIT_OBJECT_0)
     {
         result.exitCode = program.exitCode().value_or(-1);
+    }
+    else if (stop.stop_requested())
+    {
+        log_info("Command is ended for the shutdown: %s\n", commandLine.c_str());
     }
     else
     {

@@ -48,6 +48,11 @@ std::string HttpClient::fetchMessageBodyBuffer()
     return m_transfer->takeBytes();
 }
 
+void HttpClient::stop()
+{
+    m_transfer->stop();
+}
+
 std::optional<std::string> HttpClient::fetchEntireMessageBody()
 {
     if (!response())

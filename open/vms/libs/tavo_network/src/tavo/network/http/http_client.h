@@ -12,9 +12,8 @@
 // HTTP/1.1 over plain TCP or TLS. Redirects are answers like any other and are not followed.
 // Each call ends at the latest when nothing has come or gone for the time-out, the head of a
 // response counting as nothing until it is whole, or when the system has given up looking for a
-// host's name. One client belongs to one thread at a time, and makes one
-// request at a time; a new request ends the one before.
-// No operation throws, other than for lack of memory.
+// host's name. One client belongs to one thread at a time but for stop(), and makes one request at
+// a time; a new request ends the one before. No operation throws, other than for lack of memory.
 #pragma once
 
 #include <chrono>
@@ -68,6 +67,9 @@ public:
     // The bytes that have come since the last call, up to a few hundred KiB, waiting for some if
     // there are none. Empty at the end only.
     [[nodiscard]] std::string fetchMessageBodyBuffer();
+
+    // From any thread: ends the request under way, as one that failed, and each later one at once.
+    void stop();
 
     // What is left of the body. Nothing if there was no response, if the connection broke before
     // the body was whole, or if it is larger than kMaxEntireBodySize.

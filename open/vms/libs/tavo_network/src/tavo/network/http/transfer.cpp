@@ -85,7 +85,8 @@ bool HttpClient::Transfer::start(const Url& url, const PostBody* body)
     m_bytes.clear();
     m_isPaused = false;
 
-    if (!setOptions(url, body) || curl_multi_add_handle(m_multi.get(), m_easy.get()) != CURLM_OK)
+    if (m_isStopped || !setOptions(url, body) ||
+        curl_multi_add_handle(m_multi.get(), m_easy.get()) != CURLM_OK)
         return false;
     m_result.reset();
 
@@ -114,6 +115,13 @@ void HttpClient::Transfer::abandon()
     if (!m_result)
         end(CURLE_ABORTED_BY_CALLBACK);
     m_bytes.clear();
+}
+
+void HttpClient::Transfer::stop()
+{
+    m_isStopped = true;
+    if (m_multi)
+        curl_multi_wakeup(m_multi.get());
 }
 
 bool HttpClient::Transfer::setOptions(const Url& url, const PostBody* body)
@@ -189,6 +197,8 @@ void HttpClient::Transfer::runUntil(Condition isReached)
     Clock::time_point limit = Clock::now() + m_timeout;
     while (!m_result && !isReached())
     {
+        if (m_isStopped)
+            return endForStop();
         performStep();
         if (m_result || isReached())
             return;
@@ -244,6 +254,15 @@ void HttpClient::Transfer::end(CURLcode result)
 {
     curl_multi_remove_handle(m_multi.get(), m_easy.get());
     m_result = result;
+}
+
+// A look-up of a name cannot be ended. Its thread is left behind and ends by itself.
+void HttpClient::Transfer::endForStop()
+{
+    keepLoaded(reinterpret_cast<const void*>(&curl_easy_init));
+    curl_easy_setopt(m_easy.get(), CURLOPT_QUICK_EXIT, 1L);
+    end(CURLE_ABORTED_BY_CALLBACK);
+    m_bytes.clear();
 }
 
 // The two below are called by libcurl, through which no exception may pass.

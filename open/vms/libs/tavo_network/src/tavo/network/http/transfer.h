@@ -1,6 +1,7 @@
 // One client's connection to libcurl: a request at a time, driven by the thread that calls.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <memory>
 #include <optional>
@@ -52,6 +53,9 @@ public:
     // Ends the request as one that failed; what has come of its body is dropped.
     void abandon();
 
+    // From any thread: ends the request, and all later ones.
+    void stop();
+
 private:
     bool setOptions(const Url& url, const PostBody* body);
 
@@ -61,6 +65,7 @@ private:
     void performStep();
     curl_off_t amountMoved() const;
     void end(CURLcode result);
+    void endForStop();
 
     size_t onHeadLine(std::string_view line) noexcept;
     size_t onBytes(std::string_view bytes) noexcept;
@@ -86,6 +91,7 @@ private:
     const ssl::CertificateCheck m_certificateCheck;
     std::chrono::milliseconds m_timeout = kDefaultTimeout;
     std::vector<std::string> m_headerLines;
+    std::atomic<bool> m_isStopped{false};
 
     // Of the current request. The handle is in `m_multi` as long as m_result is empty.
     HeaderList m_requestHeaders;

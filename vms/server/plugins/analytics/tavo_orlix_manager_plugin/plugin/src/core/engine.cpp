@@ -59,8 +59,8 @@ Engine::Engine(Plugin* plugin, std::string workingDirectory) :
             [this]
             {
                 listenerLoop(
-                    m_services.pluginSocketPath, m_listeningSocket, m_services.shuttingDown,
-                    m_services.deviceAgents);
+                    m_services.pluginSocketPath, m_listeningSocket,
+                    m_services.shuttingDown.get_token(), m_services.deviceAgents);
             });
         m_services.runtimesManager.initialise(m_services.messageBoard);
     }
@@ -82,7 +82,7 @@ Engine::~Engine()
 
 void Engine::stopThreads()
 {
-    m_services.shuttingDown = true;
+    m_services.shuttingDown.request_stop();
 
     // Wakes the listener out of its accept. The socket is closed when the listener is gone, so
     // that it never waits on a descriptor that by then is somebody else's.

@@ -31,11 +31,12 @@ public:
     // the system has no temporary directory, std::system_error when a thread cannot start.
     Engine(Plugin* plugin, std::string workingDirectory);
 
-    // Waits for both threads; the loop stops the manager application on its way out.
+    // Waits for both threads, which end beside each other, 8 seconds at most but for the time
+    // inside calls of the host's; the loop stops the manager application on its way out.
     ~Engine() override;
 
     // AgentServices:
-    [[nodiscard]] sdk::Ptr<sdk::IUtilityProvider> utilityProvider() const override
+    [[nodiscard]] UtilityProviderPtr utilityProvider() const override
     {
         return m_services.utilityProvider();
     }

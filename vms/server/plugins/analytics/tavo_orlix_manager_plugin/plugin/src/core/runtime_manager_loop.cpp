@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <exception>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -100,15 +99,9 @@ RuntimeManagerLoop::PassEnd RuntimeManagerLoop::runPass()
 
 bool RuntimeManagerLoop::waitForTurn()
 {
-    if (m_services.shuttingDown)
-        return false;
-    if (m_state.firstPass)
-    {
-        m_state.firstPass = false;
-        return true;
-    }
-    std::this_thread::sleep_for(m_pause);
-    return !m_services.shuttingDown;
+    if (std::exchange(m_state.firstPass, false))
+        return !m_services.shuttingDown.stop_requested();
+    return sleepUnlessStopped(m_pause, m_services.shuttingDown.get_token());
 }
 
 bool RuntimeManagerLoop::hostIsReachable()
@@ -132,7 +125,7 @@ bool RuntimeManagerLoop::walkAgents(Pass& pass)
     const Deadline patience(std::clamp(ini().HTTPRequestTimeout, 1, 60) * 1000);
     for (const std::size_t index : m_services.deviceAgents.indices())
     {
-        if (patience.hasPassed())
+        if (patience.hasPassed() || m_services.shuttingDown.stop_requested())
             break;
         // One at a time, so that no agent outlives the host's last reference for another's request.
         if (const auto agent = m_services.deviceAgents.at(index))

@@ -34,9 +34,10 @@ class DeviceAgent;
 //      8  runtime selection              16  start of the manager
 //
 // Requests to the host and the cloud and downloads hold the thread until they end, and nobody else:
-// no lock is held meanwhile. Shutdown is seen between passes only. An agent is kept alive by a
-// reference while it is in use, one agent at a time; if that is the last in the end, the agent is
-// destroyed on this thread.
+// no lock is held meanwhile. The shutdown ends every wait but that for the application's end, which
+// is 6 seconds at most, and calls of the host's. An agent is kept alive by a reference while it is
+// in use, one agent at a time; if that is the last in the end, the agent is destroyed on this
+// thread.
 //
 // The pass, and steps 1, 2, 6 and 14 to 16, are in runtime_manager_loop.cpp; 3 to 5, 7 and 8, which
 // bring up what is missing, in service_ladder.cpp, what is written to the server's record in

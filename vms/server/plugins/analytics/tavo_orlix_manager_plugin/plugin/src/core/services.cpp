@@ -13,16 +13,18 @@ namespace tavo::vms_server_plugins::analytics::orlix
 Services::Services(const std::string& workingDirectory, HostSource hostSource) :
     host(std::move(hostSource)),
     pluginSocketPath(pathOfTemporary(protocol::kPluginSocketFile)),
-    managerInstallation(workingDirectory),
-    runtimesManager(workingDirectory + manager_files::kRootFolder + manager_files::kBinFolder),
-    managerInterface(workingDirectory, &messageBoard),
-    modelManager(workingDirectory, &messageBoard)
+    managerInstallation(workingDirectory, shuttingDown.get_token()),
+    runtimesManager(
+        workingDirectory + manager_files::kRootFolder + manager_files::kBinFolder,
+        shuttingDown.get_token()),
+    managerInterface(workingDirectory, &messageBoard, shuttingDown.get_token()),
+    modelManager(workingDirectory, &messageBoard, shuttingDown.get_token())
 {}
 
-sdk::Ptr<sdk::IUtilityProvider> Services::utilityProvider() const
+UtilityProviderPtr Services::utilityProvider() const
 {
-    if (!shuttingDown)
-        return host();
+    if (!shuttingDown.stop_requested())
+        return {host(), shuttingDown.get_token()};
     log_info("Warning! Tried to access utility provider while shutting down.\n");
     return nullptr;
 }

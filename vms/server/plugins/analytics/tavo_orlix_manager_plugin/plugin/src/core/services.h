@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <functional>
+#include <stop_token>
 #include <string>
 
 #include <tavo/sdk/i_utility_provider.h>
@@ -27,11 +28,11 @@ struct Services
     Services(const std::string& workingDirectory, HostSource hostSource);
 
     // The one way to the host: a fresh reference for one operation, or null once shutdown began.
-    [[nodiscard]] sdk::Ptr<sdk::IUtilityProvider> utilityProvider() const;
+    [[nodiscard]] UtilityProviderPtr utilityProvider() const;
 
     const HostSource host;
     const std::string pluginSocketPath;
-    std::atomic<bool> shuttingDown{false}; // the one shutdown signal
+    std::stop_source shuttingDown; // the one shutdown signal; ends every wait of the loop's thread
     DeviceAgents deviceAgents;
     MessageBoard messageBoard;
     ManagerInstallation managerInstallation;

@@ -3,11 +3,9 @@
 #include <cstddef>
 #include <string>
 
-#include <tavo/sdk/i_utility_provider.h>
-#include <tavo/sdk/ptr.h>
-
 #include "base/message_board.h"
 #include "inference/orlix_manager_interface.h"
+#include "remote/host_rest_client.h"
 #include "runtimes/manager_installation.h"
 #include "runtimes/runtimes_manager.h"
 
@@ -20,7 +18,7 @@ class AgentServices
 {
 public:
     // The one way to the host: a fresh reference for one operation, or null once shutdown began.
-    [[nodiscard]] virtual sdk::Ptr<sdk::IUtilityProvider> utilityProvider() const = 0;
+    [[nodiscard]] virtual UtilityProviderPtr utilityProvider() const = 0;
 
     // kCloudConnected and its like, of remote/cloud_client.h.
     [[nodiscard]] virtual int cloudConnectionState() const = 0;

@@ -85,6 +85,8 @@ bool OrlixManagerInterface::mayStart() const
 void OrlixManagerInterface::start(
     const AssignedModels& assignedModels, const std::string& pluginSocketPath)
 {
+    if (m_stop.stop_requested())
+        return;
     if (!mayStart())
     {
         log_info("Warning! Orlix Manager crash detected. Not restarting.\n");
@@ -159,12 +161,13 @@ bool OrlixManagerInterface::writeDecryptedCopy(
     }
     m_decryptedCopies.insert(copyPath);
     process_delete_at_end(m_process, copyPath, copy.get());
-    return decryptModelFile(key, modelPath, copy.get());
+    return decryptModelFile(key, modelPath, copy.get(), m_stop);
 }
 
 bool OrlixManagerInterface::startFailed(const std::string& text)
 {
-    m_messageBoard->postMessage(board_key::kCouldNotStart, text, MessageType::warning);
+    if (!m_stop.stop_requested()) // which fails a decryption
+        m_messageBoard->postMessage(board_key::kCouldNotStart, text, MessageType::warning);
     m_state = ManagerState::Failed;
     return false;
 }
@@ -223,7 +226,7 @@ void OrlixManagerInterface::deleteDecryptedCopies()
 }
 
 ManagerState OrlixManagerInterface::checkRunning(
-    const sdk::Ptr<sdk::IUtilityProvider>& provider, std::uint64_t nowMs)
+    const UtilityProviderPtr& provider, std::uint64_t nowMs)
 {
     log_debug("Checking Orlix Manager running status\n");
     if (m_state == ManagerState::Stopped || m_state == ManagerState::Failed)
@@ -244,7 +247,7 @@ ManagerState OrlixManagerInterface::checkRunning(
     return m_state;
 }
 
-void OrlixManagerInterface::forgetCrash(const sdk::Ptr<sdk::IUtilityProvider>& provider)
+void OrlixManagerInterface::forgetCrash(const UtilityProviderPtr& provider)
 {
     m_startCount = 1;
     m_messageBoard->removeMessage(board_key::kManagerCrash);

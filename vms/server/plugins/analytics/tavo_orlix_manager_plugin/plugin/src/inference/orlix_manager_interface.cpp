@@ -1,5 +1,7 @@
 #include "inference/orlix_manager_interface.h"
 
+#include <utility>
+
 #include "base/manager_files.h"
 #include "inference/protocol.h"
 #include "utils/log.h"
@@ -13,10 +15,11 @@ namespace tavo::vms_server_plugins::analytics::orlix
 {
 
 OrlixManagerInterface::OrlixManagerInterface(
-    const std::string& workingDirectory, MessageBoard* messageBoard) :
+    const std::string& workingDirectory, MessageBoard* messageBoard, std::stop_token stop) :
     m_rootFolder(workingDirectory + manager_files::kRootFolder),
     m_moduleSocketPath(pathOfTemporary(protocol::kModuleSocketFile)),
-    m_messageBoard(messageBoard)
+    m_messageBoard(messageBoard),
+    m_stop(std::move(stop))
 {
     log_info("Using Orlix Manager root folder: %s\n", m_rootFolder.c_str());
     log_info("Using module socket path: %s\n", m_moduleSocketPath.c_str());

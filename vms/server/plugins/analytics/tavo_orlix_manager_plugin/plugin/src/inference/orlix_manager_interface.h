@@ -3,11 +3,9 @@
 #include <atomic>
 #include <cstdint>
 #include <set>
+#include <stop_token>
 #include <string>
 #include <string_view>
-
-#include <tavo/sdk/i_utility_provider.h>
-#include <tavo/sdk/ptr.h>
 
 #include "base/assigned_model.h"
 #include "base/message_board.h"
@@ -16,6 +14,7 @@
 #include "inference/message_buffer.h"
 #include "inference/model_changes.h"
 #include "inference/small_message.h"
+#include "remote/host_rest_client.h"
 #include "utils/clock.h"
 #include "utils/copy_choice.h"
 #include "utils/json.h"
@@ -34,8 +33,10 @@ namespace tavo::vms_server_plugins::analytics::orlix
 class OrlixManagerInterface
 {
 public:
-    // `messageBoard` is not owned and outlives this object.
-    OrlixManagerInterface(const std::string& workingDirectory, MessageBoard* messageBoard);
+    // `messageBoard` is not owned and outlives this object. Nothing is started once `stop` was
+    // requested.
+    OrlixManagerInterface(
+        const std::string& workingDirectory, MessageBoard* messageBoard, std::stop_token stop = {});
 
     // Detaches all segments. Does not ask the application to stop: what is left of it ends with its
     // job, and what is left of decrypted models is deleted.
@@ -59,7 +60,7 @@ public:
     // wrote to its standard error, and takes the report back once a restarted application has
     // stayed up for more than 10 seconds. `provider` may be null: the host is then not told.
     ManagerState checkRunning(
-        const sdk::Ptr<sdk::IUtilityProvider>& provider, std::uint64_t nowMs = time_now_ms());
+        const UtilityProviderPtr& provider, std::uint64_t nowMs = time_now_ms());
 
     // Fire and forget, each on a connection of its own.
     void sendReferenceRun();
@@ -99,7 +100,7 @@ private:
     void spawn();
 
     void deleteDecryptedCopies();
-    void forgetCrash(const sdk::Ptr<sdk::IUtilityProvider>& provider);
+    void forgetCrash(const UtilityProviderPtr& provider);
     void reportCrash(int exitCode);
     void send(protocol::Command command);
 
@@ -108,6 +109,7 @@ private:
     const std::string m_moduleSocketPath;
     PipeEnd m_stderrPipe; // what the application writes to its standard error
     MessageBoard* const m_messageBoard; // not owned
+    const std::stop_token m_stop;
     std::atomic<ManagerState> m_state{ManagerState::Stopped};
     std::uint64_t m_startCount = 0;
     std::set<std::string> m_decryptedCopies; // paths; deleted by the job too, if this dies

@@ -3,9 +3,9 @@
 #include <chrono>
 #include <exception>
 #include <new>
-#include <thread>
 
 #include "inference/protocol.h"
+#include "utils/deadline.h"
 #include "utils/log.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -15,19 +15,18 @@ namespace
 {
 
 // Until shutdown; throws for want of memory.
-void takeResults(
-    SocketHandle socket, const std::atomic<bool>& shuttingDown, ResultReceiver& receiver)
+void takeResults(SocketHandle socket, const std::stop_token& stop, ResultReceiver& receiver)
 {
     ReceiveBuffer buffer;
     MessageTree tree;
-    while (!shuttingDown)
+    while (!stop.stop_requested())
     {
         const SocketHandle sender = socket_accept_message(socket, buffer, MessagePlace::sole);
         if (sender == kInvalidSocket)
             continue;
         try
         {
-            if (!shuttingDown)
+            if (!stop.stop_requested())
                 handleSocketMessage(receiver, buffer.message(), tree);
         }
         catch (const std::exception& error)
@@ -48,7 +47,7 @@ void takeResults(
 
 void listenerLoop(
     const std::string& socketPath, std::atomic<SocketHandle>& listeningSocket,
-    const std::atomic<bool>& shuttingDown, ResultReceiver& receiver)
+    const std::stop_token& stop, ResultReceiver& receiver)
 {
     SocketFile socketFile;
     const SocketHandle socket = socket_listen(socketPath, &socketFile);
@@ -59,16 +58,17 @@ void listenerLoop(
     }
     listeningSocket = socket;
 
-    while (!shuttingDown)
+    while (!stop.stop_requested())
     {
         try
         {
-            takeResults(socket, shuttingDown, receiver);
+            takeResults(socket, stop, receiver);
         }
         catch (const std::bad_alloc& error)
         {
             log_info("Error in listenerLoop: %s\n", error.what());
-            std::this_thread::sleep_for(std::chrono::seconds(1)); // a tick later there may be some
+            static_cast<void>(
+                sleepUnlessStopped(std::chrono::seconds(1), stop)); // there may be some
         }
     }
 

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 #include <span>
+#include <stop_token>
 #include <string>
 
 #include <mpack.h>
@@ -25,16 +26,16 @@ protected:
     ~ResultReceiver() = default;
 };
 
-// The listener thread: takes one result per connection on the plugin socket until `shuttingDown`.
+// The listener thread: takes one result per connection on the plugin socket until `stop`.
 // A socket that cannot be listened on ends it at once, with a log line. A connection that brings no
 // message repeats the one before.
 //
 // While it runs, `listeningSocket` holds the socket. Whoever exchanges it for kInvalidSocket closes
-// it: to end the listener, set `shuttingDown`, take the socket, shut it down, join the thread, and
+// it: to end the listener, request `stop`, take the socket, shut it down, join the thread, and
 // close the socket then.
 void listenerLoop(
     const std::string& socketPath, std::atomic<SocketHandle>& listeningSocket,
-    const std::atomic<bool>& shuttingDown, ResultReceiver& receiver);
+    const std::stop_token& stop, ResultReceiver& receiver);
 
 // Decodes one result message and delivers it by its InputIndex. Whatever is wrong with the message
 // costs this one message. `tree` is what it is decoded with, kept from message to message.

@@ -9,13 +9,13 @@
 #include <string_view>
 #include <system_error>
 
-#include <tavo/network/http/http_client.h>
 #include <tavo/utils/url.h>
 
 #include "base/ini.h"
 #include "models/orlix_crypto.h"
 #include "remote/answer_body.h"
 #include "remote/file_helpers.h"
+#include "remote/stoppable_client.h"
 #include "utils/files.h"
 #include "utils/folders.h"
 #include "utils/log.h"
@@ -25,8 +25,6 @@ namespace tavo::vms_server_plugins::analytics::orlix
 
 namespace
 {
-
-using network::http::HttpClient;
 
 constexpr char kHttpTimeFormat[] = "%a, %d %b %Y %H:%M:%S GMT";
 constexpr std::string_view kMd5Prefix = "md5=";
@@ -55,12 +53,13 @@ bool rename(const std::string& from, const std::string& to)
 class Transfer
 {
 public:
-    Transfer(const ModelDownload& download, MessageBoard& board) :
+    Transfer(const ModelDownload& download, MessageBoard& board, const std::stop_token& stop) :
         m_download(download),
         m_board(board),
+        m_stop(stop),
         m_temporaryPath(temporaryPathOf(download.modelPath)),
         m_temporaryKeyPath(temporaryPathOf(download.keyPath)),
-        m_client(network::ssl::kAcceptAnyCertificate)
+        m_client(network::ssl::kAcceptAnyCertificate, stop)
     {}
 
     bool run(std::optional<std::time_t>* lastModified)
@@ -74,6 +73,8 @@ public:
             digestMatches() && saveKey() && moveIntoPlace();
         if (!done)
             dropTemporaryFiles();
+        if (!done && m_stop.stop_requested())
+            log_info("Gave up a download for the shutdown: %s\n", m_download.url.c_str());
         m_board.removeMessage(board_key::kModelDownloadProgress);
         return done;
     }
@@ -160,12 +161,12 @@ private:
         if (!written)
             log_info("Error writing file: %s\n", m_temporaryPath.c_str());
         m_board.removeMessage(board_key::kModelDownloadProgress);
-        return true;
+        return !m_stop.stop_requested();
     }
 
     bool digestMatches()
     {
-        const auto hash = fileMd5(m_temporaryPath);
+        const auto hash = fileMd5(m_temporaryPath, m_stop);
         if (!hash)
             return failed("Could not generate Hash from file: " + m_temporaryPath);
         if (!m_digest.starts_with(kMd5Prefix))
@@ -251,6 +252,8 @@ private:
 
     void post(const std::string& path, const std::string& text)
     {
+        if (m_stop.stop_requested())
+            return; // whatever failed did so for that
         m_board.postMessage(board_key::kModelDownloadFailed + path, text, MessageType::warning);
     }
 
@@ -273,9 +276,10 @@ private:
 
     const ModelDownload& m_download;
     MessageBoard& m_board;
+    const std::stop_token& m_stop;
     const std::string m_temporaryPath;
     const std::string m_temporaryKeyPath;
-    HttpClient m_client;
+    StoppableClient m_client;
     std::string m_digest;
     Bytes m_key;
 };
@@ -283,9 +287,10 @@ private:
 } // namespace
 
 bool downloadModel(
-    const ModelDownload& download, MessageBoard& board, std::optional<std::time_t>* lastModified)
+    const ModelDownload& download, MessageBoard& board, std::optional<std::time_t>* lastModified,
+    const std::stop_token& stop)
 {
-    return Transfer(download, board).run(lastModified);
+    return Transfer(download, board, stop).run(lastModified);
 }
 
 void finishInterruptedDownload(const std::string& modelPath, const std::string& keyPath)

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <ctime>
 #include <optional>
+#include <stop_token>
 #include <string>
 
 #include "base/message_board.h"
@@ -28,9 +29,10 @@ struct ModelDownload
 // place together with the key of an encrypted model, so that an older good pair stays whatever goes
 // wrong. Any server certificate is accepted: the digest is what is trusted. True on success;
 // `lastModified` is then the server's time of the file, if it can be read. A failure is on the
-// board, and no temporary file is left. Memory does not depend on the size.
+// board, but for one by `stop`, and no temporary file is left. Memory does not depend on the size.
 [[nodiscard]] bool downloadModel(
-    const ModelDownload& download, MessageBoard& board, std::optional<std::time_t>* lastModified);
+    const ModelDownload& download, MessageBoard& board, std::optional<std::time_t>* lastModified,
+    const std::stop_token& stop = {});
 
 // Ends the moving into place of a model and its key where a process that died left it: the key
 // follows a model that is in place already, and goes where the model never came.

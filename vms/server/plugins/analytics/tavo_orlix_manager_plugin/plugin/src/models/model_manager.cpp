@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 #include "base/manager_files.h"
 #include "models/model_download.h"
@@ -35,12 +36,14 @@ bool isFor(yyjson_val* download, const std::string& mimeType)
 
 } // namespace
 
-ModelManager::ModelManager(const std::string& workingDirectory, MessageBoard* messageBoard) :
+ModelManager::ModelManager(
+    const std::string& workingDirectory, MessageBoard* messageBoard, std::stop_token stop) :
     m_root(workingDirectory + manager_files::kRootFolder),
     m_unencryptedFolder(m_root + "/cache/unencrypted"),
     m_encryptedFolder(m_root + "/cache/encrypted"),
     m_keysFolder(m_root + "/cache/keys"),
-    m_messageBoard(messageBoard)
+    m_messageBoard(messageBoard),
+    m_stop(std::move(stop))
 {
     if (!kFilesEndWithJobs)
         deleteLeftCopies();
@@ -188,7 +191,7 @@ ModelManager::Verdict ModelManager::ensureOffer(
     download.expectedSize = offer.size;
     download.cloudToken = cloudToken;
     std::optional<std::time_t> fileTime;
-    const bool done = downloadModel(download, *m_messageBoard, &fileTime);
+    const bool done = downloadModel(download, *m_messageBoard, &fileTime, m_stop);
 
     m_metadataTimes[model.id] = offer.lastModified;
     if (!done)

@@ -4,6 +4,7 @@
 #include <ctime>
 #include <optional>
 #include <set>
+#include <stop_token>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -40,8 +41,9 @@ struct ModelToEnsure
 class ModelManager
 {
 public:
-    // `messageBoard` is not owned and outlives this object.
-    ModelManager(const std::string& workingDirectory, MessageBoard* messageBoard);
+    // `messageBoard` is not owned and outlives this object. `stop` ends a download.
+    ModelManager(
+        const std::string& workingDirectory, MessageBoard* messageBoard, std::stop_token stop = {});
 
     // The first object of `downloads` for this mime type decides.
     [[nodiscard]] ModelFiles selectDownload(
@@ -102,6 +104,7 @@ private:
     std::unordered_map<std::string, std::time_t> m_metadataTimes; // by id, as of the last check
     std::unordered_map<std::string, std::time_t> m_fileTimes; // by id, of the last download
     MessageBoard* const m_messageBoard; // not owned
+    const std::stop_token m_stop;
 };
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -77,7 +77,8 @@ CipherContext startDecryption(const unsigned char* key, Envelope& envelope)
 }
 
 bool decryptStream(
-    EVP_CIPHER_CTX* context, std::uint64_t remaining, std::FILE* input, std::FILE* output)
+    EVP_CIPHER_CTX* context, std::uint64_t remaining, std::FILE* input, std::FILE* output,
+    const std::stop_token& stop)
 {
     Bytes ciphertext(kCipherBlockSize);
     Bytes plaintext(kCipherBlockSize);
@@ -86,7 +87,7 @@ bool decryptStream(
         const auto size =
             static_cast<std::size_t>(std::min<std::uint64_t>(remaining, kCipherBlockSize));
         int written = 0;
-        if (!readWhole(input, ciphertext.data(), size) ||
+        if (stop.stop_requested() || !readWhole(input, ciphertext.data(), size) ||
             EVP_DecryptUpdate(
                 context, plaintext.data(), &written, ciphertext.data(), static_cast<int>(size)) !=
                 1 ||
@@ -120,7 +121,9 @@ bool decryptModelFile(
     return decryptModelFile(key, inputPath, output.get());
 }
 
-bool decryptModelFile(std::string_view key, const std::string& inputPath, std::FILE* output)
+bool decryptModelFile(
+    std::string_view key, const std::string& inputPath, std::FILE* output,
+    const std::stop_token& stop)
 {
     const FileStream input(file_open_read(inputPath.c_str()));
     if (!input)
@@ -134,7 +137,8 @@ bool decryptModelFile(std::string_view key, const std::string& inputPath, std::F
         return false;
     const CipherContext context =
         startDecryption(reinterpret_cast<const unsigned char*>(key.data()), envelope);
-    if (!context || !decryptStream(context.get(), envelope.ciphertextSize, input.get(), output))
+    if (!context ||
+        !decryptStream(context.get(), envelope.ciphertextSize, input.get(), output, stop))
     {
         return false;
     }
@@ -145,7 +149,7 @@ bool decryptModelFile(std::string_view key, const std::string& inputPath, std::F
         std::fflush(output) == 0;
 }
 
-std::optional<Bytes> fileMd5(const std::string& path)
+std::optional<Bytes> fileMd5(const std::string& path, const std::stop_token& stop)
 {
     const FileStream file(file_open_read(path.c_str()));
     if (!file)
@@ -162,7 +166,7 @@ std::optional<Bytes> fileMd5(const std::string& path)
     std::array<unsigned char, kHashBlockSize> block{};
     while (const std::size_t size = std::fread(block.data(), 1, block.size(), file.get()))
     {
-        if (EVP_DigestUpdate(context.get(), block.data(), size) != 1)
+        if (stop.stop_requested() || EVP_DigestUpdate(context.get(), block.data(), size) != 1)
             return failed("EVP_DigestUpdate failed.\n");
     }
     Bytes hash(kMd5Size);

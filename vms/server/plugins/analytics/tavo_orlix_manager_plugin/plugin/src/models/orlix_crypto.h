@@ -5,13 +5,14 @@
 #include <cstdio>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <vector>
 
 // Decrypting and hashing of model files and their texts, over libcrypto. No state, no key is kept.
 // Failures go to standard error and to the log; nothing throws. Memory does not depend on a file's
-// size.
+// size. Where there is a `stop`, its request is a failure.
 
 struct evp_pkey_st;
 
@@ -30,12 +31,14 @@ using Bytes = std::vector<std::uint8_t>;
 
 // The same into a file that is there already, open and empty.
 [[nodiscard]] bool decryptModelFile(
-    std::string_view key, const std::string& inputPath, std::FILE* output);
+    std::string_view key, const std::string& inputPath, std::FILE* output,
+    const std::stop_token& stop = {});
 
 inline constexpr std::size_t kMd5Size = 16;
 
 // Nothing if the file cannot be read.
-[[nodiscard]] std::optional<Bytes> fileMd5(const std::string& path);
+[[nodiscard]] std::optional<Bytes> fileMd5(
+    const std::string& path, const std::stop_token& stop = {});
 
 // The padding counts as data, so that the result always has length * 3 / 4 bytes and may end in
 // zeros: a 44-character key text gives 33 bytes. Nothing for a text that is no base64.

@@ -3,12 +3,11 @@
 #include <chrono>
 #include <optional>
 
-#include <tavo/network/http/http_client.h>
-
 #include "base/ini.h"
 #include "base/plugin_version.h"
 #include "remote/answer_body.h"
 #include "remote/cloud_answers.h"
+#include "remote/stoppable_client.h"
 #include "remote/text_helpers.h"
 #include "utils/log.h"
 
@@ -98,7 +97,7 @@ std::vector<PipelineOption> getAvailablePipelines(
 {
     if (!provider)
         return {};
-    HttpClient client(network::ssl::kDefaultCertificateCheck);
+    StoppableClient client(network::ssl::kDefaultCertificateCheck, provider.stop);
     setUp(client, provider);
     const std::string endpoint = std::string(ini().CloudAPI) + "/system/" +
         cloudSystemId(provider).value_or("") + "/device/" + deviceId + "/available-pipelines";
@@ -127,7 +126,7 @@ void resetDevices(const UtilityProviderPtr& provider, const std::vector<std::str
     if (!provider)
         return;
     const std::string body = resetRequestBody(provider, deviceIds);
-    HttpClient client(network::ssl::kDefaultCertificateCheck);
+    StoppableClient client(network::ssl::kDefaultCertificateCheck, provider.stop);
     setUp(client, provider);
     log_info(
         "Resetting configuration of %zu devices. String: %s\n", deviceIds.size(), body.c_str());

@@ -9,7 +9,8 @@
 
 // The cloud API, over HTTPS with the server's certificate verified, authorized by the host's cloud
 // token. Each request has its own client; any thread may call, and is held for the ini file's
-// HTTPRequestTimeout per step of a request at most. Failures are logged and end as an empty result.
+// HTTPRequestTimeout per step of a request at most, and no longer than the provider's stop lets it.
+// Failures are logged and end as an empty result.
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {

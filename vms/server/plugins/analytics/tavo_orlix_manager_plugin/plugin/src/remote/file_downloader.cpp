@@ -5,9 +5,8 @@
 #include <cstdio>
 #include <memory>
 
-#include <tavo/network/http/http_client.h>
-
 #include "remote/file_helpers.h"
+#include "remote/stoppable_client.h"
 #include "utils/files.h"
 #include "utils/log.h"
 
@@ -69,12 +68,13 @@ enum class Reception
     done,
     notWritten,
     tooSlow,
+    stopped,
 };
 
 // Pulls the body into the file.
 Reception receiveBody(
     HttpClient& client, std::FILE* file, std::uint64_t length, const std::string& title,
-    const TransferFloor& floor, ScopedEntry& progress)
+    const TransferFloor& floor, ScopedEntry& progress, const std::stop_token& stop)
 {
     std::uint64_t total = 0;
     TransferPace pace(floor);
@@ -88,6 +88,8 @@ Reception receiveBody(
             return Reception::tooSlow;
         progress.post(progressText(title, total, length));
     }
+    if (stop.stop_requested())
+        return Reception::stopped;
     return std::fflush(file) == 0 ? Reception::done : Reception::notWritten;
 }
 
@@ -95,10 +97,11 @@ Reception receiveBody(
 
 bool downloadFile(
     const std::string& url, const std::string& filePath, MessageBoard& board,
-    const std::string& key, const std::string& title, const TransferFloor& floor)
+    const std::string& key, const std::string& title, const TransferFloor& floor,
+    const std::stop_token& stop)
 {
     log_info("Downloading %s to file: %s\n", url.c_str(), filePath.c_str());
-    HttpClient client(network::ssl::kAcceptAnyCertificate);
+    StoppableClient client(network::ssl::kAcceptAnyCertificate, stop);
     if (!client.doGet(Url(url)) || !client.response())
     {
         log_info("Failed to download file at: %s\n", url.c_str());
@@ -119,11 +122,14 @@ bool downloadFile(
     const std::uint64_t length = contentLength(*client.response(), url);
 
     ScopedEntry progress(board, key);
-    const Reception reception = receiveBody(client, file.get(), length, title, floor, progress);
+    const Reception reception =
+        receiveBody(client, file.get(), length, title, floor, progress, stop);
     if (reception == Reception::done)
         return true;
     if (reception == Reception::tooSlow)
         log_info("Error! Gave up a download that comes too slowly: %s\n", url.c_str());
+    else if (reception == Reception::stopped)
+        log_info("Gave up a download for the shutdown: %s\n", url.c_str());
     else
         log_info("Error! Could not write downloaded file: %s\n", filePath.c_str());
     // What there is must not pass for a file that was fetched before.

@@ -1,7 +1,9 @@
 #include "remote/host_rest_client.h"
 
+#include <condition_variable>
 #include <deque>
 #include <exception>
+#include <mutex>
 
 #include <tavo/sdk/helpers/to_string.h>
 
@@ -23,12 +25,42 @@ constexpr char kUsersPath[] = "/rest/v4/users";
 constexpr char kThisServerPath[] = "/rest/v4/servers/this";
 constexpr char kJsonMimeType[] = "application/json";
 
-// One request to the host at a time; held while waiting for the answer.
-Mutex restMutex{LockLevel::request};
+// One request to the host at a time; held while waiting for the answer. A mutex that is not waited
+// for once `stop` is requested.
+class RestMutex
+{
+public:
+    // False, and it is not held, if that came first.
+    [[nodiscard]] bool lock(const std::stop_token& stop)
+    {
+        lock_order::taking(LockLevel::request);
+        std::unique_lock lock(m_mutex);
+        if (m_freed.wait(lock, stop, [this] { return !m_isHeld; }))
+            return m_isHeld = true;
+        lock_order::released(LockLevel::request);
+        return false;
+    }
 
-// Handlers of requests that ended without an answer. A host may answer yet, through a pointer
-// without a reference, so they live on; so many that only an answer long overdue meets none. Never
-// destroyed, since the host may outlast the statics of this library.
+    void unlock()
+    {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_isHeld = false;
+        }
+        m_freed.notify_one();
+        lock_order::released(LockLevel::request);
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable_any m_freed;
+    bool m_isHeld = false;
+};
+RestMutex restMutex;
+
+// Handlers of requests that ended without an answer; under restMutex. A host may answer yet,
+// through a pointer without a reference, so they live on; so many that only an answer long overdue
+// meets none. Never destroyed, since the host may outlast the statics of this library.
 constexpr std::size_t kMaxUnanswered = 1024;
 std::deque<sdk::Ptr<ORLIXCompletionHandler>>& unanswered()
 {
@@ -36,7 +68,7 @@ std::deque<sdk::Ptr<ORLIXCompletionHandler>>& unanswered()
     return handlers;
 }
 
-void keepUnanswered(sdk::Ptr<ORLIXCompletionHandler> handler) REQUIRES(restMutex)
+void keepUnanswered(sdk::Ptr<ORLIXCompletionHandler> handler)
 {
     auto& handlers = unanswered();
     std::erase_if(handlers, [](const auto& kept) { return kept->executed(); });
@@ -60,10 +92,11 @@ std::string responseText(const ORLIXCompletionHandler::Response& response)
     return value ? textOrEmpty(value->str()) : "Error: Result has no value.";
 }
 
-// Sends the request and waits for its end, however long it takes the host.
+// Sends the request and waits for its end, however long it takes the host, or for the stop. To be
+// called under restMutex.
 std::string sendAndWait(
     const std::string& path, const std::string& method, const std::string& mimeType,
-    const std::string& body, const UtilityProviderPtr& provider) REQUIRES(restMutex)
+    const std::string& body, const UtilityProviderPtr& provider)
 {
     auto handler = sdk::makePtr<ORLIXCompletionHandler>();
     std::future<ORLIXCompletionHandler::Response> response = handler->response();
@@ -74,6 +107,8 @@ std::string sendAndWait(
             sdk::IUtilityProvider4::HttpRequestKind::restApi, path.c_str(), method.c_str(),
             mimeType.c_str(), body.c_str(), handler.get());
         handler->awaitHost();
+        const std::stop_callback abandonAtStop(
+            provider.stop, [&handler] { handler->abandon("The plugin is shutting down."); });
         return responseText(response.get());
     }
     catch (const std::exception& e)
@@ -82,7 +117,7 @@ std::string sendAndWait(
     }
     catch (...)
     {}
-    handler->abandon();
+    handler->abandon(failure.c_str());
     log_info("Http request failed: %s\n", failure.c_str());
     if (!handler->executed())
         keepUnanswered(std::move(handler));
@@ -115,12 +150,14 @@ std::string doRequest(
     const std::string& path, const std::string& method, const std::string& mimeType,
     const std::string& body, const UtilityProviderPtr& provider)
 {
-    if (!provider)
+    if (!provider || provider.stop.stop_requested())
     {
         log_info("Warning! doRequest called with invalid utility provider.\n");
         return {};
     }
-    MutexLock lock(restMutex);
+    if (!restMutex.lock(provider.stop))
+        return {};
+    const std::lock_guard held(restMutex, std::adopt_lock);
     const std::string response = sendAndWait(path, method, mimeType, body, provider);
     if (response.empty())
     {

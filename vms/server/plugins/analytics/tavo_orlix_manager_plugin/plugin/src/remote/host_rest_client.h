@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -15,15 +16,25 @@
 // with the host's rights. All that the plugin keeps on the host lies in the server's and in each
 // device's "parameters", under "tavoAI".
 //
-// Any thread may call; requests run one at a time, and each waits for the host without a time-out.
-// No operation throws: an empty text, list or document means failure, and why was logged. The
-// HTTP status is not looked at, so a caller must expect a text that does not parse. A null provider
-// (the host is shutting down) is such a failure.
+// Any thread may call; requests run one at a time, and each waits for the host without a time-out,
+// but no longer than its provider's stop lets it. No operation throws: an empty text, list or
+// document means failure, and why was logged. The HTTP status is not looked at, so a caller must
+// expect a text that does not parse. A null provider (the host is shutting down) is such a failure.
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
-using UtilityProviderPtr = sdk::Ptr<sdk::IUtilityProvider>;
+// The host, and what ends a wait for it, or for the cloud in its name.
+struct UtilityProviderPtr : sdk::Ptr<sdk::IUtilityProvider>
+{
+    using Ptr::Ptr;
+    UtilityProviderPtr(sdk::Ptr<sdk::IUtilityProvider> host, std::stop_token stopToken = {}) :
+        Ptr(std::move(host)),
+        stop(std::move(stopToken))
+    {}
+
+    std::stop_token stop;
+};
 
 // Gives the first line of the response's body, which is the whole of the host's one-line JSON.
 std::string doRequest(

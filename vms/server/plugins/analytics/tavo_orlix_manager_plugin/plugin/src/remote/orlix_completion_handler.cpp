@@ -28,9 +28,9 @@ void ORLIXCompletionHandler::awaitHost()
     releaseRef();
 }
 
-void ORLIXCompletionHandler::abandon() const
+void ORLIXCompletionHandler::abandon(const char* reason) const
 {
-    m_state->abandon();
+    m_state->abandon(reason);
 }
 
 void ORLIXCompletionHandler::execute(Response response)
@@ -51,17 +51,17 @@ std::uint32_t ORLIXCompletionHandler::releaseRef() const
     const std::shared_ptr<State> state = m_state;
     const std::uint32_t count = RefCountable::releaseRef();
     if (count == 1 && state->awaitsHost) // the waiting thread's is left
-        state->abandon();
+        state->abandon("The host gave the request up.");
     return count;
 }
 
-void ORLIXCompletionHandler::State::abandon()
+void ORLIXCompletionHandler::State::abandon(const char* reason)
 {
     if (answered.test_and_set())
         return;
     try
     {
-        throw std::runtime_error("The host gave the request up.");
+        throw std::runtime_error(reason);
     }
     catch (...)
     {

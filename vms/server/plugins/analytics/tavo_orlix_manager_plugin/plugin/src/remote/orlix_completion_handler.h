@@ -25,7 +25,8 @@ public:
 
     ORLIXCompletionHandler();
 
-    // To be called once. Getting the answer throws std::runtime_error after abandon().
+    // To be called once. Getting the answer throws std::runtime_error with its text after
+    // abandon().
     [[nodiscard]] std::future<Response> response();
 
     // The host has taken the request and is done with the handler as an argument: from now on one
@@ -33,8 +34,8 @@ public:
     // host that is still taking the request may take references and give them back as it likes.
     void awaitHost();
 
-    // Nobody waits any more: ends a wait, and an answer that comes yet is released.
-    void abandon() const;
+    // Nobody waits any more: ends a wait, and an answer that comes yet is released. Any thread.
+    void abandon(const char* reason) const;
 
     // Whether the host executed it, abandoned or not.
     [[nodiscard]] bool executed() const { return m_state->executed; }
@@ -51,7 +52,7 @@ private:
         std::atomic<bool> executed{false};
         std::atomic<bool> awaitsHost{false};
 
-        void abandon();
+        void abandon(const char* reason);
     };
 
     const std::shared_ptr<State> m_state; // outlives this object within releaseRef

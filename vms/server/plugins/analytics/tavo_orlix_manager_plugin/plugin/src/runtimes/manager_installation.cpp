@@ -1,6 +1,7 @@
 #include "runtimes/manager_installation.h"
 
 #include <filesystem>
+#include <utility>
 
 #include "base/deployment.h"
 #include "base/ini.h"
@@ -27,7 +28,9 @@ constexpr const char* kInstallationEntries[] = {"bin", "etc", "cache", "version"
 
 } // namespace
 
-ManagerInstallation::ManagerInstallation(const std::string& workingDirectory)
+ManagerInstallation::ManagerInstallation(
+    const std::string& workingDirectory, std::stop_token stop) :
+    m_stop(std::move(stop))
 {
     // Without its paths this check finds nothing: the first one that counts is the loop's, so a
     // state of installed is never reached before the loop runs.
@@ -88,7 +91,7 @@ bool ManagerInstallation::fetchArchive(const std::string& archivePath, MessageBo
     m_state.store(ManagerInstallState::downloading);
     if (downloadFile(
             url, archivePath, messageBoard, board_key::kManagerDownload,
-            "Downloading Orlix Manager: "))
+            "Downloading Orlix Manager: ", {}, m_stop))
     {
         return true;
     }
@@ -102,7 +105,7 @@ bool ManagerInstallation::unpackArchive(const std::string& archivePath, const st
     // The archive holds the installation folder itself.
     const std::string command = "tar xfz \"" + archivePath + "\" -C \"" + folder + "\"";
     log_info("Unpacking Orlix Manager with command: \"%s\"\n", command.c_str());
-    const CommandResult result = runCommand(command, kUnpackLimit);
+    const CommandResult result = runCommand(command, kUnpackLimit, m_stop);
     deleteFile(archivePath);
     // Only whether tar started decides: what it could not unpack is missed in the next step.
     if (result.exitCode != -1)

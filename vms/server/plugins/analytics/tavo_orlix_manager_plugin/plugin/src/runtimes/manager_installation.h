@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <stop_token>
 #include <string>
 
 #include "base/message_board.h"
@@ -25,7 +26,8 @@ enum class ManagerInstallState : int
 class ManagerInstallation
 {
 public:
-    explicit ManagerInstallation(const std::string& workingDirectory);
+    // `stop` ends a download and an unpacking.
+    explicit ManagerInstallation(const std::string& workingDirectory, std::stop_token stop = {});
 
     // Looks for the two executables unless already known to be installed. Both present moves a
     // state of notInstalled or failed to installed.
@@ -49,6 +51,7 @@ private:
     [[nodiscard]] bool moveIntoPlace(const Staging& staging) const;
     [[nodiscard]] bool logVersion() const;
 
+    const std::stop_token m_stop;
     std::string m_workingDirectory;
     std::string m_installationDirectory;
     std::atomic<ManagerInstallState> m_state{ManagerInstallState::notInstalled};

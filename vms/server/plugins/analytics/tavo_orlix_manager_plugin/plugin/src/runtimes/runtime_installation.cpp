@@ -94,7 +94,8 @@ bool RuntimesManager::fetchPackage(
         return false;
     }
     if (!downloadFile(
-            link, packagePath, board, board_key::kRuntimePackage, "Downloading runtime package"))
+            link, packagePath, board, board_key::kRuntimePackage, "Downloading runtime package", {},
+            m_stop))
     {
         log_info("ERROR: Failed to download the runtime package.\n");
         return false;
@@ -106,7 +107,7 @@ bool RuntimesManager::makeSubfolder(const std::string& folder) const
 {
     std::string command = kMakeFolderCommand;
     replaceAll(command, "{folder_path}", folder);
-    if (runCommand(command).exitCode == 0)
+    if (runCommand(command, kCommandLimit, m_stop).exitCode == 0)
         return true;
     log_info("ERROR: Failed to create a folder for the runtime.");
     return false;
@@ -122,9 +123,11 @@ bool RuntimesManager::unpackPackage(
     std::string command = kUnpackCommand;
     replaceAll(command, "{file_path}", packagePath);
     replaceAll(command, "{folder_path}", staging.content());
-    const CommandResult result = runCommand(command, kUnpackLimit);
+    const CommandResult result = runCommand(command, kUnpackLimit, m_stop);
     board.removeMessage(board_key::kRuntimeExtraction);
 
+    if (m_stop.stop_requested())
+        return false; // the package may be a good one
     if (result.exitCode != 0 || !fileExists(path_join(staging.content(), kRuntimeLibrary)))
     {
         log_info("ERROR: Failed to extract the runtime package.\n");

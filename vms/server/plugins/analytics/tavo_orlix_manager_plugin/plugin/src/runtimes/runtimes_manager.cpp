@@ -38,8 +38,9 @@ std::string firstLine(std::FILE* file)
 
 } // namespace
 
-RuntimesManager::RuntimesManager(std::string binDirectory) :
+RuntimesManager::RuntimesManager(std::string binDirectory, std::stop_token stop) :
     m_binDirectory(std::move(binDirectory)),
+    m_stop(std::move(stop)),
     m_machineInfo(readMachineInfo())
 {}
 

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <map>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -24,7 +25,8 @@ namespace tavo::vms_server_plugins::analytics::orlix
 class RuntimesManager
 {
 public:
-    explicit RuntimesManager(std::string binDirectory);
+    // `stop` ends a download and an unpacking.
+    explicit RuntimesManager(std::string binDirectory, std::stop_token stop = {});
     RuntimesManager(const RuntimesManager&) = delete;
     RuntimesManager& operator=(const RuntimesManager&) = delete;
 
@@ -91,6 +93,7 @@ private:
 
     bool m_installedNameStays = false; // the loop thread's
     const std::string m_binDirectory;
+    const std::stop_token m_stop;
     MachineInfo m_machineInfo;
     std::atomic<RuntimeStatus> m_status{RuntimeStatus::notSelected};
     std::atomic<bool> m_runtimeChanged{true};

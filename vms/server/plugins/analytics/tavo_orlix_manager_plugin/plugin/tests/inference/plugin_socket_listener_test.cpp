@@ -65,7 +65,7 @@ class PluginSocketListenerTest : public testing::Test
 protected:
     ~PluginSocketListenerTest() override
     {
-        m_shuttingDown = true;
+        m_shuttingDown.request_stop();
         const SocketHandle socket = m_listeningSocket.exchange(kInvalidSocket);
         socket_shutdown(socket);
         m_listener.join();
@@ -76,7 +76,8 @@ protected:
     void startListener()
     {
         m_listener = std::thread(
-            [this] { listenerLoop(m_path, m_listeningSocket, m_shuttingDown, receiver); });
+            [this]
+            { listenerLoop(m_path, m_listeningSocket, m_shuttingDown.get_token(), receiver); });
         ASSERT_TRUE(test::comesTrue([this] { return m_listeningSocket != kInvalidSocket; }));
     }
 
@@ -113,7 +114,7 @@ protected:
 
 private:
     std::atomic<SocketHandle> m_listeningSocket{kInvalidSocket};
-    std::atomic<bool> m_shuttingDown{false};
+    std::stop_source m_shuttingDown;
     std::thread m_listener;
 };
 

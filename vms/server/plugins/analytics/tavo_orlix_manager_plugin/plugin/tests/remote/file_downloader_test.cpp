@@ -125,6 +125,37 @@ TEST_F(FileDownloader, AServerThatTricklesIsLeftAndSoIsItsFile)
     EXPECT_TRUE(test::comesTrue([&] { return left.load(); }));
 }
 
+TEST_F(FileDownloader, AStopEndsItAndLeavesNoFile)
+{
+    std::stop_source stop;
+    m_server.handlers.Get(
+        "/file",
+        [&](const httplib::Request&, httplib::Response& response)
+        {
+            response.set_content_provider(
+                2, "text/plain",
+                [&](size_t offset, size_t, httplib::DataSink& sink)
+                {
+                    if (offset == 1)
+                        return test::comesTrue([&] { return stop.stop_requested(); });
+                    return sink.write("x", 1);
+                });
+        });
+    m_server.start();
+    const std::jthread stopper(
+        [&]
+        {
+            EXPECT_TRUE(
+                boardShows("Downloading it (50%)\nPress 'Refresh' to see updated progress."));
+            stop.request_stop();
+        });
+    EXPECT_FALSE(downloadFile(
+        m_server.url("/file"), m_folder.path("file"), m_board, "KEY", "Downloading it", {},
+        stop.get_token()));
+    EXPECT_FALSE(m_folder.has("file"));
+    EXPECT_THAT(m_log.text(), HasSubstr("Gave up a download for the shutdown: "));
+}
+
 TEST_F(FileDownloader, AnyCertificateIsAccepted)
 {
     const SelfSignedCertificate certificate;

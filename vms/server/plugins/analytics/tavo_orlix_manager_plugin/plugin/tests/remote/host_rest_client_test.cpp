@@ -1,12 +1,14 @@
 #include "remote/host_rest_client.h"
 
 #include <atomic>
+#include <future>
 #include <mutex>
 #include <set>
 #include <stdexcept>
 #include <thread>
 #include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "fake_host.h"
@@ -109,6 +111,30 @@ TEST_F(HostRestClient, ALateAnswerWithoutAReferenceMeetsALivingHandler)
     const std::string text = m_log.text();
     const std::string dropped = "Warning! Dropped an answer of the host that nobody waits for.\n";
     EXPECT_TRUE(text.ends_with(dropped + dropped + dropped)) << text;
+}
+
+// One waits for the answer, the other for its turn.
+TEST_F(HostRestClient, AStopEndsEveryWaitAndTheLateAnswerMeetsALivingHandler)
+{
+    std::promise<Handler*> taken;
+    m_host->run = [&taken](const FakeHost::Request&, Handler* handler)
+    {
+        handler->addRef(); // else the host would have given it up
+        taken.set_value(handler);
+    };
+    std::stop_source stop;
+    const UtilityProviderPtr host(m_host, stop.get_token());
+    const auto call = [&host] { EXPECT_EQ("", doRequest("/path", "GET", "", "", host)); };
+    std::jthread callers[] = {std::jthread(call), std::jthread(call)};
+    Handler* const handler = taken.get_future().get();
+    stop.request_stop();
+    for (std::jthread& caller : callers)
+        caller.join();
+    FakeHost::reply(handler, "H\n\nlate");
+    handler->releaseRef();
+    EXPECT_THAT(
+        m_log.text(), ::testing::HasSubstr("Http request failed: The plugin is shutting down.\n"));
+    EXPECT_EQ(1u, m_host->requests().size());
 }
 
 TEST_F(HostRestClient, AHostThatThrowsIsAFailedRequest)

@@ -31,7 +31,7 @@ public:
     std::vector<std::string> takeRequests() { return std::exchange(m_requests, {}); }
 
     // AgentServices:
-    sdk::Ptr<sdk::IUtilityProvider> utilityProvider() const override { return provider; }
+    UtilityProviderPtr utilityProvider() const override { return provider; }
     int cloudConnectionState() const override { return cloudState; }
     int hostCustomizationKind() const override { return 0; }
     OrlixManagerInterface& managerInterface() override { return m_managerInterface; }
