@@ -13,8 +13,8 @@ namespace tavo::vms_server_plugins::analytics::orlix::lock_order
 namespace
 {
 
-constexpr std::array<const char*, 7> kNames{"presence", "request", "registry", "settings",
-                                            "pipeline", "leaf",    "log"};
+constexpr std::array<const char*, 8> kNames{"presence", "request",  "turn", "registry",
+                                            "settings", "pipeline", "leaf", "log"};
 
 // How many locks of each level this thread holds.
 thread_local std::array<int, kNames.size()> held{};

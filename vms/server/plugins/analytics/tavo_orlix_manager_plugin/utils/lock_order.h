@@ -12,6 +12,7 @@ enum class LockLevel : int
 {
     presence, // that of telling the host whether a device has an agent
     request, // the REST client's: one request to the host at a time
+    turn, // that of a camera at the exchange with the application
     registry, // the engine's, over its device agents
     settings, // settingsLock()
     pipeline, // an agent's, over its pipelines

@@ -47,6 +47,19 @@ public:
         return false;
     }
 
+    // For who must not run the destructor: gives a reference back, unless it is the last one. That
+    // stays the caller's. Not for a part of another object.
+    [[nodiscard]] bool releaseRefUnlessLast() const
+    {
+        std::uint32_t refCount = m_refCount.load(std::memory_order_relaxed);
+        while (refCount > 1)
+        {
+            if (m_refCount.compare_exchange_weak(refCount, refCount - 1, std::memory_order_acq_rel))
+                return true;
+        }
+        return false;
+    }
+
     std::uint32_t releaseRef() const override
     {
         if (m_delegate)

@@ -1,6 +1,7 @@
 #include "core/device_agents.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "device_agent/device_agent.h"
 #include "utils/log.h"
@@ -21,7 +22,7 @@ std::size_t DeviceAgents::reserve(const std::string& deviceId)
 void DeviceAgents::add(std::size_t index, DeviceAgent* agent)
 {
     const MutexLock lock(m_mutex);
-    m_deviceAgents.emplace(index, agent);
+    m_deviceAgents.emplace(index, Entry{agent});
     m_reservedIndices.erase(index);
 }
 
@@ -37,7 +38,7 @@ bool DeviceAgents::has(const std::string& deviceId) const
     const MutexLock lock(m_mutex);
     return std::ranges::any_of(
                m_deviceAgents,
-               [&](const auto& entry) { return entry.second->deviceId() == deviceId; }) ||
+               [&](const auto& entry) { return entry.second.agent->deviceId() == deviceId; }) ||
         std::ranges::any_of(
                m_reservedIndices, [&](const auto& entry) { return entry.second == deviceId; });
 }
@@ -56,27 +57,73 @@ sdk::Ptr<DeviceAgent> DeviceAgents::at(std::size_t index) const
 {
     const MutexLock lock(m_mutex);
     const auto entry = m_deviceAgents.find(index);
+    if (entry == m_deviceAgents.end())
+        return nullptr;
+    DeviceAgent* const agent = entry->second.agent;
+    if (!agent)
+    {
+        log_info("Something went terribly wrong casting device agent\n");
+        return nullptr;
+    }
     // The destructor of one that is in the registry has yet to pass remove().
-    return entry != m_deviceAgents.end() && entry->second->tryAddRef()
-        ? sdk::Ptr<DeviceAgent>(entry->second)
-        : nullptr;
+    return agent->tryAddRef() ? sdk::Ptr<DeviceAgent>(agent) : nullptr;
 }
+
+sdk::Ptr<DeviceAgent> DeviceAgents::takeLeft()
+{
+    const MutexLock lock(m_mutex);
+    for (auto& [index, entry] : m_deviceAgents)
+    {
+        if (std::exchange(entry.isLeft, false))
+            return sdk::Ptr<DeviceAgent>(entry.agent);
+    }
+    return nullptr;
+}
+
+void DeviceAgents::endThoseLeft()
+{
+    while (takeLeft())
+    {}
+}
+
+// A result's reference to its agent.
+class DeviceAgents::Reference
+{
+public:
+    Reference(DeviceAgents& agents, std::size_t index) :
+        m_agents(agents),
+        m_index(index),
+        m_agent(agents.at(index).releasePtr())
+    {}
+    ~Reference()
+    {
+        if (!m_agent || m_agent->releaseRefUnlessLast())
+            return;
+        const MutexLock lock(m_agents.m_mutex);
+        const auto entry = m_agents.m_deviceAgents.find(m_index);
+        if (entry != m_agents.m_deviceAgents.end()) // as long as the agent lives
+            entry->second.isLeft = true;
+    }
+    Reference(const Reference&) = delete;
+    Reference& operator=(const Reference&) = delete;
+
+    [[nodiscard]] DeviceAgent* get() const { return m_agent; }
+
+private:
+    DeviceAgents& m_agents;
+    const std::size_t m_index;
+    DeviceAgent* const m_agent;
+};
 
 bool DeviceAgents::deliverResult(std::uint32_t inputIndex, mpack_node_t root)
 {
-    const MutexLock lock(m_mutex);
-    const auto entry = m_deviceAgents.find(inputIndex);
-    if (entry == m_deviceAgents.end())
+    const Reference agent(*this, inputIndex);
+    if (!agent.get())
     {
         log_info("Device agent not found\n");
         return false;
     }
-    if (!entry->second)
-    {
-        log_info("Something went terribly wrong casting device agent\n");
-        return false;
-    }
-    entry->second->handleResultMessage(root);
+    agent.get()->handleResultMessage(root);
     return true;
 }
 

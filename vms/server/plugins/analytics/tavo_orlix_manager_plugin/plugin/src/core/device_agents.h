@@ -20,8 +20,7 @@ class DeviceAgent;
 // with frames and results as "InputIndex", so it is not used anew while its agent lives. Any thread
 // may call.
 //
-// Its lock guards the registry and nothing else: it is held for a look or a change, and for the
-// whole of a result, whose agent therefore cannot go.
+// Its lock guards the registry and nothing else, and is held for a look or a change.
 class DeviceAgents final : public ResultReceiver
 {
 public:
@@ -42,13 +41,27 @@ public:
     [[nodiscard]] std::vector<std::size_t> indices() const EXCLUDES(m_mutex);
     [[nodiscard]] sdk::Ptr<DeviceAgent> at(std::size_t index) const EXCLUDES(m_mutex);
 
-    // ResultReceiver: the agent gets the result under the lock.
+    // Destroys those that a result alone has kept alive. The loop's: it takes as long as the host
+    // takes to be told.
+    void endThoseLeft() EXCLUDES(m_mutex);
+
+    // ResultReceiver: keeps the agent while it handles the result. An agent that the host lets go
+    // of meanwhile waits for endThoseLeft.
     [[nodiscard]] bool deliverResult(std::uint32_t inputIndex, mpack_node_t root) override
         EXCLUDES(m_mutex);
 
 private:
+    struct Entry
+    {
+        DeviceAgent* agent;
+        bool isLeft = false; // the last reference, which a result had, is the entry's
+    };
+    class Reference;
+
+    [[nodiscard]] sdk::Ptr<DeviceAgent> takeLeft() EXCLUDES(m_mutex);
+
     mutable Mutex m_mutex{LockLevel::registry};
-    std::unordered_map<std::size_t, DeviceAgent*> m_deviceAgents GUARDED_BY(m_mutex);
+    std::unordered_map<std::size_t, Entry> m_deviceAgents GUARDED_BY(m_mutex);
     // Of agents that are being made: their device, by the index that they are going to have.
     std::unordered_map<std::size_t, std::string> m_reservedIndices GUARDED_BY(m_mutex);
 };

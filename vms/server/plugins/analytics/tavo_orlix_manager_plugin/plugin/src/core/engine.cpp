@@ -83,6 +83,7 @@ Engine::~Engine()
 void Engine::stopThreads()
 {
     m_services.shuttingDown.request_stop();
+    m_services.managerInterface.line().close();
 
     // Wakes the listener out of its accept. The socket is closed when the listener is gone, so
     // that it never waits on a descriptor that by then is somebody else's.
@@ -106,6 +107,7 @@ void Engine::stopThreads()
         m_runtimeLoopThread.join();
         log_info("Runtime loop sucessfully finished.\n");
     }
+    m_services.deviceAgents.endThoseLeft(); // by a result that came after the loop's last look
 }
 
 sdk::Result<sdk::analytics::IDeviceAgent*> Engine::doObtainDeviceAgent(

@@ -78,6 +78,7 @@ RuntimeManagerLoop::PassEnd RuntimeManagerLoop::runPass()
 {
     if (!waitForTurn()) // 1
         return PassEnd::leaveLoop;
+    m_services.deviceAgents.endThoseLeft();
 
     Pass pass;
     const bool complete = hostIsReachable() // 2
@@ -144,7 +145,7 @@ bool RuntimeManagerLoop::anyAgentIsActive() const
         if (auto agent = m_services.deviceAgents.at(index))
             agents.push_back(std::move(agent));
     }
-    const FairMutexLock lock(settingsLock());
+    const MutexLock lock(settingsLock());
     for (const auto& agent : agents)
     {
         if (agent->isActive())

@@ -37,7 +37,7 @@ class DeviceAgent;
 // no lock is held meanwhile. The shutdown ends every wait but that for the application's end, which
 // is 6 seconds at most, and calls of the host's. An agent is kept alive by a reference while it is
 // in use, one agent at a time; if that is the last in the end, the agent is destroyed on this
-// thread.
+// thread. So is one that a result has kept alive: at the start of the next pass.
 //
 // The pass, and steps 1, 2, 6 and 14 to 16, are in runtime_manager_loop.cpp; 3 to 5, 7 and 8, which
 // bring up what is missing, in service_ladder.cpp, what is written to the server's record in

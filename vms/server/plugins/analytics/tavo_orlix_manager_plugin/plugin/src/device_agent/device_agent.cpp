@@ -1,6 +1,7 @@
 #include "device_agent/device_agent.h"
 
 #include <new>
+#include <utility>
 
 #include <tavo/sdk/uuid.h>
 
@@ -25,9 +26,10 @@ DeviceAgent::DeviceAgent(
 {
     log_debug("Device agent started: %s\n", m_deviceId.c_str());
     log_debug("Device agent loading settings\n");
+    SettingValues cached = loadSettingsCache(m_settingsCachePath);
     {
-        const FairMutexLock lock(settingsLock());
-        m_settingsValues = loadSettingsCache(m_settingsCachePath);
+        const MutexLock lock(settingsLock());
+        m_settingsValues = std::move(cached);
     }
     log_debug("Device agent processing settings\n");
     setPluginEnabled(true);

@@ -14,6 +14,7 @@
 
 #include <tavo/sdk/analytics/helpers/consuming_device_agent.h>
 #include <tavo/sdk/analytics/helpers/event_metadata_packet.h>
+#include <tavo/sdk/analytics/helpers/object_metadata_packet.h>
 #include <tavo/sdk/ptr.h>
 
 #include "base/message_board.h"
@@ -23,9 +24,11 @@
 #include "device_agent/events/throughput.h"
 #include "device_agent/frame_clock.h"
 #include "device_agent/objects/tracker.h"
+#include "device_agent/outbox.h"
 #include "device_agent/pipelines/pipeline_tree.h"
 #include "device_agent/settings/device_settings.h"
 #include "device_agent/settings/setting_values.h"
+#include "inference/exchange_line.h"
 #include "inference/message_buffer.h"
 #include "utils/mutex.h"
 #include "utils/throttle.h"
@@ -43,8 +46,8 @@ struct DeviceModels;
 // frame is ignored.
 //
 // Threads: the host's for settings and frames, the listener's for results, the runtime loop's. All
-// operations take the locks that they need, in the order of LockLevel; host and cloud are asked
-// without any of them.
+// operations take the locks that they need, in the order of LockLevel. Host, cloud, application and
+// disk are waited for without any of them, and the host may call straight back out of any call.
 //
 // Frames are in frame_intake.cpp, results in result_handling.cpp, the pipelines and the record on
 // the host in pipelines/pipelines.cpp, settings in settings/settings_processing.cpp, buttons in
@@ -70,8 +73,8 @@ public:
     // Whether the user wants frames of this device to be analysed.
     [[nodiscard]] bool isActive() const REQUIRES(settingsLock()) { return m_settings.deviceActive; }
 
-    // Turns a result message into metadata for the host, which gets it under settingsLock(). `root`
-    // lives for the call; what cannot be read leaves its tree in error.
+    // Turns a result message into metadata for the host. `root` lives for the call; what cannot be
+    // read leaves its tree in error. One call at a time.
     void handleResultMessage(mpack_node_t root) EXCLUDES(settingsLock());
 
     // Asks the cloud for the device's pipelines unless they are there; after six attempts it posts
@@ -107,18 +110,27 @@ protected:
 
 private:
     // Frames.
+    struct HostFrame;
     [[nodiscard]] bool frameMayPass() const REQUIRES(settingsLock());
+    [[nodiscard]] bool makeInputMessage(const HostFrame& frame, std::uint64_t passedAtUs)
+        REQUIRES(settingsLock()) EXCLUDES(m_pipelineLock);
     void warnOfAge(std::uint64_t passedAtUs, std::uint64_t timestampUs) const;
-    [[nodiscard]] bool imageToSend(
-        const sdk::analytics::IUncompressedVideoFrame& frame, InputImage& image) const
+    [[nodiscard]] bool imageToSend(const HostFrame& frame, InputImage& image) const
         REQUIRES(settingsLock());
-    [[nodiscard]] bool makeInputMessage(const InputImage& image, std::uint64_t timestampUs)
+    [[nodiscard]] bool encode(const InputImage& image, std::uint64_t timestampUs)
         REQUIRES(settingsLock()) EXCLUDES(m_pipelineLock);
 
     // Results.
+    struct Packets
+    {
+        sdk::Ptr<sdk::analytics::ObjectMetadataPacket> objects; // may be null, as the next
+        sdk::Ptr<sdk::analytics::EventMetadataPacket> events;
+    };
+    [[nodiscard]] Packets makePackets(mpack_node_t root) REQUIRES(settingsLock());
     void measureThroughput(std::uint64_t timestampUs, sdk::analytics::EventMetadataPacket& events)
         REQUIRES(settingsLock());
-    void handleObjects(mpack_node_t root, std::uint64_t timestampUs) REQUIRES(settingsLock());
+    [[nodiscard]] sdk::Ptr<sdk::analytics::ObjectMetadataPacket> makeObjectPacket(
+        mpack_node_t root, std::uint64_t timestampUs) REQUIRES(settingsLock());
     void tellOfLargeResult(std::size_t leftOut) REQUIRES(settingsLock());
     void addEvents(mpack_node_t root, sdk::analytics::EventMetadataPacket& events)
         REQUIRES(settingsLock());
@@ -132,8 +144,10 @@ private:
     void clearAgentError(std::int32_t key) EXCLUDES(m_agentErrorsMutex);
     [[nodiscard]] AgentErrors agentErrors() const EXCLUDES(m_agentErrorsMutex);
     void writeModelNms(const std::map<std::string, float>& newValues);
+    void pushManifests() EXCLUDES(settingsLock());
 
     // Settings and buttons.
+    [[nodiscard]] DeviceSettings settings() const EXCLUDES(settingsLock()); // a copy
     void applySettings() EXCLUDES(settingsLock());
     [[nodiscard]] sdk::Result<const sdk::ISettingsResponse*> drawDialog() const
         EXCLUDES(settingsLock());
@@ -156,8 +170,12 @@ private:
     SettingValues m_settingsValues GUARDED_BY(settingsLock()); // the last known ones
     bool m_settingsReceivedOnce GUARDED_BY(settingsLock()) = false;
     std::uint64_t m_pipelineFetchAttempts GUARDED_BY(settingsLock()) = 0;
-    FrameClock m_frameClock GUARDED_BY(settingsLock());
-    MessageBuffer m_inputMessage GUARDED_BY(settingsLock()); // kept from frame to frame
+    Outbox<DeviceSettings> m_manifestsToPush; // what they are drawn from
+    Outbox<SettingValues> m_valuesToSave;
+
+    ExchangeLine::Place m_placeInLine;
+    MessageBuffer m_inputMessage; // whose turn it is; kept from frame to frame
+    FrameClock m_frameClock;
 
     // The listener's, one result at a time.
     Throughput m_throughput GUARDED_BY(settingsLock());

@@ -9,6 +9,7 @@ namespace tavo::vms_server_plugins::analytics::orlix
 
 void FrameClock::record(std::uint64_t timestampUs, std::uint64_t passedAtUs)
 {
+    const MutexLock lock(m_mutex);
     auto slot = std::find(m_timestampsUs.begin(), m_timestampsUs.end(), 0u);
     if (slot == m_timestampsUs.end())
     {
@@ -21,6 +22,7 @@ void FrameClock::record(std::uint64_t timestampUs, std::uint64_t passedAtUs)
 
 std::uint64_t FrameClock::passedAtUs(std::uint64_t timestampUs) const
 {
+    const MutexLock lock(m_mutex);
     const auto slot = std::find(m_timestampsUs.begin(), m_timestampsUs.end(), timestampUs);
     if (slot == m_timestampsUs.end())
         return 0;

@@ -4,12 +4,14 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "utils/mutex.h"
+
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
 // When the last frames that were handed over had passed the gates, by the timestamp that the host
 // gave them, so that their results can be timed. A result does not free its slot: once all are
-// taken, the frame with the smallest timestamp makes room for the next. Not synchronised.
+// taken, the frame with the smallest timestamp makes room for the next. Any thread may call.
 class FrameClock
 {
 public:
@@ -21,8 +23,9 @@ public:
     [[nodiscard]] std::uint64_t passedAtUs(std::uint64_t timestampUs) const;
 
 private:
-    std::array<std::uint64_t, kSlots> m_timestampsUs{}; // 0: the slot is free
-    std::array<std::uint64_t, kSlots> m_passedAtUs{};
+    mutable Mutex m_mutex;
+    std::array<std::uint64_t, kSlots> m_timestampsUs GUARDED_BY(m_mutex){}; // 0: the slot is free
+    std::array<std::uint64_t, kSlots> m_passedAtUs GUARDED_BY(m_mutex){};
 };
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

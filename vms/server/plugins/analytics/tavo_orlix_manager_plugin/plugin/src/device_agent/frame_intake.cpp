@@ -1,5 +1,5 @@
-// The road of a frame from the host to the manager application. It ends when the application has
-// confirmed that it has the frame; the result comes back on another thread, to handleResultMessage.
+// The road of a frame from the host to the manager application. It ends when the application was
+// told that it has the frame; the result comes back on another thread, to handleResultMessage.
 
 #include <cstddef>
 #include <cstdint>
@@ -11,6 +11,7 @@
 #include "base/ini.h"
 #include "device_agent/device_agent.h"
 #include "device_agent/settings/region_of_interest.h"
+#include "inference/exchange_line.h"
 #include "inference/input_message.h"
 #include "inference/protocol.h"
 #include "remote/cloud_client.h"
@@ -27,55 +28,69 @@ using Frame = sdk::analytics::IUncompressedVideoFrame;
 
 constexpr std::int64_t kMaxFrameAgeUs = 500'000; // older frames are told of, and go on
 
-// A host may hand out a frame whose plane it could not map.
-bool hasPixels(const Frame& frame)
-{
-    return frame.data(0) || frame.width() == 0 || frame.height() == 0;
-}
-
 } // namespace
 
+// What the host tells of a frame. Its answers are its own code, so they are asked for at one place,
+// under no lock.
+struct DeviceAgent::HostFrame
+{
+    explicit HostFrame(const Frame& frame) :
+        timestampUs(static_cast<std::uint64_t>(frame.timestampUs())),
+        plane(reinterpret_cast<const std::uint8_t*>(frame.data(0))),
+        width(frame.width()),
+        height(frame.height()),
+        lineSize(frame.lineSize(0))
+    {}
+
+    // A host may hand out a frame whose plane it could not map.
+    [[nodiscard]] bool hasPixels() const { return plane || width == 0 || height == 0; }
+
+    const std::uint64_t timestampUs;
+    const std::uint8_t* const plane;
+    const int width;
+    const int height;
+    const int lineSize;
+};
+
 // 1. Let the frame pass, or ignore it.
-// 2. Note when, and tell of an old frame.
-// 3. Cut out the region of interest.
-// 4. Make the input message.
-// 5. Hand it over. A failure costs this one frame and is no failure of the operation.
-// 6. Remember when the frame left.
-// settingsLock() is held to the end, also while the application is waited for: it is one lock for
-// all devices, so they take turns, in order. On every way out the lock goes first and then the
-// frame.
+// 2. Wait for the camera's turn, or give the frame up. One frame at a time goes to the application,
+//    which paces the cameras.
+// 3. Let it pass once more, and make the input message.
+// 4. Hand it over. A failure costs this one frame and is no failure of the operation.
+// 5. Remember when the frame had passed, if it was handed over, before its result can come.
+// On every way out the turn goes first and then the frame.
 bool DeviceAgent::pushUncompressedVideoFrame(sdk::Ptr<const Frame> videoFrame)
 {
     const sdk::Ptr<const Frame> frame = std::move(videoFrame);
     log_debug("Device %s received uncompressed frame.\n", m_deviceId.c_str());
-    const FairMutexLock lock(settingsLock(), FairMutex::Lane::inLine);
-    if (!frameMayPass())
+    {
+        const MutexLock lock(settingsLock());
+        if (!frameMayPass())
+            return true;
+    }
+    const HostFrame hostFrame(*frame);
+    OrlixManagerInterface& manager = m_services->managerInterface();
+    const ExchangeLine::Turn turn(manager.line(), m_placeInLine);
+    if (!turn)
+    {
+        log_debug(
+            "Device %s: No turn in time for a frame. Cameras in line: %zu\n", m_deviceId.c_str(),
+            manager.line().length());
         return true;
-
-    log_debug("Did checks.\n");
-    const std::uint64_t passedAtUs = time_now_us();
-    const auto timestampUs = static_cast<std::uint64_t>(frame->timestampUs());
-    log_debug("Logged frame time.\n");
-    warnOfAge(passedAtUs, timestampUs);
-
-    if (!hasPixels(*frame))
-    {
-        log_info("Warning! Could not create image message.\n");
-        return false;
     }
-    InputImage image;
-    if (!imageToSend(*frame, image))
+    std::uint64_t passedAtUs = 0;
     {
-        log_info("Error! Crop box too small!\n");
-        return false;
+        const MutexLock lock(settingsLock());
+        if (!frameMayPass())
+            return true;
+        log_debug("Did checks.\n");
+        passedAtUs = time_now_us();
+        if (!makeInputMessage(hostFrame, passedAtUs))
+            return false;
     }
-    if (!makeInputMessage(image, timestampUs))
-    {
-        log_info("Warning! Could not create image message.\n");
-        return false;
-    }
-    if (m_services->managerInterface().sendInput(m_inputMessage, m_deviceNumber))
-        m_frameClock.record(timestampUs, passedAtUs);
+    manager.sendInput(
+        m_inputMessage, m_deviceNumber,
+        [&] { m_frameClock.record(hostFrame.timestampUs, passedAtUs); });
     log_debug("Done processing uncompressed frame.\n");
     return true;
 }
@@ -109,43 +124,59 @@ void DeviceAgent::warnOfAge(std::uint64_t passedAtUs, std::uint64_t timestampUs)
         m_deviceId.c_str());
 }
 
+// 1. Tell of an old frame.
+// 2. Cut out the region of interest.
+// 3. Encode all but the pixels. False, with the reason logged, when there is no message.
+bool DeviceAgent::makeInputMessage(const HostFrame& frame, std::uint64_t passedAtUs)
+{
+    log_debug("Logged frame time.\n");
+    warnOfAge(passedAtUs, frame.timestampUs);
+    InputImage image;
+    if (frame.hasPixels() && !imageToSend(frame, image))
+    {
+        log_info("Error! Crop box too small!\n");
+        return false;
+    }
+    if (!frame.hasPixels() || !encode(image, frame.timestampUs))
+    {
+        log_info("Warning! Could not create image message.\n");
+        return false;
+    }
+    return true;
+}
+
 // False when the crop box comes to nothing. The region is not copied out: it is the frame's own
 // memory with a line size of its own, so that its pixels are copied once on their whole road.
-bool DeviceAgent::imageToSend(const Frame& frame, InputImage& image) const
+bool DeviceAgent::imageToSend(const HostFrame& frame, InputImage& image) const
 {
-    const auto* const plane = reinterpret_cast<const std::uint8_t*>(frame.data(0));
-    const int width = frame.width();
-    const int height = frame.height();
-    const int lineSize = frame.lineSize(0);
     log_debug("Region of interest start: %d\n", m_settings.cropBox.empty() ? 1 : 0);
     if (m_settings.cropBox.empty())
     {
-        image.pixels = plane;
-        image.lineSize = static_cast<std::size_t>(lineSize);
-        image.width = static_cast<std::uint32_t>(width);
-        image.height = static_cast<std::uint32_t>(height);
+        image.pixels = frame.plane;
+        image.lineSize = static_cast<std::size_t>(frame.lineSize);
+        image.width = static_cast<std::uint32_t>(frame.width);
+        image.height = static_cast<std::uint32_t>(frame.height);
         return true;
     }
 
-    const PixelRegion region = regionOfInterest(width, height, m_settings.cropBox);
+    const PixelRegion region = regionOfInterest(frame.width, frame.height, m_settings.cropBox);
     log_debug(
         "Crop height and width: %zux%zu\n", static_cast<std::size_t>(region.width),
         static_cast<std::size_t>(region.height)); // in this order, as operators know it
     if (region.width == 0 || region.height == 0)
         return false;
     // Cropped frames are taken to be tightly packed, whatever their line size.
-    image.lineSize = static_cast<std::size_t>(width) * protocol::kChannels;
-    image.pixels = plane + region.top * image.lineSize +
+    image.lineSize = static_cast<std::size_t>(frame.width) * protocol::kChannels;
+    image.pixels = frame.plane + region.top * image.lineSize +
         static_cast<std::size_t>(region.left) * protocol::kChannels;
     image.width = region.width;
     image.height = region.height;
     return true;
 }
 
-bool DeviceAgent::makeInputMessage(const InputImage& image, std::uint64_t timestampUs)
+bool DeviceAgent::encode(const InputImage& image, std::uint64_t timestampUs)
 {
-    // Another thread may exchange the tree. It is released before the application is waited for:
-    // the message has its own copy of the pipelines' bytes.
+    // Another thread may exchange the tree. The message has its own copy of the pipelines' bytes.
     const MutexLock lock(m_pipelineLock);
     log_debug("Creating raw image message...\n");
     // The settings are read in place: settingsLock() is held, so a copy would buy nothing.

@@ -16,8 +16,8 @@ namespace tavo::vms_server_plugins::analytics::orlix
 // What the integration needs from every camera.
 [[nodiscard]] std::string engineManifestBuilder();
 
-// The event and object types of one camera. The caller holds settingsLock(), or `settings` is its
-// own copy. Reads the application's file of external postprocessors.
+// The event and object types of one camera. `settings` is the caller's own copy: the application's
+// file of external postprocessors is read, so no lock is held.
 [[nodiscard]] std::string deviceManifestBuilder(
     const DeviceSettings& settings, const OrlixManagerInterface& managerInterface);
 

@@ -1,5 +1,6 @@
 // The road of a result: from a decoded message to the packets that the host gets. All of it runs
-// on the listener's thread under settingsLock(), which the host's handler is called with.
+// on the listener's thread: the making of the packets under settingsLock(), the host's handler
+// without a lock.
 
 #include <algorithm>
 #include <iterator>
@@ -44,28 +45,41 @@ bool isVisualised(const DeviceSettings& settings, const std::string& className)
 // 1. Ignore a result without a timestamp, also one that cannot be read.
 // 2. Start the packet of all its events.
 // 3. Measure the throughput.
-// 4. Hand over the objects.
-// 5. Add what was counted, scored and detected, and hand over the events.
+// 4. Make the packet of the objects.
+// 5. Add what was counted, scored and detected.
+// 6. Hand over the objects, then the events.
 void DeviceAgent::handleResultMessage(mpack_node_t root)
 {
-    const FairMutexLock lock(settingsLock());
+    Packets packets;
+    {
+        const MutexLock lock(settingsLock());
+        packets = makePackets(root);
+    }
+    if (packets.objects)
+        pushMetadataPacket(std::move(packets.objects));
+    if (packets.events)
+        pushMetadataPacket(std::move(packets.events));
+}
+
+DeviceAgent::Packets DeviceAgent::makePackets(mpack_node_t root)
+{
     const std::uint64_t timestampUs = mpack_node_u64(mpack_node_map_cstr(root, key::kTimestamp));
     if (timestampUs == 0)
     {
         // Without a line end, as operators know it.
         log_info("Warning: Timestamp of 0 received. Ignoring input message.");
-        return;
+        return {};
     }
 
-    auto events = sdk::makePtr<sdk::analytics::EventMetadataPacket>();
-    events->setTimestampUs(packetTimestampUs(timestampUs));
-    events->setDurationUs(kEventDurationUs);
+    Packets packets{nullptr, sdk::makePtr<sdk::analytics::EventMetadataPacket>()};
+    packets.events->setTimestampUs(packetTimestampUs(timestampUs));
+    packets.events->setDurationUs(kEventDurationUs);
 
-    measureThroughput(timestampUs, *events);
+    measureThroughput(timestampUs, *packets.events);
     if (mpack_node_map_contains_cstr(root, key::kBoxes))
-        handleObjects(root, timestampUs);
-    addEvents(root, *events);
-    pushMetadataPacket(std::move(events));
+        packets.objects = makeObjectPacket(root, timestampUs);
+    addEvents(root, *packets.events);
+    return packets;
 }
 
 void DeviceAgent::measureThroughput(
@@ -78,7 +92,8 @@ void DeviceAgent::measureThroughput(
     addFpsEvent(*figures, events);
 }
 
-void DeviceAgent::handleObjects(mpack_node_t root, std::uint64_t timestampUs)
+sdk::Ptr<sdk::analytics::ObjectMetadataPacket> DeviceAgent::makeObjectPacket(
+    mpack_node_t root, std::uint64_t timestampUs)
 {
     const std::int64_t width = mpack_node_i64(mpack_node_map_cstr(root, key::kWidth));
     const std::int64_t height = mpack_node_i64(mpack_node_map_cstr(root, key::kHeight));
@@ -125,8 +140,7 @@ void DeviceAgent::handleObjects(mpack_node_t root, std::uint64_t timestampUs)
 
     if (leftOut > 0 || budget.isUsedUp)
         tellOfLargeResult(leftOut);
-    if (auto packet = buildObjectPacket(objects, timestampUs, width, height, m_settings))
-        pushMetadataPacket(std::move(packet));
+    return buildObjectPacket(objects, timestampUs, width, height, m_settings);
 }
 
 void DeviceAgent::tellOfLargeResult(std::size_t leftOut)

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <set>
 #include <stop_token>
 #include <string>
@@ -10,6 +11,7 @@
 #include "base/assigned_model.h"
 #include "base/message_board.h"
 #include "inference/attached_segments.h"
+#include "inference/exchange_line.h"
 #include "inference/manager_state.h"
 #include "inference/message_buffer.h"
 #include "inference/model_changes.h"
@@ -28,7 +30,7 @@ namespace tavo::vms_server_plugins::analytics::orlix
 // sending of frames and commands to it over the module socket.
 //
 // Threads: start, stop, checkRunning and updateSettings belong to the runtime loop's thread.
-// sendInput, sendReferenceRun and state may be called from any thread. The external processor
+// line, sendInput, sendReferenceRun and state may be called from any thread. The external processor
 // files may be read from any thread.
 class OrlixManagerInterface
 {
@@ -66,11 +68,17 @@ public:
     void sendReferenceRun();
     void sendStop();
 
+    // Where cameras wait for their turn to make a message and send it.
+    [[nodiscard]] ExchangeLine& line() { return m_line; }
+
     // Hands an input message over: announces it on the module socket, writes it into the segment
     // that the reply names, and confirms. True if it was handed over; every failure has logged why
-    // and costs this one frame. Reads the frame's pixels, which therefore still live; the buffer
-    // stays the caller's. Waits a second for a reply at most.
-    [[nodiscard]] bool sendInput(const MessageBuffer& message, std::uint64_t deviceNumber);
+    // and costs this one frame. `written` is called before the application learns that the message
+    // is there: what it notes is noted when the result comes. Reads the frame's pixels, which
+    // therefore still live; the buffer stays the caller's. Waits a second for a reply at most.
+    bool sendInput(
+        const MessageBuffer& message, std::uint64_t deviceNumber,
+        const std::function<void()>& written = [] {});
 
     // Writes etc/settings.json if a model or its change stamp differs from the last write, or if
     // `force`, or if the last write failed; true if it was rewritten, and the application then
@@ -117,6 +125,7 @@ private:
     ModelStamps m_changeTable; // as of the last write of the settings file
     bool m_settingsAreWritten = true;
     const SmallMessage m_completionMessage = SmallMessage::completion();
+    ExchangeLine m_line;
     AttachedSegments m_segments; // provides its own locking, as the next
     CopyChoice m_copyChoice;
 };

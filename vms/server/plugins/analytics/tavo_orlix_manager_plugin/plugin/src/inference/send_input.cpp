@@ -82,7 +82,8 @@ std::shared_ptr<AttachedSegment> segmentOf(InputReply& reply, AttachedSegments& 
 
 } // namespace
 
-bool OrlixManagerInterface::sendInput(const MessageBuffer& message, std::uint64_t deviceNumber)
+bool OrlixManagerInterface::sendInput(
+    const MessageBuffer& message, std::uint64_t deviceNumber, const std::function<void()>& written)
 {
     log_debug(
         "Sending input message to Orlix Manager Index: %zu Size: %zu\n",
@@ -120,6 +121,7 @@ bool OrlixManagerInterface::sendInput(const MessageBuffer& message, std::uint64_
     log_debug("Writing to attached SHM\n");
     if (!segment->write(message, m_copyChoice))
         return false;
+    written();
     log_debug("Sending success message to Orlix Manager\n");
     connection.send(m_completionMessage);
     log_debug("Closing connection...\n");

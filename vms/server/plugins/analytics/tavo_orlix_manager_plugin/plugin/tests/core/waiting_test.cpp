@@ -7,14 +7,17 @@
 #include <future>
 #include <map>
 #include <memory>
+#include <mutex>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include <tavo/sdk/analytics/i_consuming_device_agent.h>
+#include <tavo/sdk/analytics/i_object_metadata_packet.h>
 
 #include "../device_agent/result_message.h"
-#include "../inference/module_peer.h"
+#include "button_press.h"
 #include "engine_fixture.h"
 #include "fake_frame.h"
 #include "gate.h"
@@ -25,12 +28,13 @@ namespace tavo::vms_server_plugins::analytics::orlix
 {
 
 using namespace test;
+using sdk::analytics::IConsumingDeviceAgent;
 using Agent = sdk::Ptr<sdk::analytics::IDeviceAgent>;
 
 namespace
 {
 
-// A host that counts the packets of one camera.
+// A host that counts the packets of all cameras.
 class PacketCounter : public sdk::RefCountable<sdk::analytics::IDeviceAgent::IHandler>
 {
 public:
@@ -38,11 +42,14 @@ public:
     void handleMetadata(sdk::analytics::IMetadataPacket* packet) override
     {
         const sdk::Ptr<sdk::analytics::IMetadataPacket> owned(packet);
+        const bool isObjects{sdk::interfaceCast<sdk::analytics::IObjectMetadataPacket>(owned)};
+        called(isObjects ? "objects" : "events");
         ++count;
     }
     void handleIntegrationDiagnosticEvent(sdk::IIntegrationDiagnosticEvent*) override {}
-    void pushManifest(const sdk::IString*) override {}
+    void pushManifest(const sdk::IString*) override { called("manifest"); }
 
+    std::function<void(const std::string&)> called = [](const std::string&) {};
     std::atomic<int> count{0};
 };
 
@@ -95,14 +102,22 @@ protected:
 
     void drop(int device) { m_agents.erase(device); }
 
-    // Sends a result and waits until the host has it.
+    IConsumingDeviceAgent& agentOf(int device)
+    {
+        return static_cast<IConsumingDeviceAgent&>(*m_agents.at(device));
+    }
+
+    // Sends a result with one object and waits until the host has it.
     void passResult(int index)
     {
         const int before = m_packets->count;
         MpackGrowableWriter writer;
         map(
             {{protocol::key::kInputIndex, number(static_cast<std::uint64_t>(index))},
-             {protocol::key::kTimestamp, number(1)}})(writer.writer());
+             {protocol::key::kTimestamp, number(1)},
+             {protocol::key::kWidth, number(100)},
+             {protocol::key::kHeight, number(100)},
+             {protocol::key::kBoxes, map({{"cat", boxes({10, 10, 20, 20})}})}})(writer.writer());
         ASSERT_EQ(mpack_ok, writer.close());
         const SocketHandle socket = socket_connect(m_folder.path(protocol::kPluginSocketFile));
         ASSERT_NE(kInvalidSocket, socket);
@@ -138,53 +153,128 @@ protected:
 constexpr char kEnabled[] = R"({"parameters":{"tavoAI":{"PluginEnabled":true}}})";
 constexpr char kDisabled[] = R"({"parameters":{"tavoAI":{"PluginEnabled":false}}})";
 
-TEST_F(NobodyWaits, ForAnApplicationThatAnswersManyCamerasSlowly)
+// Out of each call of the library's, on its thread, and with an answer each time.
+TEST_F(NobodyWaits, ForAHostThatCallsStraightBack)
 {
-    constexpr int kCameras = 16;
-    constexpr int kResults = 8;
     m_cloudGate->open();
     ini().sendFramesOverride = true;
-    ModulePeer application(m_folder.path());
-    application.replyBy(
-        []
+    const auto record = [](const char* className)
+    {
+        return R"([{"id":")" + idOf(1) +
+            R"(","parameters":{"tavoAI":{"deviceAdmin":"a","models":[{"UUID":"m","Name":"M","NamedOutput":[{"Name":"bboxes;0:)" +
+            className + R"("}]}],"pipelines":[{"modelUUID":"m","modelNMS":0.5}]}}}])";
+    };
+    const auto useAgents = [this]
+    {
+        for (const int device : {1, 2})
         {
-            std::this_thread::sleep_for(std::chrono::milliseconds(300));
-            return encodedReply("");
-        });
-    std::string records;
-    for (int device = 0; device < kCameras; ++device)
+            IConsumingDeviceAgent& agent = agentOf(device);
+            const auto values = sdk::makePtr<sdk::StringMap>();
+            const sdk::Ptr<const sdk::ISettingsResponse> applied(
+                agent.setSettings(values.get()).value);
+            const sdk::Ptr<const sdk::ISettingsResponse> dialog(agent.pluginSideSettings().value);
+            sdk::Result<const sdk::IActiveSettingChangedResponse*> result;
+            agent.getSettingsOnActiveSettingChange(
+                &result, sdk::makePtr<ButtonPress>("selectAllButton").get());
+            const sdk::Ptr<const sdk::IActiveSettingChangedResponse> response(result.value);
+            EXPECT_TRUE(applied && dialog && response);
+        }
+    };
+    const auto testsThread = std::this_thread::get_id();
+    std::mutex mutex; // over the next
+    std::set<std::string> calledBackFrom;
+    std::atomic<bool> areAgentsThere = false;
+    const auto callBackFrom = [&](std::string where)
     {
-        records += std::string(device == 0 ? "" : ",") + R"({"id":")" + idOf(device) +
-            R"(","parameters":{"tavoAI":{"deviceAdmin":"a","models":[],"pipelines":[{"modelUUID":"m","modelNMS":0.5}]}}})";
-        addAgent(device);
-    }
-    setDeviceRecords("[" + records + "]");
-    ASSERT_TRUE(comesIntoLog("Got device admin from parameters: a\n", kCameras));
+        if (!areAgentsThere)
+            return;
+        where += std::this_thread::get_id() == testsThread ? ", the host's" : ", the library's";
+        {
+            const std::lock_guard lock(mutex);
+            if (!calledBackFrom.insert(where).second)
+                return;
+        }
+        useAgents();
+        if (!where.starts_with("request")) // which is one at a time
+        {
+            EXPECT_TRUE(obtainAgent(idOf(3))); // and drops it
+        }
+    };
+    m_packets->called = callBackFrom;
+    m_host->run = [&](const FakeHost::Request& request, FakeHost::Handler* to)
+    {
+        if (request.method == "PATCH")
+            callBackFrom("request");
+        FakeHost::reply(to, "HTTP/1.1 200 OK\r\n\r\n" + m_host->body(request));
+    };
+    class CallingFrame : public FakeFrame
+    {
+    public:
+        explicit CallingFrame(std::function<void(std::string)> called) :
+            m_called(std::move(called))
+        {}
+        int width() const override
+        {
+            m_called("frame");
+            return FakeFrame::width();
+        }
 
-    std::atomic<bool> done = false;
-    std::vector<std::jthread> cameras;
-    for (const auto& [device, agent] : m_agents)
+    private:
+        const std::function<void(std::string)> m_called;
+    };
+
+    for (const int device : {1, 2})
+        addAgent(device);
+    setDeviceRecords(record("cat"));
+    ASSERT_TRUE(comesIntoLog("Got device admin from parameters: a\n"));
+    areAgentsThere = true;
+    useAgents();
+    setDeviceRecords(record("dog"));
+    EXPECT_TRUE(comesTrue(
+        [&]
+        {
+            const std::lock_guard lock(mutex);
+            return calledBackFrom.contains("manifest, the library's");
+        }));
+    passResult(0);
+    sdk::Result<void> pushed;
+    agentOf(1).doPushDataPacket(&pushed, sdk::makePtr<CallingFrame>(callBackFrom).get());
+    areAgentsThere = false;
+    m_agents.clear();
+    m_engine.reset(); // with all that calls
+    EXPECT_THAT(
+        calledBackFrom,
+        testing::UnorderedElementsAre(
+            "events, the library's", "frame, the host's", "manifest, the host's",
+            "manifest, the library's", "objects, the library's", "request, the host's",
+            "request, the library's"));
+}
+
+// It is told to the host that it has ended, which may take long, on the loop's thread.
+TEST_F(NobodyWaits, ForTheEndOfAnAgentThatAResultHasKept)
+{
+    m_cloudGate->open();
+    const auto isSlow = std::make_shared<std::atomic<bool>>(false);
+    m_host->run = [this, isSlow](const FakeHost::Request& request, FakeHost::Handler* to)
     {
-        cameras.emplace_back(
-            [&done, agent = agent]
-            {
-                while (!done)
-                {
-                    sdk::Result<void> result;
-                    static_cast<sdk::analytics::IConsumingDeviceAgent*>(agent.get())
-                        ->doPushDataPacket(&result, sdk::makePtr<FakeFrame>().get());
-                }
-            });
-    }
-    application.messages(2); // two hand-overs: the others have come to stand in line
-    for (int i = 0; i < kResults; ++i)
-    {
-        const auto sent = std::chrono::steady_clock::now();
-        passResult(i);
-        EXPECT_GT(std::chrono::seconds(1), std::chrono::steady_clock::now() - sent);
-    }
-    application.reply(encodedReply("")); // those in line are through soon
-    done = true;
+        if (*isSlow && request.method == "PATCH")
+            m_hostGate->pass();
+        FakeHost::reply(to, "HTTP/1.1 200 OK\r\n\r\n[]");
+    };
+    for (const int device : {1, 2})
+        addAgent(device);
+    *isSlow = true;
+    m_packets->called = [this](const std::string&) { drop(1); };
+    EXPECT_TRUE(m_hostGate->doesNotHoldUp(
+        [this]
+        {
+            passResult(0);
+            EXPECT_TRUE(m_hostGate->isReached());
+            passResult(1);
+        }));
+    m_hostGate->open();
+    EXPECT_TRUE(comesTrue([this] { return lastPatchOf(1) == kDisabled; }));
+    EXPECT_EQ(1, logged("Destroying Device Agent 0\n"));
 }
 
 TEST_F(NobodyWaits, ForTheCloud)
@@ -286,10 +376,12 @@ TEST_F(NobodyWaits, ForTheHost)
     ASSERT_TRUE(m_hostGate->isReached());
     EXPECT_TRUE(m_hostGate->doesNotHoldUp([this] { passResult(0); }));
     m_hostGate->open();
+    std::vector<Agent> agents;
     for (auto& comer : comers)
-        comer.get();
+        agents.push_back(comer.get());
+    agents.clear(); // not before both have an index
     for (const int index : {1, 2}) // one each
-        EXPECT_EQ(1, logged("Destroying Device Agent " + std::to_string(index) + "\n"));
+        EXPECT_TRUE(comesIntoLog("Destroying Device Agent " + std::to_string(index) + "\n"));
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

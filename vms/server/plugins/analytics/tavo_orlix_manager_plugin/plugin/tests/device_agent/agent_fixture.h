@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -19,6 +20,7 @@
 
 #include "bare_services.h"
 #include "base/ini.h"
+#include "button_press.h"
 #include "device_agent/device_agent.h"
 #include "fake_device.h"
 #include "fake_host.h"
@@ -60,6 +62,7 @@ public:
     void handleIntegrationDiagnosticEvent(sdk::IIntegrationDiagnosticEvent*) override {}
     void pushManifest(const sdk::IString* manifest) override
     {
+        onManifest();
         const std::lock_guard lock(m_mutex);
         m_manifests.emplace_back(manifest->str());
     }
@@ -69,6 +72,8 @@ public:
     auto takeTimesUs() { return std::exchange(m_timesUs, {}); }
     auto takeEvents() { return std::exchange(m_events, {}); }
     auto takeManifests() { return std::exchange(m_manifests, {}); }
+
+    std::function<void()> onManifest = [] {}; // to be set before use
 
     std::map<std::string, std::vector<sdk::Uuid>> trackIds; // of all objects so far, by type
 
@@ -161,6 +166,16 @@ protected:
         const auto result = agent->setSettings(map.get());
         EXPECT_TRUE(result.isOk());
         return readAnswer(result.value);
+    }
+
+    // Null if the button answers nothing, or an error.
+    sdk::Ptr<const sdk::IActiveSettingChangedResponse> press(const char* button)
+    {
+        const auto action = sdk::makePtr<ButtonPress>(button);
+        sdk::Result<const sdk::IActiveSettingChangedResponse*> result;
+        agent->getSettingsOnActiveSettingChange(&result, action.get());
+        EXPECT_TRUE(result.isOk());
+        return sdk::Ptr<const sdk::IActiveSettingChangedResponse>(result.value);
     }
 
     // Handles a result message and gives the error that its tree was left in.

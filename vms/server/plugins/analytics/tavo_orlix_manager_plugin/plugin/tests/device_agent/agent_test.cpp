@@ -2,9 +2,7 @@
 #include <algorithm>
 #include <atomic>
 #include <future>
-
-#include <tavo/sdk/i_active_setting_changed_action.h>
-#include <tavo/sdk/i_active_setting_changed_response.h>
+#include <thread>
 
 #include "agent_fixture.h"
 #include "gate.h"
@@ -37,16 +35,6 @@ TEST_F(AgentTest, TellsTheHostOfItsLife)
 
 TEST_F(AgentTest, AsksForWhatAButtonSays)
 {
-    struct Press : sdk::RefCountable<sdk::IActiveSettingChangedAction>
-    {
-        const char* activeSettingName() const override { return button; }
-        const sdk::IStringMap* settingsValues() const override
-        {
-            return new sdk::StringMap({{"visualise_car", "x"}, {"other", "x"}});
-        }
-        const sdk::IStringMap* params() const override { return nullptr; }
-        const char* button = nullptr;
-    };
     const std::pair<const char*, std::string> kCases[] = {
         {"resetSingleDeviceButton", std::string("resetDevice ") + kDeviceId},
         {"resetAllDevicesButton", "resetDevices"},
@@ -61,10 +49,7 @@ TEST_F(AgentTest, AsksForWhatAButtonSays)
     for (const auto& [button, request] : kCases)
     {
         SCOPED_TRACE(button);
-        const auto press = sdk::makePtr<Press>();
-        press->button = button;
-        sdk::Result<const sdk::IActiveSettingChangedResponse*> result;
-        agent->getSettingsOnActiveSettingChange(&result, press.get());
+        const auto response = press(button);
         const auto requests = services().takeRequests();
         EXPECT_EQ(request.empty() ? 0u : 1u, requests.size());
         EXPECT_EQ(request, requests.empty() ? "" : requests.front());
@@ -73,8 +58,7 @@ TEST_F(AgentTest, AsksForWhatAButtonSays)
             services().runtimesManager().chosenRuntime() == "Intel");
         services().runtimesManager().chooseRuntime("");
 
-        ASSERT_TRUE(result.isOk());
-        const sdk::Ptr<const sdk::IActiveSettingChangedResponse> response(result.value);
+        ASSERT_TRUE(response);
         const sdk::ISettingsResponse* const settings = response->settingsResponse();
         ASSERT_EQ(button == std::string("manageDevice"), settings == nullptr);
         if (!settings)
@@ -99,6 +83,41 @@ TEST_F(AgentTest, KnowsNoClassesUntilAManifestIsPushed)
     EXPECT_THAT(handler->takeManifests(), ElementsAre(HasSubstr("tavo.orlix.person")));
     processParameters(R"({"deviceAdmin": "https://admin"})");
     EXPECT_THAT(handler->takeManifests(), ElementsAre(Not(HasSubstr("tavo.orlix.person"))));
+}
+
+TEST_F(AgentTest, PushesTheManifestThatWasMadeLastLast)
+{
+    const auto gate = std::make_shared<Gate>();
+    handler->onManifest = [gate] { gate->pass(); };
+    processParameters(kOnePipeline);
+    const auto user = std::async(std::launch::async, [&] { setSettings({}); });
+    ASSERT_TRUE(gate->isReached());
+    EXPECT_TRUE(gate->doesNotHoldUp(
+        [this]
+        {
+            processParameters(R"({"deviceAdmin": "https://admin"})");
+            setSettings({});
+        }));
+    gate->open();
+    user.wait();
+    const auto person = HasSubstr("tavo.orlix.person");
+    EXPECT_THAT(handler->takeManifests(), ElementsAre(person, Not(person)));
+}
+
+TEST_F(AgentTest, SavesTheSettingsThatCameLastLast)
+{
+    for (int round = 0; round < 100; ++round)
+    {
+        {
+            std::vector<std::jthread> users;
+            for (const char* const value : {"a", "b", "c"})
+                users.emplace_back([this, value] { setSettings({{"cropBox", value}}); });
+        }
+        const auto values = readAnswer(agent->pluginSideSettings().value).first;
+        ASSERT_EQ(
+            "cropBox=" + values.at("cropBox") + "\n",
+            folder.read(std::string(kDeviceId) + "_settings_cache.txt"));
+    }
 }
 
 TEST_F(AgentTest, ShowsWhatIsWrongWithItsPipelines)
@@ -230,7 +249,7 @@ TEST_F(AgentTest, KeepsNothingOfACallWithAWrongTime)
     EXPECT_EQ("cropBox=kept\n", folder.read(cache));
     const auto values = readAnswer(agent->pluginSideSettings().value).first;
     EXPECT_THAT(values, ElementsAre(testing::Pair("cropBox", "kept")));
-    const FairMutexLock lock(settingsLock());
+    const MutexLock lock(settingsLock());
     EXPECT_FALSE(agent->isActive());
 }
 

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstring>
 #include <functional>
+#include <future>
 #include <string>
 #include <thread>
 #include <vector>
@@ -10,6 +11,7 @@
 #include "../inference/module_peer.h"
 #include "agent_fixture.h"
 #include "fake_frame.h"
+#include "gate.h"
 #include "utils/clock.h"
 #include "utils/shm.h"
 
@@ -151,6 +153,118 @@ TEST_F(Frames, ThatAreNotTakenAreNoFailureAndAreNotTimed)
     }
 }
 
+// Another camera's turn, from one call to the other.
+class OtherCamera
+{
+public:
+    explicit OtherCamera(ExchangeLine& line) :
+        m_turn(std::async(
+            std::launch::async,
+            [this, &line]
+            {
+                ExchangeLine::Place place;
+                const ExchangeLine::Turn turn(line, place);
+                m_end.pass();
+            }))
+    {
+        EXPECT_TRUE(m_end.isReached());
+    }
+
+    ~OtherCamera() { endTurn(); }
+
+    void endTurn() { m_end.open(); }
+
+private:
+    Gate m_end;
+    const std::future<void> m_turn;
+};
+
+TEST_F(Frames, OfACameraThatIsOffNeverStandInLine)
+{
+    processParameters(kPipelines);
+    ini().sendFramesOverride = false;
+    OtherCamera other(services().managerInterface().line());
+    const auto begin = std::chrono::steady_clock::now();
+    for (int i = 0; i < 100; ++i) // 20 s in line
+        EXPECT_EQ("", push());
+    EXPECT_GT(std::chrono::seconds(10), std::chrono::steady_clock::now() - begin);
+}
+
+TEST_F(Frames, WithoutATurnAreGivenUpAndAreNoFailure)
+{
+    const CapturedLog log;
+    processParameters(kPipelines);
+    OtherCamera other(services().managerInterface().line());
+    EXPECT_EQ("", push());
+    EXPECT_THAT(log.text(), testing::HasSubstr("No turn in time for a frame. Cameras in line: 0"));
+    other.endTurn();
+    EXPECT_EQ("", push());
+    EXPECT_EQ(1u, inputs(1));
+}
+
+// What holds of a frame holds when its turn has come.
+TEST_F(Frames, PassTheGatesAgainAfterTheirWait)
+{
+    processParameters(kPipelines);
+    ExchangeLine& line = services().managerInterface().line();
+    for (const int cloudState : {kCloudConnected, kCloudConnected + 1})
+    {
+        const CapturedLog log;
+        std::uint64_t turnEndedUs = 0;
+        bool wasInLine = false;
+        while (!wasInLine) // as long as it takes to be quicker than its patience
+        {
+            services().cloudState = kCloudConnected;
+            OtherCamera other(line);
+            auto pushed = std::async(std::launch::async, [this] { return push(); });
+            while (line.length() == 0 &&
+                   pushed.wait_for(std::chrono::milliseconds(0)) != std::future_status::ready)
+            {}
+            services().cloudState = cloudState;
+            turnEndedUs = time_now_us();
+            wasInLine = line.length() == 1;
+            other.endTurn();
+            EXPECT_EQ("", pushed.get());
+        }
+        constexpr char kAge[] = "over 500ms. Time now:  ";
+        const std::string text = log.text();
+        const std::size_t age = text.rfind(kAge);
+        ASSERT_EQ(cloudState == kCloudConnected, age != std::string::npos);
+        if (age != std::string::npos)
+        {
+            EXPECT_LE(turnEndedUs, std::stoull(text.substr(age + std::strlen(kAge))));
+        }
+    }
+    EXPECT_EQ(1u, inputs(1));
+}
+
+// Beside the frame, whose thread is held for a second by an application that never answers.
+TEST_F(Frames, HoldUpNobodyElseWhileTheApplicationHangs)
+{
+    processParameters(kPipelines);
+    Gate gate;
+    application.replyBy(
+        [&gate]
+        {
+            gate.pass();
+            return std::string();
+        });
+    bool frameWasOut = false;
+    for (int attempt = 0; !frameWasOut && attempt < 20; ++attempt)
+    {
+        auto pushed = std::async(std::launch::async, [this] { return push(); });
+        ASSERT_TRUE(gate.isReached());
+        handleResult({{"Timestamp", number(1)}});
+        readAnswer(agent->pluginSideSettings().value);
+        setSettings({{"deviceActiveSwitch", "true"}});
+        press("selectAllButton");
+        frameWasOut = pushed.wait_for(std::chrono::milliseconds(0)) != std::future_status::ready;
+        EXPECT_EQ("", pushed.get());
+    }
+    EXPECT_TRUE(frameWasOut);
+    gate.open();
+}
+
 TEST_F(Frames, GoOnWhileResultsSettingsAndPipelinesChange)
 {
     processParameters(kPipelines);
@@ -167,7 +281,7 @@ TEST_F(Frames, GoOnWhileResultsSettingsAndPipelinesChange)
         others.emplace_back(
             [&stop, action]()
             {
-                // With one of them there all the time, no frame would have its turn.
+                // With one of them there all the time, no frame would have the lock.
                 for (; !stop; std::this_thread::sleep_for(std::chrono::milliseconds(1)))
                     action();
             });

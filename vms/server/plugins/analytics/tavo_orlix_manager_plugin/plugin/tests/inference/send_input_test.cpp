@@ -1,5 +1,7 @@
 #include <atomic>
+#include <chrono>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <string>
 #include <thread>
@@ -64,12 +66,25 @@ protected:
         ASSERT_TRUE(createInputMessage(image, {1, 3, text, text}, settings, {}, message));
     }
 
-    bool send() { return manager.sendInput(message, 3); }
+    bool send()
+    {
+        int written = 0;
+        const bool handedOver = manager.sendInput(
+            message, 3,
+            [&]
+            {
+                ++written;
+                whenWritten();
+            });
+        EXPECT_EQ(handedOver ? 1 : 0, written);
+        return handedOver;
+    }
 
     // With room for the message as it is.
     std::uint32_t room() const { return static_cast<std::uint32_t>(message.size()); }
 
     const std::string text = "camera";
+    std::function<void()> whenWritten = [] {};
     std::vector<std::uint8_t> pixels;
     FrameSettings settings;
     MessageBuffer message;
@@ -80,8 +95,13 @@ TEST_F(SendInputTest, AnnouncesWritesAndConfirms)
 {
     const Segment segment(room());
     peer.reply(encodedReply(segment.name()));
+    whenWritten = [&]
+    {
+        EXPECT_EQ(joined(message), segment.content());
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        EXPECT_EQ(0u, peer.messages(0).size()) << "the application does not know of it yet";
+    };
     ASSERT_TRUE(send());
-    EXPECT_EQ(joined(message), segment.content());
 
     const auto messages = peer.messages(2);
     ASSERT_EQ(2u, messages.size());

@@ -1,6 +1,5 @@
-// The buttons of the settings dialog. All runs under settingsLock(), so that frames and results of
-// all devices wait; the requests to the engine only set flags and board entries, which the model
-// built behind them already shows.
+// The buttons of the settings dialog. The requests to the engine only set flags and board entries,
+// which the model drawn behind them already shows.
 
 #include <string>
 #include <string_view>
@@ -60,7 +59,6 @@ sdk::Result<const sdk::IActiveSettingChangedResponse*> DeviceAgent::serveAction(
 {
     if (!action)
         return sdk::error(sdk::ErrorCode::invalidParams, "Action is null");
-    const FairMutexLock lock(settingsLock());
     const std::string name = textOrEmpty(action->activeSettingName());
     log_debug("Active setting name: %s\n", name.c_str());
 
@@ -73,7 +71,7 @@ sdk::Result<const sdk::IActiveSettingChangedResponse*> DeviceAgent::serveAction(
     auto response = sdk::makePtr<sdk::ActiveSettingChangedResponse>();
     if (name == button::kManageDevice)
     {
-        response->setActionResponse(openPage(m_settings.adminUrl));
+        response->setActionResponse(openPage(settings().adminUrl));
     }
     else
     {
@@ -84,7 +82,7 @@ sdk::Result<const sdk::IActiveSettingChangedResponse*> DeviceAgent::serveAction(
 
         auto settingsResponse = sdk::makePtr<sdk::SettingsResponse>();
         settingsResponse->setValues(values);
-        settingsResponse->setModel(settingsModelBuilder(*m_services, agentErrors(), m_settings));
+        settingsResponse->setModel(settingsModelBuilder(*m_services, agentErrors(), settings()));
         response->setSettingsResponse(std::move(settingsResponse));
     }
     return response.releasePtr();

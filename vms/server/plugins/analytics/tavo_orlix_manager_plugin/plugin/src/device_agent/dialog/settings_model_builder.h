@@ -52,8 +52,8 @@ struct DialogState
     JsonDocument externalPreprocessors;
 };
 
-// Reads the state and builds the model, which is logged. The caller holds settingsLock(), or
-// `settings` is its own copy. Reads the application's two files of external processors.
+// Reads the state and builds the model, which is logged. `settings` is the caller's own copy: the
+// application's two files of external processors are read, so no lock is held.
 [[nodiscard]] std::string settingsModelBuilder(
     AgentServices& services, const AgentErrors& agentErrors, const DeviceSettings& settings);
 

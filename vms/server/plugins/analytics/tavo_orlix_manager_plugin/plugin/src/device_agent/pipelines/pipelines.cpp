@@ -54,7 +54,7 @@ void DeviceAgent::fetchAvailablePipelines(MessageBoard& board)
 {
     const std::string boardKey = board_key::kFailedFetchPipelines + m_deviceId;
     {
-        const FairMutexLock lock(settingsLock());
+        const MutexLock lock(settingsLock());
         if (!m_settings.availablePipelines.empty())
             return; // fetched once for the agent's life, as are the attempts counted
         if (m_pipelineFetchAttempts++ >= kMaxPipelineFetchAttempts)
@@ -74,7 +74,7 @@ void DeviceAgent::fetchAvailablePipelines(MessageBoard& board)
     board.removeMessage(boardKey);
     const std::size_t count = pipelines.size();
     {
-        const FairMutexLock lock(settingsLock());
+        const MutexLock lock(settingsLock());
         m_settings.availablePipelines = std::move(pipelines);
     }
     log_info("Device %s got %zu available pipelines.\n", m_deviceId.c_str(), count);
@@ -83,6 +83,7 @@ void DeviceAgent::fetchAvailablePipelines(MessageBoard& board)
 // 1. Read the models, and where the device is managed; without that, nothing changes at all.
 // 2. Read the pipelines into a tree of their own.
 // 3. Under the locks, replace all that was derived from an earlier record.
+// 4. Tell the host the new manifest, with the processors as they were, once it gave settings.
 void DeviceAgent::processDeviceParameters(yyjson_val* root)
 {
     yyjson_val* const tavoAi = pluginParameters(root);
@@ -93,14 +94,32 @@ void DeviceAgent::processDeviceParameters(yyjson_val* root)
     clearAgentError(kNoPipelineError);
     auto tree = readPipelines(jsonMember(tavoAi, "pipelines"));
 
-    const FairMutexLock lock(settingsLock());
-    yyjson_val* const selected = jsonMember(tavoAi, "selectedPipeline");
-    m_settings.selectedPipeline = yyjson_is_str(selected) ? jsonText(selected) : kCustomPipeline;
-    m_settings.adminUrl = std::move(*adminUrl);
-    m_settings.classes = detectionClasses(models.outputNames);
-    if (m_settingsReceivedOnce)
-        pushManifest(deviceManifestBuilder(m_settings, m_services->managerInterface()));
-    adoptPipelines(std::move(tree), models);
+    {
+        const MutexLock lock(settingsLock());
+        yyjson_val* const selected = jsonMember(tavoAi, "selectedPipeline");
+        m_settings.selectedPipeline =
+            yyjson_is_str(selected) ? jsonText(selected) : kCustomPipeline;
+        m_settings.adminUrl = std::move(*adminUrl);
+        m_settings.classes = detectionClasses(models.outputNames);
+        if (m_settingsReceivedOnce)
+            m_manifestsToPush.put(m_settings);
+        adoptPipelines(std::move(tree), models);
+    }
+    pushManifests();
+}
+
+void DeviceAgent::pushManifests()
+{
+    std::string pushed;
+    m_manifestsToPush.flush(
+        [&](const DeviceSettings& settings)
+        {
+            std::string text = deviceManifestBuilder(settings, m_services->managerInterface());
+            // A host that answers each manifest with its settings has its way, but not for ever.
+            if (text == std::exchange(pushed, text))
+                return;
+            pushManifest(text);
+        });
 }
 
 void DeviceAgent::adoptPipelines(std::unique_ptr<PipelineTree> tree, const DeviceModels& models)

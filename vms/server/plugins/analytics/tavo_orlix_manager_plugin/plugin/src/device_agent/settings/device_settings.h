@@ -6,7 +6,7 @@
 
 #include "base/frame_settings.h"
 #include "base/pipeline_option.h"
-#include "utils/fair_mutex.h"
+#include "utils/mutex.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -38,11 +38,9 @@ struct DeviceSettings : FrameSettings
     std::vector<ModelNmsEntry> modelNms;
 };
 
-// The one lock over all DeviceSettings of the process, held through a frame's whole road and a
-// result's whole handling, and never while host or cloud are waited for. Frames wait for it in
-// line, all others ahead of them: so a result, a dialog or a setting waits for one hand-over at
-// most, however many cameras there are. Order: the engine's m_deviceAgentsMutex, then this, then an
-// agent's pipelineLock.
-FairMutex& settingsLock();
+// The one lock over all DeviceSettings of the process, held for a look or a change, for the making
+// of an input message and of a result's packets. Never while an application, the host, the cloud or
+// a disk is waited for, nor while the host's code runs, which may therefore call straight back.
+Mutex& settingsLock();
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -3,9 +3,9 @@
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
-FairMutex& settingsLock()
+Mutex& settingsLock()
 {
-    static FairMutex mutex(LockLevel::settings);
+    static Mutex mutex(LockLevel::settings);
     return mutex;
 }
 

@@ -1,5 +1,6 @@
-// What the user entered: how it is stored, applied and answered. The host is asked and told without
-// settingsLock(), so frames and results may come in between.
+// What the user entered: how it is stored, applied and answered. The host is asked and told, and
+// the disk written, without settingsLock(), so frames, results and other settings may come in
+// between.
 
 #include <string>
 #include <utility>
@@ -48,33 +49,44 @@ sdk::Result<const sdk::ISettingsResponse*> DeviceAgent::settingsReceived()
 
     NmsChanges changes;
     {
-        const FairMutexLock lock(settingsLock());
+        const MutexLock lock(settingsLock());
         if (m_pipelineParsed)
             changes = readNmsChanges(m_settings.modelNms, current);
     }
     if (changes.changed)
         writeModelNms(changes.values);
 
-    const FairMutexLock lock(settingsLock());
+    DeviceSettings settings;
+    {
+        const MutexLock lock(settingsLock());
+        settings = m_settings;
+        m_manifestsToPush.put(m_settings);
+        m_settingsReceivedOnce = true;
+    }
     auto response = sdk::makePtr<sdk::SettingsResponse>();
-    response->setModel(settingsModelBuilder(*m_services, agentErrors(), m_settings));
-    pushManifest(deviceManifestBuilder(m_settings, m_services->managerInterface()));
+    response->setModel(settingsModelBuilder(*m_services, agentErrors(), settings));
+    pushManifests();
     response->setValues(current);
-    m_settingsReceivedOnce = true;
     log_debug("Done processing GUI settings\n");
     return response.releasePtr();
+}
+
+DeviceSettings DeviceAgent::settings() const
+{
+    const MutexLock lock(settingsLock());
+    return m_settings;
 }
 
 void DeviceAgent::applySettings()
 {
     std::vector<std::string> patches;
     {
-        const FairMutexLock lock(settingsLock());
+        const MutexLock lock(settingsLock());
         const SettingValues current = currentSettings();
         checkSettingValues(current); // throws before anything of the call is kept
         for (const auto& [name, value] : current)
             m_settingsValues[name] = value;
-        saveSettingsCache(m_settingsCachePath, m_settingsValues);
+        m_valuesToSave.put(m_settingsValues);
         const auto selected = current.find(setting::kSelectedPipeline);
         if (selected != current.end() && !selected->second.empty() &&
             selected->second != m_settings.selectedPipeline)
@@ -83,6 +95,8 @@ void DeviceAgent::applySettings()
             patches = patchesOf(m_settings, selected->second);
         }
     }
+    m_valuesToSave.flush([this](const SettingValues& values)
+                         { saveSettingsCache(m_settingsCachePath, values); });
     for (const std::string& patch : patches)
     {
         patchDevice(m_services->utilityProvider(), patch, m_deviceId);
@@ -91,7 +105,7 @@ void DeviceAgent::applySettings()
         processDeviceParameters(yyjson_doc_get_root(document.get()));
     }
 
-    const FairMutexLock lock(settingsLock());
+    const MutexLock lock(settingsLock());
     // Read anew: while the host was waited for, the user may have entered others.
     const SettingValues current = currentSettings();
     applySettingValues(current, m_settings);
@@ -111,7 +125,7 @@ sdk::Result<const sdk::ISettingsResponse*> DeviceAgent::drawDialog() const
     DeviceSettings settings;
     SettingValues values;
     {
-        const FairMutexLock lock(settingsLock());
+        const MutexLock lock(settingsLock());
         settings = m_settings;
         values = m_settingsValues;
     }

@@ -1,0 +1,62 @@
+#include <future>
+#include <stdexcept>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "device_agent/outbox.h"
+#include "gate.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+
+using test::Gate;
+using testing::ElementsAre;
+
+TEST(Outbox, HandsOnLastWhatWasMadeLast)
+{
+    Outbox<int> outbox;
+    std::vector<int> handedOn;
+    Gate gate;
+    const auto slowly = [&](int value)
+    {
+        gate.pass();
+        handedOn.push_back(value);
+    };
+    outbox.put(1);
+    auto first = std::async(std::launch::async, [&] { outbox.flush(slowly); });
+    ASSERT_TRUE(gate.isReached());
+    for (const int value : {2, 3})
+    {
+        outbox.put(value);
+        EXPECT_TRUE(gate.doesNotHoldUp([&] { outbox.flush(slowly); }));
+    }
+    gate.open();
+    first.get();
+    EXPECT_THAT(handedOn, ElementsAre(1, 3));
+}
+
+TEST(Outbox, GoesOnAfterAFailureAndWhenItIsCalledFromWithin)
+{
+    Outbox<int> outbox;
+    std::vector<int> handedOn;
+    const auto handOn = [&](int value)
+    {
+        handedOn.push_back(value);
+        if (value == 1)
+        {
+            outbox.put(2);
+            outbox.flush([](int) { FAIL() << "that of the outer call is to have it"; });
+            throw std::runtime_error("1");
+        }
+    };
+    outbox.put(1);
+    EXPECT_THROW(outbox.flush(handOn), std::runtime_error);
+    EXPECT_THAT(handedOn, ElementsAre(1, 2));
+    outbox.put(3);
+    outbox.flush(handOn);
+    EXPECT_THAT(handedOn, ElementsAre(1, 2, 3));
+}
+
+} // namespace tavo::vms_server_plugins::analytics::orlix

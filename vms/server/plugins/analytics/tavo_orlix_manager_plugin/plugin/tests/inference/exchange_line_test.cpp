@@ -1,0 +1,161 @@
+#include <atomic>
+#include <chrono>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "inference/exchange_line.h"
+#include "utils/tests/test_support.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix
+{
+namespace
+{
+
+using test::comesTrue;
+using Turn = ExchangeLine::Turn;
+
+constexpr std::chrono::milliseconds kNone{0};
+constexpr std::chrono::milliseconds kLong{60'000};
+
+class ExchangeLineTest : public testing::Test
+{
+protected:
+    struct Camera
+    {
+        char name;
+        ExchangeLine::Place place;
+    };
+
+    // Gives a frame up at once.
+    bool comeInVain(Camera& camera)
+    {
+        bool isInVain = false;
+        std::jthread([&] { isInVain = !Turn(line, camera.place, kNone); }).join();
+        return isInVain;
+    }
+
+    // Comes back when the camera stands in line; its name is written down at its turn.
+    void standInLine(Camera& camera)
+    {
+        const std::size_t before = line.length();
+        m_cameras.emplace_back(
+            [this, &camera]
+            {
+                const Turn turn(line, camera.place, kLong);
+                m_turns += turn ? camera.name : '-';
+            });
+        EXPECT_TRUE(comesTrue([&] { return line.length() > before; }));
+    }
+
+    // Once all who stood in line have gone.
+    std::string turns()
+    {
+        m_cameras.clear();
+        return m_turns;
+    }
+
+    ExchangeLine line;
+    Camera a{'a', {}}, b{'b', {}}, c{'c', {}}, holder{'h', {}};
+
+private:
+    std::string m_turns; // whose turn it is
+    std::vector<std::jthread> m_cameras;
+};
+
+TEST_F(ExchangeLineTest, IsInTheOrderOfArrival)
+{
+    {
+        const Turn held(line, holder.place);
+        ASSERT_TRUE(held);
+        for (Camera* const camera : {&c, &a, &b})
+            standInLine(*camera);
+    }
+    EXPECT_EQ("cab", turns());
+}
+
+TEST_F(ExchangeLineTest, KeepsThePlaceOfACameraWhoseFrameGaveUp)
+{
+    {
+        const Turn held(line, holder.place);
+        EXPECT_TRUE(comeInVain(c));
+        EXPECT_TRUE(comeInVain(b));
+        EXPECT_TRUE(comeInVain(c)) << "once more, which moves it nowhere";
+        for (Camera* const camera : {&a, &b, &c})
+            standInLine(*camera);
+    }
+    EXPECT_EQ("cba", turns());
+    {
+        const Turn held(line, holder.place);
+        for (Camera* const camera : {&a, &c})
+            standInLine(*camera); // a place is for one turn
+    }
+    EXPECT_EQ("cbaac", turns());
+}
+
+TEST_F(ExchangeLineTest, ACameraThatIsNotThereHoldsNobodyUp)
+{
+    {
+        const Turn held(line, holder.place);
+        EXPECT_TRUE(comeInVain(b));
+        standInLine(a);
+    }
+    EXPECT_EQ("a", turns());
+    EXPECT_FALSE(comeInVain(b));
+}
+
+TEST_F(ExchangeLineTest, AFrameWaitsAFifthOfASecond)
+{
+    const Turn held(line, holder.place);
+    const auto begin = std::chrono::steady_clock::now();
+    std::jthread([this] { EXPECT_FALSE(Turn(line, a.place)); }).join();
+    const auto waited = std::chrono::steady_clock::now() - begin;
+    EXPECT_LE(std::chrono::milliseconds(200), waited);
+    EXPECT_GT(std::chrono::seconds(10), waited);
+}
+
+TEST_F(ExchangeLineTest, LosesNoTurnToOneThatGivesUpThen)
+{
+    constexpr int kCameras = 8;
+    constexpr int kFrames = 2000;
+    int turns = 0; // whose turn it is
+    std::atomic<int> given = 0;
+    {
+        std::vector<std::jthread> cameras;
+        for (int i = 0; i < kCameras; ++i)
+        {
+            cameras.emplace_back(
+                [&, i]
+                {
+                    ExchangeLine::Place place;
+                    for (int frame = 0; frame < kFrames; ++frame)
+                    {
+                        const Turn turn(line, place, std::chrono::milliseconds((frame + i) % 2));
+                        if (!turn)
+                            continue;
+                        ++turns;
+                        ++given;
+                    }
+                });
+        }
+    }
+    EXPECT_EQ(given, turns) << "one at a time";
+    EXPECT_TRUE(Turn(line, a.place, kNone)) << "nobody has it any more";
+}
+
+TEST_F(ExchangeLineTest, EndsAllWaitsWhenItIsClosed)
+{
+    {
+        const Turn held(line, holder.place);
+        standInLine(a);
+        standInLine(b);
+        line.close();
+        EXPECT_EQ("--", turns());
+    }
+    EXPECT_TRUE(comeInVain(c));
+}
+
+} // namespace
+} // namespace tavo::vms_server_plugins::analytics::orlix
