@@ -30,12 +30,12 @@ constexpr char kJsonMimeType[] = "application/json";
 class RestMutex
 {
 public:
-    // False, and it is not held, if that came first.
+    // False, and it is not held, if that came first or both came at once.
     [[nodiscard]] bool lock(const std::stop_token& stop)
     {
         lock_order::taking(LockLevel::request);
         std::unique_lock lock(m_mutex);
-        if (m_freed.wait(lock, stop, [this] { return !m_isHeld; }))
+        if (m_freed.wait(lock, stop, [this] { return !m_isHeld; }) && !stop.stop_requested())
             return m_isHeld = true;
         lock_order::released(LockLevel::request);
         return false;

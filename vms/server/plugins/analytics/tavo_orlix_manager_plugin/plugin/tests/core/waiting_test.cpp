@@ -184,7 +184,7 @@ TEST_F(NobodyWaits, ForAHostThatCallsStraightBack)
     std::mutex mutex; // over the next
     std::set<std::string> calledBackFrom;
     std::atomic<bool> areAgentsThere = false;
-    const auto callBackFrom = [&](std::string where)
+    const auto answer = [&](std::string where)
     {
         if (!areAgentsThere)
             return;
@@ -199,6 +199,13 @@ TEST_F(NobodyWaits, ForAHostThatCallsStraightBack)
         {
             EXPECT_TRUE(obtainAgent(idOf(3))); // and drops it
         }
+    };
+    std::atomic<int> callsUnderWay = 0;
+    const auto callBackFrom = [&](const std::string& where)
+    {
+        ++callsUnderWay;
+        answer(where);
+        --callsUnderWay;
     };
     m_packets->called = callBackFrom;
     m_host->run = [&](const FakeHost::Request& request, FakeHost::Handler* to)
@@ -230,16 +237,18 @@ TEST_F(NobodyWaits, ForAHostThatCallsStraightBack)
     areAgentsThere = true;
     useAgents();
     setDeviceRecords(record("dog"));
-    EXPECT_TRUE(comesTrue(
-        [&]
-        {
-            const std::lock_guard lock(mutex);
-            return calledBackFrom.contains("manifest, the library's");
-        }));
+    const auto hasBeen = [&](const char* where)
+    {
+        const std::lock_guard lock(mutex);
+        return calledBackFrom.contains(where);
+    };
+    EXPECT_TRUE(comesTrue([&] { return hasBeen("manifest, the library's"); }));
     passResult(0);
+    EXPECT_TRUE(comesTrue([&] { return hasBeen("events, the library's"); }));
     sdk::Result<void> pushed;
     agentOf(1).doPushDataPacket(&pushed, sdk::makePtr<CallingFrame>(callBackFrom).get());
     areAgentsThere = false;
+    EXPECT_TRUE(comesTrue([&] { return callsUnderWay == 0; }));
     m_agents.clear();
     m_engine.reset(); // with all that calls
     EXPECT_THAT(
