@@ -52,6 +52,9 @@ struct PciDevice
 [[nodiscard]] bool machine_pci_devices(
     std::vector<PciDevice>& devices, int& systemError, const char* root = kPciDeviceRoot);
 
+// A variable of this process's environment, in UTF-8; empty without it.
+[[nodiscard]] std::string machine_environment(const char* name);
+
 // The names of all entries of a folder that are no folders themselves; empty when it cannot be
 // read.
 [[nodiscard]] std::vector<std::string> list_files(const std::string& folder);

@@ -1,6 +1,7 @@
 #include "utils/machine.h"
 
 #include <charconv>
+#include <cstdlib>
 #include <dlfcn.h>
 #include <sys/utsname.h>
 
@@ -53,6 +54,12 @@ std::string machine_os_name()
 std::string machine_os_version()
 {
     return osRelease().version;
+}
+
+std::string machine_environment(const char* name)
+{
+    const char* const value = std::getenv(name);
+    return value ? value : "";
 }
 
 ProcessorKind machine_processor_kind()

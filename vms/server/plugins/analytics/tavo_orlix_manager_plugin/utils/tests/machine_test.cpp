@@ -1,11 +1,20 @@
 #include "utils/machine.h"
 
+#include <testing/scoped_variable.h>
+
 #include "test_support.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix::test
 {
 namespace
 {
+
+TEST(MachineTest, environmentIsReadInUtf8)
+{
+    const test_support::ScopedVariable variable("ORLIX_TEST_VARIABLE", "/\xC3\xA9\xE2\x82\xAC");
+    EXPECT_EQ("/\xC3\xA9\xE2\x82\xAC", machine_environment("ORLIX_TEST_VARIABLE"));
+    EXPECT_EQ("", machine_environment("ORLIX_TEST_NO_VARIABLE"));
+}
 
 TEST(OsReleaseTest, nameIsOneWordAndVersionAsGiven)
 {

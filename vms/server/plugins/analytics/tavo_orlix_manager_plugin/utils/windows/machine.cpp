@@ -2,9 +2,12 @@
 
 #include <charconv>
 #include <cstdio>
+#include <cstdlib>
+#include <iterator>
 #include <windows.h>
 
 #include "utils/log.h"
+#include "utils/windows/system_version.h"
 #include "utils/windows/wide_text.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -34,20 +37,19 @@ std::string machine_os_name()
     return "Windows";
 }
 
-// From the kernel's own library, since the version functions tell what the program was made for.
 std::string machine_os_version()
 {
-    using RtlGetVersion = LONG(WINAPI*)(RTL_OSVERSIONINFOW*);
-    const HMODULE library = GetModuleHandleW(L"ntdll.dll");
-    const auto getVersion = library ? reinterpret_cast<RtlGetVersion>(reinterpret_cast<void*>(
-                                          GetProcAddress(library, "RtlGetVersion")))
-                                    : nullptr;
-    RTL_OSVERSIONINFOW version = {};
-    version.dwOSVersionInfoSize = sizeof version;
-    if (!getVersion || getVersion(&version) != 0)
+    const RTL_OSVERSIONINFOW version = systemVersion();
+    if (version.dwMajorVersion == 0)
         return "Unknown";
     return log_format_alloc(
         256, "%lu.%lu.%lu", version.dwMajorVersion, version.dwMinorVersion, version.dwBuildNumber);
+}
+
+std::string machine_environment(const char* name)
+{
+    const wchar_t* const value = _wgetenv(wideText(name).c_str());
+    return value ? narrowText(value) : "";
 }
 
 ProcessorKind machine_processor_kind()
@@ -81,10 +83,10 @@ bool machine_pci_devices(std::vector<PciDevice>& devices, int& systemError, cons
     constexpr DWORD kMostKeys = 0x10000; // of a list that never ends
     for (DWORD index = 0; index < kMostKeys; ++index)
     {
-        char name[256];
-        DWORD length = sizeof name;
+        wchar_t name[256];
+        DWORD length = std::size(name);
         const LONG status =
-            RegEnumKeyExA(key, index, name, &length, nullptr, nullptr, nullptr, nullptr);
+            RegEnumKeyExW(key, index, name, &length, nullptr, nullptr, nullptr, nullptr);
         if (status == ERROR_NO_MORE_ITEMS)
             break;
         if (status != ERROR_SUCCESS)
@@ -96,7 +98,7 @@ bool machine_pci_devices(std::vector<PciDevice>& devices, int& systemError, cons
                 index, status);
             continue;
         }
-        PciDevice device{std::string(name, length)};
+        PciDevice device{narrowText({name, length})};
         if (parseVendor(device.key, device.vendor))
             devices.push_back(std::move(device));
     }

@@ -1,5 +1,6 @@
 #include "utils/windows/process_user.h"
 
+#include <aclapi.h>
 #include <sddl.h>
 
 #include "utils/windows/unique_handle.h"
@@ -22,16 +23,6 @@ PSID ProcessUser::id() const
     return reinterpret_cast<const TOKEN_USER*>(m_user)->User.Sid;
 }
 
-bool ProcessUser::operator==(const ProcessUser& other) const
-{
-    return EqualSid(id(), other.id()) != FALSE;
-}
-
-bool ProcessUser::isSystem() const
-{
-    return IsWellKnownSid(id(), WinLocalSystemSid) != FALSE;
-}
-
 std::wstring ProcessUser::text() const
 {
     wchar_t* text = nullptr;
@@ -45,13 +36,27 @@ std::wstring ProcessUser::text() const
 bool isTrustedProcess(DWORD processId)
 {
     const UniqueHandle process(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, processId));
-    if (!process)
-        return true;
     const ProcessUser user(process.get());
-    if (!user)
-        return true;
+    return user && isTrustedOwner(user.id());
+}
+
+bool isOfTrustedOwner(const std::wstring& path)
+{
+    PSID owner = nullptr;
+    PSECURITY_DESCRIPTOR descriptor = nullptr;
+    const bool isKnown = GetNamedSecurityInfoW(
+                             path.c_str(), SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION, &owner,
+                             nullptr, nullptr, nullptr, &descriptor) == ERROR_SUCCESS;
+    const bool isTrusted = isKnown && owner && isTrustedOwner(owner);
+    LocalFree(descriptor);
+    return isTrusted;
+}
+
+bool isTrustedOwner(PSID owner)
+{
     static const ProcessUser own(GetCurrentProcess());
-    return !own || user == own || user.isSystem();
+    return (own && EqualSid(owner, own.id())) || IsWellKnownSid(owner, WinLocalSystemSid) ||
+        IsWellKnownSid(owner, WinBuiltinAdministratorsSid);
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -18,23 +18,23 @@ public:
 
     [[nodiscard]] explicit operator bool() const { return m_isKnown; }
 
-    // Of two that are known.
-    [[nodiscard]] bool operator==(const ProcessUser& other) const;
-
-    // The account that the system's own services run in, of one that is known.
-    [[nodiscard]] bool isSystem() const;
+    // Of one that is known.
+    [[nodiscard]] PSID id() const;
 
     // As the system writes it in access rules; empty of a blank one.
     [[nodiscard]] std::wstring text() const;
 
 private:
-    [[nodiscard]] PSID id() const;
-
     alignas(TOKEN_USER) char m_user[sizeof(TOKEN_USER) + SECURITY_MAX_SID_SIZE];
     bool m_isKnown = false;
 };
 
-// False if it is known to be of another user than this process's, and not of the system.
+// Whether it is known to be of this process's user, or of the system.
 [[nodiscard]] bool isTrustedProcess(DWORD processId);
+
+// Whether the file or folder is this process's user's, the system's or its administrators'. Its
+// owner decides who may put what where.
+[[nodiscard]] bool isOfTrustedOwner(const std::wstring& path);
+[[nodiscard]] bool isTrustedOwner(PSID owner);
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -12,6 +12,7 @@
 #include "utils/socket_calls.h"
 #include "utils/system_error.h"
 #include "utils/windows/process_user.h"
+#include "utils/windows/system_version.h"
 #include "utils/windows/unique_handle.h"
 #include "utils/windows/wide_text.h"
 
@@ -43,6 +44,27 @@ sockaddr_un addressOf(const std::string& path)
     const std::string fitting = pathInAddress(path);
     std::memcpy(address.sun_path, fitting.data(), fitting.size());
     return address;
+}
+
+// From version 1709 on the system tells which process is at the other end of a connection.
+bool canTellPeers()
+{
+    static const bool can = systemVersion().dwBuildNumber >= 16299;
+    return can;
+}
+
+// False, with the error set, where the folder must do for what the system does not tell of peers,
+// and is a stranger's.
+bool mayBeUsed(const std::string& path)
+{
+    if (canTellPeers())
+        return true;
+    const std::wstring wide = wideText(pathInAddress(path));
+    const std::size_t end = wide.find_last_of(L"\\/");
+    if (isOfTrustedOwner(end == std::wstring::npos ? L"." : wide.substr(0, end + 1)))
+        return true;
+    WSASetLastError(WSAEACCES);
+    return false;
 }
 
 // The whole address is passed in all cases; the path in it ends with its terminator.
@@ -151,12 +173,16 @@ bool socket_set_timeout(SocketHandle socket, SocketWait wait)
 
 bool socket_connect_to(SocketHandle socket, const std::string& path)
 {
+    if (!mayBeUsed(path))
+        return false;
     const sockaddr_un address = addressOf(path);
     return connect(socket, generic(address), sizeof address) == 0;
 }
 
 bool socket_bind_to(SocketHandle socket, const std::string& path)
 {
+    if (!mayBeUsed(path))
+        return false;
     const sockaddr_un address = addressOf(path);
     return bind(socket, generic(address), sizeof address) == 0;
 }
@@ -203,14 +229,16 @@ void socket_set_last_error(int systemError)
 }
 
 // The folder for temporary files of a service is open to all who are logged in, so that the path
-// may be a stranger's. Where the system does not tell who is there, it is taken as the user's own.
+// may be a stranger's, and a stranger may connect.
 bool socket_peer_is_trusted(SocketHandle socket)
 {
+    if (!canTellPeers())
+        return true; // the folder was looked at
     ULONG process = 0;
     DWORD size = 0;
     if (WSAIoctl(
             socket, SIO_AF_UNIX_GETPEERPID, nullptr, 0, &process, sizeof process, &size, nullptr,
-            nullptr) != 0 ||
+            nullptr) == 0 &&
         isTrustedProcess(process))
     {
         return true;
@@ -219,29 +247,25 @@ bool socket_peer_is_trusted(SocketHandle socket)
     return false;
 }
 
-// Where there is no event, a tick goes by all the same: the next call may fail at once as well.
+// What is short now would fail the next call at once as well: a tick goes by all the same. A
+// connection that its peer has given up is none of that.
 SocketHandle socket_accept(SocketHandle listeningSocket, MessagePlace /*place*/)
 {
+    const auto fail = [](const char* what)
+    {
+        const SocketError error;
+        log_info("Error: %s: %.*s\n", what, error.text.length(), error.text.c_str());
+        if (error.code != WSAECONNRESET)
+            Sleep(kSocketTimeoutMs);
+        WSASetLastError(error.code);
+        return kInvalidSocket;
+    };
     errno = EINVAL;
     const AcceptEvent event(listeningSocket);
     if (!event.isValid())
-    {
-        const SocketError error;
-        log_info(
-            "Error: Failed to create accept event: %.*s\n", error.text.length(),
-            error.text.c_str());
-        Sleep(kSocketTimeoutMs);
-        return kInvalidSocket;
-    }
+        return fail("Failed to create accept event");
     if (!event.select())
-    {
-        const SocketError error;
-        log_info(
-            "Error: Failed to select accept event: %.*s\n", error.text.length(),
-            error.text.c_str());
-        Sleep(kSocketTimeoutMs);
-        return kInvalidSocket;
-    }
+        return fail("Failed to select accept event");
     const DWORD waited = event.wait();
     if (waited == WSA_WAIT_TIMEOUT)
     {
@@ -249,20 +273,12 @@ SocketHandle socket_accept(SocketHandle listeningSocket, MessagePlace /*place*/)
         return kInvalidSocket;
     }
     if (waited == WSA_WAIT_FAILED)
-    {
-        const SocketError error;
-        log_info("Error: Accept wait failed: %.*s\n", error.text.length(), error.text.c_str());
-        return kInvalidSocket;
-    }
+        return fail("Accept wait failed");
     if (!isReadable(listeningSocket)) // shut down
         return kInvalidSocket;
     const SocketHandle accepted = accept(listeningSocket, nullptr, nullptr);
     if (accepted == kInvalidSocket)
-    {
-        const SocketError error;
-        log_info("Error: Accept failed: %.*s\n", error.text.length(), error.text.c_str());
-        return kInvalidSocket;
-    }
+        return fail("Accept failed");
     makeOrdinary(accepted);
     return accepted;
 }

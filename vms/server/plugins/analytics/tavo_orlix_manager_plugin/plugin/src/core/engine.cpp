@@ -14,6 +14,7 @@
 #include "device_agent/manifest_builder.h"
 #include "inference/plugin_socket_listener.h"
 #include "utils/log.h"
+#include "utils/process.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -58,9 +59,12 @@ Engine::Engine(Plugin* plugin, std::string workingDirectory) :
         m_listenerThread = std::thread(
             [this]
             {
-                listenerLoop(
-                    m_services.pluginSocketPath, m_listeningSocket,
-                    m_services.shuttingDown.get_token(), m_services.deviceAgents);
+                if (takePluginSocket())
+                {
+                    listenerLoop(
+                        m_services.pluginSocketPath, m_listeningSocket,
+                        m_services.shuttingDown.get_token(), m_services.deviceAgents);
+                }
             });
         m_services.runtimesManager.initialise(m_services.messageBoard);
     }
@@ -78,6 +82,17 @@ Engine::~Engine()
     stopThreads();
     log_info("Finalizing logging...\n");
     closeLog();
+}
+
+bool Engine::takePluginSocket()
+{
+    return m_services.socketClaim.wait(
+        m_services.pluginSocketPath, m_services.shuttingDown.get_token(),
+        [this]
+        {
+            if (!kFilesEndWithJobs)
+                m_services.modelManager.deleteLeftCopies();
+        });
 }
 
 void Engine::stopThreads()

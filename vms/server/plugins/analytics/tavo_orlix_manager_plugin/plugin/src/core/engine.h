@@ -84,6 +84,7 @@ private:
     sdk::Result<sdk::analytics::IDeviceAgent*> makeDeviceAgent(
         const sdk::analytics::IDeviceInfo& deviceInfo);
     void startRuntimeLoop() EXCLUDES(m_runtimeLoopMutex);
+    [[nodiscard]] bool takePluginSocket();
     void stopThreads();
 
     // In construction order; destroyed in reverse.

@@ -158,6 +158,8 @@ bool RuntimeManagerLoop::startOrStopManager(const Pass& pass)
 {
     const std::uint64_t startCount = m_services.managerInterface.startCount();
     const ManagerAction action = decideManagerAction(pass.managerStatus, pass.desired, startCount);
+    if (isStart(action) && !m_services.socketClaim.isSettled())
+        return true; // another host would take its results
     if (isStart(action) && !m_services.managerInterface.mayStart())
     {
         startManager(); // which only says why it does not

@@ -11,6 +11,7 @@
 #include "base/message_board.h"
 #include "core/device_agents.h"
 #include "inference/orlix_manager_interface.h"
+#include "inference/plugin_socket_claim.h"
 #include "models/model_manager.h"
 #include "runtimes/manager_installation.h"
 #include "runtimes/runtimes_manager.h"
@@ -35,6 +36,7 @@ struct Services
     std::stop_source shuttingDown; // the one shutdown signal; ends every wait of the loop's thread
     DeviceAgents deviceAgents;
     MessageBoard messageBoard;
+    PluginSocketClaim socketClaim{messageBoard}; // until the application has ended
     ManagerInstallation managerInstallation;
     std::atomic<int> cloudConnectionState{0}; // the loop's, read by all
     RuntimesManager runtimesManager;

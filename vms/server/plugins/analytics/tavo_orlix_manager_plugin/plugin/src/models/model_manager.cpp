@@ -12,7 +12,6 @@
 #include "utils/log.h"
 #include "utils/machine.h"
 #include "utils/paths.h"
-#include "utils/process.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -44,10 +43,7 @@ ModelManager::ModelManager(
     m_keysFolder(m_root + "/cache/keys"),
     m_messageBoard(messageBoard),
     m_stop(std::move(stop))
-{
-    if (!kFilesEndWithJobs)
-        deleteLeftCopies();
-}
+{}
 
 void ModelManager::deleteLeftCopies() const
 {

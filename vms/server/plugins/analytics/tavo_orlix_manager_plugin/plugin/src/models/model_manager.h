@@ -65,6 +65,10 @@ public:
 
     void forgetFailedDownloads();
 
+    // Decrypted copies that a host which was killed has left. Any thread, while nobody else has the
+    // temporary folder and no application was started.
+    void deleteLeftCopies() const;
+
 private:
     // One object of `downloads`, as far as a download needs it.
     struct Offer
@@ -86,8 +90,6 @@ private:
 
     void ensureDirectories() const;
 
-    // Decrypted copies that a host which was killed has left.
-    void deleteLeftCopies() const;
     [[nodiscard]] std::optional<Offer> readOffer(
         yyjson_val* download, const ModelToEnsure& model) const;
     [[nodiscard]] Verdict ensureOffer(

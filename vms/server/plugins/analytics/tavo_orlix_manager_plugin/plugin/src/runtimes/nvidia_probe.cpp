@@ -51,12 +51,6 @@ std::string toLower(std::string text)
     return text;
 }
 
-std::string environmentVariable(const char* name)
-{
-    const char* const value = std::getenv(name);
-    return value ? value : "";
-}
-
 // The file holds {"cuda": {"version": "12.4.0"}}.
 std::string versionInFile(const std::string& path)
 {
@@ -76,7 +70,7 @@ std::optional<CudaToolkit> findCudaToolkit()
     const auto defaultVersion = [&defaultFile]
     { return defaultFile.empty() ? std::string() : versionInFile(defaultFile); };
 
-    const std::string path = environmentVariable("CUDA_PATH");
+    const std::string path = machine_environment("CUDA_PATH");
     if (!path.empty() && path.size() <= kMaxVariableSize)
     {
         std::string version = cudaVersionInPath(path);
@@ -95,7 +89,7 @@ std::optional<CudaToolkit> findCudaToolkit()
 // A path that cannot be read is let pass.
 bool toolkitIsInPath(const std::string& toolkitPath)
 {
-    const std::string path = environmentVariable("PATH");
+    const std::string path = machine_environment("PATH");
     if (path.empty() || path.size() > kMaxPathSize)
     {
         log_info("Failed to read the PATH environment variable.\n");

@@ -6,6 +6,7 @@
 #include "../inference/module_peer.h"
 #include "engine_fixture.h"
 #include "inference/protocol.h"
+#include "utils/file_lock.h"
 #include "utils/log.h"
 #include "utils/sockets.h"
 
@@ -164,7 +165,7 @@ TEST_F(EngineTest, TheApplicationRunsWhileACameraIsSwitchedOn)
     EXPECT_EQ(3, logged("Orlix Manager stopped with exit code 0\n"));
 }
 
-TEST_F(EngineTest, OfTwoEnginesTheFirstToEndLeavesTheOtherItsSocketAndTheLog)
+TEST_F(EngineTest, OfTwoEnginesTheSecondWaitsForTheFirstOnesSocketAndKeepsTheLog)
 {
     const std::string socketFile = protocol::kPluginSocketFile;
     const auto identity = [&]() { return test_support::fileIdentity(m_folder.path(socketFile)); };
@@ -178,16 +179,46 @@ TEST_F(EngineTest, OfTwoEnginesTheFirstToEndLeavesTheOtherItsSocketAndTheLog)
     const auto ofFirst = identity();
     const test_support::KeptFileNumber firstNumber(m_folder.path(socketFile));
     engine();
-    ASSERT_TRUE(test::comesTrue([&] { return identity() != 0 && identity() != ofFirst; }));
-    const auto ofSecond = identity();
+    ASSERT_TRUE(comesIntoLog("PLUGIN_SOCKET_TAKEN"));
+    EXPECT_EQ(ofFirst, identity());
 
     first.reset();
-    EXPECT_EQ(ofSecond, identity());
+    EXPECT_TRUE(test::comesTrue([&] { return identity() != 0 && identity() != ofFirst; }));
     const int before = logged("after");
     log_info("after\n");
     log_debug("at its verbosity, which writes at once\n");
     EXPECT_EQ(before + 1, logged("after"));
     EXPECT_EQ(2, logged("Initialized engine."));
+    m_engine.reset();
+    EXPECT_FALSE(m_folder.has(socketFile));
+    EXPECT_FALSE(m_folder.has(socketFile + ".lock"));
+}
+
+// As two hosts with one temporary folder, or a host that starts beside its dying predecessor.
+TEST_F(EngineTest, WhileAnotherHostIsThereNoApplicationIsStarted)
+{
+    FileLock another;
+    ASSERT_EQ(
+        FileLock::Outcome::taken,
+        another.take(m_folder.path(protocol::kPluginSocketFile) + std::string(".lock")));
+    installManager();
+    installRuntime();
+    sdk::Ptr<sdk::analytics::IDeviceAgent> agent = obtainAgent("1");
+    const auto values = sdk::makePtr<sdk::StringMap>(
+        std::map<std::string, std::string>{{"deviceActiveSwitch", "true"}});
+    const sdk::Ptr<const sdk::ISettingsResponse> answer(agent->setSettings(values.get()).value);
+    const auto passes = [this] { return m_host->requests("GET /rest/v4/devices?").size(); };
+    const auto isOnBoard = [this]
+    { return engine().messageBoard().snapshot().contains(board_key::kPluginSocketTaken); };
+    EXPECT_TRUE(test::comesTrue([&] { return passes() >= 3 && isOnBoard(); }));
+    EXPECT_EQ(0, logged("Starting Orlix Manager"));
+    EXPECT_FALSE(m_folder.has(protocol::kPluginSocketFile));
+
+    another.release();
+    EXPECT_TRUE(comesIntoLog("Orlix Manager started\n"));
+    EXPECT_TRUE(m_folder.has(protocol::kPluginSocketFile));
+    EXPECT_FALSE(isOnBoard());
+    agent.reset();
 }
 
 // A pass may fail in any way without ending the thread.

@@ -1,0 +1,70 @@
+#include "utils/file_lock.h"
+
+#include <vector>
+
+#include "test_support.h"
+
+namespace tavo::vms_server_plugins::analytics::orlix::test
+{
+namespace
+{
+
+using Outcome = FileLock::Outcome;
+
+bool exists(const std::string& path)
+{
+    return std::filesystem::exists(pathFromUtf8(path));
+}
+
+TEST(FileLockTest, oneHolderAtATimeAndTheFileGoesWithTheLock)
+{
+    const TempFolder folder;
+    const std::string path = folder.file("\xC3\xA4 lock");
+    {
+        FileLock first;
+        FileLock second;
+        ASSERT_EQ(Outcome::taken, first.take(path));
+        EXPECT_TRUE(exists(path));
+        EXPECT_EQ(Outcome::heldByAnother, second.take(path));
+        first.release();
+        EXPECT_FALSE(exists(path));
+        EXPECT_EQ(Outcome::taken, second.take(path));
+        EXPECT_EQ(Outcome::heldByAnother, first.take(path));
+    }
+    EXPECT_FALSE(exists(path));
+    FileLock lock;
+    EXPECT_EQ(Outcome::failed, lock.take(folder.file("no such folder/lock")));
+}
+
+// Whoever had it deletes the file, which others have open by then.
+TEST(FileLockTest, thoseWhoTryAgainAndAgainNeverHaveItTogether)
+{
+    const TempFolder folder;
+    const std::string path = folder.file("lock");
+    std::atomic<int> holders{0};
+    std::atomic<int> turns{0};
+    std::atomic<bool> together{false};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i)
+    {
+        threads.emplace_back(
+            [&]
+            {
+                for (FileLock lock; turns < 4000;)
+                {
+                    if (lock.take(path) != Outcome::taken)
+                        continue;
+                    together = together || ++holders > 1;
+                    ++turns;
+                    --holders;
+                    lock.release();
+                }
+            });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_FALSE(together);
+}
+
+} // namespace
+} // namespace tavo::vms_server_plugins::analytics::orlix::test
