@@ -50,12 +50,14 @@ TEST(FileLockTest, thoseWhoTryAgainAndAgainNeverHaveItTogether)
         threads.emplace_back(
             [&]
             {
-                for (FileLock lock; turns < 4000;)
+                for (FileLock lock; turns < 3000;)
                 {
                     if (lock.take(path) != Outcome::taken)
                         continue;
                     together = together || ++holders > 1;
                     ++turns;
+                    std::this_thread::sleep_for(
+                        std::chrono::microseconds(20)); // for others to come
                     --holders;
                     lock.release();
                 }
