@@ -1,5 +1,6 @@
 #include "inference/attached_segments.h"
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -47,20 +48,45 @@ void AttachedSegments::endRun()
     Segments ended; // unmapped without the lock
     const MutexLock lock(m_segmentLock);
     ended.swap(m_segments);
+    m_hasWarned = false;
 }
 
 std::shared_ptr<AttachedSegment> AttachedSegments::find(std::string_view name)
 {
+    Segments::node_type leastUsed; // unmapped without the lock
     const MutexLock lock(m_segmentLock);
+    ++m_uses;
     const auto known = m_segments.find(name);
     if (known != m_segments.end())
-        return known->second;
+    {
+        known->second.lastUse = m_uses;
+        return known->second.segment;
+    }
 
     log_debug("SHM not attached yet. Attaching...\n");
     auto segment = attach(name);
     if (segment)
-        m_segments.emplace(name, segment);
+    {
+        leastUsed = makeRoom();
+        m_segments.emplace(name, Entry{segment, m_uses});
+    }
     return segment;
+}
+
+AttachedSegments::Segments::node_type AttachedSegments::makeRoom()
+{
+    if (m_segments.size() < kMost)
+        return {};
+    if (!std::exchange(m_hasWarned, true))
+    {
+        log_info(
+            "Warning: The application names more than %zu segments and closes none. Those not used "
+            "for longest are let go.\n",
+            kMost);
+    }
+    return m_segments.extract(std::min_element(
+        m_segments.begin(), m_segments.end(),
+        [](const auto& a, const auto& b) { return a.second.lastUse < b.second.lastUse; }));
 }
 
 bool AttachedSegments::close(std::string_view name)

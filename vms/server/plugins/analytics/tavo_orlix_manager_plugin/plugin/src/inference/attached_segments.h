@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
@@ -34,7 +35,8 @@ private:
 
 // The segments that the application has named, by name. It creates, sizes and names them; here
 // they are attached on first sight and kept until it closes them or its run is over, so that later
-// frames cost no attaching. Any thread may call.
+// frames cost no attaching. An application that closes none loses the one that was not used for
+// longest. Any thread may call.
 class AttachedSegments
 {
 public:
@@ -50,10 +52,21 @@ public:
     [[nodiscard]] bool close(std::string_view name);
 
 private:
-    using Segments = std::map<std::string, std::shared_ptr<AttachedSegment>, std::less<>>;
+    static constexpr std::size_t kMost = 256;
+
+    struct Entry
+    {
+        std::shared_ptr<AttachedSegment> segment;
+        std::uint64_t lastUse = 0;
+    };
+    using Segments = std::map<std::string, Entry, std::less<>>;
+
+    [[nodiscard]] Segments::node_type makeRoom() REQUIRES(m_segmentLock);
 
     Mutex m_segmentLock; // held while attaching, never while writing
     Segments m_segments GUARDED_BY(m_segmentLock);
+    std::uint64_t m_uses GUARDED_BY(m_segmentLock) = 0;
+    bool m_hasWarned GUARDED_BY(m_segmentLock) = false; // in this run
 };
 
 } // namespace tavo::vms_server_plugins::analytics::orlix
