@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <testing/platform.h>
+#include <testing/scoped_variable.h>
 
 #include "scripted_server.h"
 
@@ -72,6 +73,7 @@ TEST(HttpClient, givesHeadAndBody)
         EXPECT_EQ(client.eof(), std::string(c.body).empty());
         EXPECT_EQ(client.fetchEntireMessageBody(), c.body);
         EXPECT_TRUE(client.eof());
+        EXPECT_EQ(client.failure(), "");
     }
 }
 
@@ -130,6 +132,41 @@ TEST(HttpClient, stopEndsEveryWaitAndAllThatFollow)
     }
 }
 
+TEST(HttpClient, goesThroughTheProxyThatTheEnvironmentNames)
+{
+    const struct
+    {
+        const char* variable;
+        const char* url;
+        const char* exempt;
+        const char* firstLine; // at the proxy
+    } kCases[] = {
+        {"http_proxy", "http://storage.invalid/x", "", "GET http://storage.invalid/x HTTP/1.1"},
+        {"https_proxy", "https://storage.invalid/x", "", "CONNECT storage.invalid:443 HTTP/1.1"},
+        {"HTTPS_PROXY", "https://storage.invalid/x", "", "CONNECT storage.invalid:443 HTTP/1.1"},
+        {"all_proxy", "https://storage.invalid/x", "", "CONNECT storage.invalid:443 HTTP/1.1"},
+        {"https_proxy", "https://storage.invalid/x", ".invalid", ""},
+        {"http_proxy", "http://localhost:1/x", "", ""}};
+    for (const auto& c : kCases)
+    {
+        SCOPED_TRACE(std::string(c.variable) + " " + c.url);
+        std::string request;
+        {
+            const ScriptedServer proxy(
+                [&request](Connection& connection)
+                {
+                    request = connection.readRequest();
+                    connection.write("HTTP/1.1 403 Forbidden\r\nContent-Length: 0\r\n\r\n");
+                });
+            const test_support::ScopedVariable named(c.variable, proxy.url(""));
+            const test_support::ScopedVariable exempt("no_proxy", c.exempt);
+            HttpClient client(ssl::kDefaultCertificateCheck);
+            static_cast<void>(client.doGet(Url(c.url)));
+        }
+        EXPECT_EQ(request.substr(0, request.find("\r\n")), c.firstLine);
+    }
+}
+
 TEST(HttpClient, hasNoResponseWhenNoHeadCame)
 {
     const struct
@@ -169,6 +206,7 @@ TEST(HttpClient, hasNoResponseWhenNoHeadCame)
         client.setAllTimeouts(300ms);
         EXPECT_FALSE(client.doGet(server.url()));
         EXPECT_EQ(client.response(), nullptr);
+        EXPECT_NE(client.failure(), "");
         EXPECT_TRUE(client.eof());
         EXPECT_EQ(client.fetchMessageBodyBuffer(), "");
         EXPECT_EQ(client.fetchEntireMessageBody(), std::nullopt);
@@ -185,6 +223,7 @@ TEST(HttpClient, refusesWhatIsNoWebAddress)
         HttpClient client(ssl::kAcceptAnyCertificate);
         EXPECT_FALSE(client.doGet(Url(url)));
         EXPECT_EQ(client.response(), nullptr);
+        EXPECT_NE(client.failure(), "");
     }
 }
 
@@ -217,6 +256,7 @@ TEST(HttpClient, givesWhatCameOfABrokenBody)
             body += client.fetchMessageBodyBuffer();
         EXPECT_EQ(body, "half");
         EXPECT_TRUE(client.eof());
+        EXPECT_NE(client.failure(), "");
 
         ASSERT_TRUE(client.doGet(server.url()));
         EXPECT_EQ(client.fetchEntireMessageBody(), std::nullopt);

@@ -21,6 +21,11 @@ void HttpClient::addAdditionalHeader(const std::string& name, const std::string&
     m_transfer->addHeader(name, value);
 }
 
+void HttpClient::setCaBundle(const std::string& path)
+{
+    m_transfer->setCaBundle(path);
+}
+
 bool HttpClient::doGet(const Url& url)
 {
     return m_transfer->start(url, /*body*/ nullptr);
@@ -35,6 +40,11 @@ bool HttpClient::doPost(const Url& url, const std::string& contentType, const st
 const Response* HttpClient::response() const
 {
     return m_transfer->response() ? &*m_transfer->response() : nullptr;
+}
+
+std::string HttpClient::failure() const
+{
+    return m_transfer->failure();
 }
 
 bool HttpClient::eof()

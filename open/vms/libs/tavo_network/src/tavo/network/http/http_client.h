@@ -51,6 +51,10 @@ public:
     // end or a null in it is dropped.
     void addAdditionalHeader(const std::string& name, const std::string& value);
 
+    // For the requests that follow: a file in PEM of the only authorities that are believed. Empty
+    // means those of certificate_check.h.
+    void setCaBundle(const std::string& path);
+
     // True when the head of a response arrived, whatever its status. False with response() null
     // on failure: a URL that is not http or https, no connection, a certificate refused, silence.
     [[nodiscard]] bool doGet(const Url& url);
@@ -59,6 +63,10 @@ public:
 
     // The head of the last request's response, or null. Valid until the next request.
     const Response* response() const;
+
+    // Why the last request has no response, or its body is not whole, in some words for people.
+    // Empty as long as neither is so.
+    std::string failure() const;
 
     // Waits for a byte of the body or its end. True at the end, also if the connection broke
     // before the body was whole, and without a response.

@@ -87,7 +87,10 @@ bool HttpClient::Transfer::start(const Url& url, const PostBody* body)
 
     if (m_isStopped || !setOptions(url, body) ||
         curl_multi_add_handle(m_multi.get(), m_easy.get()) != CURLM_OK)
+    {
+        m_result = url.isValid() ? CURLE_FAILED_INIT : CURLE_URL_MALFORMAT;
         return false;
+    }
     m_result.reset();
 
     runUntil([this] { return m_head.response().has_value(); });
@@ -126,6 +129,7 @@ void HttpClient::Transfer::stop()
 
 bool HttpClient::Transfer::setOptions(const Url& url, const PostBody* body)
 {
+    m_errorText = {};
     m_easy.reset(curl_easy_init());
     if (!m_multi || !m_easy || !url.isValid())
         return false;
@@ -157,8 +161,13 @@ bool HttpClient::Transfer::setOptions(const Url& url, const PostBody* body)
     // Those that the system keeps, where no file is the usual place of them; elsewhere it does
     // nothing.
     set(CURLOPT_SSL_OPTIONS, static_cast<long>(CURLSSLOPT_NATIVE_CA));
-    if (const char* const authorities = authoritiesFile())
+    if (const char* const authorities = m_caBundle.empty() ? authoritiesFile() : m_caBundle.c_str())
+    {
         set(CURLOPT_CAINFO, authorities);
+        set(CURLOPT_CAPATH, static_cast<const char*>(nullptr));
+        set(CURLOPT_SSL_OPTIONS, 0L);
+    }
+    set(CURLOPT_ERRORBUFFER, m_errorText.data());
 
     set(CURLOPT_HEADERDATA, this);
     set(
@@ -263,6 +272,13 @@ void HttpClient::Transfer::endForStop()
     curl_easy_setopt(m_easy.get(), CURLOPT_QUICK_EXIT, 1L);
     end(CURLE_ABORTED_BY_CALLBACK);
     m_bytes.clear();
+}
+
+std::string HttpClient::Transfer::failure() const
+{
+    if (m_result.value_or(CURLE_OK) == CURLE_OK)
+        return {};
+    return m_errorText.front() ? m_errorText.data() : curl_easy_strerror(*m_result);
 }
 
 // The two below are called by libcurl, through which no exception may pass.

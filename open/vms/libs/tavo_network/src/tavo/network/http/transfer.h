@@ -1,6 +1,7 @@
 // One client's connection to libcurl: a request at a time, driven by the thread that calls.
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <memory>
@@ -33,6 +34,7 @@ public:
     Transfer& operator=(const Transfer&) = delete;
 
     void setTimeout(std::chrono::milliseconds timeout) { m_timeout = timeout; }
+    void setCaBundle(const std::string& path) { m_caBundle = path; }
     void addHeader(const std::string& name, const std::string& value);
 
     // Ends the request before, if there is one, and runs until the head is there. `body` is null
@@ -40,6 +42,8 @@ public:
     bool start(const Url& url, const PostBody* body);
 
     const std::optional<Response>& response() const { return m_head.response(); }
+
+    std::string failure() const;
 
     // Runs until there is a byte or nothing more will come, which makes it false.
     bool waitForBytes();
@@ -90,6 +94,7 @@ private:
 
     const ssl::CertificateCheck m_certificateCheck;
     std::chrono::milliseconds m_timeout = kDefaultTimeout;
+    std::string m_caBundle; // empty: the usual authorities
     std::vector<std::string> m_headerLines;
     std::atomic<bool> m_isStopped{false};
 
@@ -97,6 +102,7 @@ private:
     HeaderList m_requestHeaders;
     HeadParser m_head;
     std::string m_bytes;
+    std::array<char, CURL_ERROR_SIZE> m_errorText{}; // libcurl's
     bool m_isPaused = false;
     std::optional<CURLcode> m_result = CURLE_OK; // empty: goes on
 

@@ -29,6 +29,9 @@ Ini::Ini() :
     regBoolParam(
         &enableAmbarellaIntegration, false, "enableAmbarellaIntegration",
         "If enabled, the Orlix Plugin will enable Ambarella integration, ie. offloading model inference to the Ambarella CV75 chip.");
+    regBoolParam(
+        &verifyCertificates, false, "verifyCertificates",
+        "If enabled, the Orlix Plugin will check the certificates of the servers that it downloads from.");
     regStringParam(&CloudAPI, kDefaultCloudApi, "CloudAPI", "The URL of the ORLIX cloud.");
     regStringParam(
         &DeviceAdminOverride, "", "DeviceAdminOverride",
@@ -42,6 +45,9 @@ Ini::Ini() :
     regStringParam(
         &WorkingDirectory, "", "WorkingDirectory",
         "Directory the plugin should use as its working directory. This includes logging files, Orlix Manager and model file downloads.");
+    regStringParam(
+        &caBundle, "", "caBundle",
+        "File in PEM of the certificate authorities that are trusted in place of the system's.");
     regIntParam(
         &logVerbosityLevel, 1, "logVerbosityLevel",
         "0: No logging. 1: Basic logging. 2: Verbose logging.");

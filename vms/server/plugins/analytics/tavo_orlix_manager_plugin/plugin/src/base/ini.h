@@ -21,11 +21,13 @@ public:
     bool restartOrlixManagerOnCrash;
     bool cacheRuntimeArchives;
     bool enableAmbarellaIntegration;
+    bool verifyCertificates; // of downloads; those of the cloud are always checked
     const char* CloudAPI;
     const char* DeviceAdminOverride;
     const char* RuntimesStorageURL; // empty: the built-in one
     const char* OrlixManagerStorageURL; // of a folder; empty: the built-in one
     const char* WorkingDirectory; // empty: a folder in the host's
+    const char* caBundle; // a file in PEM; empty: the system's authorities
     int logVerbosityLevel; // 0 to 2
     int modelDownloadSeconds;
     int HTTPRequestTimeout; // in seconds

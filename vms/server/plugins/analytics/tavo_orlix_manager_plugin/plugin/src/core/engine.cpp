@@ -13,6 +13,7 @@
 #include "device_agent/device_agent.h"
 #include "device_agent/manifest_builder.h"
 #include "inference/plugin_socket_listener.h"
+#include "remote/certificates.h"
 #include "utils/log.h"
 #include "utils/process.h"
 
@@ -75,6 +76,7 @@ Engine::Engine(Plugin* plugin, std::string workingDirectory) :
         throw;
     }
     log_info("Initialized engine. Plugin version: %s\n", kPluginVersion);
+    logCertificateChecks();
 }
 
 Engine::~Engine()

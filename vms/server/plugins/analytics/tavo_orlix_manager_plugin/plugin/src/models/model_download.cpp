@@ -14,6 +14,7 @@
 #include "base/ini.h"
 #include "models/orlix_crypto.h"
 #include "remote/answer_body.h"
+#include "remote/certificates.h"
 #include "remote/file_helpers.h"
 #include "remote/stoppable_client.h"
 #include "utils/files.h"
@@ -59,7 +60,7 @@ public:
         m_stop(stop),
         m_temporaryPath(temporaryPathOf(download.modelPath)),
         m_temporaryKeyPath(temporaryPathOf(download.keyPath)),
-        m_client(network::ssl::kAcceptAnyCertificate, stop)
+        m_client(downloadCertificateCheck(), stop)
     {}
 
     bool run(std::optional<std::time_t>* lastModified)
@@ -82,6 +83,7 @@ public:
 private:
     void prepareClient()
     {
+        trustConfiguredAuthorities(m_client);
         m_client.addAdditionalHeader("Authorization", m_download.cloudToken);
         m_client.setAllTimeouts(std::chrono::seconds(ini().modelDownloadSeconds));
     }

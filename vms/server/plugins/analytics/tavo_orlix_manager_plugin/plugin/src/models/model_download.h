@@ -27,9 +27,10 @@ struct ModelDownload
 
 // Fetches a model into a temporary file beside its path, checks its digest, and moves it into
 // place together with the key of an encrypted model, so that an older good pair stays whatever goes
-// wrong. Any server certificate is accepted: the digest is what is trusted. True on success;
-// `lastModified` is then the server's time of the file, if it can be read. A failure is on the
-// board, but for one by `stop`, and no temporary file is left. Memory does not depend on the size.
+// wrong. Where the ini file has no certificates checked, the digest is what is trusted. True on
+// success; `lastModified` is then the server's time of the file, if it can be read. A failure is on
+// the board, but for one by `stop`, and no temporary file is left. Memory does not depend on the
+// size.
 [[nodiscard]] bool downloadModel(
     const ModelDownload& download, MessageBoard& board, std::optional<std::time_t>* lastModified,
     const std::stop_token& stop = {});

@@ -6,6 +6,7 @@
 #include "base/ini.h"
 #include "base/plugin_version.h"
 #include "remote/answer_body.h"
+#include "remote/certificates.h"
 #include "remote/cloud_answers.h"
 #include "remote/stoppable_client.h"
 #include "remote/text_helpers.h"
@@ -23,6 +24,7 @@ constexpr int kStatusOk = 200;
 
 void setUp(HttpClient& client, const UtilityProviderPtr& provider)
 {
+    trustConfiguredAuthorities(client);
     client.setAllTimeouts(std::chrono::seconds(ini().HTTPRequestTimeout));
     client.addAdditionalHeader("User-Agent", std::string("ORLIX-Plugin/") + kPluginVersion);
     client.addAdditionalHeader("Authorization", cloudAuthToken(provider));

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <memory>
 
+#include "remote/certificates.h"
 #include "remote/file_helpers.h"
 #include "remote/stoppable_client.h"
 #include "utils/files.h"
@@ -101,7 +102,8 @@ bool downloadFile(
     const std::stop_token& stop)
 {
     log_info("Downloading %s to file: %s\n", url.c_str(), filePath.c_str());
-    StoppableClient client(network::ssl::kAcceptAnyCertificate, stop);
+    StoppableClient client(downloadCertificateCheck(), stop);
+    trustConfiguredAuthorities(client);
     if (!client.doGet(Url(url)) || !client.response())
     {
         log_info("Failed to download file at: %s\n", url.c_str());

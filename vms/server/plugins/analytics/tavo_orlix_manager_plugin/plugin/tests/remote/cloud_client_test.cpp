@@ -149,9 +149,9 @@ TEST_F(CloudClient, OfAnErrorsBodyTheLogGetsTheBeginning)
     EXPECT_TRUE(m_log.text().ends_with(" Body: " + std::string(1024, 'a') + "\n"));
 }
 
-TEST_F(CloudClient, OnlyACertificateThatTheSystemTrustsIsAccepted)
+TEST_F(CloudClient, OnlyATrustedCertificateIsAccepted)
 {
-    const SelfSignedCertificate certificate;
+    const TestCertificate certificate;
     LoopbackHttpsServer cloud(certificate);
     cloud.handlers.Get(
         ".*",
@@ -162,8 +162,14 @@ TEST_F(CloudClient, OnlyACertificateThatTheSystemTrustsIsAccepted)
 
     EXPECT_THAT(getAvailablePipelines(m_host, "d"), IsEmpty());
     EXPECT_THAT(m_log.text(), HasSubstr("Couldn't get a response from endpoint: "));
-    const test_support::ScopedVariable authorities("CURL_CA_BUNDLE", certificate.caFile());
+    {
+        const test_support::ScopedVariable authorities("CURL_CA_BUNDLE", certificate.caFile());
+        EXPECT_EQ(1u, getAvailablePipelines(m_host, "d").size());
+    }
+    const std::string bundle = certificate.caFile();
+    ini().caBundle = bundle.c_str();
     EXPECT_EQ(1u, getAvailablePipelines(m_host, "d").size());
+    ini().caBundle = "";
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -7,7 +7,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "base/ini.h"
 #include "http_server.h"
+#include "remote/certificates.h"
 #include "temporary_folder.h"
 #include "utils/tests/test_support.h"
 
@@ -156,13 +158,35 @@ TEST_F(FileDownloader, AStopEndsItAndLeavesNoFile)
     EXPECT_THAT(m_log.text(), HasSubstr("Gave up a download for the shutdown: "));
 }
 
-TEST_F(FileDownloader, AnyCertificateIsAccepted)
+TEST_F(FileDownloader, ACertificateIsCheckedWhereTheIniFileSaysSo)
 {
-    const SelfSignedCertificate certificate;
+    const TestCertificate certificate;
     LoopbackHttpsServer server(certificate);
     serve(server, "secret");
-    EXPECT_TRUE(download(server.url("/file")));
-    EXPECT_EQ("secret", m_folder.read("file"));
+    const std::string bundle = certificate.caFile();
+    const struct
+    {
+        bool verifies;
+        const char* bundle;
+        bool accepted;
+        const char* log;
+    } cases[] = {
+        {false, "", true, "Certificates of download servers are not checked"},
+        {true, "", false, "Certificates of download servers are checked.\n"},
+        {true, bundle.c_str(), true, bundle.c_str()},
+    };
+    for (const auto& c : cases)
+    {
+        std::filesystem::remove(m_folder.path("file"));
+        ini().verifyCertificates = c.verifies;
+        ini().caBundle = c.bundle;
+        logCertificateChecks();
+        EXPECT_THAT(m_log.text(), HasSubstr(c.log));
+        EXPECT_EQ(c.accepted, download(server.url("/file")));
+        EXPECT_EQ(c.accepted ? "secret" : "", m_folder.read("file"));
+    }
+    ini().verifyCertificates = false;
+    ini().caBundle = "";
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

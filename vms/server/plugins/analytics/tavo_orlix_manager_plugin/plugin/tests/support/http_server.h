@@ -1,14 +1,12 @@
 #pragma once
 
-#include <cstdio>
 #include <memory>
+#include <string>
 #include <thread>
 
 #include <httplib.h>
-#include <openssl/pem.h>
-#include <openssl/x509.h>
 
-#include "temporary_folder.h"
+#include "test_certificate.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -66,43 +64,11 @@ private:
     std::thread m_thread;
 };
 
-// A certificate for "localhost" that vouches for itself and that no system knows.
-class SelfSignedCertificate
-{
-public:
-    SelfSignedCertificate()
-    {
-        X509_gmtime_adj(X509_getm_notBefore(get()), -60);
-        X509_gmtime_adj(X509_getm_notAfter(get()), 3600);
-        X509_NAME* const name = X509_get_subject_name(get());
-        X509_NAME_add_entry_by_NID(
-            name, NID_commonName, MBSTRING_ASC, reinterpret_cast<const std::uint8_t*>("localhost"),
-            -1, -1, 0);
-        X509_set_issuer_name(get(), name);
-        X509_set_pubkey(get(), key());
-        X509_sign(get(), key(), EVP_sha256());
-        const std::shared_ptr<std::FILE> file(std::fopen(caFile().c_str(), "we"), std::fclose);
-        if (!PEM_write_X509(file.get(), get()))
-            throw std::runtime_error("no certificate");
-    }
-
-    [[nodiscard]] X509* get() const { return m_certificate.get(); }
-    [[nodiscard]] EVP_PKEY* key() const { return m_key.get(); }
-
-    // In PEM, for who is to trust it.
-    [[nodiscard]] std::string caFile() const { return m_folder.path("ca.pem"); }
-
-private:
-    TemporaryFolder m_folder;
-    const std::shared_ptr<EVP_PKEY> m_key{EVP_EC_gen("P-256"), EVP_PKEY_free};
-    const std::shared_ptr<X509> m_certificate{X509_new(), X509_free};
-};
-
 // As LoopbackHttpServer, over TLS, by the name "localhost".
 class LoopbackHttpsServer : public LoopbackHttpServer
 {
 public:
-    explicit LoopbackHttpsServer(const SelfSignedCertificate& certificate) :
+    explicit LoopbackHttpsServer(const TestCertificate& certificate) :
         LoopbackHttpServer(
             std::make_unique<httplib::SSLServer>(certificate.get(), certificate.key()),
             "https://localhost:")
