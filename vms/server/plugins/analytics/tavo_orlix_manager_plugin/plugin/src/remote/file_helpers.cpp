@@ -144,13 +144,14 @@ bool replaceFile(const std::string& path, std::string_view content)
 
 std::string fileNameOf(const std::string& path)
 {
-    const std::size_t slash = path.rfind('/');
+    const std::string name = path.substr(0, path.find_first_of("?#"));
+    const std::size_t slash = name.rfind('/');
     if (slash == std::string::npos)
     {
         log_info("Warning! Could not determine model filename: %s\n", path.c_str());
         return {};
     }
-    return path.substr(slash + 1);
+    return name.substr(slash + 1);
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -38,7 +38,8 @@ int writeFile(const std::string& path, const char* data, std::size_t size);
 // by a rename. False on failure, which is not logged.
 [[nodiscard]] bool replaceFile(const std::string& path, std::string_view content);
 
-// What stands behind the last "/", also on Windows: these paths come from URLs.
+// What stands behind the last "/", also on Windows, before a "?" or "#": these paths come from
+// URLs.
 [[nodiscard]] std::string fileNameOf(const std::string& path);
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -5,7 +5,6 @@
 #include <stdexcept>
 #include <vector>
 
-#include "remote/answer_body.h"
 #include "runtimes/tool_output.h"
 #include "utils/command.h"
 #include "utils/log.h"
@@ -115,7 +114,7 @@ int identifyHailoDevice()
     if (result.exitCode != 0)
     {
         log_info("Notice: Failed to run: 'hailortcli fw-control identify'\n");
-        log_info("stdout/stderr: %s\n", std::string(excerptOf(result.output)).c_str());
+        log_info("stdout/stderr: %s\n", beginningOf(result.output).c_str());
         return 0;
     }
     return hailoTypeIn(result.output);
@@ -127,7 +126,7 @@ std::string readHailoDriverVersion()
     if (result.exitCode != 0)
     {
         log_info("Notice: Failed to run: 'hailortcli -v'\n");
-        log_info("stdout/stderr: %s\n", std::string(excerptOf(result.output)).c_str());
+        log_info("stdout/stderr: %s\n", beginningOf(result.output).c_str());
         return {};
     }
     std::string version = hailoVersionIn(result.output);

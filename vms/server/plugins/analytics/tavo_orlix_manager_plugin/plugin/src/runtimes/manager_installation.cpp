@@ -9,6 +9,7 @@
 #include "remote/file_downloader.h"
 #include "remote/file_helpers.h"
 #include "runtimes/machine_info.h"
+#include "runtimes/tool_output.h"
 #include "utils/command.h"
 #include "utils/folders.h"
 #include "utils/log.h"
@@ -103,14 +104,14 @@ bool ManagerInstallation::unpackArchive(const std::string& archivePath, const st
 {
     m_state.store(ManagerInstallState::unpacking);
     // The archive holds the installation folder itself.
-    const std::string command = "tar xfz \"" + archivePath + "\" -C \"" + folder + "\"";
+    const std::string command =
+        "tar xfz \"" + archivePath + "\" -C \"" + folder + "\" --no-same-owner";
     log_info("Unpacking Orlix Manager with command: \"%s\"\n", command.c_str());
     const CommandResult result = runCommand(command, kUnpackLimit, m_stop);
     deleteFile(archivePath);
-    // Only whether tar started decides: what it could not unpack is missed in the next step.
-    if (result.exitCode != -1)
+    if (result.exitCode == 0)
         return true;
-    log_info("Error! Failed to unpack Orlix Manager: %s\n", result.output.c_str());
+    log_info("Error! Failed to unpack Orlix Manager: %s\n", beginningOf(result.output).c_str());
     return false;
 }
 

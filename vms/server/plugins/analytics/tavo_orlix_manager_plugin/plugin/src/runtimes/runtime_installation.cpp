@@ -10,6 +10,7 @@
 #include "runtimes/placeholders.h"
 #include "runtimes/runtimes_manager.h"
 #include "runtimes/staging.h"
+#include "runtimes/tool_output.h"
 #include "utils/command.h"
 #include "utils/folders.h"
 #include "utils/log.h"
@@ -23,7 +24,7 @@ namespace
 {
 
 constexpr char kStagingFolder[] = "runtime.unpacking"; // in the bin folder
-constexpr char kUnpackCommand[] = "tar -xf \"{file_path}\" -C \"{folder_path}\"";
+constexpr char kUnpackCommand[] = "tar -xf \"{file_path}\" -C \"{folder_path}\" --no-same-owner";
 
 void postDocumentation(const std::string& runtimeName, MessageBoard& board)
 {
@@ -131,6 +132,10 @@ bool RuntimesManager::unpackPackage(
     if (result.exitCode != 0 || !fileExists(path_join(staging.content(), kRuntimeLibrary)))
     {
         log_info("ERROR: Failed to extract the runtime package.\n");
+        if (result.exitCode == 0)
+            log_info("The package does not contain %s.\n", kRuntimeLibrary);
+        else
+            log_info("tar: %s\n", beginningOf(result.output).c_str());
         board.postMessage(
             board_key::kRuntimeExtractionFailed,
             "Failed to extract the runtime package. Please ensure you have a stable Internet connection and enough free space on your disk.",
@@ -151,7 +156,7 @@ bool RuntimesManager::unpackPackage(
     else if (deleteFile(packagePath))
         log_info("Info: Deleted the tar file successfully.\n");
     else // the text is the unpacking's output, as operators know it
-        log_info("ERROR: Failed to delete the tar file: %s\n", result.output.c_str());
+        log_info("ERROR: Failed to delete the tar file: %s\n", beginningOf(result.output).c_str());
     return true;
 }
 

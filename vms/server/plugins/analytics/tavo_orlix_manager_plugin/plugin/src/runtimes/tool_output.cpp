@@ -16,7 +16,7 @@ constexpr std::size_t kMaxToolOutput = 4096;
 std::vector<std::string> firstGroups(const std::string& output, const std::regex& expression)
 {
     std::vector<std::string> groups;
-    const std::string text = output.substr(0, kMaxToolOutput);
+    const std::string text = beginningOf(output);
     for (std::sregex_iterator match(text.begin(), text.end(), expression), end; match != end;
          ++match)
         groups.push_back((*match)[1]);
@@ -25,10 +25,15 @@ std::vector<std::string> firstGroups(const std::string& output, const std::regex
 
 } // namespace
 
+std::string beginningOf(std::string_view output)
+{
+    return std::string(output.substr(0, kMaxToolOutput));
+}
+
 std::string deepxVersionIn(const std::string& output)
 {
     static const std::regex kVersion(R"(DXRT v([0-9]+)\.([0-9]+)\.([0-9]+))");
-    const std::string text = output.substr(0, kMaxToolOutput);
+    const std::string text = beginningOf(output);
     std::smatch match;
     if (!std::regex_search(text, match, kVersion))
         return {};

@@ -1,12 +1,16 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
 // What the tools of the accelerators' vendors print, of which the first 4,096 bytes are read. No
 // state; nothing throws.
+
+// As much of any tool's output as is read or goes into the log.
+[[nodiscard]] std::string beginningOf(std::string_view output);
 
 // "3.2.0"; empty if it is not told.
 [[nodiscard]] std::string deepxVersionIn(const std::string& output);

@@ -30,6 +30,19 @@ TEST(IsFileName, RefusesWhatWouldLeadElsewhere)
         EXPECT_EQ(c.second, isFileName(c.first)) << c.first;
 }
 
+TEST(FileNameOf, IsWhatStandsBehindTheLastSlashOfThePath)
+{
+    const std::pair<const char*, const char*> kCases[] = {
+        {"https://a.test/models/m.onnx", "m.onnx"},
+        {"https://a.test/models/m.onnx?token=a/b&x=1", "m.onnx"},
+        {"https://a.test/models/m.onnx#part/2", "m.onnx"},
+        {"https://a.test/models/?m.onnx", ""},
+        {"m.onnx", ""},
+        {"", ""}};
+    for (const auto& c : kCases)
+        EXPECT_EQ(c.second, fileNameOf(c.first)) << c.first;
+}
+
 // A host may run with any locale, in C and in C++.
 class CommaLocale : public ::testing::Test
 {

@@ -20,7 +20,10 @@ TEST(TransferPace, EndsWhatFallsUnderTheFloorAndNothingElse)
         {"just enough", {{15s, 15'360}, {30s, 15'360}}, true},
         {"one byte too few", {{30s, 30'719}}, false},
         {"a burst does not pay for later", {{30s, 1 << 30}, {45s, 1}, {60s, 1}}, false},
-        {"a long wait counts whole", {{60s, 61'439}}, false},
+        {"a silence does not count", {{60s, 1}, {75s, 1}}, true},
+        {"what comes after it does", {{60s, 1}, {75s, 1}, {90s, 30'717}}, false},
+        {"nor one later on", {{20s, 1}, {30s, 30'719}, {90s, 1}, {119s, 1}}, true},
+        {"nor one after the other", {{60s, 1}, {120s, 1}}, false},
         {"a new window counts anew", {{40s, 40'960}, {69s, 1}}, true},
     };
     for (const auto& c : kCases)

@@ -5,6 +5,7 @@
 #include "runtimes/chip_catalogue.h"
 #include "temporary_folder.h"
 #include "utils/paths.h"
+#include "utils/tests/test_support.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -108,6 +109,19 @@ TEST_F(DriverProbeTest, hailoToolsTellTypeAndVersion)
     m_folder.writeProgram(
         "hailortcli", "print HailoRT-CLI version 4.18.0\nprint HailoRT-CLI version 4.19.0");
     EXPECT_EQ("", readHailoDriverVersion());
+}
+
+TEST_F(DriverProbeTest, theLogHasTheBeginningOfWhatAToolSaid)
+{
+    const test::CapturedLog log;
+    m_folder.writeProgram(
+        "hailortcli",
+        "print " + std::string(4000, 'a') + "\nprint " + std::string(200, 'b') + "\nexit 1");
+    EXPECT_EQ("", readHailoDriverVersion());
+    const std::string text = log.text();
+    EXPECT_NE(std::string::npos, text.find(std::string(4000, 'a')));
+    EXPECT_NE(std::string::npos, text.find("bbb"));
+    EXPECT_EQ(std::string::npos, text.find(std::string(96, 'b')));
 }
 
 TEST_F(DriverProbeTest, nvidiaTellsTheUserWhatToMend)

@@ -95,13 +95,14 @@ TEST_F(ManagerInstallationTest, ofACutArchiveNothingCountsAndAnApplicationPutThe
     for (char& c : program)
         c = static_cast<char>((random = random * 1664525 + 1013904223) >> 24);
     makeArchive(/*engine*/ true, "4.6.1");
-    m_folder.write(std::string("content/orlix_manager/bin/") + kEngineExecutable, program);
+    // Behind all that is looked for.
+    m_folder.write("content/orlix_manager/lib/engine.so", program);
     ASSERT_EQ(
         0,
         runCommand(
             "tar czf " + m_folder.path("archive.tgz") + " -C " + m_folder.path("content") +
             " orlix_manager/bin/" + kManagerExecutable + " orlix_manager/bin/" + kEngineExecutable +
-            " orlix_manager/VERSION")
+            " orlix_manager/VERSION orlix_manager/lib/engine.so")
             .exitCode);
     m_archive = m_folder.read("archive.tgz");
     m_archive.resize(m_archive.size() / 2);
