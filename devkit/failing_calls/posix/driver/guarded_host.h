@@ -1,7 +1,6 @@
 #pragma once
 
 #include <exception>
-#include <filesystem>
 #include <string>
 
 #include "agent_handler.h"
@@ -14,28 +13,15 @@
 namespace tavo::devkit
 {
 
-// Which exceptions may come over the boundary: those of files and threads, where something is made.
-enum class Throws
-{
-    nothing,
-    systemErrors,
-};
-
-// Has the library do something. What it throws is caught: a finding, or the failure that it may be.
-// True if it has thrown nothing.
+// Has the library do something. What it throws is a finding. True if it has thrown nothing.
 template <class Call>
-bool inLibrary(Findings& findings, const char* what, Call call, Throws throws = Throws::nothing)
+bool inLibrary(Findings& findings, const char* what, Call call)
 {
     try
     {
         const failing_calls::Inside inside;
         call();
         return true;
-    }
-    catch (const std::system_error& error)
-    {
-        if (throws == Throws::nothing)
-            findings.add(std::string(what) + " has thrown " + error.what());
     }
     catch (const std::exception& error)
     {

@@ -82,9 +82,7 @@ bool LibraryHost::load()
     inLibrary(
         m_findings, "setUtilityProvider", [&] { m_plugin->setUtilityProvider(provider.get()); });
     sdk::Result<sdk::analytics::IEngine*> engine;
-    inLibrary(
-        m_findings, "obtainEngine", [&] { engine = m_plugin->obtainEngine(); },
-        Throws::systemErrors);
+    inLibrary(m_findings, "obtainEngine", [&] { engine = m_plugin->obtainEngine(); });
     take<sdk::analytics::IEngine*>(engine, [&](auto* value) { m_engine = sdk::Ptr(value); });
     if (!m_engine)
         return false;
@@ -96,7 +94,7 @@ bool LibraryHost::load()
     sdk::Result<sdk::analytics::IDeviceAgent*> result;
     inLibrary(
         m_findings, "doObtainDeviceAgent",
-        [&] { result = m_engine->doObtainDeviceAgent(info.get()); }, Throws::systemErrors);
+        [&] { result = m_engine->doObtainDeviceAgent(info.get()); });
     sdk::Ptr<sdk::analytics::IDeviceAgent> agent;
     take<sdk::analytics::IDeviceAgent*>(result, [&](auto* value) { agent = sdk::Ptr(value); });
     if (!agent)

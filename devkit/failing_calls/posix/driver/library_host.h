@@ -18,8 +18,8 @@
 namespace tavo::devkit
 {
 
-// A host with one camera, which takes what the library gives as a host must: a failure that it is
-// told of, or one of the exceptions that may come. All else is a finding. One thread.
+// A host with one camera, which takes what the library gives as a host must, a failure that it is
+// told of included. All else is a finding. One thread.
 class LibraryHost
 {
 public:

@@ -25,6 +25,8 @@ public:
     {}
 
     using ConsumingDeviceAgent::currentSettings;
+    using ConsumingDeviceAgent::pushIntegrationDiagnosticEvent;
+    using ConsumingDeviceAgent::pushManifest;
     using ConsumingDeviceAgent::pushMetadataPacket;
 
     std::string calls; // a letter for each
@@ -127,15 +129,44 @@ TEST(ConsumingDeviceAgent, sortsPacketsAndSaysWhatFailed)
     }
 }
 
-TEST(ConsumingDeviceAgent, letsAnExceptionThroughAndTheFrameGo)
+TEST(ConsumingDeviceAgent, anExceptionIsAFailureAndTheFrameGoes)
 {
     const auto agent = makePtr<TestAgent>();
     agent->isThrowing = true;
     const auto frame = makePtr<test::Frame>(1);
     Result<void> result;
-    EXPECT_THROW(agent->doPushDataPacket(&result, frame.get()), std::runtime_error);
+    agent->doPushDataPacket(&result, frame.get());
     EXPECT_EQ(test::refCount(frame.get()), 1u);
+    EXPECT_EQ(result.errorCode, ErrorCode::internalError);
+    EXPECT_EQ(test::takeMessage(result), "lock failed");
+}
+
+TEST(ConsumingDeviceAgent, goesOnAfterAHandlerThatThrows)
+{
+    class Handler : public test::AgentHandler
+    {
+        void handleMetadata(IMetadataPacket* metadataPacket) override
+        {
+            test::AgentHandler::handleMetadata(metadataPacket);
+            throw std::runtime_error("disk full");
+        }
+        void handleIntegrationDiagnosticEvent(IIntegrationDiagnosticEvent*) override { throw 7; }
+        void pushManifest(const IString*) override { throw std::bad_alloc(); }
+    };
+    const auto agent = makePtr<TestAgent>();
+    const auto handler = makePtr<Handler>();
+    agent->setHandler(handler.get());
+    agent->packetsToPull = {makePacket(1), makePacket(2)};
+    testing::internal::CaptureStderr();
+    Result<void> result;
+    agent->doPushDataPacket(&result, makePtr<test::Frame>(1).get());
+    agent->pushIntegrationDiagnosticEvent(IIntegrationDiagnosticEvent::Level::info, "", "");
+    agent->pushManifest("{}");
+    const std::string told = testing::internal::GetCapturedStderr();
     EXPECT_TRUE(result.isOk());
+    EXPECT_EQ(handler->packets.size(), 2u);
+    for (const char* const text : {"disk full", "Unknown error", "Not enough memory"})
+        EXPECT_THAT(told, HasSubstr(text));
 }
 
 TEST(ConsumingDeviceAgent, handsMetadataOverWithItsReference)

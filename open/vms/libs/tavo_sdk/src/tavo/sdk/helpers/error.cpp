@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <new>
 #include <utility>
 
@@ -33,6 +34,18 @@ private:
     const char* const m_text;
 };
 
+Error internalError(const char* text) noexcept
+{
+    try
+    {
+        return error(ErrorCode::internalError, *text ? text : "Unknown error");
+    }
+    catch (...)
+    {
+        return outOfMemory();
+    }
+}
+
 } // namespace
 
 Error error(ErrorCode errorCode, std::string errorMessage)
@@ -51,6 +64,26 @@ Error outOfMemory() noexcept
     alignas(ConstantText) static std::byte memory[sizeof(ConstantText)];
     static const ConstantText* const message = new (memory) ConstantText("Not enough memory");
     return {ErrorCode::otherError, message};
+}
+
+Error errorOfException() noexcept
+{
+    try
+    {
+        throw;
+    }
+    catch (const std::bad_alloc&)
+    {}
+    catch (const std::exception& exception)
+    {
+        return internalError(exception.what());
+    }
+    catch (...)
+    {
+        return internalError("");
+    }
+    kit::printLine("tavo::sdk::error(): Not enough memory");
+    return outOfMemory();
 }
 
 } // namespace tavo::sdk

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstdint>
 
+#include <tavo/sdk/helpers/error.h>
 #include <tavo/sdk/helpers/lib_context.h>
 #include <tavo/sdk/i_ref_countable.h>
 
@@ -18,11 +19,7 @@ public:
     RefCountable(const RefCountable&) = delete;
     RefCountable& operator=(const RefCountable&) = delete;
 
-    ~RefCountable() override
-    {
-        if (IRefCountableRegistry* const registry = libContext().refCountableRegistry())
-            registry->notifyDestroyed(this, m_refCount.load(std::memory_order_relaxed));
-    }
+    ~RefCountable() override { report(&IRefCountableRegistry::notifyDestroyed); }
 
     std::uint32_t addRef() const override
     {
@@ -71,21 +68,24 @@ public:
     }
 
 protected:
-    RefCountable() { reportCreated(); }
+    RefCountable() { report(&IRefCountableRegistry::notifyCreated); }
 
     // For an object that is a part of another one and lives as long as that: references to it are
     // references to `delegate`, which is not owned.
     explicit RefCountable(const IRefCountable* delegate) :
         m_delegate(delegate)
     {
-        reportCreated();
+        report(&IRefCountableRegistry::notifyCreated);
     }
 
 private:
-    void reportCreated() const
+    using Report = void (IRefCountableRegistry::*)(const IRefCountable*, std::uint32_t);
+    void report(Report operation) const
     {
-        if (IRefCountableRegistry* const registry = libContext().refCountableRegistry())
-            registry->notifyCreated(this, m_refCount.load(std::memory_order_relaxed));
+        IRefCountableRegistry* const registry = libContext().refCountableRegistry();
+        if (!registry)
+            return;
+        atBorder([&] { (registry->*operation)(this, m_refCount.load(std::memory_order_relaxed)); });
     }
 
     mutable std::atomic<std::uint32_t> m_refCount{1};

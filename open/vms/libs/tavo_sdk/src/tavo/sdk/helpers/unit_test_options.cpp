@@ -3,6 +3,7 @@
 #include <mutex>
 
 #include <tavo/sdk/exports.h>
+#include <tavo/sdk/helpers/error.h>
 #include <tavo/sdk/helpers/string_map.h>
 
 namespace tavo::sdk
@@ -35,10 +36,14 @@ std::map<std::string, std::string> unitTestOptions()
 
 void tavoSetUnitTestOptions(const tavo::sdk::IStringMap* options)
 {
-    std::map<std::string, std::string> values;
-    if (!tavo::sdk::toStdMap(options, &values))
-        values.clear(); // a host without options
+    tavo::sdk::atBorder(
+        [&]
+        {
+            std::map<std::string, std::string> values;
+            if (!tavo::sdk::toStdMap(options, &values))
+                values.clear(); // a host without options
 
-    const std::lock_guard lock(tavo::sdk::options().mutex);
-    tavo::sdk::options().values.swap(values);
+            const std::lock_guard lock(tavo::sdk::options().mutex);
+            tavo::sdk::options().values.swap(values);
+        });
 }

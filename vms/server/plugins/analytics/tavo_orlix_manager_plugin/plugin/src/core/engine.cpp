@@ -130,7 +130,7 @@ void Engine::stopThreads()
 sdk::Result<sdk::analytics::IDeviceAgent*> Engine::doObtainDeviceAgent(
     const sdk::analytics::IDeviceInfo* deviceInfo)
 {
-    return sdk::withinMemory([&] { return makeDeviceAgent(*deviceInfo); });
+    return sdk::atBorder([&] { return makeDeviceAgent(*deviceInfo); });
 }
 
 sdk::Result<sdk::analytics::IDeviceAgent*> Engine::makeDeviceAgent(

@@ -39,7 +39,7 @@ std::string settingsModel()
 
 sdk::Result<const sdk::ISettingsResponse*> Engine::pluginSideSettings() const
 {
-    return sdk::withinMemory(
+    return sdk::atBorder(
         []() -> sdk::Result<const sdk::ISettingsResponse*>
         {
             const std::string model = settingsModel();

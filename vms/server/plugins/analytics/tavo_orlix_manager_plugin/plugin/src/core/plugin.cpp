@@ -1,7 +1,6 @@
 #include "core/plugin.h"
 
 #include <filesystem>
-#include <new>
 #include <system_error>
 
 #include <tavo/sdk/helpers/error.h>
@@ -77,12 +76,6 @@ std::string Plugin::manifestString() const
 
 extern "C" tavo::sdk::IPlugin* createTavoPlugin()
 {
-    try
-    {
-        return new tavo::vms_server_plugins::analytics::orlix::Plugin();
-    }
-    catch (const std::bad_alloc&)
-    {
-        return nullptr;
-    }
+    using tavo::vms_server_plugins::analytics::orlix::Plugin;
+    return tavo::sdk::atBorder([]() -> tavo::sdk::IPlugin* { return new Plugin(); });
 }

@@ -16,13 +16,12 @@ class Plugin : public sdk::analytics::Integration
 protected:
     // sdk::analytics::Integration:
 
-    // Makes the working directory, and a new engine in it. Throws std::filesystem::filesystem_error
-    // when the folder cannot be made, and whatever the engine's construction throws.
+    // Makes the working directory, and a new engine in it.
     sdk::Result<sdk::analytics::IEngine*> doObtainEngine() override;
     std::string manifestString() const override;
 };
 
 } // namespace tavo::vms_server_plugins::analytics::orlix
 
-// The entry point of the library. The reference belongs to the caller; null if memory is lacking.
+// The entry point of the library. The reference belongs to the caller; null on failure.
 extern "C" TAVO_EXPORT tavo::sdk::IPlugin* createTavoPlugin();

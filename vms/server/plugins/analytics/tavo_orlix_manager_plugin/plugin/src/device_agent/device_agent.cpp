@@ -1,8 +1,8 @@
 #include "device_agent/device_agent.h"
 
-#include <new>
 #include <utility>
 
+#include <tavo/sdk/helpers/error.h>
 #include <tavo/sdk/uuid.h>
 
 #include "base/ini.h"
@@ -39,14 +39,7 @@ DeviceAgent::~DeviceAgent()
 {
     log_info("Destroying Device Agent %zu\n", static_cast<std::size_t>(m_deviceNumber));
     m_services->removeDeviceAgent(static_cast<std::size_t>(m_deviceNumber));
-    try
-    {
-        setPluginEnabled(false);
-    }
-    catch (const std::bad_alloc&)
-    {
-        log_info("Warning! No memory to tell the host that a device has no agent any more.\n");
-    }
+    sdk::atBorder([this] { setPluginEnabled(false); });
     const MutexLock lock(m_pipelineLock);
     m_pipelineTree.reset();
     m_pipelineParsed = false;

@@ -105,7 +105,6 @@ protected:
     std::string manifestString() const override;
     bool pushUncompressedVideoFrame(
         sdk::Ptr<const sdk::analytics::IUncompressedVideoFrame> videoFrame) override;
-    // Throws std::invalid_argument or std::out_of_range for a time that is no number.
     sdk::Result<const sdk::ISettingsResponse*> settingsReceived() override;
 
 private:

@@ -3,6 +3,7 @@
 #include <exception>
 #include <stdexcept>
 
+#include <tavo/sdk/helpers/error.h>
 #include <tavo/sdk/ptr.h>
 
 #include "utils/log.h"
@@ -38,7 +39,7 @@ void ORLIXCompletionHandler::execute(Response response)
     m_state->executed = true;
     if (!m_state->answered.test_and_set())
     {
-        m_state->promise.set_value(response);
+        sdk::atBorder([&] { m_state->promise.set_value(response); });
         return;
     }
     log_info("Warning! Dropped an answer of the host that nobody waits for.\n");

@@ -334,13 +334,27 @@ TEST_F(EngineTest, TheHostOwnsTheOneReferenceOfWhatTheEntryPointGives)
     EXPECT_EQ(0u, plugin->releaseRef());
 }
 
-TEST_F(EngineTest, WithoutAHomeThereIsNoEngine)
+TEST_F(EngineTest, WithoutAPlaceForItsFilesThereIsNoEngine)
 {
-    m_host->home = "";
-    const auto result = integration().obtainEngine();
-    EXPECT_FALSE(result.isOk());
-    const sdk::Ptr<const sdk::IString> message(result.errorMessage);
-    EXPECT_STREQ("The host names no home directory", message->str());
+    m_folder.write("file", "");
+    const struct
+    {
+        std::string home;
+        std::string temporary;
+        const char* text;
+    } kCases[] = {
+        {"", m_folder.path(), "The host names no home directory"},
+        {m_folder.path("file"), m_folder.path(), "create_directories"},
+        {m_folder.path("home"), m_folder.path("nowhere"), "temp_directory_path"}};
+    for (const auto& c : kCases)
+    {
+        m_host->home = c.home;
+        const ScopedTempPath temporary(c.temporary);
+        const auto result = integration().obtainEngine();
+        EXPECT_FALSE(result.isOk());
+        const sdk::Ptr<const sdk::IString> message(result.errorMessage);
+        EXPECT_THAT(message->str(), testing::HasSubstr(c.text));
+    }
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

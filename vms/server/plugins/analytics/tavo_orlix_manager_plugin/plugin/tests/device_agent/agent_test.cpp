@@ -245,7 +245,9 @@ TEST_F(AgentTest, KeepsNothingOfACallWithAWrongTime)
         {"cropBox", "lost"},
         {"dumpingDetectionTimeThreshold", "15"},
         {"loiterDetectionTimeThreshold", "soon"}});
-    EXPECT_THROW(static_cast<void>(agent->setSettings(wrong.get())), std::invalid_argument);
+    const auto answer = agent->setSettings(wrong.get());
+    EXPECT_EQ(sdk::ErrorCode::internalError, answer.errorCode);
+    EXPECT_STREQ("stoll", sdk::Ptr(answer.errorMessage)->str());
     EXPECT_EQ("cropBox=kept\n", folder.read(cache));
     const auto values = readAnswer(agent->pluginSideSettings().value).first;
     EXPECT_THAT(values, ElementsAre(testing::Pair("cropBox", "kept")));

@@ -54,7 +54,7 @@ Result<const ISettingsResponse*> ConsumingDeviceAgent::setSettings(const IString
 {
     m_output.print("Received settings");
 
-    return withinMemory(
+    return atBorder(
         [&]() -> Result<const ISettingsResponse*>
         {
             std::map<std::string, std::string> newSettings;
@@ -73,13 +73,12 @@ Result<const ISettingsResponse*> ConsumingDeviceAgent::pluginSideSettings() cons
 
 Result<const IString*> ConsumingDeviceAgent::manifest() const
 {
-    return withinMemory(
-        [this]() -> Result<const IString*> { return new String(manifestString()); });
+    return atBorder([this]() -> Result<const IString*> { return new String(manifestString()); });
 }
 
 void ConsumingDeviceAgent::setHandler(IDeviceAgent::IHandler* handler)
 {
-    m_hostState.setHandler(handler);
+    atBorder([&] { m_hostState.setHandler(handler); });
 }
 
 void ConsumingDeviceAgent::setNeededMetadataTypes(const IMetadataTypes* /*metadataTypes*/) {}
@@ -89,7 +88,7 @@ void ConsumingDeviceAgent::doPushDataPacket(Result<void>* outResult, IDataPacket
     if (!kit::verify(outResult, "outResult"))
         return;
 
-    *outResult = withinMemory([&] { return push(dataPacket); });
+    *outResult = atBorder([&] { return push(dataPacket); });
     m_output.print("doPushDataPacket() END");
 }
 
@@ -163,7 +162,8 @@ void ConsumingDeviceAgent::pushManifest(const std::string& manifest) const
             "pushManifest(): INTERNAL ERROR: setHandler() was not called; ignoring the manifest");
         return;
     }
-    hostHandler->pushManifest(makePtr<String>(manifest).get());
+    const auto text = makePtr<String>(manifest);
+    atBorder([&] { hostHandler->pushManifest(text.get()); });
 }
 
 void ConsumingDeviceAgent::pushIntegrationDiagnosticEvent(
@@ -181,7 +181,7 @@ void ConsumingDeviceAgent::pushIntegrationDiagnosticEvent(
         makePtr<IntegrationDiagnosticEvent>(level, std::move(caption), std::move(description));
     if (m_output.isPrinting())
         m_output.print("Producing Integration Diagnostic Event:\n" + toJsonString(event.get()));
-    hostHandler->handleIntegrationDiagnosticEvent(event.get());
+    atBorder([&] { hostHandler->handleIntegrationDiagnosticEvent(event.get()); });
 }
 
 Result<void> ConsumingDeviceAgent::push(IDataPacket* dataPacket)
@@ -282,7 +282,7 @@ void ConsumingDeviceAgent::processMetadataPacket(
         m_output.print("processMetadataPacket(): " + packetText(metadataPacket.get()));
 
     kit::verify(metadataPacket->timestampUs() >= 0, "metadataPacket->timestampUs() >= 0");
-    hostHandler->handleMetadata(metadataPacket.releasePtr());
+    atBorder([&] { hostHandler->handleMetadata(metadataPacket.releasePtr()); });
 }
 
 } // namespace tavo::sdk::analytics

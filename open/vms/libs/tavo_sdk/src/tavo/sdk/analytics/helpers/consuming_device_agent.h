@@ -1,8 +1,8 @@
 // The part of a device agent that does not depend on what it does: takes the camera's packets and
 // sorts them by kind, keeps settings and handler, hands metadata to the host. Any thread may call;
 // the host pushes packets one at a time.
-// Exceptions of a subclass pass through to the host, but for std::bad_alloc out of an operation
-// that the base class calls: it becomes a failed result.
+// What a subclass throws out of an operation that the base class calls is a failed result to the
+// host; what the host's handler throws is logged.
 #pragma once
 
 #include <map>

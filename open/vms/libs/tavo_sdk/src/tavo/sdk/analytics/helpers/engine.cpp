@@ -1,6 +1,5 @@
 #include <tavo/sdk/analytics/helpers/engine.h>
 
-#include <new>
 #include <utility>
 
 #include <tavo/kit/debug.h>
@@ -46,20 +45,19 @@ Engine::~Engine()
 
 void Engine::setEngineInfo(const IEngineInfo* engineInfo)
 {
-    try
-    {
-        m_output.setPrefix(makePrintPrefix(
-            m_givenPrintPrefix, kPrefixTag, engineInfo ? engineInfo->name() : nullptr));
-    }
-    catch (const std::bad_alloc&)
-    {} // the prefix stays as it is
+    atBorder(
+        [&]
+        {
+            m_output.setPrefix(makePrintPrefix(
+                m_givenPrintPrefix, kPrefixTag, engineInfo ? engineInfo->name() : nullptr));
+        });
 }
 
 Result<const ISettingsResponse*> Engine::setSettings(const IStringMap* settings)
 {
     m_output.print("Received settings");
 
-    return withinMemory(
+    return atBorder(
         [&]() -> Result<const ISettingsResponse*>
         {
             std::map<std::string, std::string> newSettings;
@@ -78,8 +76,7 @@ Result<const ISettingsResponse*> Engine::pluginSideSettings() const
 
 Result<const IString*> Engine::manifest() const
 {
-    return withinMemory(
-        [this]() -> Result<const IString*> { return new String(manifestString()); });
+    return atBorder([this]() -> Result<const IString*> { return new String(manifestString()); });
 }
 
 bool Engine::isCompatible(const IDeviceInfo* /*deviceInfo*/) const
@@ -90,7 +87,7 @@ bool Engine::isCompatible(const IDeviceInfo* /*deviceInfo*/) const
 void Engine::doExecuteAction(Result<const IActionResponse*>* outResult, const IAction* action)
 {
     if (kit::verify(outResult, "outResult"))
-        *outResult = withinMemory([&] { return execute(action); });
+        *outResult = atBorder([&] { return execute(action); });
 }
 
 Result<const IActionResponse*> Engine::execute(const IAction* action)
@@ -113,7 +110,7 @@ Result<const IActionResponse*> Engine::execute(const IAction* action)
 
 void Engine::setHandler(IEngine::IHandler* handler)
 {
-    m_hostState.setHandler(handler);
+    atBorder([&] { m_hostState.setHandler(handler); });
 }
 
 Result<const ISettingsResponse*> Engine::settingsReceived()
@@ -160,7 +157,7 @@ void Engine::pushIntegrationDiagnosticEvent(
     {
         m_output.print("Producing Integration Diagnostic Event:\n" + toJsonString(event.get()));
     }
-    hostHandler->handleIntegrationDiagnosticEvent(event.get());
+    atBorder([&] { hostHandler->handleIntegrationDiagnosticEvent(event.get()); });
 }
 
 } // namespace tavo::sdk::analytics

@@ -1,7 +1,7 @@
 // The part of an engine that does not depend on what it does: keeps settings and handler, logs
 // under a prefix, wraps results. Any thread may call.
-// Exceptions of a subclass pass through to the host, but for std::bad_alloc out of an operation
-// that the base class calls: it becomes a failed result.
+// What a subclass throws out of an operation that the base class calls is a failed result to the
+// host; what the host's handler throws is logged.
 #pragma once
 
 #include <map>

@@ -1,6 +1,5 @@
 #include <tavo/sdk/analytics/helpers/integration.h>
 
-#include <new>
 #include <sstream>
 #include <utility>
 
@@ -16,16 +15,17 @@ namespace
 {
 
 void logLifeStage(const char* stage, const IIntegration* integration)
-try
 {
-    std::ostringstream line;
-    line << makePrintPrefix(/*givenPrefix*/ {}, /*tag*/ {}, /*name*/ nullptr) << stage
-         << " IIntegration @" << static_cast<const void*>(integration) << " of "
-         << libContext().name();
-    kit::printLine(line.str());
+    atBorder(
+        [&]
+        {
+            std::ostringstream line;
+            line << makePrintPrefix(/*givenPrefix*/ {}, /*tag*/ {}, /*name*/ nullptr) << stage
+                 << " IIntegration @" << static_cast<const void*>(integration) << " of "
+                 << libContext().name();
+            kit::printLine(line.str());
+        });
 }
-catch (const std::bad_alloc&)
-{} // a line less; the end of an object must not throw
 
 } // namespace
 
@@ -49,14 +49,19 @@ Ptr<IUtilityProvider> Integration::utilityProvider() const
 
 void Integration::setUtilityProvider(IUtilityProvider* utilityProvider)
 {
-    Ptr<IUtilityProvider> provider = addRefToPtr(utilityProvider); // the former goes unlocked
-    const std::lock_guard lock(m_mutex);
-    std::swap(m_utilityProvider, provider);
+    atBorder(
+        [&]
+        {
+            Ptr<IUtilityProvider> provider =
+                addRefToPtr(utilityProvider); // the former goes unlocked
+            const std::lock_guard lock(m_mutex);
+            std::swap(m_utilityProvider, provider);
+        });
 }
 
 Result<const IString*> Integration::manifest() const
 {
-    return withinMemory(
+    return atBorder(
         [this]() -> Result<const IString*> {
             return new String(
                 m_integrationManifest.empty() ? manifestString() : m_integrationManifest);
@@ -65,7 +70,7 @@ Result<const IString*> Integration::manifest() const
 
 Result<IEngine*> Integration::obtainEngine()
 {
-    return withinMemory([this] { return makeEngine(); });
+    return atBorder([this] { return makeEngine(); });
 }
 
 Result<IEngine*> Integration::makeEngine()

@@ -35,8 +35,7 @@ protected:
     explicit Integration(std::string integrationManifest = {}, CreateEngine createEngine = {});
     ~Integration() override;
 
-    // Makes an engine; called anew for each obtainEngine. Exceptions pass through to the host, but
-    // for std::bad_alloc, which becomes a failed result.
+    // Makes an engine; called anew for each obtainEngine, which fails with what this throws.
     virtual Result<IEngine*> doObtainEngine();
 
     // The manifest as JSON.

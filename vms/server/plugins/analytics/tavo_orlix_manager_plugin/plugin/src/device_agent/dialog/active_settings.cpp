@@ -51,7 +51,7 @@ void DeviceAgent::getSettingsOnActiveSettingChange(
     log_debug("Active settings triggered\n");
     if (!kit::verify(outResult, "outResult"))
         return;
-    *outResult = sdk::withinMemory([&] { return serveAction(action); });
+    *outResult = sdk::atBorder([&] { return serveAction(action); });
 }
 
 sdk::Result<const sdk::IActiveSettingChangedResponse*> DeviceAgent::serveAction(

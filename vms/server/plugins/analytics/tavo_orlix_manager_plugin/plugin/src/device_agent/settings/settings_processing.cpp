@@ -117,7 +117,7 @@ void DeviceAgent::applySettings()
 sdk::Result<const sdk::ISettingsResponse*> DeviceAgent::pluginSideSettings() const
 {
     log_debug("Fetching plugin side settings\n");
-    return sdk::withinMemory([this] { return drawDialog(); });
+    return sdk::atBorder([this] { return drawDialog(); });
 }
 
 sdk::Result<const sdk::ISettingsResponse*> DeviceAgent::drawDialog() const
