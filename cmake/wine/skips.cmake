@@ -50,6 +50,12 @@ set(TAVO_LINUX_ALONE
 # Of Windows alone: ProcessUserTest.thisProcessIsOfThisUserAndNobodyIsRefusedUnknown
 # Of Windows alone: ConsoleTest.aPipeThatIsFullAndDoesNotWaitTakesWhatItCan
 # Of Windows alone: ThreadEndTest.leavesNothingOfOpenSslBehind
+# Of Windows alone: MicrosoftHostTest.readsWhatTheLibraryHandsOut
+# Of Windows alone: MicrosoftHostTest.isAskedByTheLibrary
+# Of Windows alone: MicrosoftHostTest.isToldByTheLibrary
+# Of Windows alone: MicrosoftHostTest.seesItsObjectsDestroyedByTheLibrary
+# Of Windows alone: MicrosoftHostRoad.hasACameraServed
+# Of Windows alone: MicrosoftHostRoad.isToldOfWhatCannotBeMade
 # Of Windows alone: FileNamesTest.whatTheSystemTakesForSomethingElseIsNone
 
 foreach(skip ${TAVO_WINE_SKIPS})

@@ -6,7 +6,7 @@
 # shellcheck disable=SC2154 # the names of the last two
 
 readonly kWindowsPackages=(g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 libz-mingw-w64-dev
-    wine64 patch perl make tcl)
+    wine64 clang patch perl make tcl)
 readonly kMingw=x86_64-w64-mingw32
 # In this version Debian changed the packaging alone.
 readonly kYyjsonUnchanged=0.10.0+ds-1

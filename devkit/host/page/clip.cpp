@@ -6,7 +6,7 @@
 #include <map>
 #include <memory>
 
-#include <tavo/sdk/uuid.h>
+#include <tavo/sdk/helpers/uuid.h>
 
 #include "common/json.h"
 #include "media/drawing.h"
@@ -29,7 +29,7 @@ public:
     ScratchFile() :
         m_path(
             std::filesystem::temp_directory_path() /
-            ("tavo_clip_" + sdk::Uuid::random().toText() + ".mp4"))
+            ("tavo_clip_" + toText(sdk::randomUuid()) + ".mp4"))
     {}
     ~ScratchFile()
     {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include <tavo/sdk/uuid.h>
+#include <tavo/sdk/helpers/uuid.h>
 
 #include "common/json.h"
 #include "records/records.h"
@@ -64,7 +64,7 @@ std::string DeviceList::add(const std::string& name, const std::string& source)
 {
     const std::lock_guard lock(m_changeMutex);
     RecordStore& store = m_plan.surroundings.store;
-    std::string id = sdk::Uuid::random().toText();
+    std::string id = toText(sdk::randomUuid());
     store.put(
         RecordKind::device, id, newDeviceRecord(id, name, source, readIdentity(store).serverId));
     try

@@ -3,7 +3,7 @@
 #include <charconv>
 
 #include <CLI/CLI.hpp>
-#include <tavo/sdk/uuid.h>
+#include <tavo/sdk/helpers/uuid.h>
 
 namespace tavo::devkit
 {
@@ -68,7 +68,7 @@ PageAddress readPage(const std::string& text, const std::string& token)
         throw CLI::ValidationError("--page", "'" + text + "' is not [ADDRESS:]PORT");
     page->token = token;
     if (page->token.empty() && !isLoopback(page->host))
-        page->token = sdk::Uuid::random().toText();
+        page->token = toText(sdk::randomUuid());
     return *page;
 }
 

@@ -20,7 +20,7 @@ public:
     // Throws std::runtime_error with the loader's text when the file or one of the exports is not
     // to be had.
     explicit Library(const std::string& file);
-    ~Library() override;
+    TAVO_DESTRUCTOR_OVERRIDE(Library);
     Library(const Library&) = delete;
     Library& operator=(const Library&) = delete;
 

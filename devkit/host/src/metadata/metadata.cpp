@@ -3,6 +3,7 @@
 #include <tavo/sdk/analytics/i_event_metadata_packet.h>
 #include <tavo/sdk/analytics/i_object_metadata_packet.h>
 #include <tavo/sdk/helpers/string_map.h>
+#include <tavo/sdk/helpers/uuid.h>
 
 namespace tavo::devkit
 {
@@ -34,7 +35,7 @@ DetectedObject readObject(const IObjectMetadata& object)
 {
     DetectedObject result;
     result.typeId = copyText(object.typeId());
-    result.trackId = object.trackId().toText();
+    result.trackId = toText(object.trackId());
     result.confidence = object.confidence();
     result.box = object.boundingBox();
     result.attributes = readAttributes(object);

@@ -1,6 +1,5 @@
 // Calls through the tables of virtual operations by number, as a host does that was built long
-// before this library. Numbers count the destructor as one slot; this platform's compilers give it
-// two entries.
+// before this library. Numbers count the destructor as one slot.
 
 #include <gtest/gtest.h>
 
@@ -12,6 +11,7 @@
 #include <tavo/sdk/helpers/attribute.h>
 
 #include "host_doubles.h"
+#include "slot_call.h"
 
 namespace tavo::sdk
 {
@@ -20,15 +20,7 @@ namespace
 {
 
 using namespace analytics;
-
-template <class R, class... Args>
-R call(const IRefCountable* object, int slot, Args... args)
-{
-    constexpr int kExtraDestructorEntry = 1;
-    using Operation = R (*)(const void*, Args...);
-    void* const* const table = *reinterpret_cast<void* const* const*>(object);
-    return reinterpret_cast<Operation>(table[slot + kExtraDestructorEntry])(object, args...);
-}
+using test::call;
 
 std::string text(const IRefCountable* object, int slot)
 {
@@ -166,7 +158,10 @@ TEST(SlotOrder, integration)
          "tavo::sdk::IIntegration", "tavo::sdk::IPlugin"});
     EXPECT_EQ(test::takeText(call<Result<const IString*>>(integration.get(), 5)), "manifest");
     expectCall<Result<IEngine*>>("engine", integration.get(), 6);
-    EXPECT_EQ(call<std::string>(integration.get(), 9), "manifest");
+    if (test::baseClassesHaveNumbers)
+    {
+        EXPECT_EQ(call<std::string>(integration.get(), 9), "manifest");
+    }
 }
 
 TEST(SlotOrder, engine)
@@ -207,8 +202,11 @@ TEST(SlotOrder, engine)
     EXPECT_EQ(engine->handler(), handler);
     EXPECT_EQ(test::refCount(handler.get()), 2u);
     expectCall<void>("reserved", engine.get(), 12);
-    EXPECT_EQ(call<std::string>(engine.get(), 13), "manifest");
-    expectCall<Settings>("received", engine.get(), 14);
+    if (test::baseClassesHaveNumbers)
+    {
+        EXPECT_EQ(call<std::string>(engine.get(), 13), "manifest");
+        expectCall<Settings>("received", engine.get(), 14);
+    }
 }
 
 TEST(SlotOrder, deviceAgent)
@@ -253,9 +251,12 @@ TEST(SlotOrder, deviceAgent)
     EXPECT_EQ(test::takeMessage(pushed), "dataPacket is null; discarding it.");
     expectCall<void>("finalize", agent.get(), 10);
     expectCall<void>("active", agent.get(), 11, null, null);
-    EXPECT_EQ(call<std::string>(agent.get(), 12), "manifest");
-    expectCall<bool>("pull", agent.get(), 16, null);
-    expectCall<Settings>("received", agent.get(), 17);
+    if (test::baseClassesHaveNumbers)
+    {
+        EXPECT_EQ(call<std::string>(agent.get(), 12), "manifest");
+        expectCall<bool>("pull", agent.get(), 16, null);
+        expectCall<Settings>("received", agent.get(), 17);
+    }
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-#include <tavo/sdk/uuid.h>
+#include <tavo/sdk/helpers/uuid.h>
 
 #include <gtest/gtest.h>
 
@@ -31,11 +31,10 @@ TEST(Uuid, readsPairsOfDigitsAndSkipsWhatStandsBetween)
     for (const auto& c : kCases)
     {
         SCOPED_TRACE(c.name);
-        const Uuid uuid = Uuid::fromText(std::string_view(c.text));
-        EXPECT_EQ(
-            uuid.toText(), c.isRead ? "00010203-0405-0607-0809-0a0b0c0d0e0f" : Uuid().toText());
+        const Uuid uuid = uuidFromText(std::string_view(c.text));
+        EXPECT_EQ(toText(uuid), c.isRead ? "00010203-0405-0607-0809-0a0b0c0d0e0f" : toText(Uuid()));
     }
-    EXPECT_TRUE(Uuid::fromText(nullptr).isNull());
+    EXPECT_TRUE(uuidFromText(nullptr).isNull());
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 // A message to the people who run the server.
 #pragma once
 
-#include <cstdint>
+#include <stdint.h>
 
 #include <tavo/sdk/interface.h>
 
@@ -14,7 +14,7 @@ public:
     static constexpr const char* kInterfaceIds[] = {
         "tavo::sdk::IIntegrationDiagnosticEvent", "tavo::sdk::IPluginDiagnosticEvent"};
 
-    enum class Level : std::int32_t
+    enum class Level : int32_t
     {
         info = 0,
         warning = 1,

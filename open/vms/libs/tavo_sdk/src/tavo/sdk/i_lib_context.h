@@ -2,7 +2,7 @@
 // counted objects report. Implemented by the library, which owns it and never gives it up.
 #pragma once
 
-#include <cstdint>
+#include <stdint.h>
 
 #include <tavo/sdk/i_ref_countable.h>
 
@@ -16,9 +16,9 @@ class IRefCountableRegistry
 {
 public:
     // the order is the ABI: append only
-    virtual ~IRefCountableRegistry() = default;
-    virtual void notifyCreated(const IRefCountable* object, std::uint32_t refCount) = 0;
-    virtual void notifyDestroyed(const IRefCountable* object, std::uint32_t refCount) = 0;
+    TAVO_DESTRUCTOR(IRefCountableRegistry);
+    virtual void notifyCreated(const IRefCountable* object, uint32_t refCount) = 0;
+    virtual void notifyDestroyed(const IRefCountable* object, uint32_t refCount) = 0;
 };
 
 class ILibContext
@@ -26,7 +26,7 @@ class ILibContext
 public:
     // the order is the ABI: append only
 
-    virtual ~ILibContext() = default;
+    TAVO_DESTRUCTOR(ILibContext);
 
     // The name of the library for log lines. Set once; another name later is refused.
     virtual void setName(const char* name) = 0;

@@ -2,7 +2,7 @@
 // Slots that the library never calls are there for the order alone and do nothing by default.
 #pragma once
 
-#include <cstdint>
+#include <stdint.h>
 
 #include <tavo/sdk/i_string.h>
 #include <tavo/sdk/result.h>
@@ -30,7 +30,7 @@ public:
     };
 
     // Which part of the host a request goes to.
-    enum class HttpRequestKind : std::int32_t
+    enum class HttpRequestKind : int32_t
     {
         restApi = 1,
     };

@@ -17,7 +17,7 @@ public:
             return nullptr;
         for (const char* id : DerivedInterface::kInterfaceIds)
         {
-            if (std::strcmp(interfaceId, id) == 0)
+            if (isSameText(interfaceId, id))
             {
                 this->addRef();
                 return this;

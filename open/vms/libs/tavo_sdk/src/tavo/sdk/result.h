@@ -3,16 +3,15 @@
 // references inside, that of the message as well as that of a counted value.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-#include <type_traits>
+#include <stddef.h>
+#include <stdint.h>
 
 #include <tavo/sdk/i_string.h>
 
 namespace tavo::sdk
 {
 
-enum class ErrorCode : std::int32_t
+enum class ErrorCode : int32_t
 {
     noError = 0,
     unauthorized = -1,
@@ -35,7 +34,7 @@ struct [[nodiscard]] Error
 template <class Value>
 struct [[nodiscard]] Result
 {
-    static_assert(std::is_trivially_copyable_v<Value>, "a result is copied as bytes");
+    static_assert(__is_trivially_copyable(Value), "a result is copied as bytes");
 
     ErrorCode errorCode = ErrorCode::noError;
     const IString* errorMessage = nullptr;
@@ -69,8 +68,8 @@ struct [[nodiscard]] Result<void>
 };
 
 static_assert(sizeof(ErrorCode) == 4);
-static_assert(std::is_trivially_copyable_v<Result<void*>>);
-static_assert(std::is_standard_layout_v<Result<void*>>);
+static_assert(__is_trivially_copyable(Result<void*>));
+static_assert(__is_standard_layout(Result<void*>));
 static_assert(sizeof(Result<void*>) == 24 && sizeof(Result<void>) == 16);
 static_assert(offsetof(Result<void*>, errorCode) == 0);
 static_assert(offsetof(Result<void*>, errorMessage) == 8);

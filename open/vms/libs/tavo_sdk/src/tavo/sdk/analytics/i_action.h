@@ -1,7 +1,7 @@
 // An action that a user has chosen for a detected object. Implemented by the host.
 #pragma once
 
-#include <cstdint>
+#include <stdint.h>
 
 #include <tavo/sdk/i_string_map.h>
 #include <tavo/sdk/uuid.h>
@@ -16,9 +16,9 @@ public:
 
     // the order is the ABI: append only
     virtual const char* actionId() const = 0;
-    virtual Uuid objectTrackId() const = 0;
-    virtual Uuid deviceId() const = 0;
-    virtual std::int64_t timestampUs() const = 0;
+    TAVO_RETURNS_CONST(Uuid, objectTrackId);
+    TAVO_RETURNS_CONST(Uuid, deviceId);
+    virtual int64_t timestampUs() const = 0;
     virtual const IStringMap* params() const = 0;
 };
 

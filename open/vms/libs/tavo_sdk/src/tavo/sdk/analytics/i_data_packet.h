@@ -1,7 +1,7 @@
 // Anything that carries a moment of a camera's stream.
 #pragma once
 
-#include <cstdint>
+#include <stdint.h>
 
 #include <tavo/sdk/interface.h>
 
@@ -14,7 +14,7 @@ public:
     static constexpr const char* kInterfaceIds[] = {"tavo::sdk::analytics::IDataPacket"};
 
     // the order is the ABI: append only
-    virtual std::int64_t timestampUs() const = 0; // since the epoch
+    virtual int64_t timestampUs() const = 0; // since the epoch
 };
 
 } // namespace tavo::sdk::analytics

@@ -36,13 +36,13 @@ public:
 
     // the order is the ABI: append only
 
-    virtual Result<const ISettingsResponse*> setSettings(const IStringMap* settings) = 0;
+    TAVO_RETURNS(Result<const ISettingsResponse*>, setSettings, const IStringMap* settings);
 
     // Asked for whenever the settings dialog is opened; a null value means nothing to add.
-    virtual Result<const ISettingsResponse*> pluginSideSettings() const = 0;
+    TAVO_RETURNS_CONST(Result<const ISettingsResponse*>, pluginSideSettings);
 
     // A JSON text: the types of metadata that the device can have.
-    virtual Result<const IString*> manifest() const = 0;
+    TAVO_RETURNS_CONST(Result<const IString*>, manifest);
 
     virtual void setHandler(IHandler* handler) = 0;
 };

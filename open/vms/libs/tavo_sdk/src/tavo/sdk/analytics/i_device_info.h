@@ -2,7 +2,7 @@
 // host.
 #pragma once
 
-#include <cstdint>
+#include <stdint.h>
 
 #include <tavo/sdk/interface.h>
 
@@ -23,7 +23,7 @@ public:
     virtual const char* url() const = 0;
     virtual const char* login() const = 0;
     virtual const char* password() const = 0;
-    virtual std::int32_t channelNumber() const = 0; // from 0
+    virtual int32_t channelNumber() const = 0; // from 0
     virtual const char* sharedId() const = 0; // the same for all channels of a device
     virtual const char* logicalId() const = 0;
 };

@@ -30,16 +30,16 @@ public:
     // the order is the ABI: append only
 
     virtual void setEngineInfo(const IEngineInfo* engineInfo) = 0;
-    virtual Result<const ISettingsResponse*> setSettings(const IStringMap* settings) = 0;
+    TAVO_RETURNS(Result<const ISettingsResponse*>, setSettings, const IStringMap* settings);
 
     // Asked for whenever the settings dialog is opened; a null value means nothing to add.
-    virtual Result<const ISettingsResponse*> pluginSideSettings() const = 0;
+    TAVO_RETURNS_CONST(Result<const ISettingsResponse*>, pluginSideSettings);
 
     // A JSON text that says what the engine can do.
-    virtual Result<const IString*> manifest() const = 0;
+    TAVO_RETURNS_CONST(Result<const IString*>, manifest);
 
     virtual bool isCompatible(const IDeviceInfo* deviceInfo) const = 0;
-    virtual Result<IDeviceAgent*> doObtainDeviceAgent(const IDeviceInfo* deviceInfo) = 0;
+    TAVO_RETURNS(Result<IDeviceAgent*>, doObtainDeviceAgent, const IDeviceInfo* deviceInfo);
 
     // Fills `outResult`, whose references go to the caller.
     virtual void doExecuteAction(

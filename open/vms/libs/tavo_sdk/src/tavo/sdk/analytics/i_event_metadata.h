@@ -22,7 +22,7 @@ public:
     virtual bool isActive() const = 0; // the event begins or goes on; false: it has ended
     virtual void getTrackId(Uuid* outValue) const = 0; // of the object concerned; null: none
     virtual const char* key() const = 0; // events of one type and key are one story
-    virtual Uuid regionId() const = 0; // of the area concerned; null: none
+    TAVO_RETURNS_CONST(Uuid, regionId); // of the area concerned; null: none
 };
 
 } // namespace tavo::sdk::analytics

@@ -15,9 +15,9 @@ public:
     // the order is the ABI: append only
 
     // A JSON text that says what the library is.
-    virtual Result<const IString*> manifest() const = 0;
+    TAVO_RETURNS_CONST(Result<const IString*>, manifest);
 
-    virtual Result<IEngine*> obtainEngine() = 0;
+    TAVO_RETURNS(Result<IEngine*>, obtainEngine);
 
     virtual const char* reservedText() const = 0;
 };

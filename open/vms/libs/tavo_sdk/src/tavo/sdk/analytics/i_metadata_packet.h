@@ -12,7 +12,7 @@ public:
     static constexpr const char* kInterfaceIds[] = {"tavo::sdk::analytics::IMetadataPacket"};
 
     // the order is the ABI: append only
-    virtual std::int64_t durationUs() const = 0;
+    virtual int64_t durationUs() const = 0;
 };
 
 } // namespace tavo::sdk::analytics

@@ -18,9 +18,9 @@ public:
     virtual float confidence() const = 0; // 0 to 1
     virtual const IAttribute* attribute(int index) const = 0; // null out of range
     virtual int attributeCount() const = 0;
-    virtual Uuid trackId() const = 0;
+    TAVO_RETURNS_CONST(Uuid, trackId);
     virtual const char* subtype() const = 0;
-    virtual Rect boundingBox() const = 0;
+    TAVO_RETURNS_CONST(Rect, boundingBox);
 };
 
 } // namespace tavo::sdk::analytics

@@ -17,7 +17,7 @@ public:
     // the order is the ABI: append only
     virtual int count() const = 0;
     virtual const IObjectMetadata* at(int index) const = 0; // null out of range
-    virtual std::uint32_t flags() const = 0;
+    virtual uint32_t flags() const = 0;
 };
 
 } // namespace tavo::sdk::analytics

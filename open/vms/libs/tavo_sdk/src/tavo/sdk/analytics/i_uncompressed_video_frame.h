@@ -14,7 +14,7 @@ public:
         "tavo::sdk::analytics::IUncompressedVideoFrame1",
         "tavo::sdk::analytics::IUncompressedVideoFrame"};
 
-    enum class PixelFormat : std::int32_t
+    enum class PixelFormat : int32_t
     {
         yuv420 = 0,
         argb = 1,

@@ -2,8 +2,6 @@
 // A plain record that crosses the ABI.
 #pragma once
 
-#include <type_traits>
-
 namespace tavo::sdk::analytics
 {
 
@@ -18,6 +16,6 @@ struct Rect
 };
 
 static_assert(sizeof(float) == 4 && sizeof(Rect) == 16 && alignof(Rect) == 4);
-static_assert(std::is_trivially_copyable_v<Rect> && std::is_standard_layout_v<Rect>);
+static_assert(__is_trivially_copyable(Rect) && __is_standard_layout(Rect));
 
 } // namespace tavo::sdk::analytics

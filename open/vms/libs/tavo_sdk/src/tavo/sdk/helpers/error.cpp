@@ -27,6 +27,7 @@ public:
     const char* str() const override { return m_text; }
 
     // IRefCountable:
+    TAVO_DESTRUCTOR_OVERRIDE(ConstantText) = default;
     std::uint32_t addRef() const override { return 1; }
     std::uint32_t releaseRef() const override { return 1; }
 

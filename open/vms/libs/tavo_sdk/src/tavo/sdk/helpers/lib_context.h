@@ -17,6 +17,7 @@ public:
     static constexpr const char* kDefaultName = "unnamed_lib_context";
 
     // ILibContext:
+    TAVO_DESTRUCTOR_OVERRIDE(LibContext) = default;
     void setName(const char* name) override;
     void setRefCountableRegistry(IRefCountableRegistry* registry) override;
 

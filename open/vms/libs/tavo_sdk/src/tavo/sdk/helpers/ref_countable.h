@@ -19,7 +19,7 @@ public:
     RefCountable(const RefCountable&) = delete;
     RefCountable& operator=(const RefCountable&) = delete;
 
-    ~RefCountable() override { report(&IRefCountableRegistry::notifyDestroyed); }
+    TAVO_DESTRUCTOR_OVERRIDE(RefCountable) { report(&IRefCountableRegistry::notifyDestroyed); }
 
     std::uint32_t addRef() const override
     {

@@ -3,6 +3,7 @@
 #include <sstream>
 #include <utility>
 
+#include <tavo/sdk/helpers/uuid.h>
 #include <tavo/sdk/ptr.h>
 
 namespace tavo::sdk
@@ -35,7 +36,7 @@ std::string quoted(const char* text)
 
 std::string quoted(const Uuid& uuid)
 {
-    return quoted(uuid.toText().c_str());
+    return quoted(toText(uuid).c_str());
 }
 
 std::string numberText(float number)

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include <tavo/sdk/helpers/error.h>
-#include <tavo/sdk/uuid.h>
+#include <tavo/sdk/helpers/uuid.h>
 
 #include "base/ini.h"
 #include "device_agent/manifest_builder.h"
@@ -47,7 +47,7 @@ DeviceAgent::~DeviceAgent()
 
 std::string DeviceAgent::deviceIdOf(const sdk::analytics::IDeviceInfo& deviceInfo)
 {
-    return sdk::Uuid::fromText(deviceInfo.id()).toText();
+    return toText(sdk::uuidFromText(deviceInfo.id()));
 }
 
 std::string DeviceAgent::manifestString() const

@@ -17,6 +17,7 @@
 #include <tavo/sdk/analytics/i_event_metadata_packet.h>
 #include <tavo/sdk/analytics/i_object_metadata_packet.h>
 #include <tavo/sdk/helpers/string_map.h>
+#include <tavo/sdk/helpers/uuid.h>
 
 #include "bare_services.h"
 #include "base/ini.h"

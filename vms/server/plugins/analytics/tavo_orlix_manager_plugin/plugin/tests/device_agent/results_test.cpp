@@ -88,8 +88,8 @@ TEST_F(Results, TakeIdsAndAttributesFromTheMessage)
         ElementsAre(
             "tavo.orlix.car 0 0 0.1 0.2 colour=red plate=AB 1", "tavo.orlix.car 0.2 0.4 0.1 0.2"));
     const auto& ids = handler->trackIds["tavo.orlix.car"];
-    EXPECT_EQ("30313233-3435-3637-3839-616263646566", ids.at(0).toText());
-    EXPECT_EQ("66656463-6261-3938-3736-353433323130", ids.at(1).toText());
+    EXPECT_EQ("30313233-3435-3637-3839-616263646566", toText(ids.at(0)));
+    EXPECT_EQ("66656463-6261-3938-3736-353433323130", toText(ids.at(1)));
 }
 
 TEST_F(Results, MetadataThatIsTooShortLeavesEmptyIds)
@@ -101,7 +101,7 @@ TEST_F(Results, MetadataThatIsTooShortLeavesEmptyIds)
     EXPECT_EQ(mpack_error_data, handleResult(message));
     EXPECT_THAT(handler->takeObjects(), SizeIs(2)) << "what was read so far goes out";
     const auto& ids = handler->trackIds["tavo.orlix.car"];
-    EXPECT_EQ("73686f72-7420-6964-0000-000000000000", ids[0].toText());
+    EXPECT_EQ("73686f72-7420-6964-0000-000000000000", toText(ids[0]));
     EXPECT_TRUE(ids[1].isNull());
     EXPECT_THAT(handler->takeEvents(), IsEmpty()) << "nothing can be read behind the error";
 }

@@ -8,6 +8,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include <tavo/sdk/helpers/uuid.h>
+
 #include "device_agent/objects/overlap_matcher.h"
 #include "device_agent/objects/tracked_object.h"
 
@@ -96,7 +98,7 @@ public:
         {
             if (trackOf[i] != OverlapMatcher::kNoTrack)
                 continue;
-            detections[i].trackId = sdk::Uuid::random();
+            detections[i].trackId = sdk::randomUuid();
             tracks.push_back(detections[i]);
         }
     }

@@ -26,9 +26,10 @@ class ConsumingDeviceAgent : public RefCountable<IConsumingDeviceAgent>
 {
 public:
     // IDeviceAgent:
-    Result<const ISettingsResponse*> setSettings(const IStringMap* settings) override;
-    Result<const ISettingsResponse*> pluginSideSettings() const override;
-    Result<const IString*> manifest() const override;
+    TAVO_RETURNS_OVERRIDE(
+        Result<const ISettingsResponse*>, setSettings, const IStringMap* /*settings*/);
+    TAVO_RETURNS_CONST_OVERRIDE(Result<const ISettingsResponse*>, pluginSideSettings);
+    TAVO_RETURNS_CONST_OVERRIDE(Result<const IString*>, manifest);
     void setHandler(IDeviceAgent::IHandler* handler) override;
 
     // IConsumingDeviceAgent0:

@@ -8,6 +8,7 @@
 #include <tavo/sdk/helpers/string.h>
 #include <tavo/sdk/helpers/string_map.h>
 #include <tavo/sdk/helpers/to_string.h>
+#include <tavo/sdk/helpers/uuid.h>
 
 namespace tavo::sdk::analytics
 {
@@ -23,8 +24,8 @@ std::string actionText(const IAction* action)
     const Ptr<const IStringMap> params(action->params());
     return std::string("Executing action:\n") + kIndent +
         "actionId: " + (actionId ? actionId : "") + "\n" + kIndent +
-        "objectTrackId: " + action->objectTrackId().toText() + "\n" + kIndent +
-        "deviceId: " + action->deviceId().toText() + "\n" + kIndent +
+        "objectTrackId: " + toText(action->objectTrackId()) + "\n" + kIndent +
+        "deviceId: " + toText(action->deviceId()) + "\n" + kIndent +
         "timestampUs: " + std::to_string(action->timestampUs()) + "\n" + kIndent +
         "params: " + toJsonString(params.get(), /*indentCount*/ 1);
 }

@@ -21,11 +21,13 @@ class Engine : public RefCountable<IEngine>
 public:
     // IEngine0:
     void setEngineInfo(const IEngineInfo* engineInfo) override;
-    Result<const ISettingsResponse*> setSettings(const IStringMap* settings) override;
-    Result<const ISettingsResponse*> pluginSideSettings() const override;
-    Result<const IString*> manifest() const override;
+    TAVO_RETURNS_OVERRIDE(
+        Result<const ISettingsResponse*>, setSettings, const IStringMap* /*settings*/);
+    TAVO_RETURNS_CONST_OVERRIDE(Result<const ISettingsResponse*>, pluginSideSettings);
+    TAVO_RETURNS_CONST_OVERRIDE(Result<const IString*>, manifest);
     bool isCompatible(const IDeviceInfo* deviceInfo) const override;
-    Result<IDeviceAgent*> doObtainDeviceAgent(const IDeviceInfo* deviceInfo) override = 0;
+    TAVO_RETURNS_OVERRIDE(
+        Result<IDeviceAgent*>, doObtainDeviceAgent, const IDeviceInfo* /*deviceInfo*/) = 0;
     void doExecuteAction(Result<const IActionResponse*>* outResult, const IAction* action) override;
     void setHandler(IEngine::IHandler* handler) override;
 

@@ -35,7 +35,7 @@ public:
     bool isActive() const override { return m_isActive; }
     void getTrackId(Uuid* outValue) const override;
     const char* key() const override { return m_key.c_str(); }
-    Uuid regionId() const override { return m_regionId; }
+    TAVO_RETURNS_CONST_OVERRIDE(Uuid, regionId) { return m_regionId; }
 
 private:
     std::string m_typeId;

@@ -25,8 +25,8 @@ public:
     void setUtilityProvider(IUtilityProvider* utilityProvider) override;
 
     // IIntegration:
-    Result<const IString*> manifest() const override;
-    Result<IEngine*> obtainEngine() override;
+    TAVO_RETURNS_CONST_OVERRIDE(Result<const IString*>, manifest);
+    TAVO_RETURNS_OVERRIDE(Result<IEngine*>, obtainEngine);
     const char* reservedText() const override;
 
 protected:

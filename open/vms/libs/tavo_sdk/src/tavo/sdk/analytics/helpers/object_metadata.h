@@ -40,9 +40,9 @@ public:
     float confidence() const override { return m_confidence; }
     const IAttribute* attribute(int index) const override;
     int attributeCount() const override { return static_cast<int>(m_attributes.size()); }
-    Uuid trackId() const override { return m_trackId; }
+    TAVO_RETURNS_CONST_OVERRIDE(Uuid, trackId) { return m_trackId; }
     const char* subtype() const override { return m_subtype.c_str(); }
-    Rect boundingBox() const override { return m_boundingBox; }
+    TAVO_RETURNS_CONST_OVERRIDE(Rect, boundingBox) { return m_boundingBox; }
 
 private:
     std::shared_ptr<const std::string> m_typeId;

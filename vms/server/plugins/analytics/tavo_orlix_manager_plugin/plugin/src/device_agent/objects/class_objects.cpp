@@ -25,7 +25,7 @@ sdk::Uuid readId(mpack_node_t node)
 {
     sdk::Uuid id;
     if (const char* const data = mpack_node_bin_data(node))
-        std::memcpy(id.bytes.data(), data, std::min(mpack_node_bin_size(node), id.bytes.size()));
+        std::memcpy(id.bytes, data, std::min(mpack_node_bin_size(node), sizeof id.bytes));
     return id;
 }
 

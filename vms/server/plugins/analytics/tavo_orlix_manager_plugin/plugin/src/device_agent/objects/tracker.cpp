@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include <tavo/sdk/helpers/uuid.h>
+
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
@@ -22,7 +24,7 @@ void Tracker::trackClass(
     {
         if (!detections[i].trackId.isNull())
             continue;
-        detections[i].trackId = sdk::Uuid::random();
+        detections[i].trackId = sdk::randomUuid();
         if (i < followed)
             tracks.push_back(detections[i]);
     }

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <tavo/sdk/helpers/lib_context.h>
+#include <tavo/sdk/helpers/uuid.h>
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -21,7 +22,7 @@ TrackedObject object(float x1, const char* value)
 {
     TrackedObject object;
     object.box = {x1, 10, x1 + 100, 60};
-    object.trackId = sdk::Uuid::random();
+    object.trackId = sdk::randomUuid();
     object.attributes = {{"colour of what was seen", value}};
     return object;
 }
@@ -30,6 +31,7 @@ TrackedObject object(float x1, const char* value)
 class LivingObjects : public sdk::IRefCountableRegistry
 {
 public:
+    TAVO_DESTRUCTOR_OVERRIDE(LivingObjects) = default;
     void notifyCreated(const sdk::IRefCountable*, std::uint32_t) override { ++m_count; }
     void notifyDestroyed(const sdk::IRefCountable*, std::uint32_t) override { --m_count; }
 

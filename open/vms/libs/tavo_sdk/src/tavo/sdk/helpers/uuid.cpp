@@ -1,6 +1,7 @@
-#include <tavo/sdk/uuid.h>
+#include <tavo/sdk/helpers/uuid.h>
 
-#include <algorithm>
+#include <array>
+#include <cstring>
 #include <mutex>
 
 #include <tavo/sdk/helpers/random_bytes.h>
@@ -41,8 +42,8 @@ public:
             fillWithRandomBytes(m_bytes);
             m_unusedCount = m_bytes.size();
         }
-        m_unusedCount -= result.bytes.size();
-        std::copy_n(m_bytes.begin() + m_unusedCount, result.bytes.size(), result.bytes.begin());
+        m_unusedCount -= sizeof result.bytes;
+        std::memcpy(result.bytes, m_bytes.data() + m_unusedCount, sizeof result.bytes);
         return result;
     }
 
@@ -54,12 +55,12 @@ private:
 
 } // namespace
 
-Uuid Uuid::fromText(const char* text)
+Uuid uuidFromText(const char* text)
 {
-    return text ? fromText(std::string_view(text)) : Uuid{};
+    return text ? uuidFromText(std::string_view(text)) : Uuid{};
 }
 
-Uuid Uuid::fromText(std::string_view text)
+Uuid uuidFromText(std::string_view text)
 {
     if (text.size() < kMinTextSize)
         return {};
@@ -70,7 +71,7 @@ Uuid Uuid::fromText(std::string_view text)
     {
         if (kSkipped.find(text[i]) != std::string_view::npos)
             continue;
-        if (byteCount == result.bytes.size() || i + 1 == text.size())
+        if (byteCount == sizeof result.bytes || i + 1 == text.size())
             return {};
         const int high = hexDigit(text[i]);
         const int low = hexDigit(text[++i]);
@@ -78,10 +79,10 @@ Uuid Uuid::fromText(std::string_view text)
             return {};
         result.bytes[byteCount++] = static_cast<std::uint8_t>(high * 16 + low);
     }
-    return byteCount == result.bytes.size() ? result : Uuid{};
+    return byteCount == sizeof result.bytes ? result : Uuid{};
 }
 
-Uuid Uuid::random()
+Uuid randomUuid()
 {
     static RandomUuidSource source;
     Uuid result = source.next();
@@ -90,19 +91,19 @@ Uuid Uuid::random()
     return result;
 }
 
-std::string Uuid::toText() const
+std::string toText(const Uuid& uuid)
 {
     constexpr char kDigits[] = "0123456789abcdef";
     constexpr size_t kTextSize = 36;
 
     std::string text;
     text.reserve(kTextSize);
-    for (size_t i = 0; i < bytes.size(); ++i)
+    for (size_t i = 0; i < sizeof uuid.bytes; ++i)
     {
         if (i == 4 || i == 6 || i == 8 || i == 10)
             text += '-';
-        text += kDigits[bytes[i] >> 4];
-        text += kDigits[bytes[i] & 0x0F];
+        text += kDigits[uuid.bytes[i] >> 4];
+        text += kDigits[uuid.bytes[i] & 0x0F];
     }
     return text;
 }
