@@ -18,8 +18,9 @@ set_wine_options()
     : "${WINEPREFIX:?is to name the Wine prefix to run in}"
     find_wine
     export WINEDEBUG=-all LC_ALL=C.UTF-8
-    # Neither a screen nor what programs for .NET and of web pages would have installed.
-    export WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe=d"
+    # Neither a screen nor what programs for .NET and of web pages would have installed; nor a debugger,
+    # after whose look a program that has crashed may end as one that succeeded.
+    export WINEDLLOVERRIDES="mscoree,mshtml=;winedbg.exe,winemenubuilder.exe=d"
     unset DISPLAY
 }
 
