@@ -1,10 +1,12 @@
 // The one layout that the interfaces have on Windows, whoever compiles. Servers there are built by
-// Microsoft's compiler and this library by MinGW. Under single inheritance on 64 bits the two lay out
-// everything alike but two things, for which Microsoft's way holds:
+// Microsoft's compiler and this library by MinGW. Under single inheritance on 64 bits the two lay
+// out everything alike but two things, for which Microsoft's way holds:
 //
-// - A virtual destructor has one slot, where GCC takes two. The function in it gets flags, of which 1
+// - A virtual destructor has one slot, where GCC takes two. The function in it gets flags, of which
+// 1
 //   says that the object's memory is to be freed as well, and gives the object's address.
-// - A record that an operation returns is written to where a hidden pointer says. It is passed behind
+// - A record that an operation returns is written to where a hidden pointer says. It is passed
+// behind
 //   `this`, where GCC passes it before. The operation gives that pointer back.
 //
 // MinGW is therefore told of both as what they are: ordinary functions with ordinary parameters. To
@@ -23,42 +25,42 @@
 
 #define TAVO_DESTRUCTOR(Interface) virtual void* deletingDestructor(unsigned flags) = 0
 
-#define TAVO_DESTRUCTOR_OVERRIDE(Class) \
-    void* deletingDestructor(unsigned flags) override \
-    { \
-        if (flags & 1) \
-            delete this; \
-        else \
-            this->~Class(); \
-        return this; \
-    } \
+#define TAVO_DESTRUCTOR_OVERRIDE(Class)                                                            \
+    void* deletingDestructor(unsigned flags) override                                              \
+    {                                                                                              \
+        if (flags & 1)                                                                             \
+            delete this;                                                                           \
+        else                                                                                       \
+            this->~Class();                                                                        \
+        return this;                                                                               \
+    }                                                                                              \
     virtual ~Class()
 
 // `operationInto` is the slot. In an interface `operation` calls it; in a class that implements the
 // interface it is the other way round.
-#define TAVO_RETURNS_QUALIFIED(Record, operation, qualifier, ...) \
-    template <class... Arguments> \
-    Record operation(Arguments... arguments) qualifier \
-    { \
-        Record result; \
-        return *operation##Into(&result, arguments...); \
-    } \
+#define TAVO_RETURNS_QUALIFIED(Record, operation, qualifier, ...)                                  \
+    template <class... Arguments>                                                                  \
+    Record operation(Arguments... arguments) qualifier                                             \
+    {                                                                                              \
+        Record result;                                                                             \
+        return *operation##Into(&result, arguments...);                                            \
+    }                                                                                              \
     virtual Record* operation##Into(Record* result __VA_OPT__(, ) __VA_ARGS__) qualifier = 0
 
-#define TAVO_OVERRIDE_QUALIFIED(Record, operation, qualifier, ...) \
-    Record* operation##Into(Record* result __VA_OPT__(, __VA_ARGS__ argument)) qualifier override \
-    { \
-        *result = operation(__VA_OPT__(argument)); \
-        return result; \
-    } \
+#define TAVO_OVERRIDE_QUALIFIED(Record, operation, qualifier, ...)                                 \
+    Record* operation##Into(Record* result __VA_OPT__(, __VA_ARGS__ argument)) qualifier override  \
+    {                                                                                              \
+        *result = operation(__VA_OPT__(argument));                                                 \
+        return result;                                                                             \
+    }                                                                                              \
     virtual Record operation(__VA_ARGS__) qualifier
 
-#define TAVO_RETURNS(Record, operation, ...) \
+#define TAVO_RETURNS(Record, operation, ...)                                                       \
     TAVO_RETURNS_QUALIFIED(Record, operation, , __VA_ARGS__)
 #define TAVO_RETURNS_CONST(Record, operation) TAVO_RETURNS_QUALIFIED(Record, operation, const)
-#define TAVO_RETURNS_OVERRIDE(Record, operation, ...) \
+#define TAVO_RETURNS_OVERRIDE(Record, operation, ...)                                              \
     TAVO_OVERRIDE_QUALIFIED(Record, operation, , __VA_ARGS__)
-#define TAVO_RETURNS_CONST_OVERRIDE(Record, operation) \
+#define TAVO_RETURNS_CONST_OVERRIDE(Record, operation)                                             \
     TAVO_OVERRIDE_QUALIFIED(Record, operation, const)
 
 #endif

@@ -9,9 +9,9 @@
 namespace tavo::sdk
 {
 
-// Reads 16 pairs of hexadecimal digits. Between pairs, tabs, line feeds, blanks, hyphens, braces and
-// the letter r are skipped. A null text, and any text that does not read as exactly 16 bytes, gives
-// the null Uuid.
+// Reads 16 pairs of hexadecimal digits. Between pairs, tabs, line feeds, blanks, hyphens, braces
+// and the letter r are skipped. A null text, and any text that does not read as exactly 16 bytes,
+// gives the null Uuid.
 [[nodiscard]] Uuid uuidFromText(std::string_view text);
 [[nodiscard]] Uuid uuidFromText(const char* text);
 
