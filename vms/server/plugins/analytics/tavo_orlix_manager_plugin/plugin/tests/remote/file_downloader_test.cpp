@@ -132,14 +132,14 @@ TEST_F(FileDownloader, AStopEndsItAndLeavesNoFile)
     std::stop_source stop;
     m_server.handlers.Get(
         "/file",
-        [&](const httplib::Request&, httplib::Response& response)
+        [stopped = stop.get_token()](const httplib::Request&, httplib::Response& response)
         {
             response.set_content_provider(
                 2, "text/plain",
-                [&](size_t offset, size_t, httplib::DataSink& sink)
+                [stopped](size_t offset, size_t, httplib::DataSink& sink)
                 {
                     if (offset == 1)
-                        return test::comesTrue([&] { return stop.stop_requested(); });
+                        return test::comesTrue([&] { return stopped.stop_requested(); });
                     return sink.write("x", 1);
                 });
         });
