@@ -35,7 +35,7 @@ namespace tavo::vms_server_plugins::analytics::orlix::test
 namespace
 {
 
-TEST(SocketsTest, aShortageOfSocketsCostsATickAndNoMore)
+TEST(SocketShortageTest, costsATickAndNoMore)
 {
     const TempFolder folder;
     const std::string path = folder.file("listening.sock");
