@@ -17,7 +17,8 @@ endif()
 find_program(TAVO_CCACHE ccache)
 if(TAVO_CCACHE)
     # Paths below the checkout go to the compiler relative to the build's folder, which is the same in
-    # every clone: so a second clone, or a worktree, finds what the first one compiled.
+    # every clone: so a second clone, or a worktree, finds what the first one compiled. What names a file of
+    # this folder (a test, a program that it starts) has that as a definition of the one source alone.
     set(CMAKE_C_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env
         CCACHE_BASEDIR=${CMAKE_SOURCE_DIR} CCACHE_NOHASHDIR=1 ${TAVO_CCACHE})
     set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_C_COMPILER_LAUNCHER})
