@@ -3,8 +3,9 @@
 #include <algorithm>
 
 #include "common/clock.h"
+#include "dialogs/engine_dialog.h"
 #include "media/video_frame.h"
-#include "metadata/metadata.h"
+#include "metadata/results.h"
 #include "new_server.h"
 
 namespace tavo::devkit
@@ -58,6 +59,17 @@ void DrivenHost::load()
             SettingsDialog::Surroundings{store, m_sink, m_console});
     }
     m_isLoaded = true;
+}
+
+void DrivenHost::askForManifests()
+{
+    static_cast<void>(takeText(valueOrThrow("manifest", m_engine->plugin()->manifest())));
+    static_cast<void>(takeText(valueOrThrow("manifest", m_engine->engine()->manifest())));
+    for (const auto& camera : m_cameras)
+        static_cast<void>(takeText(valueOrThrow("manifest", camera->agent->manifest())));
+    const DialogAnswer settings = EngineDialog(m_engine->engine(), m_sink).refresh();
+    if (!settings.failure.empty())
+        throw std::runtime_error("the engine's settings: " + settings.failure);
 }
 
 std::int64_t DrivenHost::unload()

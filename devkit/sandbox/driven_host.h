@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <list>
 #include <memory>
 #include <optional>
 #include <string>
@@ -35,14 +34,12 @@ public:
     // nothing was loaded.
     std::int64_t unload();
 
+    // All that a host asks before it shows anything. Throws std::runtime_error.
+    void askForManifests();
+
     // Whether there is an agent for each camera.
     [[nodiscard]] bool isLoaded() const { return m_isLoaded; }
 
-    [[nodiscard]] LoadedEngine& engine() { return *m_engine; }
-    [[nodiscard]] sdk::analytics::IConsumingDeviceAgent& agent(int camera)
-    {
-        return *m_cameras[camera]->agent;
-    }
     [[nodiscard]] SettingsDialog& dialog(int camera) { return *m_cameras[camera]->dialog; }
     [[nodiscard]] CameraTotals totals(int camera) const;
 

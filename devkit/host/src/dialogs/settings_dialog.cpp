@@ -98,13 +98,12 @@ DialogAnswer SettingsDialog::apply(const SettingValues& values)
     return send(all);
 }
 
-void SettingsDialog::press(const std::string& button)
+DialogAnswer SettingsDialog::press(const std::string& button)
 {
     const std::lock_guard lock(m_mutex);
     const SettingValues before = storedValues();
-    const DialogAnswer answer = pressLocked(button, before);
-    if (answer.values != before)
-        (void)send(answer.values);
+    DialogAnswer answer = pressLocked(button, before);
+    return answer.values != before ? send(answer.values) : answer;
 }
 
 DialogAnswer SettingsDialog::press(const std::string& setting, const SettingValues& values)

@@ -56,7 +56,7 @@ public:
 
     // Presses a button, by its setting's name. The values that it changes in the dialog are
     // applied.
-    void press(const std::string& button);
+    DialogAnswer press(const std::string& button);
 
     // Changes an active setting in a dialog that holds `values`. Nothing is applied.
     DialogAnswer press(const std::string& setting, const SettingValues& values);

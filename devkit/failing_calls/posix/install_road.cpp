@@ -2,8 +2,7 @@
 
 #include <optional>
 
-#include "machine.h"
-#include "roads.h"
+#include "road.h"
 
 namespace tavo::devkit
 {
@@ -13,14 +12,11 @@ namespace
 
 using namespace std::chrono_literals;
 
-class FirstInstallationRoad : public Road
+class InstallRoad : public Road
 {
 public:
-    explicit FirstInstallationRoad(Findings& findings) :
-        Road(findings)
-    {}
+    using Road::Road;
 
-    [[nodiscard]] unsigned callers() const override { return failing_calls::kAllCallers; }
     [[nodiscard]] bool isUnloaded() const override { return true; }
 
     void attempt() override
@@ -40,7 +36,7 @@ public:
         checkWhatIsLeft();
         start(); // with what is there
         if (!comesAbout([this] { return hasResults(); }))
-            m_findings.add("the next start brings no results: " + m_host->dialog());
+            m_findings.add("the next start brings no results: " + m_host->dialogText());
         m_host.reset();
         checkWhatIsLeft();
     }
@@ -48,7 +44,7 @@ public:
 private:
     void start()
     {
-        m_host.emplace(m_machine.folder(), m_machine.store(), m_findings);
+        m_host.emplace(m_machine, m_findings);
         m_isUp = m_host->load() && m_host->apply(UserSettings::defaults().valuesFor(""));
     }
 
@@ -57,7 +53,7 @@ private:
     // What leads out of where nothing else does, and where users are told to do it.
     void restart()
     {
-        const std::string dialog = m_host->dialog();
+        const std::string dialog = m_host->dialogText();
         const bool isTold = !m_isUp || dialog.find("could not be installed") != std::string::npos ||
             m_machine.logContains("Failed to create listening socket");
         if (!isTold)
@@ -65,7 +61,7 @@ private:
         m_host.reset();
         start();
         if (!comesAbout([this] { return hasResults(); }))
-            m_findings.add("not even a restart brings results: " + m_host->dialog());
+            m_findings.add("not even a restart brings results: " + m_host->dialogText());
     }
 
     void checkWhatIsLeft()
@@ -80,15 +76,15 @@ private:
     }
 
     Machine m_machine;
-    std::optional<LibraryHost> m_host;
+    std::optional<GuardedHost> m_host;
     bool m_isUp = false;
 };
 
 } // namespace
 
-std::unique_ptr<Road> makeFirstInstallationRoad(Findings& findings)
+std::unique_ptr<Road> makeInstallRoad(Findings& findings)
 {
-    return std::make_unique<FirstInstallationRoad>(findings);
+    return std::make_unique<InstallRoad>(findings);
 }
 
 } // namespace tavo::devkit

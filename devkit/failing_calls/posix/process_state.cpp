@@ -1,16 +1,11 @@
 #include "process_state.h"
 
 #include <algorithm>
-#include <cctype>
-#include <charconv>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <thread>
-
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace tavo::devkit
 {
@@ -53,31 +48,15 @@ void countDescriptors(ProcessState& state)
     }
 }
 
-bool isOurChild(const fs::path& process)
-{
-    std::ifstream file(process / "stat");
-    std::string stat;
-    std::getline(file, stat);
-    // Behind the name, which may hold anything: a letter and the parent.
-    const std::size_t nameEnd = stat.rfind(')');
-    if (nameEnd == std::string::npos || nameEnd + 4 >= stat.size())
-        return false;
-    pid_t parent = 0;
-    std::from_chars(stat.data() + nameEnd + 4, stat.data() + stat.size(), parent);
-    return parent == getpid();
-}
-
 // Those that nobody has collected are among them.
 std::size_t countChildren()
 {
-    siginfo_t ignored = {};
-    if (waitid(P_ALL, 0, &ignored, WEXITED | WNOHANG | WNOWAIT) != 0)
-        return 0;
     std::size_t count = 0;
-    for (const auto& entry : fs::directory_iterator("/proc"))
+    for (const auto& thread : fs::directory_iterator("/proc/self/task"))
     {
-        if (std::isdigit(static_cast<unsigned char>(entry.path().filename().string().front())))
-            count += isOurChild(entry.path()) ? 1 : 0;
+        std::ifstream children(thread.path() / "children");
+        count += static_cast<std::size_t>(std::distance(
+            std::istream_iterator<std::string>(children), std::istream_iterator<std::string>()));
     }
     return count;
 }

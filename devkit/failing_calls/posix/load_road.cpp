@@ -1,10 +1,6 @@
 // The library is loaded, asked what a host asks when nothing is installed yet, and unloaded.
 
-#include <temporary_folder.h>
-
-#include "library_host.h"
-#include "records/records.h"
-#include "roads.h"
+#include "road.h"
 
 namespace tavo::devkit
 {
@@ -15,18 +11,7 @@ namespace
 class LoadRoad : public Road
 {
 public:
-    explicit LoadRoad(Findings& findings) :
-        Road(findings)
-    {
-        for (const char* const name : {"tmp", "home", "ini"})
-            std::filesystem::create_directories(m_folder.path(name));
-        // Without an ini file: the parser of such loses memory where it is refused some.
-        test_support::setVariable(test_support::kTemporaryFolderVariable, m_folder.path("tmp"));
-        test_support::setVariable("TAVO_INI_DIR", m_folder.path("ini"));
-        seedRecords(*m_store, R"({"cloudAuthToken":"","server":{"id":"s","parameters":{}}})", 1);
-    }
-
-    [[nodiscard]] unsigned callers() const override { return failing_calls::kAllCallers; }
+    using Road::Road;
 
     [[nodiscard]] bool isUnloaded() const override { return true; }
 
@@ -43,7 +28,7 @@ private:
     // Gives what did not come about.
     std::string go()
     {
-        LibraryHost host(m_folder.path(), *m_store, m_findings);
+        GuardedHost host(m_sandbox, m_findings);
         std::string failure;
         const auto check = [&failure](bool isOk, const char* what)
         {
@@ -55,12 +40,12 @@ private:
         check(host.refreshDialog(), "dialog");
         check(host.apply(UserSettings::defaults().valuesFor("")), "setting");
         check(host.press("selectAllButton"), "button");
-        check(host.pushFrame(0), "frame");
+        check(host.push(0), "frame");
         return failure;
     }
 
-    vms_server_plugins::analytics::orlix::TemporaryFolder m_folder;
-    std::unique_ptr<RecordStore> m_store = makeMemoryRecordStore();
+    // Without an ini file: the parser of such loses memory where it is refused some.
+    Sandbox m_sandbox{{"Gate"}, /*token*/ ""};
 };
 
 } // namespace

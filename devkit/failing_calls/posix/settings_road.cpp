@@ -1,8 +1,7 @@
 // A user chooses another pipeline, moves a sensitivity and draws a line; the application gets the
 // other model.
 
-#include "machine.h"
-#include "roads.h"
+#include "road.h"
 
 namespace tavo::devkit
 {
@@ -21,18 +20,12 @@ struct Choice
 
 constexpr Choice kChoices[] = {{"p1", "m1", "motion.bin"}, {"p2", "m2", "other.bin"}};
 
-class SettingsRoad : public Road
+class SettingsRoad : public RunningRoad
 {
 public:
     explicit SettingsRoad(Findings& findings) :
-        Road(findings)
-    {
-        if (!m_machine.bringUp(m_host))
-            m_findings.add("there are never any results: " + m_host.dialog());
-    }
-
-    [[nodiscard]] unsigned callers() const override { return failing_calls::kAllCallers; }
-    [[nodiscard]] bool isUnloaded() const override { return false; }
+        RunningRoad(findings)
+    {}
 
     void attempt() override
     {
@@ -51,12 +44,10 @@ public:
         if (!comesAbout([this] { return hasArrived(); }))
         {
             m_findings.add(
-                "the change never arrives: " + m_host.dialog() + m_machine.deviceRecord() +
-                m_machine.managerFile("etc/settings.json"));
+                "the change never arrives: " + m_host.dialogText() + m_machine.deviceRecord(0) +
+                managerSettings());
         }
-        const std::uint64_t before = m_host.totals().results;
-        if (!comesAbout([&] { return m_machine.helpToResults(m_host, before); }))
-            m_findings.add("no results come any more: " + m_host.dialog());
+        expectResults();
     }
 
 private:
@@ -74,20 +65,22 @@ private:
 
     [[nodiscard]] bool isInRecord() const
     {
-        const std::string record = m_machine.deviceRecord();
+        const std::string record = m_machine.deviceRecord(0);
         return record.find(R"("selectedPipeline":")" + std::string(choice().pipeline)) !=
             std::string::npos;
     }
 
+    [[nodiscard]] std::string managerSettings() const
+    {
+        return m_machine.folder().read(Sandbox::inManager("etc/settings.json"));
+    }
+
     [[nodiscard]] bool hasArrived() const
     {
-        return isInRecord() &&
-            m_machine.managerFile("etc/settings.json").find(choice().copy) != std::string::npos &&
+        return isInRecord() && managerSettings().find(choice().copy) != std::string::npos &&
             m_machine.temporaryFiles().find(choice().copy) != std::string::npos;
     }
 
-    Machine m_machine;
-    LibraryHost m_host{m_machine.folder(), m_machine.store(), m_findings};
     int m_change = 0;
     bool m_wasTaken = true;
 };

@@ -10,11 +10,7 @@ namespace tavo::failing_calls
 // Counts a call. True, with errno set, if it is the one to fail.
 [[nodiscard]] bool fails(Kind kind);
 
-// Who this thread calls for, of Callers; 0 while it is not in the library.
-[[nodiscard]] unsigned caller();
-void setCaller(unsigned caller);
-
-// For a thread that the library starts.
+// The caller that a thread is which the library starts.
 [[nodiscard]] unsigned nextThread();
 
 [[nodiscard]] long sleepLimitMs(); // 0: none
@@ -22,7 +18,7 @@ void setCaller(unsigned caller);
 void noteBlock(const void* block);
 void noteFreed(const void* block);
 
-// The function of that name that this library stands before.
+// The function of that name that this program stands before.
 [[nodiscard]] void* nextOf(const char* name);
 
 } // namespace tavo::failing_calls

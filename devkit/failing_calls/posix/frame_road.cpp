@@ -1,8 +1,7 @@
 // A frame goes to the application, and its result comes back.
 
-#include "machine.h"
 #include "played_application.h"
-#include "roads.h"
+#include "road.h"
 
 namespace tavo::devkit
 {
@@ -12,15 +11,13 @@ namespace
 
 using namespace std::chrono_literals;
 
-class FrameRoad : public Road
+class FrameRoad : public RunningRoad
 {
 public:
     explicit FrameRoad(Findings& findings) :
-        Road(findings)
+        RunningRoad(findings, {"sendFramesOverride=true", "logVerbosityLevel=2"})
     {
-        if (!m_machine.bringUp(m_host))
-            m_findings.add("there are never any results: " + m_host.dialog());
-        // Its place is taken by one that does as it is told.
+        // The application's place is taken by one that does as it is told.
         SettingValues values = UserSettings::defaults().valuesFor("");
         values["deviceActiveSwitch"] = "false";
         if (!m_host.apply(values) ||
@@ -28,7 +25,7 @@ public:
         {
             m_findings.add("the application does not end");
         }
-        m_application = std::make_unique<PlayedApplication>(m_machine.folder() + "/tmp");
+        m_application = std::make_unique<PlayedApplication>(m_machine.folder().path("tmp"));
     }
 
     // The loop has roads of its own.
@@ -36,7 +33,6 @@ public:
     {
         return failing_calls::kHostCalls | failing_calls::kFirstThread;
     }
-    [[nodiscard]] bool isUnloaded() const override { return false; }
 
     void attempt() override { static_cast<void>(goes(200ms)); }
 
@@ -54,13 +50,11 @@ private:
     // One frame; whether its result comes in that time.
     bool goes(std::chrono::milliseconds limit)
     {
-        const std::uint64_t before = m_host.totals().results;
-        return m_host.pushFrame(m_step++) &&
-            comesAbout([&] { return m_host.totals().results > before; }, limit);
+        const std::uint64_t before = m_host.results();
+        return m_host.push(m_step++) &&
+            comesAbout([&] { return m_host.results() > before; }, limit);
     }
 
-    Machine m_machine{"sendFramesOverride=true\nlogVerbosityLevel=2\n"};
-    LibraryHost m_host{m_machine.folder(), m_machine.store(), m_findings};
     std::unique_ptr<PlayedApplication> m_application;
     int m_step = 0;
 };

@@ -1,7 +1,5 @@
 #include "played_application.h"
 
-#include <array>
-#include <initializer_list>
 #include <stdexcept>
 #include <utility>
 
@@ -10,14 +8,13 @@
 #include <unistd.h>
 
 #include "common/clock.h"
-#include "inference/protocol.h"
-#include "utils/mpack_tree.h"
+#include "common/messages.h"
+#include "engine/result.h"
 
 namespace tavo::devkit
 {
 
 namespace orlix = vms_server_plugins::analytics::orlix;
-namespace key = orlix::protocol::key;
 
 namespace
 {
@@ -71,20 +68,9 @@ void PlayedApplication::takeFrame(SocketHandle connection)
             "failing_calls_" + std::to_string(getpid()) + "_" + std::to_string(++m_segmentCount);
         makeSegment(m_segment);
     }
-    orlix::MpackGrowableWriter reply;
-    mpack_start_map(reply.writer(), m_former.empty() ? 1 : 2);
-    if (!m_former.empty())
-    {
-        mpack_write_cstr(reply.writer(), key::kCloseSegment);
-        mpack_write_cstr(reply.writer(), m_former.c_str());
-        ++m_timesTold;
-    }
-    mpack_write_cstr(reply.writer(), key::kSegment);
-    mpack_write_cstr(reply.writer(), m_segment.c_str());
-    mpack_finish_map(reply.writer());
-    reply.close();
-    orlix::socket_send_message(
-        connection, reply.bytes().data(), static_cast<std::uint32_t>(reply.bytes().size()));
+    m_timesTold += m_former.empty() ? 0 : 1;
+    const std::vector<char> reply = encode(InputReply{m_former, m_segment});
+    orlix::socket_send_message(connection, reply.data(), static_cast<std::uint32_t>(reply.size()));
 
     orlix::ReceiveBuffer completion;
     orlix::socket_receive_message(connection, completion, orlix::MessagePlace::sole);
@@ -104,32 +90,13 @@ void PlayedApplication::takeFrame(SocketHandle connection)
 
 void PlayedApplication::sendResult()
 {
-    constexpr std::array<float, 4> kBox{0.1f, 0.1f, 0.5f, 0.5f};
-    orlix::MpackGrowableWriter result;
-    mpack_writer_t* const writer = result.writer();
-    mpack_start_map(writer, 6);
-    mpack_write_cstr(writer, key::kInputIndex);
-    mpack_write_u64(writer, 0);
-    mpack_write_cstr(writer, key::kTimestamp);
-    mpack_write_u64(writer, static_cast<std::uint64_t>(wallClockUs()));
-    mpack_write_cstr(writer, key::kWidth);
-    mpack_write_i64(writer, 320);
-    mpack_write_cstr(writer, key::kHeight);
-    mpack_write_i64(writer, 240);
-    mpack_write_cstr(writer, key::kBoxes);
-    mpack_start_map(writer, 1);
-    mpack_write_cstr(writer, "motion");
-    mpack_write_bin(writer, reinterpret_cast<const char*>(kBox.data()), sizeof kBox);
-    mpack_finish_map(writer);
-    mpack_write_cstr(writer, key::kCounts);
-    mpack_start_map(writer, 1);
-    mpack_write_cstr(writer, "motion");
-    mpack_write_u64(writer, 1);
-    mpack_finish_map(writer);
-    mpack_finish_map(writer);
-    result.close();
-    orlix::socket_send_once(
-        m_pluginSocket, result.bytes().data(), static_cast<std::uint32_t>(result.bytes().size()));
+    Result result;
+    result.timestampUs = static_cast<std::uint64_t>(wallClockUs());
+    result.imageSize = {320, 240};
+    result.objects["motion"].push_back({{32, 24, 128, 96}, {}, {}});
+    result.counts["motion"] = 1;
+    const std::vector<char> bytes = encodeResult(result);
+    orlix::socket_send_once(m_pluginSocket, bytes.data(), static_cast<std::uint32_t>(bytes.size()));
 }
 
 } // namespace tavo::devkit

@@ -1,7 +1,7 @@
 #include <cerrno>
 #include <cstdlib>
 
-#include "counting.h"
+#include "interception.h"
 
 using namespace tavo::failing_calls;
 

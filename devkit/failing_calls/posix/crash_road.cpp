@@ -1,0 +1,55 @@
+// The application is killed, told of, and started again.
+
+#include <testing/platform.h>
+
+#include "road.h"
+
+namespace tavo::devkit
+{
+
+namespace
+{
+
+using namespace std::chrono_literals;
+
+class CrashRoad : public RunningRoad
+{
+public:
+    explicit CrashRoad(Findings& findings) :
+        RunningRoad(findings)
+    {}
+
+    void attempt() override
+    {
+        const auto running = m_machine.processes("brunmod");
+        for (const std::uint32_t process : running)
+            test_support::endProcess(process);
+        std::uint64_t before = 0;
+        static_cast<void>(comesAbout(
+            [&]
+            {
+                const auto now = m_machine.processes("brunmod");
+                if (!now.empty() && now != running)
+                    return m_machine.helpToResults(m_host, before);
+                before = m_host.results();
+                return false;
+            },
+            3s));
+    }
+
+    void recover() override
+    {
+        expectResults();
+        if (m_machine.processes("brunmod").size() != 1)
+            m_findings.add("not one application is running");
+    }
+};
+
+} // namespace
+
+std::unique_ptr<Road> makeCrashRoad(Findings& findings)
+{
+    return std::make_unique<CrashRoad>(findings);
+}
+
+} // namespace tavo::devkit
