@@ -1,5 +1,7 @@
 #include "goals.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <vector>
 
@@ -23,28 +25,40 @@ std::vector<Goal>& goals()
     return all;
 }
 
+bool wasTaken(const Goal& goal)
+{
+    return std::isfinite(goal.value) && goal.value > 0;
+}
+
+bool holds(const Goal& goal)
+{
+    return wasTaken(goal) &&
+        (goal.bound == Bound::atMost ? goal.value <= goal.limit : goal.value >= goal.limit);
+}
+
 } // namespace
 
 void goal(benchmark::State& state, const std::string& name, double value, Bound bound, double limit)
 {
     state.counters[name] = value;
-    goals().push_back({name, value, bound, limit});
+    goals().push_back({name, state.error_occurred() ? 0 : value, bound, limit});
 }
 
 int printGoals()
 {
-    int failed = 0;
     std::printf("\n");
+    std::stable_partition(goals().begin(), goals().end(), holds);
     for (const Goal& each : goals())
     {
-        const bool isMost = each.bound == Bound::atMost;
-        const bool holds = isMost ? each.value <= each.limit : each.value >= each.limit;
-        failed += holds ? 0 : 1;
         std::printf(
             "goal: %s: %.2f, %s %g: %s\n", each.name.c_str(), each.value,
-            isMost ? "at most" : "at least", each.limit, holds ? "holds" : "DOES NOT HOLD");
+            each.bound == Bound::atMost ? "at most" : "at least", each.limit,
+            holds(each)          ? "holds"
+                : wasTaken(each) ? "DOES NOT HOLD"
+                                 : "WAS NOT TAKEN");
     }
-    return failed;
+    return static_cast<int>(std::count_if(
+        goals().begin(), goals().end(), [](const Goal& each) { return !holds(each); }));
 }
 
 } // namespace tavo::bench

@@ -41,7 +41,9 @@ using tavo::bench::BorrowedFrame;
 using tavo::bench::Bound;
 using tavo::bench::FrameConsumer;
 using tavo::bench::goal;
+using tavo::bench::kBlockRuns;
 using tavo::bench::measureUs;
+using tavo::bench::processorUs;
 using tavo::bench::ratioOf;
 using tavo::bench::runBlock;
 using tavo::bench::Samples;
@@ -55,6 +57,8 @@ struct Row
     Samples twoCopies;
     Samples handOver;
     Samples byAgent;
+    double floorProcessorUs = 0; // of a frame, on average
+    double agentProcessorUs = 0;
 };
 
 struct Goals
@@ -156,6 +160,14 @@ void handOver(benchmark::State& state)
         consumer->waitUntilAsleep();
         return us;
     };
+    const double runs = static_cast<double>(state.max_iterations) * kBlockRuns;
+    const auto processorTime = [runs](double& share, auto&& run)
+    {
+        const double before = processorUs();
+        const double us = run();
+        share += (processorUs() - before) / runs;
+        return us;
+    };
     for (auto _ : state)
     {
         runBlock(row.exchange, [&]() { return exchanged([]() {}); });
@@ -164,7 +176,14 @@ void handOver(benchmark::State& state)
             [&]()
             {
                 const std::uint8_t* const frame = frames.next();
-                return exchanged([&]() { std::memcpy(target, frame, size); });
+                const double us = processorTime(
+                    row.floorProcessorUs,
+                    [&] {
+                        return measureUs(
+                            [&]() { bareExchange([&]() { std::memcpy(target, frame, size); }); });
+                    });
+                consumer->waitUntilAsleep();
+                return us;
             });
         runBlock(
             row.twoCopies,
@@ -198,7 +217,8 @@ void handOver(benchmark::State& state)
             {
                 const auto frame =
                     tavo::sdk::makePtr<BorrowedFrame>(frames.next(), row.width, row.height);
-                const double us = measureUs([&]() { rig->push(*frame); });
+                const double us = processorTime(
+                    row.agentProcessorUs, [&] { return measureUs([&]() { rig->push(*frame); }); });
                 consumer->waitUntilAsleep();
                 return us;
             });
@@ -207,6 +227,8 @@ void handOver(benchmark::State& state)
     shm_close(segment);
     state.counters["exchange_us"] = row.exchange.overall();
     state.counters["floor_us"] = row.floor.overall();
+    state.counters["floor_processor_us"] = row.floorProcessorUs;
+    state.counters["processor_us"] = row.agentProcessorUs;
     const std::string frame = std::to_string(row.width) + "x" + std::to_string(row.height);
     const Goals& goals = kGoals.at(row.height);
     goal(
@@ -230,16 +252,18 @@ BENCHMARK(handOver)
 void printTable()
 {
     std::printf(
-        "\nMedians in microseconds\n%-12s%10s%10s%12s%10s%10s%10s%14s\n", "frame", "exchange",
-        "floor", "two copies", "hand-over", "by agent", "/ floor", "/ two copies");
+        "\nMedians in microseconds, and the host's processor time of a frame\n"
+        "%-12s%10s%10s%12s%10s%10s%10s%14s%14s%14s\n",
+        "frame", "exchange", "floor", "two copies", "hand-over", "by agent", "/ floor",
+        "/ two copies", "floor, proc.", "agent, proc.");
     for (const auto& row : rows)
     {
         const std::string frame = std::to_string(row->width) + "x" + std::to_string(row->height);
         std::printf(
-            "%-12s%10.0f%10.0f%12.0f%10.0f%10.0f%10.2f%14.2f\n", frame.c_str(),
+            "%-12s%10.0f%10.0f%12.0f%10.0f%10.0f%10.2f%14.2f%14.0f%14.0f\n", frame.c_str(),
             row->exchange.overall(), row->floor.overall(), row->twoCopies.overall(),
             row->handOver.overall(), row->byAgent.overall(), ratioOf(row->byAgent, row->floor),
-            ratioOf(row->byAgent, row->twoCopies));
+            ratioOf(row->byAgent, row->twoCopies), row->floorProcessorUs, row->agentProcessorUs);
     }
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
+#include <ctime>
 #include <vector>
 
 // What a benchmark measures itself, where things that are compared must take turns within one run:
@@ -19,6 +20,12 @@ double measureUs(Action&& action)
     const auto begin = Clock::now();
     action();
     return std::chrono::duration<double, std::micro>(Clock::now() - begin).count();
+}
+
+// The processor time of this process so far, all threads.
+inline double processorUs()
+{
+    return static_cast<double>(std::clock()) * (1e6 / CLOCKS_PER_SEC);
 }
 
 class Samples

@@ -191,13 +191,16 @@ class Case:
 
 class Goals:
     def __init__(self):
-        self.lines = []
-        self.failed = 0
+        self.kept = []
+        self.missed = []
+
+    def lines(self):
+        return self.kept + self.missed
 
     def check(self, name, value, holds, bound):
-        self.failed += 0 if holds else 1
-        self.lines.append(
-            "goal: %s: %s, %s: %s" % (name, value, bound, "holds" if holds else "DOES NOT HOLD"))
+        verdict = "holds" if holds else "WAS NOT TAKEN" if value is None else "DOES NOT HOLD"
+        (self.kept if holds else self.missed).append(
+            "goal: %s: %s, %s: %s" % (name, value, bound, verdict))
 
     def at_most(self, name, value, limit):
         self.check(name, value, value is not None and value <= limit, "at most %g" % limit)
@@ -280,13 +283,13 @@ def main():
     cases = {"many_cameras": many_cameras, "bad_neighbours": bad_neighbours}[options.scenario](
         options, goals)
     with open(options.out, "w") as out:
-        json.dump({"scenario": options.scenario, "cases": cases, "goals": goals.lines}, out,
+        json.dump({"scenario": options.scenario, "cases": cases, "goals": goals.lines()}, out,
                   indent=2)
         out.write("\n")
     for figures in cases:
         print(json.dumps(figures, indent=2))
-    print("\n".join(["", *goals.lines]))
-    return 1 if goals.failed else 0
+    print("\n".join(["", *goals.lines()]))
+    return 1 if goals.missed else 0
 
 
 if __name__ == "__main__":
