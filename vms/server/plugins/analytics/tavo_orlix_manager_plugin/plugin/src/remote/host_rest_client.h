@@ -16,10 +16,10 @@
 // with the host's rights. All that the plugin keeps on the host lies in the server's and in each
 // device's "parameters", under "tavoAI".
 //
-// Any thread may call; requests run one at a time, and each waits for the host without a time-out,
-// but no longer than its provider's stop lets it. No operation throws: an empty text, list or
-// document means failure, and why was logged. The HTTP status is not looked at, so a caller must
-// expect a text that does not parse. A null provider (the host is shutting down) is such a failure.
+// Any thread may call; requests run one at a time, each without a time-out but what its provider's
+// stop ends. A request throws nothing but for want of memory: it fails with an empty text, list or
+// document, logged unless the stop came in its wait for a turn, also for a null provider (the host
+// is shutting down). The HTTP status is not looked at: expect a text that does not parse.
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -83,7 +83,7 @@ void addRuntimeInformation(
     yyjson_mut_doc* document, yyjson_mut_val* object, const std::string& name,
     const std::string& mimeType);
 
-// What the host says of itself without a request. The token is empty when the host has none.
+// What the host says of itself beside any request; what it throws comes through. Empty: none.
 [[nodiscard]] std::optional<std::string> cloudSystemId(const UtilityProviderPtr& provider);
 [[nodiscard]] std::string cloudAuthToken(const UtilityProviderPtr& provider);
 
