@@ -1,16 +1,36 @@
 #include <gtest/gtest.h>
 
 #include "common/json.h"
-#include "record_store_behaviour.h"
 #include "records/json_merge.h"
+#include "records/record_store.h"
 #include "records/records.h"
+#include "temp_folder.h"
 
 namespace tavo::devkit
 {
 
-TEST(MemoryRecordStore, keepsTextsByKindAndIdInTheOrderOfTheirFirstPut)
+TEST(RecordStore, keepsTextsByKindAndIdInTheOrderOfTheirFirstPut)
 {
-    expectKeepsTextsByKindAndIdInTheOrderOfTheirFirstPut(*makeMemoryRecordStore());
+    const TempFolder folder;
+    for (const auto& store :
+         {makeMemoryRecordStore(), openDatabaseRecordStore(folder.file("records.db"))})
+    {
+        store->put(RecordKind::device, "b", "1");
+        store->put(RecordKind::device, "a", "2");
+        store->put(RecordKind::settings, "b", "3");
+        store->put(RecordKind::device, "b", R"({"t":"'; zwölf"})");
+        EXPECT_EQ(store->find(RecordKind::device, "b"), R"({"t":"'; zwölf"})");
+        EXPECT_EQ(store->find(RecordKind::server, "b"), std::nullopt);
+        EXPECT_EQ(store->ids(RecordKind::device), (std::vector<std::string>{"b", "a"}));
+
+        store->remove(RecordKind::device, "b");
+        store->remove(RecordKind::device, "c");
+        EXPECT_EQ(store->ids(RecordKind::device), (std::vector<std::string>{"a"}));
+        EXPECT_EQ(store->find(RecordKind::settings, "b"), "3");
+    }
+    EXPECT_EQ(
+        openDatabaseRecordStore(folder.file("records.db"))->find(RecordKind::settings, "b"), "3");
+    EXPECT_THROW((void)openDatabaseRecordStore("/nowhere/at/all/records.db"), std::runtime_error);
 }
 
 TEST(JsonMerge, appliesAPatchMemberByMember)

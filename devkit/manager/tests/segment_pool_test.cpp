@@ -1,11 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstring>
-#include <filesystem>
 #include <string>
-
-#include <testing/platform.h>
 
 #include "module/segment_pool.h"
 #include "temporary_folder.h"
@@ -36,18 +32,6 @@ protected:
     SegmentPool::Clock::time_point m_now = SegmentPool::Clock::now();
 };
 
-TEST_F(SegmentPoolTest, whatIsInUseIsNamedToNobodyElse)
-{
-    SegmentPool pool(m_record);
-    const std::string first = pool.take(10'000, m_now);
-    const std::string second = pool.take(10'000, m_now);
-    ASSERT_FALSE(first.empty());
-    EXPECT_NE(first, second);
-    pool.giveBack(first, m_now);
-    EXPECT_EQ(pool.take(10'000, m_now), first);
-    EXPECT_EQ(pool.count(), 2u);
-}
-
 TEST_F(SegmentPoolTest, aSegmentGrowsUnderItsNameAndInViewsThatExist)
 {
     SegmentPool pool(m_record);
@@ -63,18 +47,6 @@ TEST_F(SegmentPoolTest, aSegmentGrowsUnderItsNameAndInViewsThatExist)
     EXPECT_GE(pool.capacity(name), 300'000u);
     const std::string message(300'000, 'x');
     EXPECT_TRUE(orlix::shm_write_attached(view, message.data(), 300'000));
-}
-
-TEST_F(SegmentPoolTest, sizesOfDifferentClassesDoNotShare)
-{
-    SegmentPool pool(m_record);
-    const std::string large = pool.take(1'000'000, m_now);
-    pool.giveBack(large, m_now);
-    const std::string small = pool.take(10'000, m_now);
-    EXPECT_NE(small, large);
-    pool.giveBack(small, m_now);
-    EXPECT_EQ(pool.take(900'000, m_now), large);
-    EXPECT_EQ(pool.take(12'000, m_now), small);
 }
 
 TEST_F(SegmentPoolTest, idleSegmentsEndAndOnlyConfirmedOnesAreToldToSenders)
@@ -113,38 +85,6 @@ TEST_F(SegmentPoolTest, beyondTheLimitTheLongestFreeMakesRoomOrNothingIsGiven)
     EXPECT_FALSE(large.empty());
     EXPECT_FALSE(exists(second));
     EXPECT_TRUE(exists(first));
-}
-
-TEST_F(SegmentPoolTest, whatNoSegmentCanHoldIsNotGiven)
-{
-    SegmentPool pool(m_record);
-    EXPECT_EQ(pool.take(std::size_t(-1), m_now), "");
-    EXPECT_EQ(pool.take(0xC800000 - 3, m_now), "");
-    EXPECT_EQ(pool.count(), 0u);
-}
-
-TEST_F(SegmentPoolTest, anAbandonedSegmentIsNeverUsedAgain)
-{
-    SegmentPool pool(m_record);
-    const std::string name = pool.take(10'000, m_now);
-    pool.abandon(name);
-    EXPECT_FALSE(exists(name));
-    EXPECT_NE(pool.take(10'000, m_now), name);
-}
-
-TEST_F(SegmentPoolTest, whatAKilledRunLeftIsRemovedByTheNext)
-{
-    orlix::ShmSegment left;
-    orlix::shm_create_random(left, 1000);
-    {
-        SegmentRecord killed(m_folder.path("killed.txt"));
-        killed.add(left.name);
-    }
-    EXPECT_TRUE(exists(left.name));
-    const SegmentRecord next(m_folder.path("killed.txt"));
-    EXPECT_NE(test_support::kSegmentsOutliveTheirUsers, exists(left.name));
-    EXPECT_EQ(std::filesystem::file_size(m_folder.path("killed.txt")), 0u);
-    orlix::shm_close(left);
 }
 
 } // namespace
