@@ -43,6 +43,7 @@ set(TAVO_LINUX_ALONE
     "HostTest.leavesAPortToTheOneThatHasIt|the page is built with OpenCV alone"
     "browser.page|built without OpenCV"
     "browser.four_cameras|built without OpenCV"
+    "browser.strangers|built without OpenCV"
 )
 
 # Of Windows alone: LeftCopiesTest.areDeletedByTheNextRunAndNothingElseIs

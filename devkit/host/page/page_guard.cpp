@@ -8,6 +8,7 @@ namespace
 
 constexpr char kCookie[] = "tavo_page";
 constexpr int kForbidden = 403;
+constexpr int kMisdirected = 421;
 constexpr int kUnauthorized = 401;
 constexpr int kSeeOther = 303;
 
@@ -51,25 +52,25 @@ bool comesFromElsewhere(const httplib::Request& request)
 
 } // namespace
 
-PageGuard::PageGuard(PageAddress address) :
-    m_address(std::move(address))
+PageGuard::PageGuard(PageAddress address, std::string machineName) :
+    m_address(std::move(address)),
+    m_machineName(std::move(machineName))
 {}
 
 bool PageGuard::letsPass(const httplib::Request& request, httplib::Response& response) const
 {
+    const std::string host = request.get_header_value("Host");
+    if (request.get_header_value_count("Host") != 1 || !isServedAs(hostOf(host)))
+    {
+        refuse(response, kMisdirected, "This page is not served under that name.");
+        return false;
+    }
     if (comesFromElsewhere(request))
     {
         refuse(response, kForbidden, "This comes from another page.");
         return false;
     }
-    if (m_address.token.empty())
-    {
-        if (isLoopback(hostOf(request.get_header_value("Host"))))
-            return true;
-        refuse(response, kForbidden, "This page is for this machine alone.");
-        return false;
-    }
-    if (isKnown(request))
+    if (m_address.token.empty() || isKnown(request))
         return true;
     if (isSame(request.get_param_value("token"), m_address.token))
     {
@@ -82,6 +83,17 @@ bool PageGuard::letsPass(const httplib::Request& request, httplib::Response& res
     }
     refuse(response, kUnauthorized, "Open the page with its token: /?token=...");
     return false;
+}
+
+// The port may be another one, that of a tunnel.
+bool PageGuard::isServedAs(std::string_view host) const
+{
+    if (host == m_address.host)
+        return true;
+    if (isLoopback(m_address.host)) // a browser here may try both kinds of address for the name
+        return host == "localhost" || (m_address.host == "localhost" && isLoopback(host));
+    const bool isEverywhere = m_address.host == "0.0.0.0" || m_address.host == "::";
+    return isEverywhere && (host == "localhost" || host == m_machineName || isNumeric(host));
 }
 
 bool PageGuard::isKnown(const httplib::Request& request) const

@@ -2,14 +2,20 @@
 
 #include <algorithm>
 #include <charconv>
+#include <filesystem>
+#include <fstream>
 #include <functional>
+#include <iterator>
 #include <memory>
 #include <stdexcept>
 
 #include "common/json.h"
+#include "common/shown_address.h"
 #include "media/picture_annotator.h"
 #include "page/clip.h"
 #include "page/machine_cameras.h"
+#include "page/machine_name.h"
+#include "page_files.h"
 
 namespace tavo::devkit
 {
@@ -18,8 +24,6 @@ namespace
 {
 
 constexpr char kJson[] = "application/json";
-constexpr size_t kThreads = 64; // an open page holds one
-constexpr int kKeepAliveSeconds = 2; // how long the end may wait for a connection without requests
 constexpr int kBadRequest = 400;
 constexpr int kNotFound = 404;
 
@@ -47,6 +51,15 @@ std::string answerText(const DialogAnswer& answer)
         (isModel ? answer.model : "null") + R"(,"errors":)" + textObject(answer.errors) +
         R"(,"actionUrl":)" + jsonString(answer.actionUrl) + R"(,"messageToUser":)" +
         jsonString(answer.messageToUser) + R"(,"failure":)" + jsonString(answer.failure) + "}";
+}
+
+const char* typeOf(const std::string& file)
+{
+    const std::string ending = std::filesystem::path(file).extension().string();
+    return ending == ".js" ? "text/javascript"
+        : ending == ".css" ? "text/css"
+        : ending == ".svg" ? "image/svg+xml"
+                           : "text/html; charset=utf-8";
 }
 
 std::optional<int64_t> timeParameter(const httplib::Request& request, const char* name)
@@ -96,11 +109,9 @@ PageServer::PageServer(Host& host, LiveView& live, PageAddress address, const st
     m_host(host),
     m_live(live),
     m_address(std::move(address)),
-    m_guard(m_address),
+    m_guard(m_address, machineName()),
     m_reporter(host, live)
 {
-    m_server.new_task_queue = [] { return new httplib::ThreadPool(kThreads); };
-    m_server.set_keep_alive_timeout(kKeepAliveSeconds);
     m_server.set_tcp_nodelay(true);
     m_server.set_pre_routing_handler(
         [this](const Request& request, Response& response)
@@ -120,12 +131,12 @@ PageServer::PageServer(Host& host, LiveView& live, PageAddress address, const st
                 fail(response, 500, error.what());
             }
         });
-    routeFiles(folder);
     routeStream();
     routeCameras();
     routeDialogs();
     routeBoard();
     routeSpans();
+    routeFiles(folder);
 
     bind();
     m_thread = std::jthread([this] { m_server.listen_after_bind(); });
@@ -141,11 +152,13 @@ void PageServer::bind()
         throw std::runtime_error("The page cannot be served at " + addressText(m_address) + ".");
     if (m_address.port < 0)
         throw std::runtime_error("The page cannot be served at " + m_address.host + ".");
+    m_server.widenLine();
 }
 
 PageServer::~PageServer()
 {
     m_live.close();
+    m_server.endConnections();
     m_server.stop();
 }
 
@@ -162,8 +175,18 @@ void PageServer::routeFiles(const std::string& folder)
          {"X-Content-Type-Options", "nosniff"},
          {"Referrer-Policy", "no-referrer"},
          {"Cache-Control", "no-cache"}});
-    if (!m_server.set_mount_point("/", folder))
-        throw std::runtime_error(folder + ": the page's files are not there");
+    m_server.Get(
+        "/.*",
+        [folder](const Request& request, Response& response)
+        {
+            const std::string name = request.path == "/" ? "index.html" : request.path.substr(1);
+            if (std::find(std::begin(kPageFiles), std::end(kPageFiles), name) ==
+                std::end(kPageFiles))
+                return fail(response, kNotFound, "There is no such file.");
+            std::ifstream file(std::filesystem::path(folder) / name, std::ios::binary);
+            response.set_content(
+                std::string{std::istreambuf_iterator<char>(file), {}}, typeOf(name));
+        });
 }
 
 void PageServer::routeStream()
@@ -358,8 +381,8 @@ std::string PageServer::camerasText() const
         text += (text.size() > 1 ? "," : "") + std::string(R"({"id":)") + jsonString(id) +
             R"(,"name":)" +
             jsonString(stringMember(yyjson_doc_get_root(record.get()), "name", id)) +
-            R"(,"source":)" + jsonString(device->source()) + R"(,"values":)" + textObject(values) +
-            "}";
+            R"(,"source":)" + jsonString(shownAddress(device->source())) + R"(,"values":)" +
+            textObject(values) + "}";
     }
     return text + "]";
 }

@@ -4,9 +4,8 @@
 #include <string>
 #include <thread>
 
-#include <httplib.h>
-
 #include "host.h"
+#include "page/bounded_server.h"
 #include "page/live_view.h"
 #include "page/page_guard.h"
 #include "page/reporter.h"
@@ -65,7 +64,7 @@ private:
     const PageGuard m_guard;
     Reporter m_reporter;
     std::mutex m_boardMutex; // one at a time asks the dialogs
-    httplib::Server m_server;
+    BoundedServer m_server;
     std::jthread m_thread; // last: it uses all of the above
 };
 

@@ -4,7 +4,6 @@
 
 #include <tavo/sdk/helpers/uuid.h>
 
-#include "common/json.h"
 #include "records/records.h"
 
 namespace tavo::devkit
@@ -67,6 +66,7 @@ std::string DeviceList::add(const std::string& name, const std::string& source)
     std::string id = toText(sdk::randomUuid());
     store.put(
         RecordKind::device, id, newDeviceRecord(id, name, source, readIdentity(store).serverId));
+    hidePassword(store, id);
     try
     {
         obtainLocked(id);
@@ -74,6 +74,7 @@ std::string DeviceList::add(const std::string& name, const std::string& source)
     catch (const std::exception&)
     {
         store.remove(RecordKind::device, id);
+        store.remove(RecordKind::address, id);
         throw;
     }
     return id;
@@ -95,6 +96,7 @@ bool DeviceList::remove(const std::string& deviceId)
         {
             m_plan.surroundings.store.remove(RecordKind::device, deviceId);
             m_plan.surroundings.store.remove(RecordKind::settings, deviceId);
+            m_plan.surroundings.store.remove(RecordKind::address, deviceId);
         });
     return true;
 }
@@ -116,9 +118,7 @@ std::shared_ptr<Device> DeviceList::find(const std::string& deviceId) const
 
 std::string DeviceList::sourceOf(const std::string& deviceId) const
 {
-    const JsonDocument record =
-        parseJson(m_plan.surroundings.store.find(RecordKind::device, deviceId).value_or("{}"));
-    const std::string own = stringMember(yyjson_doc_get_root(record.get()), "url");
+    const std::string own = addressOf(m_plan.surroundings.store, deviceId);
     return own.empty() ? m_plan.video : own;
 }
 

@@ -4,11 +4,11 @@
 // demonstration's video and model ("scripts/setup.sh demo").
 
 import assert from 'node:assert/strict';
-import {existsSync, readdirSync, readFileSync} from 'node:fs';
+import {existsSync, readFileSync} from 'node:fs';
 import {join} from 'node:path';
 import {fileURLToPath} from 'node:url';
 import {launchBrowser, openPage, runSteps, waitFor} from './browser.mjs';
-import {Server} from './server.mjs';
+import {childrenOf, Server} from './server.mjs';
 
 const kCameras = 4;
 const kMeasuredMs = 15_000;
@@ -26,20 +26,6 @@ function processorSeconds(pid) {
     const stat = readFileSync(`/proc/${pid}/stat`, 'utf8');
     const fields = stat.slice(stat.lastIndexOf(')') + 2).split(' ');
     return (Number(fields[11]) + Number(fields[12])) / kTicksPerSecond;
-}
-
-function childrenOf(pid) {
-    const children = [];
-    for (const name of readdirSync('/proc').filter(entry => /^\d+$/.test(entry))) {
-        try {
-            const stat = readFileSync(`/proc/${name}/stat`, 'utf8');
-            if (Number(stat.slice(stat.lastIndexOf(')') + 2).split(' ')[1]) === pid)
-                children.push(Number(name), ...childrenOf(Number(name)));
-        } catch {
-            // It has ended meanwhile.
-        }
-    }
-    return children;
 }
 
 const sum = values => values.reduce((total, value) => total + value, 0);

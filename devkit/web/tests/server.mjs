@@ -16,6 +16,7 @@ export class Server {
         this.folder = mkdtempSync(join(tmpdir(), 'tavo_page.'));
         for (const name of ['t', 'home', 'ini', 'files'])
             mkdirSync(this.path(name));
+        this.write('ini/tavo_orlix_manager_plugin.ini', 'CloudAPI=http://127.0.0.1:1/dev\n'); // nobody is there
         this.processes = [];
     }
 
@@ -129,6 +130,21 @@ async function stop(child) {
     const ended = new Promise(resolve => child.once('exit', resolve));
     child.kill('SIGTERM');
     await ended;
+}
+
+// The processes below one, with theirs.
+export function childrenOf(pid) {
+    const children = [];
+    for (const name of readdirSync('/proc').filter(entry => /^\d+$/.test(entry))) {
+        try {
+            const stat = readFileSync(`/proc/${name}/stat`, 'utf8');
+            if (Number(stat.slice(stat.lastIndexOf(')') + 2).split(' ')[1]) === pid)
+                children.push(Number(name), ...childrenOf(Number(name)));
+        } catch {
+            // It has ended meanwhile.
+        }
+    }
+    return children;
 }
 
 // A video without compression of a light square that walks over a dark ground, from one side to the

@@ -44,9 +44,17 @@ std::optional<PageAddress> parsePageAddress(std::string_view text)
     return address;
 }
 
+bool isNumeric(std::string_view host)
+{
+    const bool isIpv6 = host.find(':') != std::string_view::npos;
+    return !host.empty() &&
+        host.find_first_not_of(isIpv6 ? "0123456789abcdefABCDEF:." : "0123456789.") ==
+        std::string_view::npos;
+}
+
 bool isLoopback(std::string_view host)
 {
-    return host == "localhost" || host == "::1" || host.starts_with("127.");
+    return host == "localhost" || host == "::1" || (host.starts_with("127.") && isNumeric(host));
 }
 
 std::string_view hostOf(std::string_view hostAndPort)

@@ -18,7 +18,10 @@ struct PageAddress
 // "[HOST:]PORT"; a host of IPv6 stands in brackets. Nothing for any other text.
 [[nodiscard]] std::optional<PageAddress> parsePageAddress(std::string_view text);
 
-// Whether only this machine can reach the host's name.
+// Whether it is the number of an address, of IPv4 or IPv6, which no name server has a say in.
+[[nodiscard]] bool isNumeric(std::string_view host);
+
+// Whether only this machine can reach the host.
 [[nodiscard]] bool isLoopback(std::string_view host);
 
 // The host without its port, of a Host header or an address.

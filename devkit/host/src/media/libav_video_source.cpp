@@ -1,5 +1,6 @@
 #include <stdexcept>
 
+#include "common/shown_address.h"
 #include "media/libav.h"
 #include "media/pacing.h"
 #include "media/video_source.h"
@@ -23,10 +24,10 @@ int isStopRequested(void* stop)
     return static_cast<std::stop_token*>(stop)->stop_requested() ? 1 : 0;
 }
 
-void check(int code, const std::string& what)
+void check(int code, const std::string& url)
 {
     if (code < 0)
-        throw std::runtime_error(what + ": " + libavErrorText(code));
+        throw std::runtime_error(shownAddress(url) + ": " + libavErrorText(code));
 }
 
 // What libav cannot tell from the name itself; null where it can.

@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include "common/clock.h"
+#include "common/shown_address.h"
 #include "media/video_source.h"
 
 namespace tavo::devkit
@@ -47,7 +48,7 @@ void VideoFeed::run(std::stop_token stop)
     constexpr int64_t kReopenPauseUs = 1'000'000;
     while (!stop.stop_requested())
     {
-        std::string reason = m_url + ": there is no picture in it";
+        std::string reason = shownAddress(m_url) + ": there is no picture in it";
         bool played = false;
         try
         {

@@ -35,6 +35,8 @@ const char* kindName(RecordKind kind)
             return "user";
         case RecordKind::settings:
             return "settings";
+        case RecordKind::address:
+            return "address";
     }
     return "";
 }

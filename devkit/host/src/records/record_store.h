@@ -16,6 +16,7 @@ enum class RecordKind
     device,
     user,
     settings, // the values of a device's settings dialog, under the device's id
+    address, // the "url" of a device whose record leaves a password out, whole; likewise
 };
 
 // Where the host keeps its records: JSON texts under a kind and an id. It looks into none of them.

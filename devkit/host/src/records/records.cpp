@@ -5,6 +5,8 @@
 #include <stdexcept>
 
 #include "common/json.h"
+#include "common/shown_address.h"
+#include "records/json_merge.h"
 
 namespace tavo::devkit
 {
@@ -113,6 +115,12 @@ void seedArray(RecordStore& store, RecordKind kind, yyjson_val* records)
     }
 }
 
+std::string urlOf(const RecordStore& store, RecordKind kind, const std::string& id)
+{
+    const JsonDocument record = parseJson(store.find(kind, id).value_or("{}"));
+    return stringMember(yyjson_doc_get_root(record.get()), "url");
+}
+
 } // namespace
 
 std::string defaultDeviceId(int index)
@@ -184,6 +192,27 @@ void seedRecords(RecordStore& store, std::string_view recordsText, int cameraCou
             store, RecordKind::device, defaultDeviceId(index),
             defaultDeviceRecord(index, identity.serverId));
     }
+    for (const std::string& id : store.ids(RecordKind::device))
+        hidePassword(store, id);
+}
+
+void hidePassword(RecordStore& store, const std::string& deviceId)
+{
+    const std::string whole = urlOf(store, RecordKind::device, deviceId);
+    const std::string shown = shownAddress(whole);
+    if (shown == whole)
+        return;
+    const auto record = [](const std::string& url) { return "{\"url\":" + jsonString(url) + "}"; };
+    const std::string device = store.find(RecordKind::device, deviceId).value_or("{}");
+    store.put(RecordKind::address, deviceId, record(whole));
+    store.put(RecordKind::device, deviceId, mergePatch(device, record(shown)).value_or("{}"));
+}
+
+std::string addressOf(const RecordStore& store, const std::string& deviceId)
+{
+    const std::string shown = urlOf(store, RecordKind::device, deviceId);
+    const std::string whole = urlOf(store, RecordKind::address, deviceId);
+    return shownAddress(whole) == shown ? whole : shown; // the device's may have changed
 }
 
 SystemIdentity readIdentity(const RecordStore& store)

@@ -33,6 +33,12 @@ inline constexpr char kServerRecordId[] = "this";
     const std::string& id, const std::string& name, const std::string& source,
     const std::string& serverId);
 
+// Takes a password out of the device's record, which others read; addressOf still knows it.
+void hidePassword(RecordStore& store, const std::string& deviceId);
+
+// What the device shows; empty: what the host shows anyway.
+[[nodiscard]] std::string addressOf(const RecordStore& store, const std::string& deviceId);
+
 // Fills the store for a start. `recordsText` is a JSON object, or empty:
 //   {"serverId": "", "cloudSystemId": "", "cloudAuthToken": "", "server": {}, "devices": [{}],
 //    "users": [{}]}
