@@ -19,10 +19,8 @@ export function shortTrack(trackId) {
     return trackId.slice(0, 4);
 }
 
-// A held result is drawn with dashes: its boxes are those of an earlier picture.
-export function drawObjects(context, width, height, objects, isHeld, scale) {
+export function drawObjects(context, width, height, objects, scale) {
     context.lineWidth = 2 * scale;
-    context.setLineDash(isHeld ? [6 * scale, 4 * scale] : []);
     for (const object of objects) {
         const [x, y, w, h] = object.box;
         context.strokeStyle = trackColour(object.trackId);
@@ -30,7 +28,6 @@ export function drawObjects(context, width, height, objects, isHeld, scale) {
     }
     for (const object of objects)
         drawLabel(context, object, object.box[0] * width, object.box[1] * height, width, scale);
-    context.setLineDash([]);
 }
 
 // The class and the track, and smaller the attributes if there is room, above the box's corner.

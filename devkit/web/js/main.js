@@ -165,7 +165,7 @@ function layOut() {
 // Nobody looks at a page that is hidden.
 function wishPictures() {
     if (document.hidden)
-        stream.wish('none');
+        stream.letGo();
     else if (enlarged)
         stream.wish('large', [enlarged]);
     else

@@ -1,20 +1,20 @@
 // Shows the pictures of one camera with the boxes that belong to them. A result comes later than its
 // picture, so pictures are shown with the delay that results have just now: a picture and the result
-// of the same timestamp are shown together, and the pictures run smoothly. A picture that the
-// application has left out shows the last result for a while, marked as held.
+// of the same timestamp are shown together, and the pictures run smoothly. A result is shown on its
+// own picture or not at all; while results come quickly the pictures between them are left out.
 // All times in milliseconds of this page's clock, except timestamps, which are the host's, in us.
 
 const kLeastDelayMs = 80;
-const kMostDelayMs = 2500;
+const kMostDelayMs = 5000;
 const kMarginMs = 60;
 const kDecodeAheadMs = 200;
-const kHeldUs = 1_000_000;
+const kQuickMs = 400;
 const kResultsPauseMs = 3000;
 const kSamples = 40;
 const kKeptUs = 10_000_000;
 
 export class Player {
-    // show(bitmap, result, isHeld, timestampUs); result may be null.
+    // show(bitmap, result, timestampUs); result may be null.
     constructor(show) {
         this.show = show;
         this.pictures = []; // rising timestamps
@@ -24,7 +24,7 @@ export class Player {
         this.delayMs = kLeastDelayMs;
         this.delays = []; // of the last results
         this.lastResultMs = -Infinity;
-        this.lastShownUs = 0;
+        this.lastOwnMs = -Infinity; // when a picture with its result was shown
     }
 
     addPicture(timestampUs, bytes, nowMs) {
@@ -33,7 +33,7 @@ export class Player {
         this.offsetMs = Math.abs(onTheWayMs - this.offsetMs) > 10_000
             ? onTheWayMs
             : Math.min(this.offsetMs + 0.05, onTheWayMs);
-        this.pictures.push({timestampUs, bytes, bitmap: null, isDecoding: false});
+        this.pictures.push({timestampUs, bytes, bitmap: null, isDecoding: false, isBroken: false});
     }
 
     addObjects(message) {
@@ -62,14 +62,17 @@ export class Player {
     tick(nowMs) {
         this.#adjustDelay(nowMs);
         const dueUs = (nowMs - this.offsetMs - this.delayMs) * 1000;
+        const isQuick = nowMs - this.lastOwnMs < kQuickMs;
         let due = null;
         while (this.pictures.length > 0 && this.pictures[0].timestampUs <= dueUs) {
             const picture = this.pictures[0];
-            if (!picture.bitmap && this.#isLast(dueUs))
+            const hasResult = this.results.has(picture.timestampUs);
+            if (!picture.bitmap && !picture.isBroken && (hasResult || this.#isLast(dueUs)))
                 break; // still being decoded
-            due?.bitmap?.close();
-            due = picture;
             this.pictures.shift();
+            const isWanted = hasResult || (!isQuick && !this.#hasResult(due));
+            (isWanted ? due : picture)?.bitmap?.close();
+            due = isWanted ? picture : due;
         }
         for (const picture of this.pictures) {
             if (picture.timestampUs > dueUs + kDecodeAheadMs * 1000)
@@ -77,7 +80,7 @@ export class Player {
             this.#decode(picture);
         }
         if (due?.bitmap)
-            this.#showPicture(due);
+            this.#showPicture(due, nowMs);
     }
 
     close() {
@@ -103,20 +106,19 @@ export class Player {
             return;
         picture.isDecoding = true;
         createImageBitmap(new Blob([picture.bytes], {type: 'image/jpeg'})).then(
-            bitmap => picture.bitmap = bitmap, () => {});
+            bitmap => picture.bitmap = bitmap, () => picture.isBroken = true);
     }
 
-    #showPicture(picture) {
-        let latest = null;
-        for (const [timestampUs, result] of this.results) {
-            if (timestampUs <= picture.timestampUs - kHeldUs)
-                this.results.delete(timestampUs);
-            else if (timestampUs <= picture.timestampUs
-                     && (!latest || timestampUs > latest.timestampUs))
-                latest = result;
-        }
-        const isHeld = latest !== null && latest.timestampUs !== picture.timestampUs;
-        this.show(picture.bitmap, latest, isHeld, picture.timestampUs);
+    #hasResult(picture) {
+        return picture !== null && this.results.has(picture.timestampUs);
+    }
+
+    #showPicture(picture, nowMs) {
+        const result = this.results.get(picture.timestampUs) ?? null;
+        forgetOld(this.results, picture.timestampUs + kKeptUs);
+        if (result)
+            this.lastOwnMs = nowMs;
+        this.show(picture.bitmap, result, picture.timestampUs);
         picture.bitmap.close();
     }
 }

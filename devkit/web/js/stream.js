@@ -13,15 +13,21 @@ export class Stream {
         this.abort = null;
     }
 
-    // pictures: 'small', 'large' or 'none'; cameras: ids, none for all.
+    // pictures: 'small' or 'large'; cameras: ids, none for all.
     wish(pictures, cameras = []) {
         const query = new URLSearchParams({pictures, cameras: cameras.join(',')}).toString();
         if (query === this.query)
             return;
+        this.letGo();
         this.query = query;
-        this.abort?.abort();
         this.abort = new AbortController();
         this.#run(query, this.abort.signal);
+    }
+
+    // Ends the connection, of which a browser has six for all its tabs, until the next wish.
+    letGo() {
+        this.query = null;
+        this.abort?.abort();
     }
 
     async #run(query, signal) {

@@ -58,11 +58,12 @@ export class Tile {
         const before = this.lastRates[0];
         const seconds = Math.max((nowMs - before.nowMs) / 1000, 0.001);
         const rate = (key, digits) => ((now[key] - before[key]) / seconds).toFixed(digits);
-        const delay = this.player.delayMs.toFixed(0);
-        this.rates.textContent = `${rate('shown', 0)} fps · ${rate('results', 1)} results/s · ${delay} ms behind`;
+        const pictures = now.shown === before.shown ? 'no picture'
+            : `${rate('shown', 0)} fps, ${this.player.delayMs.toFixed(0)} ms behind`;
+        this.rates.textContent = `${pictures} · ${rate('results', 1)} results/s`;
     }
 
-    #show(bitmap, result, isHeld, timestampUs) {
+    #show(bitmap, result, timestampUs) {
         const scale = Math.min(window.devicePixelRatio || 1, 2);
         const width = Math.round(this.canvas.clientWidth * scale);
         const height = Math.round(width * bitmap.height / bitmap.width);
@@ -75,7 +76,7 @@ export class Tile {
         }
         this.context.drawImage(bitmap, 0, 0, width, height);
         const objects = result?.objects ?? [];
-        drawObjects(this.context, width, height, objects, isHeld, scale);
+        drawObjects(this.context, width, height, objects, scale);
         ++this.shownCount;
         Object.assign(this.root.dataset, {
             shown: this.shownCount, pictureUs: timestampUs, resultUs: result?.timestampUs ?? '',

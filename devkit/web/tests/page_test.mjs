@@ -21,6 +21,8 @@ let page;
 const tile = () => page.locator('.tile').first();
 const shown = async () => {
     const {dataset} = await tile().evaluate(root => ({dataset: {...root.dataset}}));
+    if (dataset.resultUs) // boxes stand on their own picture alone
+        assert.equal(dataset.resultUs, dataset.pictureUs);
     return {pictureUs: +dataset.pictureUs, resultUs: +dataset.resultUs, boxes: JSON.parse(dataset.boxes ?? '[]'),
         count: +(dataset.shown ?? 0)};
 };
@@ -416,6 +418,44 @@ const steps = {
         assert.deepEqual(cameras.map(camera => camera.name), ['Yard']);
     },
 
+    async 'seven tabs of one browser, of which one is looked at'() {
+        const hide = async (viewer, isHidden) => viewer.evaluate(hidden => {
+            Object.defineProperty(document, 'hidden', {get: () => hidden, configurable: true});
+            document.dispatchEvent(new Event('visibilitychange'));
+        }, isHidden);
+        const pictures = viewer => viewer.locator('.tile').first().getAttribute('data-shown').then(Number);
+        const showsPictures = async viewer => {
+            const before = await pictures(viewer);
+            await waitFor('pictures', async () => await pictures(viewer) > before);
+        };
+        const tabs = [];
+        for (let count = 0; count < 6; ++count) {
+            const another = await page.context().newPage();
+            await another.goto(url, {timeout: 20_000}); // a browser has six connections for all its tabs
+            await showsPictures(another);
+            await hide(another, true);
+            tabs.push(another);
+        }
+        await hide(tabs[0], false);
+        await showsPictures(tabs[0]);
+        for (const another of tabs)
+            await another.close();
+    },
+
+    async 'a camera without a picture has no delay'() {
+        await page.click('#add-camera');
+        await page.fill('#new-name', 'Cellar');
+        await page.fill('#new-source', server.path('nothing.mp4'));
+        await page.click('#camera-dialog [type=submit]');
+        const cellar = page.locator('.tile', {hasText: 'Cellar'});
+        await cellar.locator('.trouble:visible').waitFor();
+        await waitFor('its rates', async () => (await cellar.locator('.rates').textContent()) !== '');
+        assert.equal(await cellar.locator('.rates').textContent(), 'no picture · 0.0 results/s');
+        await page.click('[aria-label="Remove Cellar"]');
+        await page.click('#confirm-dialog [data-action=remove]');
+        await cellar.waitFor({state: 'detached'});
+    },
+
     async 'three look at once, one of them with a telephone, while the library is slow'() {
         const viewers = [page];
         for (const options of [{}, {viewport: {width: 390, height: 800}, hasTouch: true}])
@@ -425,7 +465,7 @@ const steps = {
         for (const viewer of viewers) {
             const count = () => viewer.locator('.tile').first().getAttribute('data-shown').then(Number);
             const before = await count();
-            await waitFor('pictures', async () => await count() > before + 1);
+            await waitFor('pictures', async () => await shown() && await count() > before + 1);
             await viewer.click('#panel-settings [data-action=refresh]');
         }
         await addCamera(telephone, 'Gate');
