@@ -121,11 +121,11 @@ protected:
         ini().CloudAPI = m_cloudApi;
     }
 
-    void startAgent()
+    void startAgent(std::size_t deviceNumber = kDeviceNumber)
     {
         const auto device = sdk::makePtr<FakeDevice>("{" + std::string(kDeviceId) + "}", "Gate");
         agent =
-            sdk::makePtr<DeviceAgent>(device.get(), kDeviceNumber, m_services.get(), folder.path());
+            sdk::makePtr<DeviceAgent>(device.get(), deviceNumber, m_services.get(), folder.path());
         agent->setHandler(handler.get());
     }
 

@@ -104,6 +104,19 @@ TEST_F(AgentTest, PushesTheManifestThatWasMadeLastLast)
     EXPECT_THAT(handler->takeManifests(), ElementsAre(person, Not(person)));
 }
 
+TEST_F(AgentTest, PushesAManifestOnceToAHostThatAnswersEachWithSettings)
+{
+    processParameters(kOnePipeline);
+    int answers = 0;
+    handler->onManifest = [&]
+    {
+        if (++answers < 5)
+            setSettings({});
+    };
+    setSettings({});
+    EXPECT_THAT(handler->takeManifests(), SizeIs(1));
+}
+
 TEST_F(AgentTest, SavesTheSettingsThatCameLastLast)
 {
     for (int round = 0; round < 100; ++round)

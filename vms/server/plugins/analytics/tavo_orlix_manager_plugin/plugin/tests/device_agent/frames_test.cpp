@@ -1,10 +1,12 @@
 // The road of a frame, through a real agent to an application's end of sockets and segment.
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstring>
 #include <functional>
 #include <future>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -40,10 +42,11 @@ protected:
     }
 
     // The error message of the push; empty on success.
-    std::string push()
+    std::string push() { return push(*agent); }
+    static std::string push(DeviceAgent& camera)
     {
         sdk::Result<void> result;
-        agent->doPushDataPacket(&result, sdk::makePtr<FakeFrame>().get());
+        camera.doPushDataPacket(&result, sdk::makePtr<FakeFrame>().get());
         const sdk::Ptr<const sdk::IString> message(result.errorMessage);
         return message ? message->str() : "";
     }
@@ -263,6 +266,67 @@ TEST_F(Frames, HoldUpNobodyElseWhileTheApplicationHangs)
     }
     EXPECT_TRUE(frameWasOut);
     gate.open();
+}
+
+// All of them are there whenever a turn ends, so each has every sixteenth.
+TEST_F(Frames, OfManyCamerasShareASlowApplicationAndNeverGrowOld)
+{
+    using namespace std::chrono;
+    constexpr std::size_t kCameras = 16;
+    constexpr std::size_t kRounds = 6;
+    ExchangeLine& line = services().managerInterface().line();
+    application.replyBy(
+        [&]
+        {
+            std::this_thread::sleep_for(milliseconds(20));
+            for (int i = 0; i < 100 && line.length() + 1 < kCameras; ++i)
+                std::this_thread::sleep_for(milliseconds(1));
+            return encodedReply(segment.name);
+        });
+    std::vector<sdk::Ptr<DeviceAgent>> cameras;
+    std::vector<std::vector<milliseconds>> times(kCameras); // each camera's calls
+    for (std::size_t i = 0; i < kCameras; ++i)
+    {
+        startAgent(i);
+        processParameters(kPipelines);
+        cameras.push_back(agent);
+    }
+    std::vector<std::size_t> shares(kCameras);
+    {
+        std::atomic<bool> stop = false;
+        std::vector<std::jthread> hostThreads;
+        for (std::size_t i = 0; i < kCameras; ++i)
+        {
+            hostThreads.emplace_back(
+                [&, i]
+                {
+                    while (!stop)
+                    {
+                        const auto begin = steady_clock::now();
+                        EXPECT_EQ("", push(*cameras[i]));
+                        times[i].push_back(
+                            duration_cast<milliseconds>(steady_clock::now() - begin));
+                    }
+                });
+        }
+        for (const std::string& message : application.messages(2 * kRounds * kCameras))
+        {
+            constexpr std::string_view kNumber = "\xaaInputIndex";
+            const std::size_t at = message.find(kNumber);
+            if (at != std::string::npos)
+                ++shares.at(static_cast<std::size_t>(message.at(at + kNumber.size())));
+        }
+        stop = true;
+    }
+    const auto [least, most] = std::ranges::minmax(shares);
+    EXPECT_LE(kRounds - 1, least) << testing::PrintToString(shares);
+    EXPECT_GE(kRounds + 1, most) << testing::PrintToString(shares);
+    // 200 ms and an exchange, but for those that a busy machine kept from going on.
+    std::vector<milliseconds> all;
+    for (const auto& ofCamera : times)
+        all.insert(all.end(), ofCamera.begin(), ofCamera.end());
+    std::ranges::sort(all);
+    EXPECT_GT(milliseconds(300), all.at(all.size() * 3 / 4));
 }
 
 TEST_F(Frames, GoOnWhileResultsSettingsAndPipelinesChange)

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <string>
@@ -109,11 +110,18 @@ TEST_F(ExchangeLineTest, ACameraThatIsNotThereHoldsNobodyUp)
 TEST_F(ExchangeLineTest, AFrameWaitsAFifthOfASecond)
 {
     const Turn held(line, holder.place);
-    const auto begin = std::chrono::steady_clock::now();
-    std::jthread([this] { EXPECT_FALSE(Turn(line, a.place)); }).join();
-    const auto waited = std::chrono::steady_clock::now() - begin;
-    EXPECT_LE(std::chrono::milliseconds(200), waited);
-    EXPECT_GT(std::chrono::seconds(10), waited);
+    std::chrono::milliseconds shortest = kLong;
+    for (int i = 0; i < 20 && shortest > std::chrono::milliseconds(250); ++i) // on a busy machine
+    {
+        const auto begin = std::chrono::steady_clock::now();
+        std::jthread([this] { EXPECT_FALSE(Turn(line, a.place)); }).join();
+        shortest = std::min(
+            shortest,
+            std::chrono::duration_cast<std::chrono::milliseconds>(
+                std::chrono::steady_clock::now() - begin));
+    }
+    EXPECT_LE(std::chrono::milliseconds(200), shortest);
+    EXPECT_GE(std::chrono::milliseconds(250), shortest);
 }
 
 TEST_F(ExchangeLineTest, LosesNoTurnToOneThatGivesUpThen)
