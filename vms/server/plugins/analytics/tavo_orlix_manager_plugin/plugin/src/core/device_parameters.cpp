@@ -106,15 +106,20 @@ bool RuntimeManagerLoop::applyDevicesIfChanged(Pass& pass)
     return true;
 }
 
-sdk::Ptr<DeviceAgent> RuntimeManagerLoop::findAgent(std::string_view deviceId) const
+// Gives a device's record to its agents, of which there are several while a host obtains the next
+// before it drops the last. False when there is none.
+bool RuntimeManagerLoop::configureAgents(yyjson_val* device, std::string_view deviceId) const
 {
+    bool isThere = false;
     for (const std::size_t index : m_services.deviceAgents.indices())
     {
-        auto agent = m_services.deviceAgents.at(index);
-        if (agent && sameDeviceId(agent->deviceId(), deviceId))
-            return agent;
+        const auto agent = m_services.deviceAgents.at(index);
+        if (!agent || !sameDeviceId(agent->deviceId(), deviceId))
+            continue;
+        agent->processDeviceParameters(device);
+        isThere = true;
     }
-    return nullptr;
+    return isThere;
 }
 
 // True when something changed that needs a restart of the manager application.
@@ -141,11 +146,8 @@ bool RuntimeManagerLoop::applyDevicesParameters(
             resetDevices(m_services.utilityProvider(), {id});
             continue;
         }
-        auto agent = findAgent(id);
-        if (!agent)
+        if (!configureAgents(device, id))
             continue;
-        agent->processDeviceParameters(device);
-        agent.reset(); // its models may take long
         yyjson_arr_iter modelIterator = yyjson_arr_iter_with(deviceModels);
         while (yyjson_val* const model = yyjson_arr_iter_next(&modelIterator))
             models.add(model);

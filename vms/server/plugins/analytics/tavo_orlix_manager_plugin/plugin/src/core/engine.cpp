@@ -14,6 +14,7 @@
 #include "device_agent/manifest_builder.h"
 #include "inference/plugin_socket_listener.h"
 #include "remote/certificates.h"
+#include "remote/text_helpers.h"
 #include "utils/log.h"
 #include "utils/process.h"
 
@@ -130,7 +131,13 @@ void Engine::stopThreads()
 sdk::Result<sdk::analytics::IDeviceAgent*> Engine::doObtainDeviceAgent(
     const sdk::analytics::IDeviceInfo* deviceInfo)
 {
-    return sdk::atBorder([&] { return makeDeviceAgent(*deviceInfo); });
+    return sdk::atBorder(
+        [&]() -> sdk::Result<sdk::analytics::IDeviceAgent*>
+        {
+            if (!deviceInfo || textOrEmpty(deviceInfo->id()).empty())
+                return sdk::error(sdk::ErrorCode::invalidParams, "The device has no id");
+            return makeDeviceAgent(*deviceInfo);
+        });
 }
 
 sdk::Result<sdk::analytics::IDeviceAgent*> Engine::makeDeviceAgent(

@@ -113,7 +113,7 @@ private:
     [[nodiscard]] bool siteIdChanged(yyjson_val* server) const;
 
     void installRuntime(const std::string& name);
-    [[nodiscard]] sdk::Ptr<DeviceAgent> findAgent(std::string_view deviceId) const;
+    bool configureAgents(yyjson_val* device, std::string_view deviceId) const;
     [[nodiscard]] bool anyAgentIsActive() const;
     bool applyDevicesParameters(
         yyjson_val* devices, const std::string& mimeType, bool runtimeChanged);

@@ -113,6 +113,7 @@ private:
     [[nodiscard]] bool frameMayPass() const REQUIRES(settingsLock());
     [[nodiscard]] bool makeInputMessage(const HostFrame& frame, std::uint64_t passedAtUs)
         REQUIRES(settingsLock()) EXCLUDES(m_pipelineLock);
+    void tellOfOddFrame(const HostFrame& frame) EXCLUDES(settingsLock());
     void warnOfAge(std::uint64_t passedAtUs, std::uint64_t timestampUs) const;
     [[nodiscard]] bool imageToSend(const HostFrame& frame, InputImage& image) const
         REQUIRES(settingsLock());
@@ -130,7 +131,7 @@ private:
         REQUIRES(settingsLock());
     [[nodiscard]] sdk::Ptr<sdk::analytics::ObjectMetadataPacket> makeObjectPacket(
         mpack_node_t root, std::uint64_t timestampUs) REQUIRES(settingsLock());
-    void tellOfLargeResult(std::size_t leftOut) REQUIRES(settingsLock());
+    void tellOfLargeResult(std::size_t leftOut, bool isTooLarge) REQUIRES(settingsLock());
     void addEvents(mpack_node_t root, sdk::analytics::EventMetadataPacket& events)
         REQUIRES(settingsLock());
 
@@ -175,6 +176,7 @@ private:
     ExchangeLine::Place m_placeInLine;
     MessageBuffer m_inputMessage; // whose turn it is; kept from frame to frame
     FrameClock m_frameClock;
+    Throttle m_oddFrameTold GUARDED_BY(settingsLock()){std::chrono::minutes(1)};
 
     // The listener's, one result at a time.
     Throughput m_throughput GUARDED_BY(settingsLock());

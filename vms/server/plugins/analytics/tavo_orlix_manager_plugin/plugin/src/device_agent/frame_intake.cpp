@@ -36,23 +36,33 @@ struct DeviceAgent::HostFrame
 {
     explicit HostFrame(const Frame& frame) :
         timestampUs(static_cast<std::uint64_t>(frame.timestampUs())),
+        format(frame.pixelFormat()),
         plane(reinterpret_cast<const std::uint8_t*>(frame.data(0))),
+        planeSize(frame.dataSize(0)),
         width(frame.width()),
         height(frame.height()),
         lineSize(frame.lineSize(0))
     {}
 
-    // A host may hand out a frame whose plane it could not map.
-    [[nodiscard]] bool hasPixels() const { return plane || width == 0 || height == 0; }
+    // Whether there are as many pixels as it says, and of the kind that goes to the application.
+    // Nothing need follow the pixels of the last row.
+    [[nodiscard]] bool isWhole() const
+    {
+        const std::int64_t rowSize = std::int64_t{width} * protocol::kChannels;
+        return format == Frame::PixelFormat::rgb && plane && width > 0 && height > 0 &&
+            lineSize >= rowSize && planeSize >= std::int64_t{lineSize} * (height - 1) + rowSize;
+    }
 
     const std::uint64_t timestampUs;
+    const Frame::PixelFormat format;
     const std::uint8_t* const plane;
+    const int planeSize;
     const int width;
     const int height;
     const int lineSize;
 };
 
-// 1. Let the frame pass, or ignore it.
+// 1. Let the frame pass, or ignore it; refuse one that is not whole.
 // 2. Wait for the camera's turn, or give the frame up. One frame at a time goes to the application,
 //    which paces the cameras.
 // 3. Let it pass once more, and make the input message.
@@ -69,6 +79,11 @@ bool DeviceAgent::pushUncompressedVideoFrame(sdk::Ptr<const Frame> videoFrame)
             return true;
     }
     const HostFrame hostFrame(*frame);
+    if (!hostFrame.isWhole())
+    {
+        tellOfOddFrame(hostFrame);
+        return false;
+    }
     OrlixManagerInterface& manager = m_services->managerInterface();
     const ExchangeLine::Turn turn(manager.line(), m_placeInLine);
     if (!turn)
@@ -114,6 +129,19 @@ bool DeviceAgent::frameMayPass() const
     return m_pipelineParsed;
 }
 
+void DeviceAgent::tellOfOddFrame(const HostFrame& frame)
+{
+    {
+        const MutexLock lock(settingsLock());
+        if (!m_oddFrameTold.mayPass())
+            return;
+    }
+    log_info(
+        "Warning! Device %s: Dropping a frame that is no whole RGB picture: format %d, %dx%d, %d bytes a row, %d bytes.\n",
+        m_deviceId.c_str(), static_cast<int>(frame.format), frame.width, frame.height,
+        frame.lineSize, frame.plane ? frame.planeSize : 0);
+}
+
 void DeviceAgent::warnOfAge(std::uint64_t passedAtUs, std::uint64_t timestampUs) const
 {
     if (static_cast<std::int64_t>(passedAtUs - timestampUs) <= kMaxFrameAgeUs)
@@ -132,12 +160,12 @@ bool DeviceAgent::makeInputMessage(const HostFrame& frame, std::uint64_t passedA
     log_debug("Logged frame time.\n");
     warnOfAge(passedAtUs, frame.timestampUs);
     InputImage image;
-    if (frame.hasPixels() && !imageToSend(frame, image))
+    if (!imageToSend(frame, image))
     {
         log_info("Error! Crop box too small!\n");
         return false;
     }
-    if (!frame.hasPixels() || !encode(image, frame.timestampUs))
+    if (!encode(image, frame.timestampUs))
     {
         log_info("Warning! Could not create image message.\n");
         return false;

@@ -138,12 +138,15 @@ sdk::Ptr<sdk::analytics::ObjectMetadataPacket> DeviceAgent::makeObjectPacket(
             std::move(detections.begin(), detections.end(), std::back_inserter(objectsOfClass));
     }
 
+    auto packet = buildObjectPacket(objects, timestampUs, width, height, m_settings);
+    if (packet)
+        leftOut += kMaxObjectsOfResult - room - static_cast<std::size_t>(packet->count());
     if (leftOut > 0 || budget.isUsedUp)
-        tellOfLargeResult(leftOut);
-    return buildObjectPacket(objects, timestampUs, width, height, m_settings);
+        tellOfLargeResult(leftOut, room == 0);
+    return packet;
 }
 
-void DeviceAgent::tellOfLargeResult(std::size_t leftOut)
+void DeviceAgent::tellOfLargeResult(std::size_t leftOut, bool isTooLarge)
 {
     if (!m_largeResultTold.mayPass())
         return;
@@ -152,6 +155,13 @@ void DeviceAgent::tellOfLargeResult(std::size_t leftOut)
         log_info(
             "Warning! Device %s: A result has too many objects to follow. Some get new ids.\n",
             m_deviceId.c_str());
+        return;
+    }
+    if (!isTooLarge)
+    {
+        log_info(
+            "Warning! Device %s: A result has objects whose place is no number. Leaving out %zu.\n",
+            m_deviceId.c_str(), leftOut);
         return;
     }
     log_info(

@@ -65,6 +65,28 @@ TEST_F(EngineTest, AResultReachesItsAgentAlone)
     EXPECT_EQ(2, handlers[2]->packets);
 }
 
+TEST_F(EngineTest, RefusesADeviceWithoutAnId)
+{
+    struct Nameless : FakeDevice
+    {
+        Nameless() :
+            FakeDevice("")
+        {}
+        const char* id() const override { return nullptr; }
+    };
+    const auto null = sdk::Ptr<FakeDevice>();
+    for (const auto& device :
+         {null, sdk::makePtr<FakeDevice>(""), sdk::Ptr<FakeDevice>(new Nameless)})
+    {
+        const auto result = engine().doObtainDeviceAgent(device.get());
+        EXPECT_EQ(sdk::ErrorCode::invalidParams, result.errorCode);
+        EXPECT_STREQ(
+            "The device has no id", sdk::Ptr<const sdk::IString>(result.errorMessage)->str());
+    }
+    obtainAgent("1").reset();
+    EXPECT_EQ(1, logged("Destroying Device Agent 0\n")) << "nobody has its index";
+}
+
 TEST_F(EngineTest, IndicesOfGoneAgentsAreTakenAgain)
 {
     std::vector<sdk::Ptr<sdk::analytics::IDeviceAgent>> agents;
@@ -279,6 +301,23 @@ TEST_F(EngineInService, ACameraMadeWhileTheListStaysIsConfigured)
     second.reset();
     m_engine.reset();
     EXPECT_LE(logged("Parsing devices parameters:"), 3) << "once for each, not in every pass";
+}
+
+// As when a host obtains the next before it drops the last.
+TEST_F(EngineInService, AllAgentsOfADeviceAreConfigured)
+{
+    setDeviceRecords("[" + record(kFirst, "[]") + "]");
+    const auto first = obtainAgent(kFirst);
+    const auto second = obtainAgent(kFirst);
+    const auto other = obtainAgent(kSecond);
+    const auto isConfigured = [](const sdk::Ptr<sdk::analytics::IDeviceAgent>& agent)
+    {
+        const sdk::Ptr<const sdk::ISettingsResponse> dialog(agent->pluginSideSettings().value);
+        const sdk::Ptr<const sdk::IStringMap> values(dialog->values());
+        return values->value("selectedPipeline") != nullptr;
+    };
+    EXPECT_TRUE(test::comesTrue([&] { return isConfigured(first) && isConfigured(second); }));
+    EXPECT_FALSE(isConfigured(other));
 }
 
 TEST_F(EngineInService, AnErrorInPlaceOfTheListTakesNothingAway)

@@ -43,10 +43,11 @@ protected:
 
     // The error message of the push; empty on success.
     std::string push() { return push(*agent); }
-    static std::string push(DeviceAgent& camera)
+    static std::string push(
+        DeviceAgent& camera, sdk::Ptr<FakeFrame> frame = sdk::makePtr<FakeFrame>())
     {
         sdk::Result<void> result;
-        camera.doPushDataPacket(&result, sdk::makePtr<FakeFrame>().get());
+        camera.doPushDataPacket(&result, frame.get());
         const sdk::Ptr<const sdk::IString> message(result.errorMessage);
         return message ? message->str() : "";
     }
@@ -120,14 +121,60 @@ TEST_F(Frames, ArriveWholeOrCroppedOrFail)
     EXPECT_EQ("pushUncompressedVideoFrame() failed.", push());
     setCropBox("[[0.125, 0], [0.25, 1]]");
     expectInput(3, 24, 1, 4);
+}
 
-    FakeFrame::isMapped = false;
-    for (const char* const box : {"[[0.125, 0], [0.25, 1]]", "[]"})
+// As a host at odds with itself hands it out.
+struct OddFrame : FakeFrame
+{
+    explicit OddFrame(const std::function<void(OddFrame&)>& change) { change(*this); }
+
+    const char* data(int plane) const override
     {
-        setCropBox(box);
-        EXPECT_EQ("pushUncompressedVideoFrame() failed.", push());
+        return isMapped ? FakeFrame::data(plane) : nullptr;
     }
-    FakeFrame::isMapped = true;
+    int width() const override { return columns; }
+    int height() const override { return rows; }
+    int lineSize(int) const override { return rowSize; }
+    PixelFormat pixelFormat() const override { return format; }
+    int dataSize(int) const override { return size; }
+
+    PixelFormat format = PixelFormat::rgb;
+    bool isMapped = true;
+    int columns = 8, rows = 4, rowSize = 32, size = 3 * 32 + 24;
+};
+
+TEST_F(Frames, ThatAreNotWholeFailWithOneLine)
+{
+    processParameters(kPipelines);
+    EXPECT_EQ("", push(*agent, sdk::makePtr<OddFrame>([](OddFrame&) {})));
+    EXPECT_EQ(1u, inputs(1));
+    const std::pair<std::string, std::function<void(OddFrame&)>> kCases[] = {
+        {"format 0, 8x4, 32 bytes a row, 120",
+         [](OddFrame& frame) { frame.format = OddFrame::PixelFormat::yuv420; }},
+        {"format 5, 0x4, 32 bytes a row, 120", [](OddFrame& frame) { frame.columns = 0; }},
+        {"format 5, 8x-4, 32 bytes a row, 120", [](OddFrame& frame) { frame.rows = -4; }},
+        {"format 5, 8x4, 23 bytes a row, 120", [](OddFrame& frame) { frame.rowSize = 23; }},
+        {"format 5, 8x4, 32 bytes a row, 119", [](OddFrame& frame) { frame.size = 119; }},
+        {"format 5, 8x4, 32 bytes a row, 0", [](OddFrame& frame) { frame.isMapped = false; }},
+        {"format 5, 2147483647x2147483647, 32 bytes a row, 120",
+         [](OddFrame& frame) { frame.columns = frame.rows = 2'147'483'647; }}};
+    for (const auto& [line, change] : kCases)
+    {
+        startAgent(); // which has said nothing yet
+        processParameters(kPipelines);
+        const CapturedLog log;
+        for (int i = 0; i < 2; ++i)
+        {
+            EXPECT_EQ(
+                "pushUncompressedVideoFrame() failed.",
+                push(*agent, sdk::makePtr<OddFrame>(change)));
+        }
+        const std::string text = log.text();
+        const std::size_t first = text.find("no whole RGB picture: " + line + " bytes.\n");
+        EXPECT_NE(std::string::npos, first) << text;
+        EXPECT_EQ(first, text.rfind("no whole RGB picture: "));
+    }
+    EXPECT_EQ(1u, inputs(1));
 }
 
 TEST_F(Frames, ThatAreNotTakenAreNoFailureAndAreNotTimed)

@@ -1,11 +1,13 @@
 // The road of a result, through a real agent.
 #include <cstdint>
+#include <limits>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "agent_fixture.h"
 #include "utils/log.h"
+#include "utils/tests/test_support.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -123,6 +125,40 @@ TEST_F(Results, AreMappedBackFromTheCropWithoutClassesThatAreSwitchedOff)
     EXPECT_THAT(handler->takeObjects(), SizeIs(2));
     const auto& ids = handler->trackIds["tavo.orlix.person"];
     EXPECT_EQ(ids.at(0), ids.at(1)) << "the tracks were still there";
+}
+
+TEST_F(Results, LoseTheObjectsWhosePlaceIsNoNumber)
+{
+    constexpr float kNone = std::numeric_limits<float>::quiet_NaN();
+    constexpr float kFar = std::numeric_limits<float>::infinity();
+    constexpr float kMost = std::numeric_limits<float>::max();
+    const CapturedLog log;
+    auto message = boxesOf(
+        1000,
+        {{"cat", boxes({kNone, 0, 9, 9})},
+         {"car", boxes({10, kFar, 20, 30, 10, 10, 20, 20, 10, 10, -kFar, 20, 10, 10, 20, kNone})},
+         {"dog", boxes({-kMost, 10, kMost, 20})}});
+    message.emplace_back(
+        "ObjectsMetaData",
+        map(
+            {{"car",
+              map(
+                  {{"ObjectIDs",
+                    array(
+                        {binary("1"), binary("0123456789abcdef"), binary("3"), binary("4")})}})}}));
+    EXPECT_EQ(mpack_ok, handleResult(message));
+    EXPECT_THAT(handler->takeObjects(), ElementsAre("tavo.orlix.car 0.01 0.02 0.01 0.02"));
+    EXPECT_EQ(
+        "30313233-3435-3637-3839-616263646566", toText(handler->trackIds["tavo.orlix.car"].at(0)));
+    EXPECT_NE(
+        std::string::npos,
+        log.text().find("A result has objects whose place is no number. Leaving out 5.\n"));
+    handleResult(
+        {{"Timestamp", number(2000)},
+         {"Width", number(0)},
+         {"Height", number(0)},
+         {"BBoxes_xyxy", map({{"cat", boxes({1, 1, 9, 9})}})}});
+    EXPECT_THAT(handler->takeObjects(), IsEmpty());
 }
 
 TEST_F(Results, OfUnreasonableSizeAreCutAndToldOnce)

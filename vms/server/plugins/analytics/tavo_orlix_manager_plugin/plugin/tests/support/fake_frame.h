@@ -23,7 +23,7 @@ public:
     ~FakeFrame() override { --alive; }
 
     std::int64_t timestampUs() const override { return 12345; }
-    const char* data(int) const override { return isMapped ? m_plane.data() : nullptr; }
+    const char* data(int) const override { return m_plane.data(); }
     int width() const override { return 8; }
     int height() const override { return 4; }
     int lineSize(int) const override { return 32; }
@@ -32,7 +32,6 @@ public:
     int dataSize(int) const override { return static_cast<int>(m_plane.size()); }
 
     static inline std::atomic<int> alive{0};
-    static inline std::atomic<bool> isMapped{true};
 
 private:
     std::vector<char> m_plane = std::vector<char>(4 * 32);

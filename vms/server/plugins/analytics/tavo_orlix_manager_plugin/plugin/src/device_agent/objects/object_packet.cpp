@@ -30,6 +30,12 @@ void fill(sdk::analytics::ObjectMetadata& metadata, const TrackedObject& object)
         metadata.addAttribute(sdk::makePtr<sdk::Attribute>(name, value, kConfidence));
 }
 
+bool isFinite(const sdk::analytics::Rect& rect)
+{
+    return std::isfinite(rect.x) && std::isfinite(rect.y) && std::isfinite(rect.width) &&
+        std::isfinite(rect.height);
+}
+
 } // namespace
 
 sdk::Ptr<sdk::analytics::ObjectMetadataPacket> buildObjectPacket(
@@ -52,11 +58,14 @@ sdk::Ptr<sdk::analytics::ObjectMetadataPacket> buildObjectPacket(
         block->beginType(objectTypeId(className));
         for (const TrackedObject& object : objectsOfClass)
         {
+            const sdk::analytics::Rect box = frameBox(
+                object.box, static_cast<float>(width), static_cast<float>(height),
+                settings.cropBox);
+            if (!isFinite(box))
+                continue;
             auto metadata = block->add();
             fill(*metadata, object);
-            metadata->setBoundingBox(frameBox(
-                object.box, static_cast<float>(width), static_cast<float>(height),
-                settings.cropBox));
+            metadata->setBoundingBox(box);
             packet->addItem(std::move(metadata));
         }
     }

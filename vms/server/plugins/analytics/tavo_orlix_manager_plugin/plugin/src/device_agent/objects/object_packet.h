@@ -13,8 +13,9 @@
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
-// The objects of one result as the host takes them; null when there is no class. `width` and
-// `height` are those of the boxes' coordinate space. The caller holds settingsLock(): the crop box
+// The objects of one result as the host takes them, but for those whose box comes to numbers that
+// are not finite; null when there is no class. `width` and `height` are those of the boxes'
+// coordinate space. The caller holds settingsLock(): the crop box
 // in force is the present one, not that of the moment when the frame left.
 [[nodiscard]] sdk::Ptr<sdk::analytics::ObjectMetadataPacket> buildObjectPacket(
     const ObjectsByClass& objects, std::uint64_t timestampUs, std::int64_t width,
