@@ -3,12 +3,13 @@
 # through sudo; a second run changes nothing. What has no package is built into the cache folder:
 # $TAVO_CACHE_DIR, else $XDG_CACHE_HOME/tavo_orlix, else ~/.cache/tavo_orlix.
 #
-# usage: setup.sh [build|test|demo|lint|fuzz|windows]
+# usage: setup.sh [build|test|demo|lint|fuzz|mutate|windows]
 #   build    what compiling and testing need (the default)
 #   test     the same, and the browser that the host's page is tested in
 #   demo     the same as build, and the video and the model of the demonstration
 #   lint     the same as build, and what scripts/lint.sh needs
 #   fuzz     the same as build, and what scripts/fuzz.sh needs
+#   mutate   the same as build, and what scripts/mutate.py needs
 #   windows  the same as build, and what compiling for Windows and testing under Wine need
 set -euo pipefail
 
@@ -72,10 +73,14 @@ case $mode in
         install_packages "${kFuzzPackages[@]}"
         install_mpack_for_fuzzing
         ;;
+    mutate)
+        set_up_build
+        install_packages python3-clang-14
+        ;;
     windows)
         set_up_build
         install_windows
         ;;
-    *) die "usage: $0 [build|test|demo|lint|fuzz|windows]" ;;
+    *) die "usage: $0 [build|test|demo|lint|fuzz|mutate|windows]" ;;
 esac
 say "Set-up for '$mode' is complete"
