@@ -55,7 +55,7 @@ void PacketCounter::waitFor(std::uint32_t count)
         m_count.wait(now);
 }
 
-AgentRig::AgentRig(const std::string& folder) :
+AgentRig::AgentRig(const std::string& folder, std::size_t cameras) :
     m_pluginSocketPath(folder + "/" + protocol::kPluginSocketFile),
     m_packets(sdk::makePtr<PacketCounter>()),
     m_services(folder)
@@ -68,10 +68,13 @@ AgentRig::AgentRig(const std::string& folder) :
 
     const auto camera =
         sdk::makePtr<FakeDevice>("0b5b5d3f-0000-4000-8000-000000000001", "Gate north");
-    m_agent = sdk::makePtr<DeviceAgent>(camera.get(), 0, &m_services, folder);
-    m_agent->setHandler(m_packets.get());
     const auto record = parseJson(kParameters);
-    m_agent->processDeviceParameters(yyjson_doc_get_root(record.get()));
+    for (std::size_t i = 0; i < cameras; ++i)
+    {
+        m_agents.push_back(sdk::makePtr<DeviceAgent>(camera.get(), i, &m_services, folder));
+        m_agents.back()->setHandler(m_packets.get());
+        m_agents.back()->processDeviceParameters(yyjson_doc_get_root(record.get()));
+    }
     m_listener = std::thread(
         [this] {
             listenerLoop(m_pluginSocketPath, m_listeningSocket, m_shuttingDown.get_token(), *this);
@@ -86,14 +89,14 @@ AgentRig::~AgentRig()
 
 bool AgentRig::deliverResult(std::uint32_t /*inputIndex*/, mpack_node_t root)
 {
-    m_agent->handleResultMessage(root);
+    m_agents.front()->handleResultMessage(root);
     return true;
 }
 
-bool AgentRig::push(BorrowedFrame& frame)
+bool AgentRig::push(BorrowedFrame& frame, std::size_t camera)
 {
     sdk::Result<void> result;
-    m_agent->doPushDataPacket(&result, &frame);
+    m_agents[camera]->doPushDataPacket(&result, &frame);
     const sdk::Ptr<const sdk::IString> error(result.errorMessage);
     return !error;
 }

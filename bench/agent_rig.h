@@ -1,11 +1,13 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <stop_token>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include <tavo/sdk/analytics/i_device_agent.h>
 #include <tavo/sdk/analytics/i_uncompressed_video_frame.h>
@@ -62,16 +64,21 @@ private:
     std::atomic<std::uint32_t> m_awaited{0}; // waking for less would be timed as well
 };
 
-// A real agent that lets every frame pass and a real listener, in a folder of their own. There is
+// Real agents that let every frame pass and a real listener, in a folder of their own. There is
 // no host to ask, so they have nothing to do but frames and results.
 class AgentRig final : private vms_server_plugins::analytics::orlix::ResultReceiver
 {
 public:
-    explicit AgentRig(const std::string& folder);
+    explicit AgentRig(const std::string& folder, std::size_t cameras = 1);
     ~AgentRig();
 
     // False if the agent refused it.
-    bool push(BorrowedFrame& frame);
+    bool push(BorrowedFrame& frame, std::size_t camera = 0);
+
+    [[nodiscard]] sdk::analytics::ConsumingDeviceAgent& agent(std::size_t camera) const
+    {
+        return *m_agents[camera];
+    }
 
     // Handles a result as if it had come over the socket.
     void handle(mpack_node_t root) { deliverResult(0, root); }
@@ -80,13 +87,13 @@ public:
     [[nodiscard]] PacketCounter& packets() { return *m_packets; }
 
 private:
-    // ResultReceiver: all results are the one agent's.
+    // ResultReceiver: all results are the first agent's.
     bool deliverResult(std::uint32_t inputIndex, mpack_node_t root) override;
 
     const std::string m_pluginSocketPath;
     const sdk::Ptr<PacketCounter> m_packets;
     vms_server_plugins::analytics::orlix::BareServices m_services;
-    sdk::Ptr<vms_server_plugins::analytics::orlix::DeviceAgent> m_agent;
+    std::vector<sdk::Ptr<vms_server_plugins::analytics::orlix::DeviceAgent>> m_agents;
     std::atomic<vms_server_plugins::analytics::orlix::SocketHandle> m_listeningSocket{
         vms_server_plugins::analytics::orlix::kInvalidSocket};
     std::stop_source m_shuttingDown;

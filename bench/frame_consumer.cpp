@@ -85,8 +85,9 @@ void stayOn(Processor processor)
     sched_setaffinity(0, sizeof chosen, &chosen);
 }
 
-FrameConsumer::FrameConsumer(const std::string& folder) :
-    m_socketPath(folder + "/" + protocol::kModuleSocketFile)
+FrameConsumer::FrameConsumer(const std::string& folder, std::chrono::microseconds delay) :
+    m_socketPath(folder + "/" + protocol::kModuleSocketFile),
+    m_delay(delay)
 {
     orlix::ShmSegment segment;
     orlix::shm_create_random(segment, kSegmentPayload);
@@ -135,7 +136,11 @@ void FrameConsumer::run(int listeningSocket)
         const int connection = accept4(listeningSocket, nullptr, nullptr, SOCK_CLOEXEC);
         char message[256];
         if (recv(connection, message, sizeof message, 0) > 0)
+        {
+            if (m_delay.count() > 0)
+                usleep(static_cast<useconds_t>(m_delay.count()));
             send(connection, reply.data(), reply.size(), MSG_NOSIGNAL);
+        }
         if (recv(connection, message, sizeof message, 0) > 0)
             m_shared->sum += sumOf(view);
         close(connection);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <string>
 
@@ -24,8 +25,9 @@ void stayOn(Processor processor);
 class FrameConsumer
 {
 public:
-    // Forks, so no thread may run yet. Listens below `folder`.
-    explicit FrameConsumer(const std::string& folder);
+    // Forks, so no thread may run yet. Listens below `folder`; answers after `delay`.
+    explicit FrameConsumer(
+        const std::string& folder, std::chrono::microseconds delay = std::chrono::microseconds(0));
     ~FrameConsumer();
     FrameConsumer(const FrameConsumer&) = delete;
     FrameConsumer& operator=(const FrameConsumer&) = delete;
@@ -41,7 +43,8 @@ private:
 
     [[noreturn]] void run(int listeningSocket);
 
-    std::string m_socketPath;
+    const std::string m_socketPath;
+    const std::chrono::microseconds m_delay;
     std::string m_segmentName;
     Shared* m_shared = nullptr; // with the child
     std::uint64_t m_waitedFor = 0;
