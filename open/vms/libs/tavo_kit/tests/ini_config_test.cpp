@@ -69,9 +69,9 @@ TEST_F(IniConfigTest, readsWhatMakesSenseAndReportsWhatDoesNot)
         {"upper case", "isOn=FALSE\n", false, "default", 7, ""},
         {"last one counts", "number=8\nnumber=9\n", true, "default", 9, ""},
         {"no boolean", "isOn=maybe\nnumber=8\n", true, "default", 8,
-         "isOn needs true or false, not \"maybe\""},
+         "isOn needs true or false, not \"maybe\"; true is used instead"},
         {"no number", "number=8 apples\n", true, "default", 7,
-         "number needs a whole number, not \"8 apples\""},
+         "number needs a whole number, not \"8 apples\"; 7 is used instead"},
         {"too large", "number=99999999999\n", true, "default", 7, "needs a whole number"},
         {"unknown", "nmber=8\n", true, "default", 7, "unknown option nmber"},
         {"names have a case", "Number=8\n", true, "default", 7, "unknown option Number"},
@@ -91,7 +91,43 @@ TEST_F(IniConfigTest, readsWhatMakesSenseAndReportsWhatDoesNot)
         EXPECT_EQ(options.number, c.number);
         EXPECT_THAT(told, testing::HasSubstr(c.report));
         EXPECT_EQ(told.empty(), *c.report == '\0') << told;
+        ASSERT_EQ(options.complaints().empty(), told.empty());
+        if (!told.empty())
+        {
+            EXPECT_THAT(options.complaints().front().text, testing::HasSubstr(c.report));
+        }
     }
+}
+
+TEST_F(IniConfigTest, tellsWhereEachValueCameFrom)
+{
+    write("number=eight\ntext=a b\nisOn=false\nnmber=8\n" + std::string(50, 'x'));
+    Options options;
+    const auto told = [&options]
+    {
+        std::string text;
+        for (const auto& [name, value, isFromFile] : options.options())
+            text += name + (isFromFile ? "=" : ":") + value + " ";
+        for (const auto& [option, complaint] : options.complaints())
+            text += option + "! ";
+        return text;
+    };
+    EXPECT_EQ(told(), "isOn=false text=a b number:7 ! number! nmber! ");
+    write("number=8\n");
+    options.reload();
+    EXPECT_EQ(told(), "isOn:true text:default number=8 ");
+}
+
+TEST_F(IniConfigTest, complaintsHaveABound)
+{
+    std::string content;
+    for (int i = 0; i < 1000; ++i)
+        content += "word" + std::string(1000, 'x') + "\n";
+    write(content.substr(0, 500'000));
+    testing::internal::CaptureStderr();
+    const Options options;
+    EXPECT_LT(testing::internal::GetCapturedStderr().size(), 500'000u / 2);
+    EXPECT_EQ(options.complaints().size(), IniConfig::kMaxComplaints);
 }
 
 TEST_F(IniConfigTest, hasDefaultsWithoutAFile)

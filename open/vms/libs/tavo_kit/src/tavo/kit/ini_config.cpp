@@ -26,6 +26,8 @@ namespace
 // Far above any file of options: what is larger is something else.
 constexpr size_t kMaxFileSize = 1024 * 1024;
 
+constexpr size_t kMaxShown = 200; // bytes of the file in a report
+
 std::string_view trimmed(std::string_view text)
 {
     constexpr std::string_view kBlanks = " \t\r";
@@ -55,6 +57,21 @@ std::optional<int> parseInt(std::string_view text)
     const auto [parsedEnd, error] = std::from_chars(text.data(), end, value);
     if (error != std::errc() || parsedEnd != end)
         return std::nullopt;
+    return value;
+}
+
+std::string textOf(bool value)
+{
+    return value ? "true" : "false";
+}
+
+std::string textOf(int value)
+{
+    return std::to_string(value);
+}
+
+std::string textOf(const char* value)
+{
     return value;
 }
 
@@ -94,6 +111,7 @@ std::filesystem::path IniConfig::iniFilePath() const
 void IniConfig::reload()
 {
     setToDefaults();
+    m_complaints.clear();
 
     const std::filesystem::path path = iniFilePath();
     std::error_code status;
@@ -148,10 +166,26 @@ const char* IniConfig::keepText(std::string_view text)
     return m_texts.emplace_back(text).c_str();
 }
 
+std::vector<IniConfig::Option> IniConfig::options() const
+{
+    std::vector<Option> options;
+    for (const Param& param : m_params)
+    {
+        options.push_back(
+            {param.name,
+             std::visit([](const auto& target) { return textOf(*target.field); }, param.target),
+             param.isFromFile});
+    }
+    return options;
+}
+
 void IniConfig::setToDefaults()
 {
-    for (const Param& param : m_params)
+    for (Param& param : m_params)
+    {
         std::visit([](const auto& target) { *target.field = target.defaultValue; }, param.target);
+        param.isFromFile = false;
+    }
 }
 
 void IniConfig::apply(const std::string& content)
@@ -163,7 +197,11 @@ void IniConfig::apply(const std::string& content)
     forEachUnreadableLine(
         content,
         [this](int number, std::string_view line)
-        { report("line " + std::to_string(number) + " is no option: " + std::string(line)); });
+        {
+            report(
+                "line " + std::to_string(number) +
+                " is no option: " + std::string(line.substr(0, kMaxShown)));
+        });
 
     CSimpleIniCaseA::TNamesDepend sections;
     ini.GetAllSections(sections);
@@ -184,38 +222,54 @@ void IniConfig::applyValue(std::string_view name, std::string_view value)
         m_params.begin(), m_params.end(),
         [name](const Param& candidate) { return candidate.name == name; });
     if (param == m_params.end())
-        return report("unknown option " + std::string(name) + "; ignored");
+    {
+        const std::string shown(name.substr(0, kMaxShown));
+        return report("unknown option " + shown + "; ignored", shown);
+    }
 
-    const auto reportBadValue = [&](const char* expected)
+    // A later line that makes no sense leaves an earlier one in force.
+    const auto reportBadValue = [&](const char* expected, const std::string& used)
     {
         report(
-            "option " + std::string(name) + " needs " + expected + ", not \"" + std::string(value) +
-            "\"; it keeps its default. " + param->description);
+            "option " + param->name + " needs " + expected + ", not \"" +
+                std::string(value.substr(0, kMaxShown)) + "\"; " + used + " is used instead",
+            name);
+    };
+    const auto take = [&](auto* field, const auto& parsed, const char* expected)
+    {
+        if (!parsed)
+            return reportBadValue(expected, textOf(*field));
+        *field = *parsed;
+        param->isFromFile = true;
     };
 
     if (const auto* const boolParam = std::get_if<BoolParam>(&param->target))
-    {
-        if (const auto parsed = parseBool(value))
-            *boolParam->field = *parsed;
-        else
-            reportBadValue("true or false");
-    }
+        take(boolParam->field, parseBool(value), "true or false");
     else if (const auto* const intParam = std::get_if<IntParam>(&param->target))
-    {
-        if (const auto parsed = parseInt(value))
-            *intParam->field = *parsed;
-        else
-            reportBadValue("a whole number");
-    }
+        take(intParam->field, parseInt(value), "a whole number");
     else if (const auto* const stringParam = std::get_if<StringParam>(&param->target))
+        take(stringParam->field, std::optional(keepText(value)), "");
+}
+
+// In UTF-8. A folder whose name is no text, as Windows may have one, is left out.
+std::string IniConfig::shownPath() const
+{
+    try
     {
-        *stringParam->field = keepText(value);
+        const std::u8string path = iniFilePath().u8string();
+        return {path.begin(), path.end()};
+    }
+    catch (const std::system_error&)
+    {
+        return m_iniFileName;
     }
 }
 
-void IniConfig::report(const std::string& text) const
+void IniConfig::report(const std::string& text, std::string_view option)
 {
-    printLine("WARNING: " + iniFilePath().string() + ": " + text);
+    printLine("WARNING: " + shownPath() + ": " + text);
+    if (m_complaints.size() < kMaxComplaints)
+        m_complaints.push_back({std::string(option), text});
 }
 
 } // namespace tavo::kit

@@ -4,7 +4,7 @@
 // A subclass has a plain field for each option, registers them in its constructor and then calls
 // reload(). What the file lacks keeps its default, and so does an option whose value makes no
 // sense; such a value, a name that nobody registered and a line that is none of the above are
-// reported on standard error. A missing file is no fault.
+// reported on standard error and kept as complaints. A missing file is no fault.
 //
 // The file is looked for in a folder of the platform's, on Linux $TAVO_INI_DIR, else
 // $XDG_CONFIG_HOME/tavo_ini, else ~/.config/tavo_ini.
@@ -32,6 +32,27 @@ public:
 
     IniConfig(const IniConfig&) = delete;
     IniConfig& operator=(const IniConfig&) = delete;
+
+    // What could not be used, and what is used instead.
+    struct Complaint
+    {
+        std::string option; // as the file has it; empty: a line, or the file as a whole
+        std::string text;
+    };
+
+    struct Option
+    {
+        std::string name;
+        std::string value; // as it would stand in the file
+        bool isFromFile = false; // else its default
+    };
+
+    // Of the last reload(), in the order of the file. The first kMaxComplaints of them.
+    static constexpr size_t kMaxComplaints = 20;
+    const std::vector<Complaint>& complaints() const { return m_complaints; }
+
+    // As the fields are now, in the order of their registration.
+    std::vector<Option> options() const;
 
     // Empty if the platform names no folder.
     std::filesystem::path iniFilePath() const;
@@ -71,17 +92,20 @@ private:
         std::string name;
         std::string description;
         std::variant<BoolParam, IntParam, StringParam> target;
+        bool isFromFile = false;
     };
 
     const char* keepText(std::string_view text);
     void setToDefaults();
     void apply(const std::string& content);
     void applyValue(std::string_view name, std::string_view value);
-    void report(const std::string& text) const;
+    std::string shownPath() const;
+    void report(const std::string& text, std::string_view option = {});
 
     const std::string m_iniFileName;
     std::vector<Param> m_params;
     std::list<std::string> m_texts; // nothing is ever taken out
+    std::vector<Complaint> m_complaints;
 };
 
 } // namespace tavo::kit

@@ -1,9 +1,33 @@
 #include "base/ini.h"
 
+#include <limits>
+
 #include "base/deployment.h"
+#include "utils/paths.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
+
+namespace
+{
+
+constexpr int kDefaultVerbosity = 1;
+constexpr int kDefaultModelSeconds = 5;
+constexpr int kDefaultRequestSeconds = 3;
+constexpr int kNoLimit = std::numeric_limits<int>::max();
+
+// The host's own reader of such files may keep none.
+template <class Config, class Handler>
+void forEachComplaint(const Config& config, Handler handle)
+{
+    if constexpr (requires { config.complaints(); })
+    {
+        for (const auto& complaint : config.complaints())
+            handle(complaint.option, complaint.text);
+    }
+}
+
+} // namespace
 
 Ini::Ini() :
     IniConfig("tavo_orlix_manager_plugin.ini")
@@ -49,15 +73,51 @@ Ini::Ini() :
         &caBundle, "", "caBundle",
         "File in PEM of the certificate authorities that are trusted in place of the system's.");
     regIntParam(
-        &logVerbosityLevel, 1, "logVerbosityLevel",
+        &logVerbosityLevel, kDefaultVerbosity, "logVerbosityLevel",
         "0: No logging. 1: Basic logging. 2: Verbose logging.");
     regIntParam(
-        &modelDownloadSeconds, 5, "modelDownloadSeconds",
+        &modelDownloadSeconds, kDefaultModelSeconds, "modelDownloadSeconds",
         "This sets the timeout for the request when downloading a model. Increase this in environments with slow or unstable networking.");
     regIntParam(
-        &HTTPRequestTimeout, 3, "HTTPRequestTimeout",
+        &HTTPRequestTimeout, kDefaultRequestSeconds, "HTTPRequestTimeout",
         "This sets the timeout for HTTP requests to the Orlix cloud API in seconds.");
     reload();
+
+    forEachComplaint(
+        static_cast<const IniConfig&>(*this),
+        [this](const std::string& option, const std::string& text) {
+            problems.push_back({option, text});
+        });
+    mendNumber("logVerbosityLevel", logVerbosityLevel, 0, 2, kDefaultVerbosity);
+    mendNumber("modelDownloadSeconds", modelDownloadSeconds, 1, kNoLimit, kDefaultModelSeconds);
+    mendNumber("HTTPRequestTimeout", HTTPRequestTimeout, 1, kNoLimit, kDefaultRequestSeconds);
+    mendWorkingDirectory();
+}
+
+void Ini::mendNumber(const char* option, int& field, int lowest, int highest, int used)
+{
+    if (field >= lowest && field <= highest)
+        return;
+    const std::string range = highest == kNoLimit
+        ? std::to_string(lowest) + " or more"
+        : std::to_string(lowest) + " to " + std::to_string(highest);
+    problems.push_back(
+        {option,
+         std::string("option ") + option + " needs " + range + ", not " + std::to_string(field) +
+             "; " + std::to_string(used) + " is used instead"});
+    field = used;
+}
+
+// What it would be relative to is the host's to choose, and may be the root of the file system.
+void Ini::mendWorkingDirectory()
+{
+    if (!*WorkingDirectory || pathFromUtf8(WorkingDirectory).is_absolute())
+        return;
+    problems.push_back(
+        {"WorkingDirectory",
+         std::string("option WorkingDirectory needs the whole path of a folder, not \"") +
+             WorkingDirectory + "\"; tavo_orlix_manager in the host's folder is used instead"});
+    WorkingDirectory = "";
 }
 
 Ini& ini()

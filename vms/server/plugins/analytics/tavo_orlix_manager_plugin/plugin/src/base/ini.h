@@ -1,5 +1,8 @@
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include <tavo/kit/ini_config.h>
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -13,6 +16,14 @@ class Ini : public kit::IniConfig
 {
 public:
     Ini();
+
+    // What of the file could not be used, as the file's reader or the plugin sees it.
+    struct Problem
+    {
+        std::string option; // empty: no option, but a line or the file
+        std::string text; // with what is used instead
+    };
+    std::vector<Problem> problems;
 
     bool enableOutput;
     bool logToConsole;
@@ -29,8 +40,12 @@ public:
     const char* WorkingDirectory; // empty: a folder in the host's
     const char* caBundle; // a file in PEM; empty: the system's authorities
     int logVerbosityLevel; // 0 to 2
-    int modelDownloadSeconds;
-    int HTTPRequestTimeout; // in seconds
+    int modelDownloadSeconds; // 1 or more
+    int HTTPRequestTimeout; // in seconds, 1 or more
+
+private:
+    void mendNumber(const char* option, int& field, int lowest, int highest, int used);
+    void mendWorkingDirectory();
 };
 
 // The one instance. Only a test writes to it.

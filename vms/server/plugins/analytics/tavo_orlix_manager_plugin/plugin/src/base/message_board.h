@@ -51,6 +51,7 @@ namespace board_key
 inline constexpr char kResetDevice[] = "RESET_DEVICE";
 inline constexpr char kClearCache[] = "CLEAR_CACHE";
 inline constexpr char kRetryDownloads[] = "RETRY_DOWNLOADS";
+inline constexpr char kIniFile[] = "INI_FILE_"; // a number
 inline constexpr char kPluginSocketTaken[] = "PLUGIN_SOCKET_TAKEN";
 inline constexpr char kManagerCrash[] = "ORLIX_MANAGER_CRASH";
 inline constexpr char kCouldNotStart[] = "COULD_NOT_START";

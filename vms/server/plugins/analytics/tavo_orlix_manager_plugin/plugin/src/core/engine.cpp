@@ -47,6 +47,18 @@ void closeLog()
         log_close();
 }
 
+// With a line each in the log, from the board.
+void postIniProblems(MessageBoard& board)
+{
+    int number = 0;
+    for (const Ini::Problem& problem : ini().problems)
+    {
+        board.postMessage(
+            board_key::kIniFile + std::to_string(++number),
+            "The ini file has a mistake: " + oneLine(problem.text), MessageType::warning);
+    }
+}
+
 } // namespace
 
 Engine::Engine(Plugin* plugin, std::string workingDirectory) :
@@ -58,6 +70,7 @@ Engine::Engine(Plugin* plugin, std::string workingDirectory) :
     openLog(m_workingDirectory);
     try
     {
+        postIniProblems(m_services.messageBoard);
         m_listenerThread = std::thread(
             [this]
             {

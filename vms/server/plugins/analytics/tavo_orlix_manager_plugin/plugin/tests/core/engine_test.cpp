@@ -87,6 +87,16 @@ TEST_F(EngineTest, RefusesADeviceWithoutAnId)
     EXPECT_EQ(1, logged("Destroying Device Agent 0\n")) << "nobody has its index";
 }
 
+TEST_F(EngineTest, TellsWhatIsWrongInTheIniFile)
+{
+    ini().problems = {{"", "line 3\nis none"}, {"number", "needs one"}};
+    const auto shown = engine().messageBoard().snapshot();
+    ini().problems.clear();
+    for (const char* text : {"line 3?is none", "needs one"})
+        EXPECT_EQ(1, logged(std::string("The ini file has a mistake: ") + text + "\n")) << text;
+    EXPECT_EQ("The ini file has a mistake: needs one", shown.at("INI_FILE_2").text);
+}
+
 TEST_F(EngineTest, IndicesOfGoneAgentsAreTakenAgain)
 {
     std::vector<sdk::Ptr<sdk::analytics::IDeviceAgent>> agents;
