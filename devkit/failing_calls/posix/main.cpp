@@ -1,6 +1,9 @@
 // failing_calls: see scripts/failing_calls.sh. With FAILING_CALLS_OUTPUT in the environment all
 // that the library writes is shown.
 
+#include <cstdio>
+#include <exception>
+
 #include <CLI/CLI.hpp>
 
 #include "failing_calls.h"
@@ -8,7 +11,10 @@
 
 using namespace tavo;
 
-int main(int count, char** arguments)
+namespace
+{
+
+int run(int count, char** arguments)
 {
     const std::vector<std::string> roads(
         std::begin(devkit::kRoadNames), std::end(devkit::kRoadNames));
@@ -30,4 +36,19 @@ int main(int count, char** arguments)
     for (const std::string& kind : kinds)
         isClean = devkit::supervise({runs.road, kind, runs.first, runs.most}) && isClean;
     return isClean ? 0 : 1;
+}
+
+} // namespace
+
+int main(int count, char** arguments)
+{
+    try
+    {
+        return run(count, arguments);
+    }
+    catch (const std::exception& error)
+    {
+        std::fprintf(stderr, "failing_calls: %s\n", error.what());
+        return 1;
+    }
 }

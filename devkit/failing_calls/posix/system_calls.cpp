@@ -71,7 +71,6 @@ void* runThread(void* argument)
         va_end(more);                                                                              \
         return fails(Kind::open) ? -1 : TAVO_NEXT(name) arguments;                                 \
     }
-// NOLINTEND(bugprone-macro-parentheses)
 TAVO_OPEN(open, (const char* path, int flags, ...), (path, flags, mode))
 TAVO_OPEN(open64, (const char* path, int flags, ...), (path, flags, mode))
 TAVO_OPEN(openat, (int folder, const char* path, int flags, ...), (folder, path, flags, mode))
@@ -116,6 +115,7 @@ TAVO_CALL(
         putInError(stream);                                                                        \
         return failure;                                                                            \
     }
+// NOLINTEND(bugprone-macro-parentheses)
 TAVO_STREAM_CALL(
     read, 0, std::size_t, fread, (void* to, std::size_t size, std::size_t count, std::FILE* stream),
     (to, size, count, stream))
