@@ -5,6 +5,7 @@
 #include <cstring>
 #include <functional>
 #include <future>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -292,27 +293,27 @@ TEST_F(Frames, PassTheGatesAgainAfterTheirWait)
 TEST_F(Frames, HoldUpNobodyElseWhileTheApplicationHangs)
 {
     processParameters(kPipelines);
-    Gate gate;
-    application.replyBy(
-        [&gate]
-        {
-            gate.pass();
-            return std::string();
-        });
     bool frameWasOut = false;
-    for (int attempt = 0; !frameWasOut && attempt < 20; ++attempt)
+    for (int attempt = 0; !frameWasOut && attempt < 5; ++attempt)
     {
+        const auto gate = std::make_shared<Gate>(); // the application keeps it to the end
+        application.replyBy(
+            [gate]
+            {
+                gate->pass();
+                return std::string();
+            });
         auto pushed = std::async(std::launch::async, [this] { return push(); });
-        ASSERT_TRUE(gate.isReached());
+        ASSERT_TRUE(gate->isReached());
         handleResult({{"Timestamp", number(1)}});
         readAnswer(agent->pluginSideSettings().value);
         setSettings({{"deviceActiveSwitch", "true"}});
         press("selectAllButton");
         frameWasOut = pushed.wait_for(std::chrono::milliseconds(0)) != std::future_status::ready;
+        gate->open();
         EXPECT_EQ("", pushed.get());
     }
     EXPECT_TRUE(frameWasOut);
-    gate.open();
 }
 
 // All of them are there whenever a turn ends, so each has every sixteenth.
