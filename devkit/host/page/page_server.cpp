@@ -26,6 +26,7 @@ namespace
 constexpr char kJson[] = "application/json";
 constexpr int kBadRequest = 400;
 constexpr int kNotFound = 404;
+constexpr int kPreconditionFailed = 412;
 
 // Only what the host itself serves is loaded or asked.
 constexpr char kPolicy[] =
@@ -47,10 +48,12 @@ std::string textObject(const std::map<std::string, std::string>& values)
 std::string answerText(const DialogAnswer& answer)
 {
     const bool isModel = parseJson(answer.model) != nullptr;
-    return R"({"values":)" + textObject(answer.values) + R"(,"model":)" +
+    return R"({"values":)" + textObject(answer.values) + R"(,"version":)" +
+        jsonString(settingsVersion(answer.values)) + R"(,"model":)" +
         (isModel ? answer.model : "null") + R"(,"errors":)" + textObject(answer.errors) +
         R"(,"actionUrl":)" + jsonString(answer.actionUrl) + R"(,"messageToUser":)" +
-        jsonString(answer.messageToUser) + R"(,"failure":)" + jsonString(answer.failure) + "}";
+        jsonString(answer.messageToUser) + R"(,"failure":)" + jsonString(answer.failure) +
+        R"(,"isOutdated":)" + (answer.isOutdated ? "true" : "false") + "}";
 }
 
 const char* typeOf(const std::string& file)
@@ -264,7 +267,10 @@ void PageServer::routeDialogs()
         const std::shared_ptr<Device> device = m_host.devices().find(request.matches[1]);
         if (!device)
             return fail(response, kNotFound, "There is no such camera.");
-        response.set_content(answerText(ask(device->dialog())), kJson);
+        const DialogAnswer said = ask(device->dialog());
+        if (said.isOutdated)
+            response.status = kPreconditionFailed;
+        response.set_content(answerText(said), kJson);
     };
     m_server.Get(
         R"(/api/cameras/([^/]+)/settings)",
@@ -276,8 +282,10 @@ void PageServer::routeDialogs()
         {
             answer(
                 request, response,
-                [&](SettingsDialog& dialog)
-                { return dialog.apply(parseSettingValues(request.body)); });
+                [&](SettingsDialog& dialog) {
+                    return dialog.apply(
+                        parseSettingValues(request.body), request.get_header_value("If-Match"));
+                });
             publishCameras();
         });
     m_server.Post(

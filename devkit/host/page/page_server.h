@@ -21,7 +21,9 @@ namespace tavo::devkit
 //   DELETE /api/cameras/ID
 //   GET    /api/machine-cameras                  what is plugged in: [{"name","source"}]
 //   GET    /api/cameras/ID/settings              the dialog, opened or refreshed
-//   POST   /api/cameras/ID/settings              {name: value}: Apply
+//   POST   /api/cameras/ID/settings              {name: value}: Apply; with "If-Match", the
+//   dialog's
+//                                                "version", only if nobody has applied since
 //   POST   /api/cameras/ID/active                {"name","values"}: an active setting
 //   GET    /api/engine/settings, POST            the engine's dialog, likewise
 //   GET    /api/board                            asks the cameras' dialogs: [{"icon","text"}]

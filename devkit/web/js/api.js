@@ -1,16 +1,18 @@
 // What the page asks of the host. A refusal is an Error with the host's text.
 
+const kOutdated = 412; // with an answer, which tells what is so now
+
 async function ask(path, options = {}) {
     const response = await fetch(path, options);
-    if (!response.ok)
+    if (!response.ok && response.status !== kOutdated)
         throw new Error(await response.text() || response.statusText);
     return response;
 }
 
-async function askJson(path, method = 'GET', body = undefined) {
-    const options = {method};
+async function askJson(path, method = 'GET', body = undefined, headers = {}) {
+    const options = {method, headers};
     if (body !== undefined) {
-        options.headers = {'Content-Type': 'application/json'};
+        headers['Content-Type'] = 'application/json';
         options.body = JSON.stringify(body);
     }
     return (await ask(path, options)).json();
@@ -27,7 +29,7 @@ export const readBoard = () => askJson('/api/board');
 export function cameraDialog(id) {
     return {
         refresh: () => askJson(`${cameraPath(id)}/settings`),
-        apply: values => askJson(`${cameraPath(id)}/settings`, 'POST', values),
+        apply: (values, version) => askJson(`${cameraPath(id)}/settings`, 'POST', values, {'If-Match': version}),
         press: (name, values) => askJson(`${cameraPath(id)}/active`, 'POST', {name, values}),
     };
 }

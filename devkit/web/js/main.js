@@ -89,8 +89,12 @@ function setCameras(cameras) {
         if (cameras.some(camera => camera.id === id))
             continue;
         tile.player.close();
+        if (tile.root.contains(document.activeElement))
+            ((tile.root.nextElementSibling ?? tile.root.previousElementSibling)?.querySelector('.name')
+                ?? byId('add-camera')).focus();
         tile.root.remove();
         tiles.delete(id);
+        dialogs.delete(id);
     }
     for (const camera of cameras) {
         const tile = tiles.get(camera.id);
@@ -99,9 +103,8 @@ function setCameras(cameras) {
             byId('tiles').append(tiles.get(camera.id).root);
         } else {
             tile.update(camera);
-            if (camera.id === selected)
-                showFigures(tile, dialog?.figures ?? []);
         }
+        showFigures(camera.id);
     }
     byId('no-cameras').hidden = cameras.length > 0;
     events.setCameras(cameras);
@@ -112,33 +115,39 @@ function setCameras(cameras) {
     layOut();
 }
 
-let dialog = null; // the chosen camera's
+const dialogs = new Map(); // by camera, of those that were chosen; what is entered stays in them
 
 function select(id) {
     if (id === selected)
         return;
-    tiles.get(selected)?.overlay.cancel();
-    tiles.get(selected)?.showSavedFigures();
+    const last = selected;
     selected = id;
+    showFigures(last);
     for (const [other, tile] of tiles)
         tile.root.classList.toggle('selected', other === id);
     statistics.setDevice(id);
     span.setDevice(id);
     const tile = tiles.get(id);
-    dialog = tile ? new Dialog(cameraDialog(id), tile.overlay, figures => showFigures(tile, figures)) : null;
+    if (tile && !dialogs.has(id))
+        dialogs.set(id, new Dialog(cameraDialog(id), tile.overlay, () => showFigures(id)));
     settingsRoot.replaceChildren(tile
-        ? element('div', {}, element('h2', {}, tile.camera.name), dialog.root)
+        ? element('div', {}, element('h2', {}, tile.camera.name), dialogs.get(id).root)
         : element('p', {class: 'hint'}, 'Choose a camera.'));
-    dialog?.refresh();
+    dialogs.get(id)?.refresh();
 }
 
-// The figures of the open dialog can be moved on the picture.
-function showFigures(tile, figures) {
-    const own = dialog;
-    if (figures.length === 0)
+// Those of an open dialog can be moved on the picture, and those that are not applied stay there.
+function showFigures(id) {
+    const tile = tiles.get(id);
+    const dialog = dialogs.get(id);
+    if (!tile)
+        return;
+    const isOpen = id === selected;
+    tile.setPending(dialog?.isPending() ?? false);
+    if (!dialog || dialog.figures.length === 0 || !(isOpen || dialog.isPending()))
         return tile.showSavedFigures();
-    tile.overlay.showFigures(figures, own.value('maskType') === 'exclusive',
-        (name, points) => own.movePoints(name, points));
+    tile.overlay.showFigures(dialog.figures, dialog.value('maskType') === 'exclusive',
+        isOpen ? (name, points) => dialog.setPoints(name, points) : null);
 }
 
 // Null: all cameras again.
@@ -202,13 +211,19 @@ byId('back-to-grid').addEventListener('click', () => enlarge(null));
 byId('summary').addEventListener('click', () => tabs.open('machine'));
 document.addEventListener('visibilitychange', wishPictures);
 document.addEventListener('keydown', event => {
-    if (event.key !== 'Escape' || document.querySelector('dialog[open]'))
-        return;
     const overlay = tiles.get(selected)?.overlay;
-    if (overlay?.drawing)
+    if (document.querySelector('dialog[open]'))
+        return;
+    if (event.key === 'z' && (event.ctrlKey || event.metaKey) && event.target.type !== 'text') {
+        if (overlay?.drawing)
+            overlay.takeLastPoint();
+        else
+            dialogs.get(selected)?.undo();
+    } else if (event.key === 'Escape' && overlay?.drawing) {
         overlay.cancel();
-    else if (enlarged)
+    } else if (event.key === 'Escape' && enlarged) {
         enlarge(null);
+    }
 });
 wishPictures();
 requestAnimationFrame(repaint);

@@ -8,6 +8,7 @@ const kLeastDelayMs = 80;
 const kMostDelayMs = 5000;
 const kMarginMs = 60;
 const kDecodeAheadMs = 200;
+const kLateUs = 300_000;
 const kQuickMs = 400;
 const kResultsPauseMs = 3000;
 const kSamples = 40;
@@ -67,8 +68,10 @@ export class Player {
         while (this.pictures.length > 0 && this.pictures[0].timestampUs <= dueUs) {
             const picture = this.pictures[0];
             const hasResult = this.results.has(picture.timestampUs);
-            if (!picture.bitmap && !picture.isBroken && (hasResult || this.#isLast(dueUs)))
-                break; // still being decoded
+            // Still being decoded. What is late by then is left out, or all that follows were late too.
+            const isLate = picture.timestampUs < dueUs - kLateUs;
+            if (!picture.bitmap && !picture.isBroken && ((hasResult && !isLate) || this.#isLast(dueUs)))
+                break;
             this.pictures.shift();
             const isWanted = hasResult || (!isQuick && !this.#hasResult(due));
             (isWanted ? due : picture)?.bitmap?.close();

@@ -24,7 +24,7 @@ export class StatisticsPanel {
             element('h3', {}, 'Objects now'),
             table('Objects now', headRow('Class', 'Track', 'Attributes'), this.objectRows),
             element('h3', {}, 'Cameras'),
-            table('Cameras', this.rateHead, this.rateRows));
+            table('Rates of the cameras', this.rateHead, this.rateRows));
     }
 
     setDevice(device) {

@@ -10,7 +10,7 @@ export class Tabs {
             panel.tab = element('button', {type: 'button', role: 'tab', id: `tab-${panel.id}`,
                 'aria-controls': `panel-${panel.id}`, onclick: () => this.open(panel.id)}, panel.caption);
             panel.box = element('div', {role: 'tabpanel', id: `panel-${panel.id}`,
-                'aria-labelledby': `tab-${panel.id}`}, panel.root);
+                'aria-labelledby': `tab-${panel.id}`}, element('h2', {class: 'unseen'}, panel.caption), panel.root);
             byId('tabs').append(panel.tab);
             byId('panels').append(panel.box);
         }

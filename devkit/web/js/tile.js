@@ -18,6 +18,7 @@ export class Tile {
         this.player = new Player((...shown) => this.#show(...shown));
         this.trouble = element('p', {class: 'trouble', hidden: true});
         this.name = element('button', {class: 'name', type: 'button', onclick: () => actions.select(this.id)});
+        this.pending = element('span', {class: 'pending', hidden: true}, 'not applied');
         this.rates = element('span', {class: 'rates'});
         this.enlargeButton = element('button', {
             type: 'button', class: 'icon', onclick: () => actions.enlarge(this.id)}, '⤢');
@@ -27,7 +28,7 @@ export class Tile {
             this.canvas, this.overlay.root, this.trouble);
         this.root = element('article', {class: 'tile', 'data-camera': camera.id},
             this.stage,
-            element('div', {class: 'bar'}, this.name, this.rates, this.enlargeButton, this.removeButton));
+            element('div', {class: 'bar'}, this.name, this.pending, this.rates, this.enlargeButton, this.removeButton));
         this.shownCount = 0;
         this.lastRates = []; // of the last statuses
         this.describedMs = 0;
@@ -37,10 +38,14 @@ export class Tile {
     update(camera) {
         this.camera = camera;
         this.name.textContent = camera.name;
-        this.name.title = camera.source;
+        this.name.title = `${camera.name}\n${camera.source}`;
         this.enlargeButton.setAttribute('aria-label', `Show ${camera.name} large`);
         this.removeButton.setAttribute('aria-label', `Remove ${camera.name}`);
-        this.showSavedFigures();
+    }
+
+    // Whether its dialog holds what is not applied.
+    setPending(isPending) {
+        this.pending.hidden = !isPending;
     }
 
     showSavedFigures() {

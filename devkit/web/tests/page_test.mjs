@@ -260,10 +260,8 @@ const steps = {
     async 'a point of a figure is moved'() {
         await tab('settings');
         const before = await setting('lineCrossingLine').inputValue();
-        const handle = await tile().locator('[data-handle="lineCrossingLine|0"]').evaluate(path => {
-            const {left, top} = path.getBoundingClientRect();
-            return [left, top];
-        });
+        const {x, y, width} = await tile().locator('[data-handle="lineCrossingLine|0"]').boundingBox();
+        const handle = [x + width / 2, y + width / 2];
         await page.mouse.move(...handle);
         await page.mouse.down();
         await page.mouse.move(handle[0] - 60, handle[1] + 30, {steps: 4});
@@ -274,6 +272,109 @@ const steps = {
         await apply();
         const [camera] = await (await fetch(`${url}api/cameras`)).json();
         assert.equal(camera.values.lineCrossingLine, '{"figure":{"points":[[0.5000,0.0000],[0.5000,1.0000]]}}');
+    },
+
+    async 'figures by keyboard, with undo'() {
+        const polygon = setting('polygon1.figure');
+        const press = async keys => {
+            for (const key of keys.split(' '))
+                await page.keyboard.press(key);
+        };
+        await page.focus('[data-draw="polygon1.figure"]');
+        await press('Enter Shift+ArrowLeft Shift+ArrowUp Space Shift+ArrowRight Shift+ArrowRight Space');
+        await press('Shift+ArrowDown Space ArrowDown Space Backspace ArrowDown ArrowDown Space Control+z');
+        await checkAccessibility(page, 'drawing');
+        await press('Enter');
+        assert.equal(await polygon.inputValue(), '40,40 60,40 60,50');
+        assert.equal(await polygon.evaluate(input => input === document.activeElement), true);
+
+        await page.focus('[data-handle="polygon1.figure|2"]');
+        await press('ArrowDown ArrowDown ArrowLeft');
+        assert.equal(await polygon.inputValue(), '40,40 60,40 59,52');
+        await checkAccessibility(page, 'points');
+        await press('Control+z');
+        assert.equal(await polygon.inputValue(), '40,40 60,40 60,52');
+        await page.focus('[data-clear="polygon1.figure"]');
+        await press('Enter');
+        assert.equal(await polygon.inputValue(), '');
+        await page.focus('[data-draw="polygon1.figure"]');
+        await press('Control+z Control+z Control+z');
+        assert.equal(await polygon.inputValue(), '40,40 60,40 60,50');
+        await press('Control+z');
+        await page.focus('[data-draw="polygon1.figure"]');
+        await press('Enter Space Escape');
+        assert.equal(await polygon.inputValue(), '');
+        assert.equal(await page.locator('#panel-settings .actions .hint').textContent(), '');
+    },
+
+    async 'what is drawn and not applied waits while another camera is chosen'() {
+        const gate = await addCamera(page, 'Gate');
+        await draw('cropBox', [[0.2, 0.2], [0.6, 0.6]]);
+        await page.click('[data-draw="polygon1.figure"]');
+        const area = await tile().locator('.overlay').boundingBox();
+        const corner = (x, y) => page.mouse.click(area.x + x * area.width, area.y + y * area.height);
+        await corner(0.1, 0.1);
+        await corner(0.3, 0.1);
+        await gate.locator('.name').click();
+        await page.locator('#panel-settings h2', {hasText: 'Gate'}).waitFor();
+        await refreshUntil(setting('cropBox'));
+        assert.equal(await setting('cropBox').inputValue(), '');
+        assert.equal(await tile().locator('.pending').isVisible(), true);
+        await tile().locator('.name').click();
+        await page.locator('#panel-settings h2', {hasText: 'Yard'}).waitFor();
+        assert.equal(await setting('cropBox').inputValue(), '20,20 60,60');
+        await corner(0.3, 0.3);
+        await page.locator('#panel-settings button:visible', {hasText: 'Finish'}).click();
+        assert.equal(await setting('polygon1.figure').inputValue(), '10,10 30,10 30,30');
+        await clear('polygon1.figure');
+        await clear('cropBox');
+        assert.equal(await tile().locator('.pending').isVisible(), false);
+        await page.click('[aria-label="Remove Gate"]');
+        await page.click('#confirm-dialog [data-action=remove]');
+        await gate.waitFor({state: 'detached'});
+        assert.equal(await page.evaluate(() => document.activeElement.textContent), 'Yard');
+    },
+
+    async 'two people change one camera'() {
+        const another = await openPage(browser, url, faults);
+        const line = '#panel-settings [data-setting=lineCrossingLine]';
+        const applyOf = async viewer => {
+            await viewer.click('#panel-settings [data-action=apply]');
+            await viewer.waitForSelector('#panel-settings .dialog:not([aria-busy])');
+        };
+        const saved = async () => (await (await fetch(`${url}api/cameras`)).json())[0].values;
+        await refreshUntil(setting('maskType'));
+        await waitFor('its dialog', async () => {
+            await another.click('#panel-settings [data-action=refresh]');
+            await another.waitForSelector('#panel-settings .dialog:not([aria-busy])');
+            return another.locator(line).isVisible();
+        });
+        await another.fill(line, '40,0 40,100');
+        await another.press(line, 'Tab');
+        await setting('maskType').selectOption('exclusive');
+        await setting('lineCrossingLine').fill('50,0 50,90');
+        await setting('lineCrossingLine').press('Tab');
+        await apply();
+        const before = await saved();
+
+        await applyOf(another);
+        const news = another.locator('#panel-settings .news');
+        await news.waitFor();
+        assert.match(await news.textContent(), /50,0 50,100 → 50,0 50,90; you entered 40,0 40,100/);
+        assert.match(await news.textContent(), /inclusive → exclusive/);
+        assert.equal(await another.inputValue(line), '40,0 40,100');
+        assert.deepEqual(await saved(), before);
+        await checkAccessibility(another, 'news');
+        assert.match(faults.splice(0).join(), /^console: [^,]* 412 [^,]*$/); // the browser's own word
+        await applyOf(another);
+        await news.waitFor({state: 'hidden'});
+        assert.equal((await saved()).lineCrossingLine, '{"figure":{"points":[[0.4000,0.0000],[0.4000,1.0000]]}}');
+        assert.equal((await saved()).maskType, 'exclusive');
+        await another.context().close();
+        await page.click('#panel-settings [data-action=refresh]');
+        await page.waitForSelector('#panel-settings .dialog:not([aria-busy])');
+        await setting('maskType').selectOption('inclusive');
+        await apply();
     },
 
     async 'a class is switched off and on'() {
@@ -373,7 +474,7 @@ const steps = {
     async 'items of every type'() {
         const texts = await page.evaluate(async () => {
             const {drawItems} = await import('/js/dialog/items.js');
-            const form = {value: () => undefined, error: () => undefined, isFilled: () => false, addFigure() {}};
+            const form = {value: () => undefined, error: () => undefined, isFilled: () => false, overlay: () => null, addFigure() {}};
             const draw = item => {
                 const box = document.createElement('div');
                 box.append(...drawItems([item], form));
@@ -454,6 +555,26 @@ const steps = {
         await page.click('[aria-label="Remove Cellar"]');
         await page.click('#confirm-dialog [data-action=remove]');
         await cellar.waitFor({state: 'detached'});
+    },
+
+    async 'four cameras and forty, with long names'() {
+        const ids = [];
+        for (const total of [4, 40]) {
+            while (ids.length < total - 1) {
+                const answer = await fetch(`${url}api/cameras`, {method: 'POST', body: JSON.stringify({
+                    name: `${ids.length}${'TheNorthernmostLoadingBayOfAll'.repeat(4)}`, source: server.path('nothing.mp4')})});
+                ids.push((await answer.json()).id);
+            }
+            await waitFor('the tiles', async () => await page.locator('.tile').count() === total);
+            await checkAccessibility(page, `${total} cameras`);
+            for (const button of await page.locator('.tile').nth(total - 1).locator('.bar button').all()) {
+                const {width, height} = await button.boundingBox();
+                assert.ok(width >= 24 && height >= 24, `${await button.textContent()}: ${width} x ${height}`);
+            }
+        }
+        for (const id of ids)
+            await fetch(`${url}api/cameras/${id}`, {method: 'DELETE'});
+        await waitFor('one tile', async () => await page.locator('.tile').count() === 1);
     },
 
     async 'three look at once, one of them with a telephone, while the library is slow'() {

@@ -88,11 +88,17 @@ void SettingsDialog::apply()
     (void)send(values);
 }
 
-DialogAnswer SettingsDialog::apply(const SettingValues& values)
+DialogAnswer SettingsDialog::apply(const SettingValues& values, const std::string& version)
 {
     const std::lock_guard lock(m_mutex);
     m_userValues.clear();
     SettingValues all = storedValues();
+    if (!version.empty() && version != settingsVersion(all))
+    {
+        DialogAnswer answer{std::move(all), {}, {}, {}, {}, {}};
+        answer.isOutdated = true;
+        return answer;
+    }
     for (const auto& [name, value] : values)
         all[name] = value;
     return send(all);

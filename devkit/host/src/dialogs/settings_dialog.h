@@ -24,6 +24,7 @@ struct DialogAnswer
     std::string actionUrl; // an address to open; empty: none
     std::string messageToUser;
     std::string failure; // the library refused; the rest is as it was
+    bool isOutdated = false; // nothing was applied: these are the values now
 };
 
 // A device's settings dialog, worked by somebody's hands or by a user without any. The host's own
@@ -51,8 +52,9 @@ public:
     void apply();
 
     // Enters `values`, which need not be all, and presses Apply. From then on the user without
-    // hands leaves the dialog alone.
-    DialogAnswer apply(const SettingValues& values);
+    // hands leaves the dialog alone. `version` is of the values that these were entered over; if
+    // somebody has changed them meanwhile nothing is applied. Empty: over whatever there is.
+    DialogAnswer apply(const SettingValues& values, const std::string& version = {});
 
     // Presses a button, by its setting's name. The values that it changes in the dialog are
     // applied.

@@ -1,5 +1,7 @@
 #include "dialogs/user_settings.h"
 
+#include <functional>
+
 #include <stdexcept>
 
 #include "common/json.h"
@@ -91,6 +93,11 @@ SettingValues parseSettingValues(std::string_view json)
 {
     const JsonDocument document = parseJson(json);
     return readValues(yyjson_doc_get_root(document.get()));
+}
+
+std::string settingsVersion(const SettingValues& values)
+{
+    return std::to_string(std::hash<std::string>()(toJson(values)));
 }
 
 } // namespace tavo::devkit

@@ -34,4 +34,7 @@ private:
 [[nodiscard]] std::string toJson(const SettingValues& values);
 [[nodiscard]] SettingValues parseSettingValues(std::string_view json);
 
+// The same for the same values, and for hardly any others.
+[[nodiscard]] std::string settingsVersion(const SettingValues& values);
+
 } // namespace tavo::devkit

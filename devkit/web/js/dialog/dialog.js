@@ -2,24 +2,28 @@
 // an active setting goes to the library at once, and its answer is what the dialog shows next.
 
 import {element, notify} from '../dom.js';
-import {readFigure, writeFigure} from '../figures.js';
+import {readFigure, writeFigure, writePercent} from '../figures.js';
 import {drawItems} from './items.js';
 
 export class Dialog {
-    // door: {refresh(), apply(values), press(name, values)}, each giving the library's answer.
-    // overlay: of the camera's picture, or null. onFigures(figures) when they are drawn anew.
-    constructor(door, overlay = null, onFigures = () => {}) {
+    // door: {refresh(), apply(values, version), press(name, values)}, each giving the library's answer.
+    // overlay: of the camera's picture, or null. onChange() when figures or entered values change.
+    constructor(door, overlay = null, onChange = () => {}) {
         this.door = door;
         this.pictureOverlay = overlay;
-        this.onFigures = onFigures;
+        this.onChange = onChange;
         this.model = null;
         this.values = {};
+        this.version = ''; // of the values
+        this.meanwhile = new Map(); // what others have changed since something was entered: as it was
         this.changed = new Map(); // entered and not applied yet
         this.errors = {};
         this.figures = [];
+        this.earlier = []; // [name, value] of figures, before each change
         this.requests = 0;
 
         this.items = element('div', {class: 'items'});
+        this.news = element('div', {class: 'news', role: 'alert', hidden: true});
         this.failure = element('p', {class: 'error', hidden: true});
         this.applyButton = element('button', {type: 'button', class: 'primary', 'data-action': 'apply',
             onclick: () => this.apply()}, 'Apply');
@@ -28,17 +32,20 @@ export class Dialog {
         this.hint = element('span', {class: 'hint'});
         this.root = element('div', {class: 'dialog'},
             element('div', {class: 'actions'}, this.applyButton, this.refreshButton, this.hint),
-            this.failure, this.items);
+            this.failure, this.news, this.items);
     }
 
     refresh() {
-        return this.#ask(() => this.door.refresh());
+        return this.#ask(() => this.door.refresh(), answer => this.#takeValues(answer));
     }
 
     async apply() {
         const sent = new Map(this.changed);
-        const isApplied = await this.#ask(() => this.door.apply(Object.fromEntries(this.#all())));
-        if (!isApplied)
+        const answer = await this.#ask(() => this.door.apply(Object.fromEntries(this.#all()), this.version),
+            taken => this.#takeValues(taken, !taken.isOutdated));
+        if (answer?.isOutdated)
+            await this.refresh(); // for the model of what is so now
+        if (!answer || answer.isOutdated)
             return;
         for (const [name, value] of sent) {
             if (this.changed.get(name) === value)
@@ -49,7 +56,8 @@ export class Dialog {
     }
 
     async press(name) {
-        const answer = await this.#ask(() => this.door.press(name, Object.fromEntries(this.#all())), true);
+        const answer = await this.#ask(() => this.door.press(name, Object.fromEntries(this.#all())),
+            taken => this.#takeEntered(taken.values));
         if (!answer)
             return;
         if (answer.messageToUser)
@@ -73,7 +81,7 @@ export class Dialog {
     }
 
     setValue(name, value, isShapeChange = false) {
-        if (value === this.values[name])
+        if (value === (this.values[name] ?? writeFigure([])))
             this.changed.delete(name);
         else
             this.changed.set(name, value);
@@ -83,9 +91,30 @@ export class Dialog {
             this.#showChanged();
     }
 
-    // A figure whose points were moved on the picture.
-    movePoints(name, points) {
+    // A figure that was drawn, moved on the picture or taken away.
+    setPoints(name, points) {
+        this.earlier.push([name, this.value(name) ?? writeFigure([])]);
         this.setValue(name, writeFigure(points), true);
+    }
+
+    // Takes back the last change of a figure.
+    undo() {
+        if (this.earlier.length > 0)
+            this.setValue(...this.earlier.pop(), true);
+    }
+
+    // Whether there is something that would be lost with this dialog.
+    isPending() {
+        return this.changed.size > 0 || Boolean(this.pictureOverlay?.drawing);
+    }
+
+    redraw() {
+        this.#draw();
+    }
+
+    // A control of the setting, or where the dialog begins.
+    focusOn(name) {
+        (this.items.querySelector(`[data-setting="${CSS.escape(name)}"]`) ?? this.refreshButton).focus();
     }
 
     addFigure(figure) {
@@ -108,15 +137,20 @@ export class Dialog {
 
     // Gives the answer, or null when there was none. One that another request has overtaken only
     // counts for what it was asked for.
-    async #ask(request, isPress = false) {
+    async #ask(request, take) {
         const number = ++this.requests;
         this.root.setAttribute('aria-busy', 'true');
         try {
             const answer = await request();
             if (answer.failure)
                 throw new Error(answer.failure);
-            if (number === this.requests)
-                this.#take(answer, isPress);
+            if (number === this.requests) {
+                this.failure.hidden = true;
+                this.errors = answer.errors;
+                this.model = answer.model ?? this.model;
+                take(answer);
+                this.#draw();
+            }
             return answer;
         } catch (error) {
             this.failure.textContent = error.message;
@@ -129,30 +163,42 @@ export class Dialog {
     }
 
     // Values that come back from a press are entered, not applied.
-    #take(answer, isPress) {
-        this.failure.hidden = true;
-        this.errors = answer.errors;
-        if (isPress) {
-            const before = Object.fromEntries(this.#all());
-            for (const [name, value] of Object.entries(answer.values)) {
-                if (value !== before[name])
-                    this.changed.set(name, value);
-            }
-        } else {
-            this.values = answer.values;
+    #takeEntered(values) {
+        const before = Object.fromEntries(this.#all());
+        for (const [name, value] of Object.entries(values)) {
+            if (value !== before[name])
+                this.changed.set(name, value);
         }
-        if (answer.model)
-            this.model = answer.model;
-        this.#draw();
+    }
+
+    // What is entered here stays, and what others have changed meanwhile is told.
+    #takeValues({values, version}, areOwn = false) {
+        for (const [name, value] of this.changed) {
+            if (value === values[name])
+                this.changed.delete(name);
+        }
+        if (areOwn || this.changed.size === 0)
+            this.meanwhile.clear();
+        else
+            for (const name of Object.keys({...this.values, ...values}))
+                if (this.values[name] !== values[name] && !this.meanwhile.has(name))
+                    this.meanwhile.set(name, this.values[name]);
+        this.values = values;
+        this.version = version;
+        const lines = [...this.meanwhile].filter(([name, was]) => was !== values[name]).map(([name, was]) =>
+            element('li', {}, `${captionOf(name, this.model?.items) ?? name}: ${shown(was)} → ${shown(values[name])}`
+                + (this.changed.has(name) ? `; you entered ${shown(this.changed.get(name))}` : '')));
+        this.news.hidden = lines.length === 0;
+        this.news.replaceChildren(element('p', {}, 'Changed meanwhile by others. “Apply” puts what you entered over it.'),
+            element('ul', {}, ...lines));
     }
 
     #draw() {
-        const focused = document.activeElement?.dataset?.setting;
+        const {setting, clear} = this.items.contains(document.activeElement) ? document.activeElement.dataset : {};
         this.figures = [];
         this.items.replaceChildren(...drawItems(this.model?.items, this));
-        if (focused)
-            this.items.querySelector(`[data-setting="${CSS.escape(focused)}"]`)?.focus();
-        this.onFigures(this.figures);
+        if (setting ?? clear)
+            this.focusOn(setting ?? clear);
         this.#showChanged();
     }
 
@@ -160,6 +206,7 @@ export class Dialog {
         const count = this.changed.size;
         this.hint.textContent = count === 0 ? '' : `${count} changed, not applied yet`;
         this.applyButton.classList.toggle('due', count > 0);
+        this.onChange();
     }
 }
 
@@ -172,4 +219,18 @@ function defaultsOf(items) {
         Object.assign(defaults, defaultsOf(item.items));
     }
     return defaults;
+}
+
+// As a person reads it.
+function shown(value = '') {
+    return (value.startsWith('{') ? writePercent(readFigure(value)) : value) || 'nothing';
+}
+
+function captionOf(name, items = []) {
+    for (const item of items) {
+        const caption = item.name === name ? item.caption : captionOf(name, item.items);
+        if (caption)
+            return caption;
+    }
+    return undefined;
 }

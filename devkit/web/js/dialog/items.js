@@ -112,10 +112,14 @@ function buttonItem(item, form) {
         onclick: () => form.press(item.name)}, item.caption ?? item.name);
 }
 
+let depth = 0; // of groups in groups
+
 // A group without items is the heading of what follows.
 function groupItem(item, form) {
+    ++depth;
     const drawn = drawItems(item.items, form);
-    const heading = element('h3', {}, item.caption ?? '');
+    --depth;
+    const heading = item.caption ? element(`h${Math.min(3 + depth, 6)}`, {}, item.caption) : null;
     const description = item.description ? element('p', {class: 'description'}, item.description) : null;
     if (drawn.length === 0)
         return (item.items ?? []).length === 0 ? element('div', {class: 'heading'}, heading, description) : null;
