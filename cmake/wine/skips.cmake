@@ -44,6 +44,7 @@ set(TAVO_LINUX_ALONE
     "browser.page|built without OpenCV"
     "browser.four_cameras|built without OpenCV"
     "browser.strangers|built without OpenCV"
+    "guide.options|a shell script; the options are the same"
 )
 
 # Of Windows alone: LeftCopiesTest.areDeletedByTheNextRunAndNothingElseIs
