@@ -131,7 +131,7 @@ TEST_F(ExchangeLineTest, AFrameWaitsAFifthOfASecond)
 TEST_F(ExchangeLineTest, LosesNoTurnToOneThatGivesUpThen)
 {
     constexpr int kCameras = 8;
-    constexpr int kFrames = 2000;
+    constexpr int kFrames = 800;
     int turns = 0; // whose turn it is
     std::atomic<int> given = 0;
     {
@@ -149,6 +149,8 @@ TEST_F(ExchangeLineTest, LosesNoTurnToOneThatGivesUpThen)
                             continue;
                         ++turns;
                         ++given;
+                        if (frame % 8 == 0) // so that somebody's patience ends with this turn
+                            std::this_thread::sleep_for(std::chrono::milliseconds(1));
                     }
                 });
         }
@@ -163,8 +165,10 @@ TEST_F(ExchangeLineTest, EndsAllWaitsWhenItIsClosed)
         const Turn held(line, holder.place);
         standInLine(a);
         standInLine(b);
+        const auto begin = std::chrono::steady_clock::now();
         line.close();
         EXPECT_EQ("", turns());
+        EXPECT_GT(kLong / 2, std::chrono::steady_clock::now() - begin);
         EXPECT_EQ(2, inVain);
     }
     EXPECT_TRUE(comeInVain(c));
