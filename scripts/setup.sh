@@ -3,13 +3,14 @@
 # through sudo; a second run changes nothing. What has no package is built into the cache folder:
 # $TAVO_CACHE_DIR, else $XDG_CACHE_HOME/tavo_orlix, else ~/.cache/tavo_orlix.
 #
-# usage: setup.sh [build|test|demo|lint|fuzz|mutate|windows]
+# usage: setup.sh [build|test|demo|lint|fuzz|mutate|package|windows]
 #   build    what compiling and testing need (the default)
 #   test     the same, and the browser that the host's page is tested in
 #   demo     the same as build, and the video and the model of the demonstration
 #   lint     the same as build, and what scripts/lint.sh needs
 #   fuzz     the same as build, and what scripts/fuzz.sh needs
 #   mutate   the same as build, and what scripts/mutate.py needs
+#   package  the same as build, and what the package for users on Linux is made of and tried with
 #   windows  the same as build, and what compiling for Windows and testing under Wine need
 set -euo pipefail
 
@@ -28,6 +29,8 @@ here=$(dirname "${BASH_SOURCE[0]}")
 . "$here/lib/assets.sh"
 # shellcheck source=scripts/lib/browser.sh
 . "$here/lib/browser.sh"
+# shellcheck source=scripts/lib/libraries.sh
+. "$here/lib/libraries.sh"
 # shellcheck source=scripts/lib/windows.sh
 . "$here/lib/windows.sh"
 
@@ -77,10 +80,14 @@ case $mode in
         set_up_build
         install_packages python3-clang-14
         ;;
+    package)
+        set_up_build
+        install_package_libraries
+        ;;
     windows)
         set_up_build
         install_windows
         ;;
-    *) die "usage: $0 [build|test|demo|lint|fuzz|mutate|windows]" ;;
+    *) die "usage: $0 [build|test|demo|lint|fuzz|mutate|package|windows]" ;;
 esac
 say "Set-up for '$mode' is complete"

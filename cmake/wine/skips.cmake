@@ -43,10 +43,12 @@ set(TAVO_LINUX_ALONE
     "HostTest.leavesAPortToTheOneThatHasIt|the page is built with OpenCV alone"
     "browser.page|built without OpenCV"
     "browser.four_cameras|built without OpenCV"
+    "CustomizationNameTest.isThatOfTheEnvironmentElseTheDefault|the library for Windows has the name from Qt"
     "browser.strangers|built without OpenCV"
     "guide.options|a shell script; the options are the same"
 )
 
+# Of Windows alone: package
 # Of Windows alone: LeftCopiesTest.areDeletedByTheNextRunAndNothingElseIs
 # Of Windows alone: FoldersTest.aRenameWaitsForThoseWhoHaveTheFileOpen
 # Of Windows alone: FoldersTest.aFolderNeverReplacesAFileNorAFileAFolder

@@ -61,13 +61,15 @@ fetch_part()
 # Debian's changes to it. For versions by name of which it is known that none of those is wanted.
 fetch_debian_tarball()
 {
+    printf '%s\n' "${3#*=}" >"$1/version"
     update_source_lists "$1" "$2"
     fetch_part "$1" tar "$3" || die "Debian's source $3 could not be fetched"
 }
 
 # fetch_debian_source FOLDER CODENAME SOURCE: the source's tarball and Debian's changes to it in
 # FOLDER, which is where its security fixes are: never the one without the other. Of the newest version
-# that the mirror has all of; where that is not the newest there is, FOLDER/behind says so.
+# that the mirror has all of, which FOLDER/version names; where that is not the newest there is,
+# FOLDER/behind says so.
 fetch_debian_source()
 {
     local folder=$1 source=$3 version versions
@@ -76,6 +78,7 @@ fetch_debian_source()
     for version in "${versions[@]}"; do
         if fetch_part "$folder" diff "$source=$version" \
             && fetch_part "$folder" tar "$source=$version"; then
+            printf '%s\n' "$version" >"$folder/version"
             [ "$version" = "${versions[0]}" ] \
                 || printf '%s\n' "$source is $version, and ${versions[0]} is out" >"$folder/behind"
             return

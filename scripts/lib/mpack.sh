@@ -33,10 +33,10 @@ fetch_mpack_source()
         '*/backend/lib/mpack.[ch]' || die "$kMpackTarball holds no MPack"
 }
 
-# build_mpack FOLDER NAME COMPILER OPTION...: fetches and compiles in FOLDER, then renames the result
+# compile_mpack FOLDER NAME COMPILER OPTION...: fetches and compiles in FOLDER, then renames the result
 # into the cache under NAME.
 # Built in its default configuration, which is also the one that mpack.h takes on its own.
-build_mpack()
+compile_mpack()
 {
     local folder=$1 name=$2 built=$1/mpack
     shift 2
@@ -56,7 +56,7 @@ install_mpack()
         return
     fi
     say "Building MPack into $(cache_dir)/mpack"
-    with_scratch build_mpack mpack gcc -O2
+    with_scratch compile_mpack mpack gcc -O2
 }
 
 # For the fuzz targets, whose engine is to see into it and whose sanitizers are to watch it.
@@ -66,6 +66,6 @@ install_mpack_for_fuzzing()
         return
     fi
     say "Building MPack for fuzzing into $(cache_dir)/mpack-fuzz"
-    with_scratch build_mpack mpack-fuzz clang -O1 -fno-omit-frame-pointer \
+    with_scratch compile_mpack mpack-fuzz clang -O1 -fno-omit-frame-pointer \
         -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all
 }

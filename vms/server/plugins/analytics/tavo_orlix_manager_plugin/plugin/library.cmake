@@ -1,7 +1,11 @@
 # The library that the host loads, with its four exports and no more.
 
-file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/library.cpp
-    "// The whole of the library is in the archives that it links.\n")
+set(_library ${CMAKE_CURRENT_BINARY_DIR}/library.cpp)
+if(TAVO_SELF_CONTAINED)
+    set(_library ${CMAKE_CURRENT_LIST_DIR}/posix/library.cpp)
+else()
+    file(WRITE ${_library} "// The whole of the library is in the archives that it links.\n")
+endif()
 set(_exports_map ${CMAKE_CURRENT_LIST_DIR}/exports.map)
 set(_version_resource ${CMAKE_CURRENT_BINARY_DIR}/version.rc)
 set(_thread_end ${CMAKE_CURRENT_LIST_DIR}/windows/thread_end.cpp)
@@ -13,7 +17,7 @@ endif()
 
 # tavo_add_plugin(NAME): the library as a target of that name.
 function(tavo_add_plugin name)
-    add_library(${name} MODULE ${CMAKE_CURRENT_BINARY_DIR}/library.cpp)
+    add_library(${name} MODULE ${_library})
     set_target_properties(${name} PROPERTIES PREFIX "" OUTPUT_NAME tavo_orlix_manager_plugin)
     target_link_libraries(${name} PRIVATE orlix_plugin tavo_sdk)
     # By name rather than by link item: orlix_plugin links tavo_sdk too, without the feature.
@@ -26,6 +30,13 @@ function(tavo_add_plugin name)
         set_target_properties(${name} PROPERTIES LINK_DEPENDS ${_exports_map})
         target_link_options(${name} PRIVATE
             -Wl,--version-script=${_exports_map} -Wl,-z,defs -Wl,--as-needed)
+        if(TAVO_SELF_CONTAINED)
+            # The compiler's libraries are inside, too. What nothing calls is left out, and with it what
+            # newer systems alone have (libstdc++ has a call of arc4random).
+            target_link_libraries(${name} PRIVATE OpenSSL::Crypto tavo_warnings)
+            target_link_options(${name} PRIVATE
+                -static-libstdc++ -static-libgcc -Wl,--gc-sections)
+        endif()
         if(TAVO_SANITIZER)
             # The sanitizer's runtime comes with the program that loads the library.
             target_link_options(${name} PRIVATE -Wl,-z,undefs)

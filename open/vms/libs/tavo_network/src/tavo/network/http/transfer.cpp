@@ -1,12 +1,12 @@
 #include <tavo/network/http/transfer.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <new>
 #include <string_view>
 #include <utility>
 
 #include <tavo/network/socket_guards.h>
+#include <tavo/network/ssl/authorities.h>
 
 namespace tavo::network::http
 {
@@ -30,18 +30,6 @@ void initialiseOnce()
     // Never undone: the host may use the library, too.
     static const CURLcode result = curl_global_init(CURL_GLOBAL_DEFAULT);
     static_cast<void>(result); // a failure shows as no handle
-}
-
-// The file of trusted authorities that the environment names, or null.
-const char* authoritiesFile()
-{
-    for (const char* const name : {"CURL_CA_BUNDLE", "SSL_CERT_FILE"})
-    {
-        const char* const path = std::getenv(name);
-        if (path && *path)
-            return path;
-    }
-    return nullptr;
 }
 
 // No proxy that the environment names can reach these.
@@ -161,9 +149,10 @@ bool HttpClient::Transfer::setOptions(const Url& url, const PostBody* body)
     // Those that the system keeps, where no file is the usual place of them; elsewhere it does
     // nothing.
     set(CURLOPT_SSL_OPTIONS, static_cast<long>(CURLSSLOPT_NATIVE_CA));
-    if (const char* const authorities = m_caBundle.empty() ? authoritiesFile() : m_caBundle.c_str())
+    if (const std::string authorities = m_caBundle.empty() ? ssl::authoritiesFile() : m_caBundle;
+        !authorities.empty())
     {
-        set(CURLOPT_CAINFO, authorities);
+        set(CURLOPT_CAINFO, authorities.c_str());
         set(CURLOPT_CAPATH, static_cast<const char*>(nullptr));
         set(CURLOPT_SSL_OPTIONS, 0L);
     }

@@ -5,12 +5,11 @@ namespace tavo::network::ssl
 
 enum class CertificateCheck
 {
-    verify, // against the system's authorities, and the name in the URL
+    verify, // against trusted authorities, and the name in the URL
     acceptAny, // no check at all: whoever answers is believed
 };
 
-// The authorities are those of the file that the environment names as CURL_CA_BUNDLE or
-// SSL_CERT_FILE, else those of the system.
+// authorities.h tells whose word is taken.
 inline constexpr CertificateCheck kDefaultCertificateCheck = CertificateCheck::verify;
 
 inline constexpr CertificateCheck kAcceptAnyCertificate = CertificateCheck::acceptAny;

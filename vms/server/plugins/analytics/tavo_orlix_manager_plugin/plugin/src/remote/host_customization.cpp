@@ -1,7 +1,4 @@
-#include <QByteArray>
-#include <QString>
-
-#include <tavo/branding/customization.h>
+#include <tavo/branding/customization_name.h>
 
 #include "remote/text_helpers.h"
 
@@ -17,11 +14,9 @@ int customizationKindOf(std::string_view customization)
     return 2;
 }
 
-// The one place that sees the host's text type.
 int hostCustomizationKind()
 {
-    const QByteArray name = branding::customization().toUtf8();
-    return customizationKindOf({name.constData(), static_cast<std::size_t>(name.size())});
+    return customizationKindOf(branding::customizationName());
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix
