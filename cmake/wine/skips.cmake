@@ -25,6 +25,7 @@ set(TAVO_LINUX_ALONE
     "PosixProcessTest.theChildHasACleanStart|of signals and descriptors"
     "PosixProcessTest.lastWordsAreKeptHoweverManyCameBefore|standard error is not inherited there"
     "PosixProcessTest.noProcessOutlivesItsHost|it forks; RoadTest.aKilledHostTakesTheApplicationAlong looks at it there"
+    "FullDiskLogTest.isToldOnce|there is no file that is a full disk"
     "FullDisk.AFileThatTheDiskDoesNotTakeIsNotDownloaded|it limits the size of files"
     "ListeningSocketTest.aShutdownEndsTheWaitForConnections|there the wait ends with its tick"
     "SocketPathTest.aSocketIsForItsOwnerWhateverTheUmaskAndTheNeighbours|of modes; there is no file of a socket under Wine"

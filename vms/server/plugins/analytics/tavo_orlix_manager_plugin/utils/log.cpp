@@ -7,12 +7,16 @@
 #include <filesystem>
 #include <memory>
 #include <new>
+#include <optional>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 #include "utils/clock.h"
 #include "utils/console.h"
 #include "utils/files.h"
+#include "utils/log_rarely.h"
+#include "utils/log_repetitions.h"
 #include "utils/mutex.h"
 #include "utils/paths.h"
 
@@ -92,14 +96,13 @@ private:
 // Straight to the stream, without a buffer of our own. Gives the bytes written.
 [[ORLIX_PRINTF(4, 0)]] std::uint64_t writeTo(
     std::FILE* stream, const std::string& prefix, const LineTime& time, const char* format,
-    std::va_list arguments)
+    std::va_list arguments, bool& hasFailed)
 {
     const int head = std::fprintf(
         stream, "%s%llu %09llu: ", prefix.c_str(), static_cast<unsigned long long>(time.nowMs),
         static_cast<unsigned long long>(time.sinceLastUs));
     const int text = std::vfprintf(stream, format, arguments);
-    if (head < 0 || text < 0)
-        print_out("Failed to write to log file!\n");
+    hasFailed = head < 0 || text < 0;
     return static_cast<std::uint64_t>(head < 0 ? 0 : head) +
         static_cast<std::uint64_t>(text < 0 ? 0 : text);
 }
@@ -130,6 +133,7 @@ private:
     void closeStreams() REQUIRES(m_mutex);
     std::FILE* streamForLine() REQUIRES(m_mutex);
     bool rotate() REQUIRES(m_mutex);
+    void tellOnce(ConsoleStream stream, std::string_view failure) REQUIRES(m_mutex);
 
     Mutex m_mutex{LockLevel::log};
     bool m_isOpen GUARDED_BY(m_mutex) = false;
@@ -141,6 +145,7 @@ private:
     FileStream m_main GUARDED_BY(m_mutex);
     bool m_startFinished GUARDED_BY(m_mutex) = false;
     std::uint64_t m_bytes GUARDED_BY(m_mutex) = 0; // written to the current file
+    bool m_failureTold GUARDED_BY(m_mutex) = false;
 };
 
 void LogFiles::open(
@@ -157,6 +162,7 @@ void LogFiles::open(
     m_oldPath.swap(texts[3]);
     m_startFinished = false;
     m_bytes = 0;
+    m_failureTold = false;
     m_isOpen = true;
     if (!toFile)
         return;
@@ -200,7 +206,10 @@ void LogFiles::writeLine(const LineTime& time, const char* format, std::va_list 
     std::FILE* const stream = streamForLine();
     if (!stream)
         return;
-    m_bytes += writeTo(stream, m_prefix, time, format, arguments);
+    bool hasFailed = false;
+    m_bytes += writeTo(stream, m_prefix, time, format, arguments, hasFailed);
+    if (hasFailed)
+        tellOnce(ConsoleStream::output, "Failed to write to log file!\n");
     if (logVerbosity.load(std::memory_order_relaxed) >= 2)
         std::fflush(stream);
 }
@@ -226,7 +235,7 @@ std::FILE* LogFiles::streamForLine()
         m_main = openLog(m_mainPath, /*append*/ true);
         if (!m_main)
         {
-            printTo(ConsoleStream::error, "Error creating log file");
+            tellOnce(ConsoleStream::error, "Error creating log file");
             return nullptr;
         }
     }
@@ -243,17 +252,24 @@ bool LogFiles::rotate()
     std::filesystem::rename(pathFromUtf8(m_mainPath), pathFromUtf8(m_oldPath), error);
     if (error)
     {
-        printTo(ConsoleStream::error, "Error renaming file: %s\n", error.message().c_str());
+        tellOnce(ConsoleStream::error, "Error renaming file: " + error.message() + "\n");
         return false;
     }
     m_main = openLog(m_mainPath, /*append*/ false);
     if (!m_main)
     {
-        printTo(ConsoleStream::error, "Error creating log file");
+        tellOnce(ConsoleStream::error, "Error creating log file");
         return false;
     }
     m_bytes = 0;
     return true;
+}
+
+// A full disk would have it told with each line.
+void LogFiles::tellOnce(ConsoleStream stream, std::string_view failure)
+{
+    if (!std::exchange(m_failureTold, true))
+        console_write(stream, failure);
 }
 
 // Never destroyed: threads of the host may log until the process has ended.
@@ -294,6 +310,53 @@ LogFiles& logFiles()
         logFiles().writeLine(time, format, arguments);
 }
 
+// Those of a verbosity that leaves none out are not looked at.
+class Repetitions
+{
+public:
+    [[nodiscard]] std::optional<std::uint64_t> pass(const char* format, std::string_view subject)
+        EXCLUDES(m_mutex)
+    {
+        const int verbosity = logVerbosity.load(std::memory_order_relaxed);
+        if (verbosity == 0)
+            return std::nullopt;
+        if (verbosity > 1)
+            return 0;
+        const MutexLock lock(m_mutex);
+        return m_repetitions.pass(format, subject);
+    }
+
+    void forget() EXCLUDES(m_mutex)
+    {
+        const MutexLock lock(m_mutex);
+        m_repetitions = {};
+    }
+
+private:
+    Mutex m_mutex{LockLevel::log};
+    LogRepetitions m_repetitions GUARDED_BY(m_mutex);
+};
+
+// Never destroyed, like the files.
+Repetitions& repetitions()
+{
+    alignas(Repetitions) static std::byte memory[sizeof(Repetitions)];
+    static Repetitions* const instance = new (memory) Repetitions;
+    return *instance;
+}
+
+[[ORLIX_PRINTF(2, 0)]] void writeCounted(
+    std::uint64_t leftOut, const char* format, std::va_list arguments)
+{
+    const FormattedText formatted(format, arguments);
+    std::string_view text = formatted.text();
+    const bool ends = text.ends_with('\n');
+    text.remove_suffix(ends ? 1 : 0);
+    log_info(
+        "%.*s (%llu more since the last one)%s", static_cast<int>(text.size()), text.data(),
+        static_cast<unsigned long long>(leftOut), ends ? "\n" : "");
+}
+
 } // namespace
 
 void log_init(
@@ -301,6 +364,7 @@ void log_init(
     bool console, bool file, int verbosity)
 {
     logFiles().open(startLogPath, mainLogPath, prefix, file);
+    repetitions().forget(); // each log has the first of each kind
     logToConsole.store(console, std::memory_order_relaxed);
     logToFile.store(file, std::memory_order_relaxed);
     logVerbosity.store(verbosity, std::memory_order_relaxed);
@@ -321,6 +385,30 @@ void log_info(const char* format, ...)
     std::va_list arguments;
     va_start(arguments, format);
     writeLine(format, arguments);
+    va_end(arguments);
+}
+
+void log_rarely(std::string_view subject, const char* format, ...)
+{
+    if (!repetitions().pass(format, subject))
+        return;
+    std::va_list arguments;
+    va_start(arguments, format);
+    writeLine(format, arguments);
+    va_end(arguments);
+}
+
+void log_warning(std::string_view subject, const char* format, ...)
+{
+    const auto leftOut = repetitions().pass(format, subject);
+    if (!leftOut)
+        return;
+    std::va_list arguments;
+    va_start(arguments, format);
+    if (*leftOut == 0)
+        writeLine(format, arguments);
+    else
+        writeCounted(*leftOut, format, arguments);
     va_end(arguments);
 }
 

@@ -8,6 +8,7 @@
 #include "utils/clock.h"
 #include "utils/handle_text.h"
 #include "utils/log.h"
+#include "utils/log_rarely.h"
 #include "utils/shm_calls.h"
 #include "utils/system_error.h"
 
@@ -106,7 +107,7 @@ bool shm_open(ShmSegment& segment)
     if (shm_is_valid(segment))
         return true;
     const SystemErrorText error(last_system_error());
-    log_info("Warning: Could not get SHM ID: %.*s\n", error.length(), error.c_str());
+    log_warning("", "Warning: Could not get SHM ID: %.*s\n", error.length(), error.c_str());
     return false;
 }
 
@@ -121,7 +122,8 @@ ShmView shm_attach(const ShmSegment& segment)
     if (!shm_is_attached(view))
     {
         const SystemErrorText error(last_system_error());
-        log_info("Warning: Could not attach shared memory: %.*s\n", error.length(), error.c_str());
+        log_warning(
+            "", "Warning: Could not attach shared memory: %.*s\n", error.length(), error.c_str());
     }
     return view;
 }
@@ -163,8 +165,9 @@ char* shm_write_begin(ShmView& view, std::uint32_t size)
 {
     if (!ShmCalls::beginWrite(view, size + kShmHeaderSize))
     {
-        log_info(
-            "Warning: A message of %u bytes does not fit the shared memory. Ignoring it.\n", size);
+        log_warning(
+            "", "Warning: A message of %u bytes does not fit the shared memory. Ignoring it.\n",
+            size);
         return nullptr;
     }
     std::memcpy(view.address(), &size, kShmHeaderSize);
@@ -175,8 +178,10 @@ bool shm_write_end(ShmView& view)
 {
     if (ShmCalls::endWrite(view))
         return true;
-    log_info("Warning: Shared memory was taken away while it was written to. Ignoring the "
-             "message.\n");
+    log_warning(
+        "",
+        "Warning: Shared memory was taken away while it was written to. Ignoring the "
+        "message.\n");
     return false;
 }
 

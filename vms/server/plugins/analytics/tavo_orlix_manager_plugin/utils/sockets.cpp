@@ -6,6 +6,7 @@
 
 #include "utils/deadline.h"
 #include "utils/log.h"
+#include "utils/log_rarely.h"
 #include "utils/socket_calls.h"
 #include "utils/system_error.h"
 
@@ -50,7 +51,7 @@ Transferred receiveSome(
         if (received.status == Status::waitFailed)
         {
             const SystemErrorText error(last_socket_error());
-            log_info("Warning: Poll failed: %.*s\n", error.length(), error.c_str());
+            log_warning("", "Warning: Poll failed: %.*s\n", error.length(), error.c_str());
         }
         if (received.status != Status::interrupted)
             return received;
@@ -83,8 +84,8 @@ std::ptrdiff_t receiveHeader(const Source& source, std::span<char> target, const
     if (received.status == Status::failed)
     {
         const SystemErrorText error(last_socket_error());
-        log_info(
-            "Warning: Could not receive size of incoming message: %.*s\n", error.length(),
+        log_warning(
+            "", "Warning: Could not receive size of incoming message: %.*s\n", error.length(),
             error.c_str());
     }
     if (received.status != Status::done || received.count < kHeaderSize)
@@ -146,7 +147,7 @@ SocketHandle socket_connect(const std::string& path)
     const SocketHandle socket = socket_new();
     if (socket == kInvalidSocket)
     {
-        log_info("Warning: socket() creation failed\n");
+        log_warning("", "Warning: socket() creation failed\n");
         return kInvalidSocket;
     }
     static_cast<void>(socket_set_timeout(socket, SocketWait::send));
@@ -157,9 +158,9 @@ SocketHandle socket_connect(const std::string& path)
         socket,
         [&path](const SystemErrorText& error)
         {
-            log_info(
-                "Warning: Connect to socket [%s] failed: %.*s\n", path.c_str(), error.length(),
-                error.c_str());
+            log_warning(
+                path, "Warning: Connect to socket [%s] failed: %.*s\n", path.c_str(),
+                error.length(), error.c_str());
         });
 }
 
@@ -212,12 +213,14 @@ SocketHandle socket_accept_message(
     {
         return giveUp(
             accepted,
-            [](const SystemErrorText&) {
-                log_info(
+            [](const SystemErrorText&)
+            {
+                log_warning(
+                    "",
                     "Warning: A process of another user has connected. Closing the connection.\n");
             });
     }
-    log_info("Receiving on connection...\n");
+    log_rarely("", "Receiving on connection...\n");
     receiveMessage({accepted, place != MessagePlace::sole}, buffer, place);
     return accepted;
 }

@@ -10,7 +10,7 @@
 #include <unistd.h>
 
 #include "utils/deadline.h"
-#include "utils/log.h"
+#include "utils/log_rarely.h"
 #include "utils/socket_calls.h"
 #include "utils/system_error.h"
 
@@ -180,7 +180,7 @@ SocketHandle socket_accept(SocketHandle listeningSocket, MessagePlace place)
     else if (error != EINVAL && error != EBADF) // shut down or closed otherwise
     {
         const SystemErrorText text(error);
-        log_info("Error: Accept failed: %.*s\n", text.length(), text.c_str());
+        log_warning("", "Error: Accept failed: %.*s\n", text.length(), text.c_str());
         // The connection is still there, and would fail the next call at once: let a tick go by,
         // unless the socket is shut down meanwhile.
         if (isShortage(error))

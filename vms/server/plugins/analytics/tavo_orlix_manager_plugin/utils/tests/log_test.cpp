@@ -1,10 +1,13 @@
 #include "utils/log.h"
+#include "utils/log_rarely.h"
 
+#include <algorithm>
 #include <regex>
 
 #include <testing/broken_stream.h>
 
 #include "test_support.h"
+#include "utils/log_repetitions.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix::test
 {
@@ -105,6 +108,67 @@ TEST_F(LogTest, theConsoleGetsWholeLinesAndTheirHeads)
     const std::string told = testing::internal::GetCapturedStdout();
     const std::regex head("P: [0-9]{13} [0-9]{9,}: ");
     EXPECT_EQ(longer + "\nbare 1\n", std::regex_replace(told, head, "")) << told;
+}
+
+TEST_F(LogTest, whatComesAgainAndAgainIsWrittenOnceAtLevelOne)
+{
+    constexpr int kTimes = 1000;
+    for (const int verbosity : {0, 1, 2})
+    {
+        open(verbosity);
+        for (int i = 0; i < kTimes; ++i)
+        {
+            log_rarely("", "a result\n");
+            log_rarely(i % 2 == 0 ? "a" : "b", "of a device: %d\n", i);
+            log_warning("", "a warning\n");
+        }
+        log_close();
+        const std::string content = contentOf(m_startPath);
+        const auto lines = std::count(content.begin(), content.end(), '\n');
+        EXPECT_EQ(verbosity == 0 ? 0 : verbosity == 1 ? 4 : 3 * kTimes, lines) << content;
+    }
+}
+
+TEST(LogRepetitionsTest, aKindPassesAtOnceAndThenOnceAnIntervalWithItsCount)
+{
+    const char* const formats[] = {"first", "second"};
+    const auto begin = LogRepetitions::Clock::now();
+    LogRepetitions repetitions;
+    const auto pass = [&](int format, const char* subject, std::chrono::seconds at)
+    {
+        const auto leftOut = repetitions.pass(formats[format], subject, begin + at);
+        return leftOut ? static_cast<int>(*leftOut) : -1;
+    };
+    using namespace std::chrono_literals;
+    EXPECT_EQ(0, pass(0, "a", 0s));
+    EXPECT_EQ(0, pass(0, "b", 0s));
+    EXPECT_EQ(0, pass(1, "a", 0s));
+    EXPECT_EQ(-1, pass(0, "a", 1s));
+    EXPECT_EQ(-1, pass(0, "a", 59s));
+    EXPECT_EQ(2, pass(0, "a", 60s));
+    EXPECT_EQ(-1, pass(0, "a", 61s));
+    EXPECT_EQ(0, pass(0, "b", 61s));
+    // More kinds than it knows: those not written for longest are forgotten, and it stays right.
+    for (std::size_t i = 0; i < LogRepetitions::kMost - 2; ++i)
+        EXPECT_EQ(0, pass(0, std::to_string(i).c_str(), 62s));
+    EXPECT_EQ(-1, pass(0, "b", 62s));
+    EXPECT_EQ(0, pass(1, "a", 62s)); // since 0 s: forgotten
+}
+
+TEST(LogFailureTest, isToldOnce)
+{
+    const TempFolder folder;
+    const auto told = [&folder]
+    {
+        testing::internal::CaptureStderr();
+        log_init(folder.file("none/start.log"), folder.file("none/main.log"), "", false, true, 1);
+        for (int i = 0; i < 100; ++i)
+            log_info("a line\n");
+        log_close();
+        return testing::internal::GetCapturedStderr();
+    };
+    EXPECT_EQ("Error creating log file", told());
+    EXPECT_EQ("Error creating log file", told()); // of the next engine
 }
 
 TEST(StandardStreamTest, aStandardStreamThatNobodyReadsDoesNoHarm)

@@ -9,6 +9,7 @@
 #include <windows.h>
 
 #include "utils/log.h"
+#include "utils/log_rarely.h"
 #include "utils/socket_calls.h"
 #include "utils/system_error.h"
 #include "utils/windows/process_user.h"
@@ -254,7 +255,7 @@ SocketHandle socket_accept(SocketHandle listeningSocket, MessagePlace /*place*/)
     const auto fail = [](const char* what)
     {
         const SocketError error;
-        log_info("Error: %s: %.*s\n", what, error.text.length(), error.text.c_str());
+        log_warning(what, "Error: %s: %.*s\n", what, error.text.length(), error.text.c_str());
         if (error.code != WSAECONNRESET)
             Sleep(kSocketTimeoutMs);
         WSASetLastError(error.code);

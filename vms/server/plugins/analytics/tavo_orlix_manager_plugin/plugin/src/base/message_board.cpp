@@ -1,6 +1,7 @@
 #include "base/message_board.h"
 
 #include "utils/log.h"
+#include "utils/log_rarely.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -9,7 +10,7 @@ void MessageBoard::postMessage(const std::string& key, const std::string& text, 
 {
     MutexLock lock(m_mutex);
     if (type == MessageType::warning)
-        log_info("Adding warning: %s : %s\n", key.c_str(), text.c_str());
+        log_warning(key + text, "Adding warning: %s : %s\n", key.c_str(), text.c_str());
     else
         log_debug("Adding message: %s : %s\n", key.c_str(), text.c_str());
     m_entries.insert_or_assign(key, Entry{type, text});

@@ -5,6 +5,7 @@
 
 #include "device_agent/device_agent.h"
 #include "utils/log.h"
+#include "utils/log_rarely.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -120,7 +121,7 @@ bool DeviceAgents::deliverResult(std::uint32_t inputIndex, mpack_node_t root)
     const Reference agent(*this, inputIndex);
     if (!agent.get())
     {
-        log_info("Device agent not found\n");
+        log_rarely("", "Device agent not found\n");
         return false;
     }
     agent.get()->handleResultMessage(root);

@@ -15,6 +15,7 @@
 #include "remote/text_helpers.h"
 #include "utils/json.h"
 #include "utils/log.h"
+#include "utils/log_rarely.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -58,7 +59,7 @@ bool RuntimeManagerLoop::fetchDevices(Pass& pass)
     pass.devicesParameters = getDevicesParameters(m_services.utilityProvider());
     if (!pass.devicesParameters.empty())
         return true;
-    log_info("Warning! Could not get devices parameters to test for changes.\n");
+    log_warning("", "Warning! Could not get devices parameters to test for changes.\n");
     return false;
 }
 
@@ -75,14 +76,14 @@ bool RuntimeManagerLoop::applyDevicesIfChanged(Pass& pass)
     const JsonDocument document = parseJson(pass.devicesParameters);
     if (!document)
     {
-        log_info("Error: Failed to parse devices parameters JSON.\n");
+        log_warning("", "Error: Failed to parse devices parameters JSON.\n");
         return false;
     }
     if (!yyjson_is_arr(yyjson_doc_get_root(document.get())))
     {
         // An error that the host answers in place of the list: no answer, so what was applied
         // stays.
-        log_info("Warning! Could not get devices parameters to test for changes.\n");
+        log_warning("", "Warning! Could not get devices parameters to test for changes.\n");
         return false;
     }
     if (pass.retryDownloads)

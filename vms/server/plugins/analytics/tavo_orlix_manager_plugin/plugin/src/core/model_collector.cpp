@@ -6,6 +6,7 @@
 #include "remote/file_helpers.h"
 #include "remote/text_helpers.h"
 #include "utils/log.h"
+#include "utils/log_rarely.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -28,7 +29,7 @@ void ModelCollector::add(yyjson_val* model)
     yyjson_val* const name = jsonMember(model, "Name");
     if (!yyjson_is_str(id) || !yyjson_is_str(name))
     {
-        log_info("Warning! Model has no ID or Name.\n");
+        log_warning("", "Warning! Model has no ID or Name.\n");
         return;
     }
     if (!isFileName(jsonText(id)))

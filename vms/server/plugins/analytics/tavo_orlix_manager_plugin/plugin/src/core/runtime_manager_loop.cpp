@@ -12,6 +12,7 @@
 #include "remote/text_helpers.h"
 #include "utils/deadline.h"
 #include "utils/log.h"
+#include "utils/log_rarely.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -57,11 +58,11 @@ void RuntimeManagerLoop::guarded(Work work)
     }
     catch (const std::exception& e)
     {
-        log_info("Error in runtimeManagerLoop: %s\n", e.what());
+        log_warning(e.what(), "Error in runtimeManagerLoop: %s\n", e.what());
     }
     catch (...)
     {
-        log_info("Unknown error in runtimeManagerLoop\n");
+        log_warning("", "Unknown error in runtimeManagerLoop\n");
     }
 }
 
@@ -109,7 +110,7 @@ bool RuntimeManagerLoop::hostIsReachable()
 {
     if (m_services.utilityProvider())
         return true;
-    log_info("Utility provider not ready yet, or shutting down.\n");
+    log_rarely("", "Utility provider not ready yet, or shutting down.\n");
     return false;
 }
 

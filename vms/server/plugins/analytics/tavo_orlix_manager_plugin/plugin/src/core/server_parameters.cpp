@@ -8,6 +8,7 @@
 #include "remote/text_helpers.h"
 #include "utils/json.h"
 #include "utils/log.h"
+#include "utils/log_rarely.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -93,13 +94,14 @@ bool RuntimeManagerLoop::siteIdChanged(yyjson_val* server) const
     const std::optional<std::string> current = cloudSystemId(m_services.utilityProvider());
     if (!current)
     {
-        log_info(
+        log_warning(
+            "",
             "Warning! Could not get cloud system ID to check for changes. Assuming unchanged.\n");
         return false;
     }
     if (!yyjson_is_str(saved))
     {
-        log_info("Site ID not saved in parameters yet. Assuming unchanged.\n");
+        log_rarely("", "Site ID not saved in parameters yet. Assuming unchanged.\n");
         return false;
     }
     if (sameDeviceId(jsonText(saved), *current))

@@ -11,6 +11,7 @@
 #include "remote/host_rest_client.h"
 #include "utils/json.h"
 #include "utils/log.h"
+#include "utils/log_rarely.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -21,11 +22,11 @@ bool RuntimeManagerLoop::connectToCloud()
     std::atomic<int>& state = m_services.cloudConnectionState;
     if (state == kCloudConnected)
         return true;
-    log_info("Checking cloud connection\n");
+    log_rarely("", "Checking cloud connection\n");
     checkCloudConnection(state, m_services.utilityProvider());
     if (state != kCloudConnected)
     {
-        log_info("Server/Site not connected to cloud.\n");
+        log_rarely("", "Server/Site not connected to cloud.\n");
         return false;
     }
     return configureServer();
@@ -37,7 +38,7 @@ bool RuntimeManagerLoop::configureServer()
     // An error that the host answers is no record of a server that is new to us.
     if (!document || jsonMember(yyjson_doc_get_root(document.get()), "error"))
     {
-        log_info("Error: Failed to get server parameters from API.\n");
+        log_warning("", "Error: Failed to get server parameters from API.\n");
         return false;
     }
     yyjson_val* const server = yyjson_doc_get_root(document.get());
@@ -66,7 +67,7 @@ bool RuntimeManagerLoop::siteIsKnown()
 {
     if (cloudSystemId(m_services.utilityProvider()))
         return true;
-    log_info("Could not get the server cloud ID.\n");
+    log_rarely("", "Could not get the server cloud ID.\n");
     return false;
 }
 
@@ -75,7 +76,7 @@ bool RuntimeManagerLoop::provideManager()
     ManagerInstallation& installation = m_services.managerInstallation;
     if (installation.managerInstallState() == ManagerInstallState::installed)
         return true;
-    log_info("Checking installation\n");
+    log_rarely("", "Checking installation\n");
     switch (installation.checkInstallation())
     {
         case ManagerInstallState::notInstalled:

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <atomic>
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -31,7 +30,6 @@
 #include "inference/exchange_line.h"
 #include "inference/message_buffer.h"
 #include "utils/mutex.h"
-#include "utils/throttle.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -113,7 +111,7 @@ private:
     [[nodiscard]] bool frameMayPass() const REQUIRES(settingsLock());
     [[nodiscard]] bool makeInputMessage(const HostFrame& frame, std::uint64_t passedAtUs)
         REQUIRES(settingsLock()) EXCLUDES(m_pipelineLock);
-    void tellOfOddFrame(const HostFrame& frame) EXCLUDES(settingsLock());
+    void tellOfOddFrame(const HostFrame& frame) const;
     void warnOfAge(std::uint64_t passedAtUs, std::uint64_t timestampUs) const;
     [[nodiscard]] bool imageToSend(const HostFrame& frame, InputImage& image) const
         REQUIRES(settingsLock());
@@ -176,13 +174,11 @@ private:
     ExchangeLine::Place m_placeInLine;
     MessageBuffer m_inputMessage; // whose turn it is; kept from frame to frame
     FrameClock m_frameClock;
-    Throttle m_oddFrameTold GUARDED_BY(settingsLock()){std::chrono::minutes(1)};
 
     // The listener's, one result at a time.
     Throughput m_throughput GUARDED_BY(settingsLock());
     Tracker m_tracker GUARDED_BY(settingsLock());
     CountHistory m_countHistory GUARDED_BY(settingsLock());
-    Throttle m_largeResultTold GUARDED_BY(settingsLock()){std::chrono::minutes(1)};
 
     Mutex m_pipelineLock{LockLevel::pipeline};
     std::unique_ptr<PipelineTree> m_pipelineTree GUARDED_BY(m_pipelineLock);

@@ -17,6 +17,7 @@
 #include "remote/cloud_client.h"
 #include "utils/clock.h"
 #include "utils/log.h"
+#include "utils/log_rarely.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -129,14 +130,10 @@ bool DeviceAgent::frameMayPass() const
     return m_pipelineParsed;
 }
 
-void DeviceAgent::tellOfOddFrame(const HostFrame& frame)
+void DeviceAgent::tellOfOddFrame(const HostFrame& frame) const
 {
-    {
-        const MutexLock lock(settingsLock());
-        if (!m_oddFrameTold.mayPass())
-            return;
-    }
-    log_info(
+    log_warning(
+        m_deviceId,
         "Warning! Device %s: Dropping a frame that is no whole RGB picture: format %d, %dx%d, %d bytes a row, %d bytes.\n",
         m_deviceId.c_str(), static_cast<int>(frame.format), frame.width, frame.height,
         frame.lineSize, frame.plane ? frame.planeSize : 0);
@@ -146,8 +143,8 @@ void DeviceAgent::warnOfAge(std::uint64_t passedAtUs, std::uint64_t timestampUs)
 {
     if (static_cast<std::int64_t>(passedAtUs - timestampUs) <= kMaxFrameAgeUs)
         return;
-    log_info(
-        "Warning! Frame age over 500ms. Time now:  %zu  Frame time: %zu Device: %s\n",
+    log_warning(
+        m_deviceId, "Warning! Frame age over 500ms. Time now:  %zu  Frame time: %zu Device: %s\n",
         static_cast<std::size_t>(passedAtUs), static_cast<std::size_t>(timestampUs),
         m_deviceId.c_str());
 }
@@ -162,12 +159,12 @@ bool DeviceAgent::makeInputMessage(const HostFrame& frame, std::uint64_t passedA
     InputImage image;
     if (!imageToSend(frame, image))
     {
-        log_info("Error! Crop box too small!\n");
+        log_warning(m_deviceId, "Error! Crop box too small!\n");
         return false;
     }
     if (!encode(image, frame.timestampUs))
     {
-        log_info("Warning! Could not create image message.\n");
+        log_warning(m_deviceId, "Warning! Could not create image message.\n");
         return false;
     }
     return true;

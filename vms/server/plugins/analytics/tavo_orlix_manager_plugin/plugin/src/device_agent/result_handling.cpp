@@ -19,6 +19,7 @@
 #include "inference/protocol.h"
 #include "utils/clock.h"
 #include "utils/log.h"
+#include "utils/log_rarely.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -67,7 +68,7 @@ DeviceAgent::Packets DeviceAgent::makePackets(mpack_node_t root)
     if (timestampUs == 0)
     {
         // Without a line end, as operators know it.
-        log_info("Warning: Timestamp of 0 received. Ignoring input message.");
+        log_warning(m_deviceId, "Warning: Timestamp of 0 received. Ignoring input message.");
         return {};
     }
 
@@ -88,7 +89,7 @@ void DeviceAgent::measureThroughput(
     const auto figures = m_throughput.note(time_now_us(), m_frameClock.passedAtUs(timestampUs));
     if (!figures)
         return;
-    log_info("Device %s average FPS: %.2fFPS\n", m_deviceId.c_str(), figures->fps);
+    log_rarely(m_deviceId, "Device %s average FPS: %.2fFPS\n", m_deviceId.c_str(), figures->fps);
     addFpsEvent(*figures, events);
 }
 
@@ -148,24 +149,24 @@ sdk::Ptr<sdk::analytics::ObjectMetadataPacket> DeviceAgent::makeObjectPacket(
 
 void DeviceAgent::tellOfLargeResult(std::size_t leftOut, bool isTooLarge)
 {
-    if (!m_largeResultTold.mayPass())
-        return;
     if (leftOut == 0)
     {
-        log_info(
+        log_warning(
+            m_deviceId,
             "Warning! Device %s: A result has too many objects to follow. Some get new ids.\n",
             m_deviceId.c_str());
         return;
     }
     if (!isTooLarge)
     {
-        log_info(
+        log_warning(
+            m_deviceId,
             "Warning! Device %s: A result has objects whose place is no number. Leaving out %zu.\n",
             m_deviceId.c_str(), leftOut);
         return;
     }
-    log_info(
-        "Warning! Device %s: A result has more than %zu objects. Leaving out %zu.\n",
+    log_warning(
+        m_deviceId, "Warning! Device %s: A result has more than %zu objects. Leaving out %zu.\n",
         m_deviceId.c_str(), kMaxObjectsOfResult, leftOut);
 }
 

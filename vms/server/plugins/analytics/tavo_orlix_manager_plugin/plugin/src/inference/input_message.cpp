@@ -7,7 +7,7 @@
 #include <mpack.h>
 
 #include "inference/protocol.h"
-#include "utils/log.h"
+#include "utils/log_rarely.h"
 #include "utils/shm.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -256,7 +256,7 @@ bool createInputMessage(
     }
     if (error != mpack_ok || buffer.size() > kShmReservedSize - kShmHeaderSize)
     {
-        log_info("Warning: An error occurred writing the data.\n");
+        log_warning("", "Warning: An error occurred writing the data.\n");
         buffer.clear();
         return false;
     }

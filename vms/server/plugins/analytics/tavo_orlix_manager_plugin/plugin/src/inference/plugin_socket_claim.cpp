@@ -5,6 +5,7 @@
 
 #include "utils/deadline.h"
 #include "utils/log.h"
+#include "utils/log_rarely.h"
 #include "utils/system_error.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -22,7 +23,7 @@ bool PluginSocketClaim::wait(
         }
         catch (const std::exception& error) // for want of memory
         {
-            log_info("Error in listenerLoop: %s\n", error.what());
+            log_warning("", "Error in listenerLoop: %s\n", error.what());
         }
         if (!m_isSettled)
             static_cast<void>(sleepUnlessStopped(std::chrono::seconds(1), stop));

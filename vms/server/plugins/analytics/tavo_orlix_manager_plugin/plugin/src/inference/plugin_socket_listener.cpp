@@ -7,6 +7,7 @@
 #include "inference/protocol.h"
 #include "utils/deadline.h"
 #include "utils/log.h"
+#include "utils/log_rarely.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -32,14 +33,14 @@ void takeResults(SocketHandle socket, const std::stop_token& stop, ResultReceive
         catch (const std::exception& error)
         {
             // Costs this one message. Beyond here it would end the host's process.
-            log_info("Error in listenerLoop: %s\n", error.what());
+            log_warning("", "Error in listenerLoop: %s\n", error.what());
         }
         catch (...)
         {
-            log_info("Unknown error in listenerLoop\n");
+            log_warning("", "Unknown error in listenerLoop\n");
         }
         if (socket_close(sender) != 0)
-            log_info("Warning: Sender socket close error!\n");
+            log_warning("", "Warning: Sender socket close error!\n");
     }
 }
 
@@ -66,7 +67,7 @@ void listenerLoop(
         }
         catch (const std::bad_alloc& error)
         {
-            log_info("Error in listenerLoop: %s\n", error.what());
+            log_warning("", "Error in listenerLoop: %s\n", error.what());
             static_cast<void>(
                 sleepUnlessStopped(std::chrono::seconds(1), stop)); // there may be some
         }
@@ -90,18 +91,18 @@ void handleSocketMessage(ResultReceiver& receiver, std::span<const char> message
     const mpack_node_t indexNode = mpack_node_map_cstr(tree.root(), protocol::key::kInputIndex);
     if (mpack_node_is_missing(indexNode))
     {
-        log_info("Warning: Input message does not contain InputIndex.\n");
+        log_warning("", "Warning: Input message does not contain InputIndex.\n");
         if (tree.finish() != mpack_ok)
-            log_info("Warning: An error occurred encoding the data!\n");
+            log_warning("", "Warning: An error occurred encoding the data!\n");
         return;
     }
     const bool delivered = receiver.deliverResult(mpack_node_u32(indexNode), tree.root());
     if (tree.finish() == mpack_ok)
         return;
     if (delivered)
-        log_info("Warning: An error occurred decoding the data!\n");
+        log_warning("", "Warning: An error occurred decoding the data!\n");
     else
-        log_info("Warning: An error occurred encoding the data!\n"); // decoding, in truth
+        log_warning("", "Warning: An error occurred encoding the data!\n"); // decoding, in truth
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

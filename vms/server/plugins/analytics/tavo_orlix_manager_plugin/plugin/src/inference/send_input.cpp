@@ -8,6 +8,7 @@
 #include "inference/input_reply.h"
 #include "inference/orlix_manager_interface.h"
 #include "utils/log.h"
+#include "utils/log_rarely.h"
 #include "utils/sockets.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -59,8 +60,8 @@ void closeSegment(AttachedSegments& segments, InputReply& reply)
         return;
     // Reading the name as a number puts the reply in error, so that it names no segment any more:
     // as operators and applications know it.
-    log_info(
-        "Warning: Closing unknown SHM: %zu\n",
+    log_warning(
+        "", "Warning: Closing unknown SHM: %zu\n",
         static_cast<std::size_t>(reply.closedSegmentAsNumber()));
 }
 
@@ -76,7 +77,7 @@ std::shared_ptr<AttachedSegment> segmentOf(InputReply& reply, AttachedSegments& 
     }
     auto segment = segments.find(*name);
     if (!segment)
-        log_info("Warning! Could not attach SHM %s\n", name->data());
+        log_warning("", "Warning! Could not attach SHM %s\n", name->data());
     return segment;
 }
 
@@ -91,7 +92,8 @@ bool OrlixManagerInterface::sendInput(
     ModuleConnection connection(m_moduleSocketPath);
     if (!connection.isOpen())
     {
-        log_info("Warning! Could not connect with Orlix Manager %s.\n", m_moduleSocketPath.c_str());
+        log_warning(
+            "", "Warning! Could not connect with Orlix Manager %s.\n", m_moduleSocketPath.c_str());
         return false;
     }
     connection.send(SmallMessage::announcement(deviceNumber, message.size()));
@@ -101,16 +103,17 @@ bool OrlixManagerInterface::sendInput(
     connection.receiveReply(buffer);
     if (!buffer.data())
     {
-        log_info(
-            "Warning! Could not communicate with Orlix Manager %s.\n", m_moduleSocketPath.c_str());
+        log_warning(
+            "", "Warning! Could not communicate with Orlix Manager %s.\n",
+            m_moduleSocketPath.c_str());
         return false;
     }
     log_debug("Received response header.\n");
     InputReply reply(buffer.message());
     if (reply.error() != mpack_ok)
     {
-        log_info(
-            "Warning: Invalid response message received. %s. Ignoring.\n",
+        log_warning(
+            "", "Warning: Invalid response message received. %s. Ignoring.\n",
             mpack_error_to_string(reply.error()));
         return false;
     }

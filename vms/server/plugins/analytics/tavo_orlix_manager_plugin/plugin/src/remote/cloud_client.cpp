@@ -11,6 +11,7 @@
 #include "remote/stoppable_client.h"
 #include "remote/text_helpers.h"
 #include "utils/log.h"
+#include "utils/log_rarely.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -37,7 +38,7 @@ bool succeeded(
     const network::http::Response* const response = client.response();
     if (!response)
     {
-        log_info("Couldn't get a response from endpoint: %s\n", endpoint.c_str());
+        log_warning(endpoint, "Couldn't get a response from endpoint: %s\n", endpoint.c_str());
         return false;
     }
     const network::http::StatusLine& status = response->statusLine;
@@ -47,7 +48,7 @@ bool succeeded(
     std::string text = failure + endpoint + " Code: " + std::to_string(status.statusCode) +
         " Line: " + status.toString();
     text += " Body: " + fetchBodyExcerpt(client);
-    log_info("%s", text.c_str()); // without a line end, as operators know it
+    log_warning(text, "%s", text.c_str()); // without a line end, as operators know it
     return false;
 }
 
@@ -76,12 +77,12 @@ void checkCloudConnection(
     cloudConnectionState.compare_exchange_strong(neverChecked, kCloudBeingChecked);
     if (!provider)
     {
-        log_info("Warning! Utility provider is null, cannot check cloud connection.\n");
+        log_warning("", "Warning! Utility provider is null, cannot check cloud connection.\n");
         return;
     }
     const char* const token = provider->cloudAuthToken();
     if (!token)
-        log_info("Warning! Cloud token is NULL. This could indicate an incompatible VMS.\n");
+        log_warning("", "Warning! Cloud token is NULL. This could indicate an incompatible VMS.\n");
     if (token && *token)
     {
         log_debug("Got cloud token.\n");
@@ -89,7 +90,7 @@ void checkCloudConnection(
     }
     else
     {
-        log_info("Couldn't get cloud token. Assuming not connected to cloud.\n");
+        log_rarely("", "Couldn't get cloud token. Assuming not connected to cloud.\n");
         cloudConnectionState = kCloudNotConnected;
     }
 }

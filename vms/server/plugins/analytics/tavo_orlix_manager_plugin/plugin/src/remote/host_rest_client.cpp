@@ -12,6 +12,7 @@
 #include "remote/response_text.h"
 #include "remote/text_helpers.h"
 #include "utils/log.h"
+#include "utils/log_rarely.h"
 #include "utils/mutex.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -86,7 +87,7 @@ std::string responseText(const ORLIXCompletionHandler::Response& response)
     {
         const std::string text =
             message ? textOrEmpty(message->str()) : sdk::toString(response.errorCode);
-        log_info("Http request failed: %s\n", text.c_str());
+        log_warning(text, "Http request failed: %s\n", text.c_str());
         return {};
     }
     return value ? textOrEmpty(value->str()) : "Error: Result has no value.";
@@ -118,7 +119,7 @@ std::string sendAndWait(
     catch (...)
     {}
     handler->abandon(failure.c_str());
-    log_info("Http request failed: %s\n", failure.c_str());
+    log_warning(failure, "Http request failed: %s\n", failure.c_str());
     if (!handler->executed())
         keepUnanswered(std::move(handler));
     return {};
@@ -152,7 +153,7 @@ std::string doRequest(
 {
     if (!provider || provider.stop.stop_requested())
     {
-        log_info("Warning! doRequest called with invalid utility provider.\n");
+        log_warning("", "Warning! doRequest called with invalid utility provider.\n");
         return {};
     }
     if (!restMutex.lock(provider.stop))
@@ -161,7 +162,7 @@ std::string doRequest(
     const std::string response = sendAndWait(path, method, mimeType, body, provider);
     if (response.empty())
     {
-        log_info("Warning! Could not get response from API.\n");
+        log_warning("", "Warning! Could not get response from API.\n");
         return {};
     }
     return std::string(firstBodyLine(response));

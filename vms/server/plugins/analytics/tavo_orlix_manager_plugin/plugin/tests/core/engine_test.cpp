@@ -27,6 +27,20 @@ public:
     std::atomic<int> packets{0};
 };
 
+// A result of the application's, which has no more than its timestamp.
+void sendResult(const std::string& socketPath, int index)
+{
+    const std::string message =
+        std::string("\x82\xaaInputIndex") + static_cast<char>(index) + "\xa9Timestamp\x01";
+    // The file is there a moment before it can be connected to.
+    SocketHandle connection = kInvalidSocket;
+    ASSERT_TRUE(test::comesTrue(
+        [&] { return (connection = socket_connect(socketPath)) != kInvalidSocket; }));
+    EXPECT_TRUE(socket_send_message(
+        connection, message.data(), static_cast<std::uint32_t>(message.size())));
+    socket_close(connection);
+}
+
 TEST_F(EngineTest, AResultReachesItsAgentAlone)
 {
     m_host->setToken("");
@@ -41,18 +55,7 @@ TEST_F(EngineTest, AResultReachesItsAgentAlone)
     }
     const std::string path = m_folder.path(protocol::kPluginSocketFile);
     ASSERT_TRUE(test::comesTrue([&] { return std::filesystem::exists(path); }));
-    const auto send = [&path](int index)
-    {
-        const std::string message =
-            std::string("\x82\xaaInputIndex") + static_cast<char>(index) + "\xa9Timestamp\x01";
-        // The file is there a moment before it can be connected to.
-        SocketHandle connection = kInvalidSocket;
-        ASSERT_TRUE(
-            test::comesTrue([&] { return (connection = socket_connect(path)) != kInvalidSocket; }));
-        EXPECT_TRUE(socket_send_message(
-            connection, message.data(), static_cast<std::uint32_t>(message.size())));
-        socket_close(connection);
-    };
+    const auto send = [&path](int index) { sendResult(path, index); };
     send(1);
     EXPECT_TRUE(test::comesTrue([&] { return handlers[1]->packets == 1; }));
     send(2);
@@ -85,6 +88,33 @@ TEST_F(EngineTest, RefusesADeviceWithoutAnId)
     }
     obtainAgent("1").reset();
     EXPECT_EQ(1, logged("Destroying Device Agent 0\n")) << "nobody has its index";
+}
+
+TEST_F(EngineTest, AtLevelOneWhatComesWithEachResultIsWrittenOnceAMinute)
+{
+    ini().logVerbosityLevel = 1;
+    m_host->setToken("");
+    constexpr int kResults = 20;
+    const std::string kIds[] = {
+        "00000000-0000-0000-0000-000000000001", "00000000-0000-0000-0000-000000000002"};
+    sdk::Ptr<sdk::analytics::IDeviceAgent> agents[2];
+    const auto handler = sdk::makePtr<CountingHandler>();
+    for (int i = 0; i < 2; ++i)
+    {
+        agents[i] = obtainAgent(kIds[i]);
+        agents[i]->setHandler(handler.get());
+    }
+    const std::string path = m_folder.path(protocol::kPluginSocketFile);
+    ASSERT_TRUE(test::comesTrue([&] { return std::filesystem::exists(path); }));
+    for (int i = 0; i < kResults; ++i)
+        sendResult(path, i % 2);
+    EXPECT_TRUE(test::comesTrue([&] { return handler->packets == kResults; }));
+    for (auto& agent : agents)
+        agent.reset();
+    m_engine.reset(); // which closes the log
+    EXPECT_EQ(1, logged("Receiving on connection...\n"));
+    for (const std::string& id : kIds)
+        EXPECT_EQ(1, logged("Device " + id + " average FPS: "));
 }
 
 TEST_F(EngineTest, TellsWhatIsWrongInTheIniFile)

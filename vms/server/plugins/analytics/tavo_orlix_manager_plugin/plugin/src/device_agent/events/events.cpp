@@ -9,7 +9,7 @@
 #include "device_agent/pipelines/node_text.h"
 #include "device_agent/type_ids.h"
 #include "inference/protocol.h"
-#include "utils/log.h"
+#include "utils/log_rarely.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -119,7 +119,7 @@ void addCustomEvents(mpack_node_t eventsNode, sdk::analytics::EventMetadataPacke
         if (mpack_node_is_missing(id) || mpack_node_is_missing(caption) ||
             mpack_node_is_missing(description))
         {
-            log_info("Error! Event has missing information.\n");
+            log_warning("", "Error! Event has missing information.\n");
             continue;
         }
         const std::string_view idText = readName(id);
