@@ -119,8 +119,13 @@ protected:
              {protocol::key::kHeight, number(100)},
              {protocol::key::kBoxes, map({{"cat", boxes({10, 10, 20, 20})}})}})(writer.writer());
         ASSERT_EQ(mpack_ok, writer.close());
-        const SocketHandle socket = socket_connect(m_folder.path(protocol::kPluginSocketFile));
-        ASSERT_NE(kInvalidSocket, socket);
+        SocketHandle socket = kInvalidSocket; // the listener may have only just begun
+        ASSERT_TRUE(comesTrue(
+            [&]
+            {
+                socket = socket_connect(m_folder.path(protocol::kPluginSocketFile));
+                return socket != kInvalidSocket;
+            }));
         socket_send_message(
             socket, writer.bytes().data(), static_cast<std::uint32_t>(writer.bytes().size()));
         EXPECT_TRUE(comesTrue([this, before] { return m_packets->count > before; }));
