@@ -62,6 +62,7 @@ inline constexpr char kRuntimePackage[] = "RUNTIME_PACKAGE";
 inline constexpr char kRuntimeExtraction[] = "RUNTIME_EXTRACTION";
 inline constexpr char kRuntimeExtractionFailed[] = "RUNTIME_EXTRACTION_FAILED";
 inline constexpr char kRuntimeDocumentation[] = "RUNTIME_DOCUMENTATION_"; // runtime name
+inline constexpr char kManagerInstallFailed[] = "ORLIX_MANAGER_INSTALL_FAILED";
 inline constexpr char kManagerDownload[] = "ORLIX_MANAGER";
 inline constexpr char kModelDownloadProgress[] = "DOWNLOAD_PROGRESS_STRING";
 inline constexpr char kModelDownloadFailed[] = "DOWNLOAD_MODEL_FAILED_"; // a path

@@ -86,6 +86,9 @@ bool RuntimeManagerLoop::provideManager()
             // No pass comes to step 10, and only the removal leads out.
             serveClearCache(Pass());
             break;
+        case ManagerInstallState::installed: // by hand, perhaps
+            m_services.messageBoard.removeMessage(board_key::kManagerInstallFailed);
+            break;
         default:
             break;
     }

@@ -141,31 +141,33 @@ bool OrlixManagerInterface::decryptModel(const AssignedModel& model)
     log_debug(
         "Decrypting model file %s with key %s to %s\n", model.modelPath.c_str(),
         model.keyPath.c_str(), model.runtimePath.c_str());
-    const bool isDecrypted =
+    const Outcome outcome =
         writeDecryptedCopy({key.get(), keySize}, model.modelPath, model.runtimePath);
     OPENSSL_cleanse(key.get(), keySize);
-    return isDecrypted ||
+    return outcome ||
         startFailed(
                "Failed to decrypt model " + model.id +
-               " for Orlix Manager. File could be corrupted.");
+               " for Orlix Manager. File could be corrupted. " + outcome.why());
 }
 
-bool OrlixManagerInterface::writeDecryptedCopy(
+Outcome OrlixManagerInterface::writeDecryptedCopy(
     std::string_view key, const std::string& modelPath, const std::string& copyPath)
 {
     const FileStream copy(file_open_private(copyPath.c_str()));
     if (!copy)
     {
+        Outcome outcome = Outcome::failedAt(copyPath);
         log_error("Error opening output file: %s\n", copyPath.c_str());
-        return false;
+        return outcome;
     }
     m_decryptedCopies.insert(copyPath);
     process_delete_at_end(m_process, copyPath, copy.get());
-    return decryptModelFile(key, modelPath, copy.get(), m_stop);
+    return decryptModelFile(key, modelPath, copyPath, copy.get(), m_stop);
 }
 
 bool OrlixManagerInterface::startFailed(const std::string& text)
 {
+    log_info("Error! %s\n", text.c_str());
     if (!m_stop.stop_requested()) // which fails a decryption
         m_messageBoard->postMessage(board_key::kCouldNotStart, text, MessageType::warning);
     m_state = ManagerState::Failed;

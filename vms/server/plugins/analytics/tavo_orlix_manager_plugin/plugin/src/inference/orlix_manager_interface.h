@@ -10,6 +10,7 @@
 
 #include "base/assigned_model.h"
 #include "base/message_board.h"
+#include "base/outcome.h"
 #include "inference/attached_segments.h"
 #include "inference/exchange_line.h"
 #include "inference/manager_state.h"
@@ -103,7 +104,7 @@ private:
     [[nodiscard]] bool prepareModel(const AssignedModel& model);
     [[nodiscard]] bool decryptModel(const AssignedModel& model);
     bool startFailed(const std::string& text);
-    [[nodiscard]] bool writeDecryptedCopy(
+    Outcome writeDecryptedCopy(
         std::string_view key, const std::string& modelPath, const std::string& copyPath);
     void spawn();
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <iomanip>
 #include <locale>
 #include <memory>
@@ -12,6 +13,7 @@
 #include <tavo/utils/url.h>
 
 #include "base/ini.h"
+#include "base/outcome.h"
 #include "models/orlix_crypto.h"
 #include "remote/answer_body.h"
 #include "remote/certificates.h"
@@ -43,11 +45,11 @@ void dropFile(const std::string& path)
     remove_entry(path, ignored);
 }
 
-bool rename(const std::string& from, const std::string& to)
+Outcome rename(const std::string& from, const std::string& to)
 {
     std::error_code error;
     rename_entry(from, to, kRenamePatience, error);
-    return !error;
+    return error ? Outcome::failedAt(to, error) : Outcome();
 }
 
 // One download under way, and what its steps share.
@@ -110,7 +112,8 @@ private:
         if (!m_digest.empty())
             return true;
         log_info("Error! Model has no content digest in header!\n");
-        return false;
+        return failed(
+            "Failed to download model from:" + m_download.url + "\nThe answer has no digest.");
     }
 
     bool readKey()
@@ -122,7 +125,9 @@ private:
         if (m_key.empty())
         {
             log_info("Error! Model is encrypted but could not get symmetric key!\n");
-            return false;
+            return failed(
+                "Failed to download model from:" + m_download.url +
+                "\nThe model is encrypted, and the answer has no key for it.");
         }
         log_debug(
             "Got symmetric key length %zu for model saved to %s\n", m_key.size(),
@@ -136,32 +141,28 @@ private:
         FileStream file(file_open_write(m_temporaryPath.c_str()));
         if (!file)
         {
+            const Outcome outcome = Outcome::failedAt(m_temporaryPath);
             log_info("Error opening file for writing\n");
-            return failedToPlace();
+            return failedToPlace(outcome);
         }
         std::uint64_t received = 0;
         TransferPace pace(m_download.floor);
-        bool written = true;
-        while (written && !m_client.eof())
+        while (m_received && !m_client.eof())
         {
             const auto buffer = m_client.fetchMessageBodyBuffer();
-            written = std::fwrite(buffer.data(), 1, buffer.size(), file.get()) == buffer.size();
-            if (!pace.keepsUp(buffer.size()))
-            {
-                log_info(
-                    "Error! Gave up a download that comes too slowly: %s\n",
-                    m_download.url.c_str());
-                break;
-            }
             received += buffer.size();
+            if (std::fwrite(buffer.data(), 1, buffer.size(), file.get()) != buffer.size())
+                m_received = Outcome::failedAt(m_temporaryPath);
+            else if (!pace.keepsUp(buffer.size()))
+                m_received = Outcome::failed("The download came too slowly.");
             postProgress(
                 " (" + std::to_string(received * 100 / m_download.expectedSize) +
                 "%)\nClick on the 'Refresh' button to see updated progress.");
         }
-        written = std::fclose(file.release()) == 0 && written;
-        // The digest tells the user; the log tells why.
-        if (!written)
-            log_info("Error writing file: %s\n", m_temporaryPath.c_str());
+        if (std::fclose(file.release()) != 0 && m_received)
+            m_received = Outcome::failedAt(m_temporaryPath);
+        if (m_received && received < std::strtoull(header("Content-Length").c_str(), nullptr, 10))
+            m_received = Outcome::failed("The connection ended before the file did.");
         m_board.removeMessage(board_key::kModelDownloadProgress);
         return !m_stop.stop_requested();
     }
@@ -187,10 +188,11 @@ private:
                 "Model digest length in header does not match downloaded file hash length. Header: " +
                 compared);
         }
-        if (!std::equal(hash->begin(), hash->end(), expected.begin()))
-            return failed(
-                "Model digest in header does not match downloaded file hash. Header: " + compared);
-        return true;
+        if (m_received && std::equal(hash->begin(), hash->end(), expected.begin()))
+            return true;
+        return failed(
+            "Model digest in header does not match downloaded file hash. Header: " + compared +
+            (m_received ? "" : ". " + m_received.why()));
     }
 
     // Beside the old key, which goes with the old model until the new one is in place.
@@ -203,18 +205,17 @@ private:
             file && std::fwrite(m_key.data(), 1, m_key.size(), file.get()) == m_key.size();
         if (file && std::fclose(file.release()) == 0 && written)
             return true;
-        log_info("ERROR: Failed to save the symmetric key.\n");
-        return failedToPlace();
+        return keyFailed(Outcome::failedAt(m_temporaryKeyPath));
     }
 
     bool moveIntoPlace()
     {
-        if (!rename(m_temporaryPath, m_download.modelPath))
-            return failedToPlace();
-        if (m_download.encrypted && !rename(m_temporaryKeyPath, m_download.keyPath))
+        if (const Outcome moved = rename(m_temporaryPath, m_download.modelPath); !moved)
+            return failedToPlace(moved);
+        if (m_download.encrypted)
         {
-            log_info("ERROR: Failed to save the symmetric key.\n");
-            return failedToPlace();
+            if (const Outcome moved = rename(m_temporaryKeyPath, m_download.keyPath); !moved)
+                return keyFailed(moved);
         }
         log_info(
             "Download completed of %s to %s\n", m_download.url.c_str(),
@@ -224,11 +225,17 @@ private:
     }
 
     // Told whichever of the files it was: what is told is what a user can try again.
-    bool failedToPlace()
+    bool failedToPlace(const Outcome& outcome)
     {
         return failed(
             "Failed to rename file " + m_temporaryPath + " to: " + m_download.modelPath +
-            "\nEnsure file is accessible and not being used by another program.");
+            "\nEnsure file is accessible and not being used by another program. " + outcome.why());
+    }
+
+    bool keyFailed(const Outcome& outcome)
+    {
+        log_info("ERROR: Failed to save the symmetric key.\n");
+        return failedToPlace(outcome);
     }
 
     // A structured field's byte sequence stands between colons.
@@ -256,6 +263,7 @@ private:
     {
         if (m_stop.stop_requested())
             return; // whatever failed did so for that
+        log_info("Error! %s\n", text.c_str());
         m_board.postMessage(board_key::kModelDownloadFailed + path, text, MessageType::warning);
     }
 
@@ -283,6 +291,7 @@ private:
     const std::string m_temporaryKeyPath;
     StoppableClient m_client;
     std::string m_digest;
+    Outcome m_received; // tells why a digest does not match
     Bytes m_key;
 };
 

@@ -76,7 +76,14 @@ CipherContext startDecryption(const unsigned char* key, Envelope& envelope)
     return context;
 }
 
-bool decryptStream(
+enum class Step
+{
+    done,
+    notRead, // or ended by the stop
+    notWritten,
+};
+
+Step decryptStream(
     EVP_CIPHER_CTX* context, std::uint64_t remaining, std::FILE* input, std::FILE* output,
     const std::stop_token& stop)
 {
@@ -90,15 +97,16 @@ bool decryptStream(
         if (stop.stop_requested() || !readWhole(input, ciphertext.data(), size) ||
             EVP_DecryptUpdate(
                 context, plaintext.data(), &written, ciphertext.data(), static_cast<int>(size)) !=
-                1 ||
-            std::fwrite(plaintext.data(), 1, static_cast<std::size_t>(written), output) !=
-                static_cast<std::size_t>(written))
+                1)
         {
-            return false;
+            return Step::notRead;
         }
+        const auto count = static_cast<std::size_t>(written);
+        if (std::fwrite(plaintext.data(), 1, count, output) != count)
+            return Step::notWritten;
         remaining -= size;
     }
-    return true;
+    return Step::done;
 }
 
 std::optional<Bytes> failed(const char* text)
@@ -118,35 +126,44 @@ bool decryptModelFile(
         log_error("Error opening output file: %s\n", outputPath.c_str());
         return false;
     }
-    return decryptModelFile(key, inputPath, output.get());
+    return static_cast<bool>(decryptModelFile(key, inputPath, outputPath, output.get()));
 }
 
-bool decryptModelFile(
-    std::string_view key, const std::string& inputPath, std::FILE* output,
-    const std::stop_token& stop)
+Outcome decryptModelFile(
+    std::string_view key, const std::string& inputPath, const std::string& outputPath,
+    std::FILE* output, const std::stop_token& stop)
 {
     const FileStream input(file_open_read(inputPath.c_str()));
     if (!input)
     {
+        Outcome outcome = Outcome::failedAt(inputPath);
         log_error("Error opening input file: %s\n", inputPath.c_str());
-        return false;
+        return outcome;
     }
-
+    if (key.size() < kKeySize)
+        return Outcome::failed("The model's key is too short.");
     Envelope envelope;
-    if (key.size() < kKeySize || !readEnvelope(input.get(), file_size(input.get()), envelope))
-        return false;
+    if (!readEnvelope(input.get(), file_size(input.get()), envelope))
+        return Outcome::failed("The model's file is too short.");
     const CipherContext context =
         startDecryption(reinterpret_cast<const unsigned char*>(key.data()), envelope);
-    if (!context ||
-        !decryptStream(context.get(), envelope.ciphertextSize, input.get(), output, stop))
-    {
-        return false;
-    }
+    if (!context)
+        return Outcome::failed("There is no memory for it.");
 
     std::array<unsigned char, EVP_MAX_BLOCK_LENGTH> rest{}; // stays empty in this mode
     int restSize = 0;
-    return EVP_DecryptFinal_ex(context.get(), rest.data(), &restSize) > 0 &&
-        std::fflush(output) == 0;
+    switch (decryptStream(context.get(), envelope.ciphertextSize, input.get(), output, stop))
+    {
+        case Step::notRead:
+            return Outcome::failed("The model's file could not be read.");
+        case Step::notWritten:
+            return Outcome::failedAt(outputPath);
+        case Step::done:
+            break;
+    }
+    if (EVP_DecryptFinal_ex(context.get(), rest.data(), &restSize) <= 0)
+        return Outcome::failed("The model's file and its key do not belong together.");
+    return std::fflush(output) == 0 ? Outcome() : Outcome::failedAt(outputPath);
 }
 
 std::optional<Bytes> fileMd5(const std::string& path, const std::stop_token& stop)

@@ -10,6 +10,8 @@
 #include <string_view>
 #include <vector>
 
+#include "base/outcome.h"
+
 // Decrypting and hashing of model files and their texts, over libcrypto. No state, no key is kept.
 // Failures go to standard error and to the log; nothing throws. Memory does not depend on a file's
 // size. Where there is a `stop`, its request is a failure.
@@ -30,9 +32,9 @@ using Bytes = std::vector<std::uint8_t>;
     std::string_view key, const std::string& inputPath, const std::string& outputPath);
 
 // The same into a file that is there already, open and empty.
-[[nodiscard]] bool decryptModelFile(
-    std::string_view key, const std::string& inputPath, std::FILE* output,
-    const std::stop_token& stop = {});
+Outcome decryptModelFile(
+    std::string_view key, const std::string& inputPath, const std::string& outputPath,
+    std::FILE* output, const std::stop_token& stop = {});
 
 inline constexpr std::size_t kMd5Size = 16;
 

@@ -64,18 +64,11 @@ private:
     const std::string& m_key;
 };
 
-enum class Reception
-{
-    done,
-    notWritten,
-    tooSlow,
-    stopped,
-};
-
-// Pulls the body into the file.
-Reception receiveBody(
-    HttpClient& client, std::FILE* file, std::uint64_t length, const std::string& title,
-    const TransferFloor& floor, ScopedEntry& progress, const std::stop_token& stop)
+// Pulls the body into the file, which lies at `path`.
+Outcome receiveBody(
+    HttpClient& client, std::FILE* file, const std::string& path, std::uint64_t length,
+    const std::string& title, const TransferFloor& floor, ScopedEntry& progress,
+    const std::stop_token& stop)
 {
     std::uint64_t total = 0;
     TransferPace pace(floor);
@@ -84,19 +77,19 @@ Reception receiveBody(
         const std::string buffer = client.fetchMessageBodyBuffer();
         total += buffer.size();
         if (std::fwrite(buffer.data(), 1, buffer.size(), file) != buffer.size())
-            return Reception::notWritten;
+            return Outcome::failedAt(path);
         if (!pace.keepsUp(buffer.size()))
-            return Reception::tooSlow;
+            return Outcome::failed("The download came too slowly.");
         progress.post(progressText(title, total, length));
     }
     if (stop.stop_requested())
-        return Reception::stopped;
-    return std::fflush(file) == 0 ? Reception::done : Reception::notWritten;
+        return Outcome::failed("This server is shutting down.");
+    return std::fflush(file) == 0 ? Outcome() : Outcome::failedAt(path);
 }
 
 } // namespace
 
-bool downloadFile(
+Outcome downloadFile(
     const std::string& url, const std::string& filePath, MessageBoard& board,
     const std::string& key, const std::string& title, const TransferFloor& floor,
     const std::stop_token& stop)
@@ -107,37 +100,34 @@ bool downloadFile(
     if (!client.doGet(Url(url)) || !client.response())
     {
         log_info("Failed to download file at: %s\n", url.c_str());
-        return false;
+        return Outcome::failed("The server of " + url + " could not be reached.");
     }
     const int statusCode = client.response()->statusLine.statusCode;
     if (statusCode != kStatusOk)
     {
         log_info("Error! Could not request file data! Status code: %d\n", statusCode);
-        return false;
+        return Outcome::failed(
+            "The server of " + url + " answered with status " + std::to_string(statusCode) + ".");
     }
     FileStream file(file_open_private(filePath.c_str())); // it may lie in the temporary folder
     if (!file)
     {
+        Outcome outcome = Outcome::failedAt(filePath);
         log_info("Error opening file for writing: %s\n", filePath.c_str());
-        return false;
+        return outcome;
     }
     const std::uint64_t length = contentLength(*client.response(), url);
 
     ScopedEntry progress(board, key);
-    const Reception reception =
-        receiveBody(client, file.get(), length, title, floor, progress, stop);
-    if (reception == Reception::done)
-        return true;
-    if (reception == Reception::tooSlow)
-        log_info("Error! Gave up a download that comes too slowly: %s\n", url.c_str());
-    else if (reception == Reception::stopped)
-        log_info("Gave up a download for the shutdown: %s\n", url.c_str());
-    else
-        log_info("Error! Could not write downloaded file: %s\n", filePath.c_str());
+    Outcome outcome =
+        receiveBody(client, file.get(), filePath, length, title, floor, progress, stop);
+    if (outcome)
+        return outcome;
+    log_info("Error! Gave up the download of %s: %s\n", url.c_str(), outcome.why().c_str());
     // What there is must not pass for a file that was fetched before.
     file.reset();
     deleteFile(filePath);
-    return false;
+    return outcome;
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

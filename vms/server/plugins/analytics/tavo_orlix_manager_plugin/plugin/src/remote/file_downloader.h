@@ -4,17 +4,18 @@
 #include <string>
 
 #include "base/message_board.h"
+#include "base/outcome.h"
 #include "remote/transfer_pace.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
 // Fetches `url` into `filePath`, a new file for the owner only in place of what is there, with
-// progress on the board under `key` and `title`; the entry is gone when it returns. True when the
+// progress on the board under `key` and `title`; the entry is gone when it returns. Done when the
 // body was written; a body that breaks off counts as written, and who unpacks it will notice. A
 // transfer that falls under the floor, or that `stop` ends, is given up, and no file is left.
 // Memory does not depend on the file's size. Blocks for the length of the transfer.
-[[nodiscard]] bool downloadFile(
+Outcome downloadFile(
     const std::string& url, const std::string& filePath, MessageBoard& board,
     const std::string& key, const std::string& title, const TransferFloor& floor = {},
     const std::stop_token& stop = {});

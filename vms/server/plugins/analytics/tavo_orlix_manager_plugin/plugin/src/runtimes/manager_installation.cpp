@@ -68,14 +68,19 @@ std::string managerArchiveUrl()
 
 void ManagerInstallation::install(MessageBoard& messageBoard)
 {
+    messageBoard.removeMessage(board_key::kManagerInstallFailed);
     const std::string archivePath = pathOfTemporary("orlix_manager.tgz");
     bool done = false;
     try
     {
-        const Staging staging(m_workingDirectory + "/orlix_manager.unpacking");
-        done = fetchArchive(archivePath, messageBoard) &&
-            unpackArchive(archivePath, staging.content()) && filesAreComplete(staging.content()) &&
-            moveIntoPlace(staging) && logVersion();
+        const Outcome outcome = bring(archivePath, messageBoard);
+        done = static_cast<bool>(outcome);
+        if (!done && !m_stop.stop_requested())
+        {
+            messageBoard.postMessage(
+                board_key::kManagerInstallFailed,
+                "Failed to install the Orlix Manager. " + outcome.why(), MessageType::warning);
+        }
     }
     catch (...)
     {
@@ -86,37 +91,54 @@ void ManagerInstallation::install(MessageBoard& messageBoard)
     m_state.store(done ? ManagerInstallState::installed : ManagerInstallState::failed);
 }
 
-bool ManagerInstallation::fetchArchive(const std::string& archivePath, MessageBoard& messageBoard)
+Outcome ManagerInstallation::bring(const std::string& archivePath, MessageBoard& messageBoard)
+{
+    const Staging staging(m_workingDirectory + "/orlix_manager.unpacking");
+    Outcome outcome = staging.made();
+    if (outcome)
+        outcome = fetchArchive(archivePath, messageBoard);
+    if (outcome)
+        outcome = unpackArchive(archivePath, staging);
+    if (outcome)
+        outcome = filesAreComplete(staging.content());
+    if (outcome)
+        outcome = moveIntoPlace(staging);
+    if (outcome)
+        outcome = logVersion();
+    if (!outcome)
+        log_info("Error! Could not install Orlix Manager: %s\n", outcome.why().c_str());
+    return outcome;
+}
+
+Outcome ManagerInstallation::fetchArchive(
+    const std::string& archivePath, MessageBoard& messageBoard)
 {
     const std::string url = managerArchiveUrl();
     m_state.store(ManagerInstallState::downloading);
-    if (downloadFile(
-            url, archivePath, messageBoard, board_key::kManagerDownload,
-            "Downloading Orlix Manager: ", {}, m_stop))
-    {
-        return true;
-    }
-    log_info("Error! Could not download Orlix Manager file from %s!\n", url.c_str());
-    return false;
+    Outcome outcome = downloadFile(
+        url, archivePath, messageBoard, board_key::kManagerDownload,
+        "Downloading Orlix Manager: ", {}, m_stop);
+    if (!outcome)
+        log_info("Error! Could not download Orlix Manager file from %s!\n", url.c_str());
+    return outcome;
 }
 
-bool ManagerInstallation::unpackArchive(const std::string& archivePath, const std::string& folder)
+Outcome ManagerInstallation::unpackArchive(const std::string& archivePath, const Staging& staging)
 {
     m_state.store(ManagerInstallState::unpacking);
     // The archive holds the installation folder itself.
     const std::string command =
-        "tar xfz \"" + archivePath + "\" -C \"" + folder + "\" --no-same-owner";
+        "tar xfz \"" + archivePath + "\" -C \"" + staging.content() + "\" --no-same-owner";
     log_info("Unpacking Orlix Manager with command: \"%s\"\n", command.c_str());
     const CommandResult result = runCommand(command, kUnpackLimit, m_stop);
     deleteFile(archivePath);
-    if (result.exitCode == 0)
-        return true;
-    log_info("Error! Failed to unpack Orlix Manager: %s\n", beginningOf(result.output).c_str());
-    return false;
+    if (result.exitCode != 0)
+        log_info("Error! Failed to unpack Orlix Manager: %s\n", beginningOf(result.output).c_str());
+    return staging.unpacked(result);
 }
 
 // Of what was unpacked into `folder`; the paths that are told are those that it would have.
-bool ManagerInstallation::filesAreComplete(const std::string& folder) const
+Outcome ManagerInstallation::filesAreComplete(const std::string& folder) const
 {
     const std::string manager = std::string("/bin/") + kManagerExecutable;
     const std::string engine = std::string("/bin/") + kEngineExecutable;
@@ -125,39 +147,41 @@ bool ManagerInstallation::filesAreComplete(const std::string& folder) const
     if (fileExists(unpacked + manager) && fileExists(unpacked + engine) &&
         fileExists(unpacked + version))
     {
-        return true;
+        return {};
     }
     log_info(
         "Warning! Failed installing the Edge Orlix Manager. Checked filepaths: \n%s\n%s\n%s\n",
         (m_installationDirectory + manager).c_str(), (m_installationDirectory + engine).c_str(),
         (m_installationDirectory + version).c_str());
-    return false;
+    return Outcome::failed("The archive does not hold all that belongs to it.");
 }
 
-bool ManagerInstallation::moveIntoPlace(const Staging& staging) const
+Outcome ManagerInstallation::moveIntoPlace(const Staging& staging) const
 {
     const std::string last =
         std::string(manager_files::kRootFolder).substr(1) + "/bin/" + kManagerExecutable;
-    if (staging.moveInto(m_workingDirectory, last))
-        return true;
-    log_info(
-        "Error! Could not move Orlix Manager into place: %s\n", m_installationDirectory.c_str());
-    return false;
+    Outcome outcome = staging.moveInto(m_workingDirectory, last);
+    if (!outcome)
+        log_info(
+            "Error! Could not move Orlix Manager into place: %s\n",
+            m_installationDirectory.c_str());
+    return outcome;
 }
 
-bool ManagerInstallation::logVersion() const
+Outcome ManagerInstallation::logVersion() const
 {
+    const std::string path = m_installationDirectory + "/VERSION";
     std::size_t size = 0;
-    const auto text = readFile(m_installationDirectory + "/VERSION", &size);
+    const auto text = readFile(path, &size);
     if (!text)
     {
         log_info("Error! Could not open Orlix Manager version file.\n");
-        return false;
+        return Outcome::failed("The file " + path + " could not be read.");
     }
     const std::string version(text.get(), size);
     if (!version.empty())
         log_info("Installed Orlix Manager version: %s\n", version.c_str());
-    return true;
+    return {};
 }
 
 void ManagerInstallation::remove()

@@ -34,8 +34,9 @@ public:
     ManagerInstallState checkInstallation();
 
     // Downloads the application's archive and unpacks it into the working directory, whole or not
-    // at all. The state and the log tell the outcome, the board the progress. Blocks for as long as
-    // it takes. Throws std::filesystem::filesystem_error if the system has no temporary directory.
+    // at all. The state, the log and the board tell the outcome, the board the progress. Blocks for
+    // as long as it takes. Throws std::filesystem::filesystem_error if the system has no temporary
+    // directory.
     void install(MessageBoard& messageBoard);
 
     // Deletes the application with its settings and model cache. A failure is logged and leaves the
@@ -45,11 +46,12 @@ public:
     [[nodiscard]] ManagerInstallState managerInstallState() const { return m_state.load(); }
 
 private:
-    [[nodiscard]] bool fetchArchive(const std::string& archivePath, MessageBoard& messageBoard);
-    [[nodiscard]] bool unpackArchive(const std::string& archivePath, const std::string& folder);
-    [[nodiscard]] bool filesAreComplete(const std::string& folder) const;
-    [[nodiscard]] bool moveIntoPlace(const Staging& staging) const;
-    [[nodiscard]] bool logVersion() const;
+    Outcome bring(const std::string& archivePath, MessageBoard& messageBoard);
+    Outcome fetchArchive(const std::string& archivePath, MessageBoard& messageBoard);
+    Outcome unpackArchive(const std::string& archivePath, const Staging& staging);
+    Outcome filesAreComplete(const std::string& folder) const;
+    Outcome moveIntoPlace(const Staging& staging) const;
+    Outcome logVersion() const;
 
     const std::stop_token m_stop;
     std::string m_workingDirectory;

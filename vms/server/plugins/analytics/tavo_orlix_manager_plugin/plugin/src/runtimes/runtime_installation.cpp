@@ -53,17 +53,28 @@ void RuntimesManager::install(
     postDocumentation(runtimeName, messageBoard);
     setStatus(RuntimeStatus::installing);
 
-    bool done = false;
+    Outcome outcome;
     try
     {
         const std::string folder =
             useSubfolder ? path_join(m_binDirectory, runtimeName) : m_binDirectory;
         const std::string packagePath = fileInBin(runtimeName + ".tar.gz");
         m_installedNameStays = fileExists(fileInBin(kRuntimeLibrary));
-        if (fetchPackage(runtimeName, packagePath, messageBoard))
+        std::string text = "Failed to download the runtime package.";
+        outcome = fetchPackage(runtimeName, packagePath, messageBoard);
+        if (outcome)
         {
-            done = unpackPackage(runtimeName, packagePath, folder, useSubfolder, messageBoard);
-            m_installedNameStays = !done;
+            text =
+                "Failed to extract the runtime package. Please ensure you have a stable Internet connection and enough free space on your disk.";
+            outcome = unpackPackage(runtimeName, packagePath, folder, useSubfolder, messageBoard);
+            m_installedNameStays = !outcome;
+        }
+        if (!outcome && !m_stop.stop_requested())
+        {
+            log_info("ERROR: %s %s\n", text.c_str(), outcome.why().c_str());
+            messageBoard.postMessage(
+                board_key::kRuntimeExtractionFailed, text + " " + outcome.why(),
+                MessageType::warning);
         }
     }
     catch (...)
@@ -72,10 +83,10 @@ void RuntimesManager::install(
         setStatus(RuntimeStatus::installFailed);
         throw;
     }
-    setStatus(done ? RuntimeStatus::installed : RuntimeStatus::installFailed);
+    setStatus(outcome ? RuntimeStatus::installed : RuntimeStatus::installFailed);
 }
 
-bool RuntimesManager::fetchPackage(
+Outcome RuntimesManager::fetchPackage(
     const std::string& runtimeName, const std::string& packagePath, MessageBoard& board)
 {
     // The name comes from a dialog and is a part of the path: none but an offered one has a
@@ -84,7 +95,7 @@ bool RuntimesManager::fetchPackage(
     if (chip != m_runtimeToChip.end() && ini().cacheRuntimeArchives && fileExists(packagePath))
     {
         log_info("Info: Runtime package file already exists. Skipping download step.\n");
-        return true;
+        return {};
     }
     log_info("Info: Downloading runtime package for %s...\n", oneLine(runtimeName).c_str());
     const std::string link =
@@ -92,29 +103,24 @@ bool RuntimesManager::fetchPackage(
     if (link.empty())
     {
         log_info("ERROR: couldn't find a download link for the desired runtime.");
-        return false;
+        return Outcome::failed("There is no link for this runtime.");
     }
-    if (!downloadFile(
-            link, packagePath, board, board_key::kRuntimePackage, "Downloading runtime package", {},
-            m_stop))
-    {
-        log_info("ERROR: Failed to download the runtime package.\n");
-        return false;
-    }
-    return true;
+    return downloadFile(
+        link, packagePath, board, board_key::kRuntimePackage, "Downloading runtime package", {},
+        m_stop);
 }
 
-bool RuntimesManager::makeSubfolder(const std::string& folder) const
+Outcome RuntimesManager::makeSubfolder(const std::string& folder) const
 {
     std::string command = kMakeFolderCommand;
     replaceAll(command, "{folder_path}", folder);
     if (runCommand(command, kCommandLimit, m_stop).exitCode == 0)
-        return true;
+        return {};
     log_info("ERROR: Failed to create a folder for the runtime.");
-    return false;
+    return Outcome::failed("The folder " + folder + " could not be made.");
 }
 
-bool RuntimesManager::unpackPackage(
+Outcome RuntimesManager::unpackPackage(
     const std::string& runtimeName, const std::string& packagePath, const std::string& folder,
     bool useSubfolder, MessageBoard& board)
 {
@@ -127,29 +133,26 @@ bool RuntimesManager::unpackPackage(
     const CommandResult result = runCommand(command, kUnpackLimit, m_stop);
     board.removeMessage(board_key::kRuntimeExtraction);
 
-    if (m_stop.stop_requested())
-        return false; // the package may be a good one
-    if (result.exitCode != 0 || !fileExists(path_join(staging.content(), kRuntimeLibrary)))
+    Outcome outcome = staging.made();
+    if (outcome)
+        outcome = staging.unpacked(result);
+    if (!outcome && result.exitCode != 0)
+        log_info("tar: %s\n", beginningOf(result.output).c_str());
+    if (outcome && !fileExists(path_join(staging.content(), kRuntimeLibrary)))
+        outcome =
+            Outcome::failed(std::string("The package does not contain ") + kRuntimeLibrary + ".");
+    if (!outcome)
     {
-        log_info("ERROR: Failed to extract the runtime package.\n");
-        if (result.exitCode == 0)
-            log_info("The package does not contain %s.\n", kRuntimeLibrary);
-        else
-            log_info("tar: %s\n", beginningOf(result.output).c_str());
-        board.postMessage(
-            board_key::kRuntimeExtractionFailed,
-            "Failed to extract the runtime package. Please ensure you have a stable Internet connection and enough free space on your disk.",
-            MessageType::warning);
-        deleteFile(packagePath); // it would be taken for a good one the next time
-        return false;
+        if (!m_stop.stop_requested()) // the package may be a good one
+            deleteFile(packagePath); // it would be taken for a good one the next time
+        return outcome;
     }
-    if (useSubfolder && !makeSubfolder(folder))
-        return false;
-    if (!staging.moveInto(folder, kRuntimeLibrary))
-    {
-        log_info("ERROR: Failed to move the runtime into place.\n");
-        return false;
-    }
+    if (useSubfolder)
+        outcome = makeSubfolder(folder);
+    if (outcome)
+        outcome = staging.moveInto(folder, kRuntimeLibrary);
+    if (!outcome)
+        return outcome;
     log_info("Info: Runtime %s downloaded successfully.\n", runtimeName.c_str());
     if (ini().cacheRuntimeArchives)
         log_info("Info: Caching the runtime package file as per configuration.\n");
@@ -157,7 +160,7 @@ bool RuntimesManager::unpackPackage(
         log_info("Info: Deleted the tar file successfully.\n");
     else // the text is the unpacking's output, as operators know it
         log_info("ERROR: Failed to delete the tar file: %s\n", beginningOf(result.output).c_str());
-    return true;
+    return {};
 }
 
 bool RuntimesManager::removeFile(const std::string& path) const

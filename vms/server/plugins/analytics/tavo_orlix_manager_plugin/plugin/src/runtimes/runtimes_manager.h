@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/message_board.h"
+#include "base/outcome.h"
 #include "runtimes/chip.h"
 #include "runtimes/machine_info.h"
 #include "runtimes/runtime_status.h"
@@ -83,10 +84,10 @@ private:
     void printMachine() const;
 
     [[nodiscard]] std::string fileInBin(const std::string& name) const;
-    [[nodiscard]] bool fetchPackage(
+    Outcome fetchPackage(
         const std::string& runtimeName, const std::string& packagePath, MessageBoard& board);
-    [[nodiscard]] bool makeSubfolder(const std::string& folder) const;
-    [[nodiscard]] bool unpackPackage(
+    Outcome makeSubfolder(const std::string& folder) const;
+    Outcome unpackPackage(
         const std::string& runtimeName, const std::string& packagePath, const std::string& folder,
         bool useSubfolder, MessageBoard& board);
     [[nodiscard]] bool removeFile(const std::string& path) const;

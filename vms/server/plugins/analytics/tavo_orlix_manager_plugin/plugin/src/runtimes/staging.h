@@ -1,6 +1,10 @@
 #pragma once
 
 #include <string>
+#include <system_error>
+
+#include "base/outcome.h"
+#include "utils/command.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -20,19 +24,22 @@ public:
     Staging(const Staging&) = delete;
     Staging& operator=(const Staging&) = delete;
 
-    // Where to unpack; false from made() means that there is no such folder.
+    // Where to unpack. Failed where there is no such folder.
     [[nodiscard]] const std::string& content() const { return m_content; }
-    [[nodiscard]] bool made() const { return m_made; }
+    Outcome made() const;
+
+    // What became of the tar that was to unpack there.
+    Outcome unpacked(const CommandResult& tar) const;
 
     // Moves the content into the folder `target`, over what is there, folders being merged. The
     // file `last` of it, a relative path, comes when all others are in place: a caller that takes
-    // its presence for that of the whole never finds a part. False at the first failure.
-    [[nodiscard]] bool moveInto(const std::string& target, const std::string& last) const;
+    // its presence for that of the whole never finds a part. Ends at the first failure.
+    Outcome moveInto(const std::string& target, const std::string& last) const;
 
 private:
     const std::string m_folder;
     const std::string m_content;
-    bool m_made = false;
+    std::error_code m_error; // of its making
 };
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

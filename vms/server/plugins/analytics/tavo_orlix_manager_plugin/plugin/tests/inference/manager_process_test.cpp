@@ -131,10 +131,28 @@ TEST_F(ManagerProcessTest, DecryptsItsModelsForAsLongAsItRuns)
     EXPECT_FALSE(folder.has("m.run"));
     EXPECT_TRUE(folder.has("m"));
 
-    folder.write("m.key", std::string(32, 'x'));
-    start();
-    EXPECT_EQ(ManagerState::Failed, manager.state());
-    EXPECT_NE(std::string::npos, onBoard(board_key::kCouldNotStart).find("decrypt model m for"));
+    const std::string model = folder.read("m");
+    const struct
+    {
+        std::string key;
+        std::string model;
+        const char* why;
+    } cases[] = {
+        {std::string(32, 'x'), model, "The model's file and its key do not belong together."},
+        {std::string(31, 'k'), model, "The model's key is too short."},
+        {key, model.substr(0, 27), "The model's file is too short."},
+    };
+    for (const auto& c : cases)
+    {
+        folder.write("m.key", c.key);
+        folder.write("m", c.model);
+        start();
+        EXPECT_EQ(ManagerState::Failed, manager.state());
+        EXPECT_EQ(
+            std::string("Failed to decrypt model m for Orlix Manager. File could be corrupted. ") +
+                c.why,
+            onBoard(board_key::kCouldNotStart));
+    }
 }
 
 TEST_F(ManagerProcessTest, FailsWithoutItsFiles)

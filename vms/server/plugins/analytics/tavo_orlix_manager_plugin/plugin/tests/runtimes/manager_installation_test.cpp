@@ -1,66 +1,11 @@
-#include "runtimes/manager_installation.h"
+#include "manager_installation_fixture.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
-#include "base/ini.h"
-#include "http_server.h"
-#include "temporary_folder.h"
-#include "utils/command.h"
-#include "utils/platform_names.h"
+#include "incompressible.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
-
-namespace
-{
-
-class ManagerInstallationTest : public testing::Test
-{
-protected:
-    void SetUp() override
-    {
-        m_folder.write("work/kept.txt", "");
-        m_server.handlers.Get(
-            std::string("/apps/orlix_manager-x86_64-") + kArchiveTag + ".tgz",
-            [this](const httplib::Request&, httplib::Response& response)
-            {
-                ++m_requests;
-                response.set_content(m_archive, "application/gzip");
-            });
-        m_server.start();
-        m_storage = m_server.url("/apps");
-        ini().OrlixManagerStorageURL = m_storage.c_str();
-    }
-
-    void TearDown() override { ini().OrlixManagerStorageURL = ""; }
-
-    // An archive as the real tar makes it, of some of the files that belong in it.
-    void makeArchive(bool engine, const char* version)
-    {
-        std::filesystem::remove_all(m_folder.path("content"));
-        m_folder.write(std::string("content/orlix_manager/bin/") + kManagerExecutable, "");
-        if (engine)
-            m_folder.write(std::string("content/orlix_manager/bin/") + kEngineExecutable, "");
-        if (version)
-            m_folder.write("content/orlix_manager/VERSION", version);
-        const std::string file = m_folder.path("archive.tgz");
-        ASSERT_EQ(
-            0,
-            runCommand("tar czf " + file + " -C " + m_folder.path("content") + " orlix_manager")
-                .exitCode);
-        m_archive = m_folder.read("archive.tgz");
-    }
-
-    TemporaryFolder m_folder;
-    const ScopedTempPath m_temporaryFolder{m_folder.path()};
-    std::string m_archive = "no archive";
-    std::atomic<int> m_requests{0};
-    LoopbackHttpServer m_server;
-    MessageBoard m_board;
-    std::string m_storage;
-};
-
-} // namespace
 
 TEST_F(ManagerInstallationTest, installsOnceAndAgainAfterARemoval)
 {
@@ -90,13 +35,9 @@ TEST_F(ManagerInstallationTest, installsOnceAndAgainAfterARemoval)
 
 TEST_F(ManagerInstallationTest, ofACutArchiveNothingCountsAndAnApplicationPutThereDoes)
 {
-    std::string program(300'000, '\0'); // that gzip cannot make small
-    std::uint32_t random = 1;
-    for (char& c : program)
-        c = static_cast<char>((random = random * 1664525 + 1013904223) >> 24);
     makeArchive(/*engine*/ true, "4.6.1");
     // Behind all that is looked for.
-    m_folder.write("content/orlix_manager/lib/engine.so", program);
+    m_folder.write("content/orlix_manager/lib/engine.so", incompressible(300'000));
     ASSERT_EQ(
         0,
         runCommand(
@@ -139,6 +80,12 @@ TEST_F(ManagerInstallationTest, aFailureStaysUntilARemoval)
         ManagerInstallation installation(m_folder.path("work"));
         installation.install(m_board);
         EXPECT_EQ(c.result, installation.managerInstallState());
+        EXPECT_EQ(
+            c.result == ManagerInstallState::installed
+                ? ""
+                : "Failed to install the Orlix Manager. The archive does not hold all that belongs "
+                  "to it.",
+            told());
         m_folder.write(std::string("work/orlix_manager/bin/") + kEngineExecutable, "");
         EXPECT_EQ(c.result, installation.checkInstallation());
         installation.remove();
@@ -149,6 +96,10 @@ TEST_F(ManagerInstallationTest, aFailureStaysUntilARemoval)
     ManagerInstallation broken(m_folder.path("work"));
     broken.install(m_board);
     EXPECT_EQ(ManagerInstallState::failed, broken.managerInstallState());
+    EXPECT_THAT(
+        told(),
+        testing::StartsWith(
+            "Failed to install the Orlix Manager. The archive is damaged or was cut: "));
 
     m_storage = m_server.url("/missing");
     ini().OrlixManagerStorageURL = m_storage.c_str();
@@ -156,7 +107,10 @@ TEST_F(ManagerInstallationTest, aFailureStaysUntilARemoval)
     missing.install(m_board);
     EXPECT_EQ(ManagerInstallState::failed, missing.managerInstallState());
     EXPECT_FALSE(m_folder.has("orlix_manager.tgz"));
-    EXPECT_TRUE(m_board.snapshot().empty());
+    EXPECT_EQ(
+        "Failed to install the Orlix Manager. The server of " + managerArchiveUrl() +
+            " answered with status 404.",
+        told());
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

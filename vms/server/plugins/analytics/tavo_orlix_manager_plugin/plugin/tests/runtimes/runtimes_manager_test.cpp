@@ -1,77 +1,11 @@
-#include "runtimes/runtimes_manager.h"
+#include "runtimes_fixture.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
-#include "base/ini.h"
-#include "http_server.h"
-#include "temporary_folder.h"
-#include "utils/command.h"
-#include "utils/platform_names.h"
+#include "incompressible.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
-
-namespace
-{
-
-constexpr char kCpu[] = "Generic CPU";
-constexpr char kDeepx[] = "DEEPX";
-
-class RuntimesManagerTest : public testing::Test
-{
-protected:
-    void SetUp() override
-    {
-        m_folder.write("bin/other.txt", "");
-        m_folder.write(std::string("package/") + kRuntimeLibrary, "library");
-        ASSERT_EQ(
-            0,
-            runCommand(
-                "tar czf " + m_folder.path("library.tar.gz") + " -C " + m_folder.path("package") +
-                " .")
-                .exitCode);
-        m_package = m_folder.read("library.tar.gz");
-        m_server.handlers.Get(
-            R"(/rt/(CPU|DEEPX)/.*/library.*\.tar\.gz)",
-            [this](const httplib::Request& request, httplib::Response& response)
-            {
-                ++m_requests;
-                m_requested = request.matches[1];
-                response.status = m_status;
-                response.set_content(m_package, "application/gzip");
-            });
-        m_server.start();
-        m_storage = m_server.url("/rt");
-        ini().RuntimesStorageURL = m_storage.c_str();
-        ini().cacheRuntimeArchives = false;
-        // The tools of one accelerator, before those that the machine may have itself.
-        m_folder.writeProgram("tools/dxrt-cli", "print DXRT v3.2.0");
-        for (const char* const tool : {"nvidia-smi", "hailortcli"})
-            m_folder.writeProgram(std::string("tools/") + tool, "exit 1");
-        const test_support::ScopedVariable path(
-            "PATH", test_support::pathWith(m_folder.path("tools")));
-        MessageBoard detection;
-        m_manager.initialise(detection);
-    }
-
-    void TearDown() override
-    {
-        ini().RuntimesStorageURL = "";
-        ini().cacheRuntimeArchives = false;
-    }
-
-    TemporaryFolder m_folder;
-    std::string m_package;
-    int m_status = 200;
-    std::string m_requested; // family
-    std::atomic<int> m_requests{0};
-    LoopbackHttpServer m_server;
-    std::string m_storage;
-    MessageBoard m_board;
-    RuntimesManager m_manager{m_folder.path("bin")};
-};
-
-} // namespace
 
 TEST_F(RuntimesManagerTest, offersTheProcessorAndTheAccelerator)
 {
@@ -139,39 +73,45 @@ TEST_F(RuntimesManagerTest, keepsPackagesWhereTheIniFileSaysSo)
 
 TEST_F(RuntimesManagerTest, failuresAreToldAndTheNextInstallationTakesThemBack)
 {
+    const std::string extraction =
+        "Failed to extract the runtime package. Please ensure you have a stable Internet "
+        "connection and enough free space on your disk. ";
     m_package = "no package";
     m_manager.install(kCpu, m_board, false);
     EXPECT_EQ(RuntimeStatus::installFailed, m_manager.status());
-    auto entries = m_board.snapshot();
-    EXPECT_EQ(1u, entries.size());
-    EXPECT_EQ(1u, entries.count("RUNTIME_EXTRACTION_FAILED"));
+    EXPECT_THAT(told(), testing::StartsWith(extraction + "The archive is damaged or was cut: "));
+    EXPECT_FALSE(m_folder.has("bin/Generic CPU.tar.gz"));
+
+    m_folder.write("package/other.txt", "");
+    makePackage("other.txt");
+    m_manager.install(kCpu, m_board, false);
+    EXPECT_EQ(
+        extraction + "The package does not contain " + std::string(kRuntimeLibrary) + ".", told());
     EXPECT_FALSE(m_folder.has("bin/Generic CPU.tar.gz"));
 
     m_status = 503;
     m_manager.install(kCpu, m_board, false);
     EXPECT_EQ(RuntimeStatus::installFailed, m_manager.status());
-    EXPECT_TRUE(m_board.snapshot().empty());
+    EXPECT_THAT(
+        told(), testing::StartsWith("Failed to download the runtime package. The server of "));
+    EXPECT_THAT(told(), testing::EndsWith(" answered with status 503."));
 
     m_manager.install("NVIDIA", m_board, false); // offered by nobody
     EXPECT_EQ(RuntimeStatus::installFailed, m_manager.status());
-    EXPECT_EQ(2, m_requests);
+    EXPECT_EQ(3, m_requests);
+    m_status = 200;
+    makePackage(".");
+    m_manager.install(kCpu, m_board, false);
+    EXPECT_EQ("", told());
 }
 
 TEST_F(RuntimesManagerTest, ofACutPackageNothingStays)
 {
-    std::string library(300'000, '\0'); // that gzip cannot make small
-    std::uint32_t random = 1;
-    for (char& c : library)
-        c = static_cast<char>((random = random * 1664525 + 1013904223) >> 24);
+    const std::string library = incompressible(300'000);
     m_folder.write(std::string("package/") + kRuntimeLibrary, library);
     m_folder.write("package/lib/new.so", "new");
-    ASSERT_EQ(
-        0,
-        runCommand(
-            "tar czf " + m_folder.path("p.tar.gz") + " -C " + m_folder.path("package") + " lib " +
-            kRuntimeLibrary)
-            .exitCode);
-    const std::string whole = m_folder.read("p.tar.gz");
+    makePackage(std::string("lib ") + kRuntimeLibrary);
+    const std::string whole = m_package;
     const std::string libraryInBin = std::string("bin/") + kRuntimeLibrary;
     m_folder.write(libraryInBin, "old");
     m_folder.write("bin/lib/old.so", "old");

@@ -54,7 +54,7 @@ TEST(FullDisk, AFileThatTheDiskDoesNotTakeIsNotDownloaded)
         { response.set_content(std::string(1 << 20, 'x'), "text/plain"); });
     server.start();
 
-    bool downloaded = true;
+    Outcome downloaded;
     {
         const LimitedFileSize limit(1 << 18);
         downloaded = downloadFile(server.url("/file"), folder.path("file"), board, "KEY", "It");
@@ -64,7 +64,8 @@ TEST(FullDisk, AFileThatTheDiskDoesNotTakeIsNotDownloaded)
     EXPECT_THAT(
         log.text(),
         ::testing::HasSubstr(
-            "Error! Could not write downloaded file: " + folder.path("file") + "\n"));
+            "Error! Gave up the download of " + server.url("/file") + ": " + downloaded.why()));
+    EXPECT_EQ(folder.path("file") + ": File too large.", downloaded.why());
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix
