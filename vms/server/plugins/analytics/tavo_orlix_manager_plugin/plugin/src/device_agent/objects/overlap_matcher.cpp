@@ -25,28 +25,25 @@ std::span<const std::uint32_t> OverlapMatcher::match(
     m_result.assign(detections.size(), kNoTrack);
     if (detections.empty() || tracks.empty())
         return m_result;
-    if (tracks.size() <= TrackGrid::kMaxTracks)
-        scorePairs(m_grid, budget);
-    else
-        scorePairs(m_index, budget);
+    scorePairs(budget);
     assign();
     return m_result;
 }
 
-void OverlapMatcher::scorePairs(auto& index, MatchingBudget& budget)
+void OverlapMatcher::scorePairs(MatchingBudget& budget)
 {
-    index.build(m_tracks);
+    m_grid.build(m_tracks);
     m_ranges.clear();
     std::size_t pairsEnd = 0;
     for (std::uint32_t i = 0; i < m_detections.size(); ++i)
     {
         const TrackedObject& detection = m_detections[i];
         if (i == 0 || detection.timestampUs != m_detections[i - 1].timestampUs)
-            index.setTime(detection.timestampUs);
+            m_grid.setTime(detection.timestampUs);
         PairRange range;
         range.begin = pairsEnd;
-        range.end = index.findOverlapping(detection.box, m_pairs, pairsEnd);
-        if (range.end > budget.pairs || index.comparisons() > budget.comparisons)
+        range.end = m_grid.findOverlapping(detection.box, m_pairs, pairsEnd);
+        if (range.end > budget.pairs || m_grid.comparisons() > budget.comparisons)
         {
             m_result.resize(i);
             budget = {0, 0, /*isUsedUp*/ true};
@@ -58,7 +55,7 @@ void OverlapMatcher::scorePairs(auto& index, MatchingBudget& budget)
         m_ranges.push_back(range);
     }
     budget.pairs -= pairsEnd;
-    budget.comparisons -= index.comparisons();
+    budget.comparisons -= m_grid.comparisons();
 }
 
 void OverlapMatcher::assign()

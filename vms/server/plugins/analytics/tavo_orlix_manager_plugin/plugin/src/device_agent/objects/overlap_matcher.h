@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "device_agent/objects/track_grid.h"
-#include "device_agent/objects/track_index.h"
 #include "device_agent/objects/tracked_object.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -56,7 +55,7 @@ private:
         std::uint32_t looks = 0; // since the first
     };
 
-    void scorePairs(auto& index, MatchingBudget& budget);
+    void scorePairs(MatchingBudget& budget);
     void assign();
 
     // The best pair of a detection whose track is to be had.
@@ -71,7 +70,6 @@ private:
     std::span<const TrackedObject> m_detections; // of this call, as m_tracks
     std::span<const TrackedObject> m_tracks;
     TrackGrid m_grid;
-    TrackIndex m_index; // where the tracks are too many for the grid
     std::vector<Scored> m_pairs; // by track
     std::vector<PairRange> m_ranges; // by detection
     std::vector<Scored> m_holders; // by track: the detection that has it, none at first

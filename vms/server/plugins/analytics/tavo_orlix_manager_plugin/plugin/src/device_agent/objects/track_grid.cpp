@@ -10,34 +10,75 @@
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
+namespace
+{
+
+constexpr std::size_t kUnsorted = 256; // so few tracks are looked through sooner than sorted
+constexpr std::size_t kSampleSize = 64;
+
+} // namespace
+
 void TrackGrid::build(std::span<const TrackedObject> tracks)
 {
     m_tracks = tracks;
     m_comparisons = 0;
-    choosePlaces();
+    fillPlaces();
+    sortPlaces();
+    chooseStrips();
     markStrips();
 }
 
-std::span<TrackGrid::WordStrips> TrackGrid::words()
+void TrackGrid::fillPlaces()
 {
-    return std::span(m_words).first((m_tracks.size() + kWordTracks - 1) / kWordTracks);
+    m_places.clear();
+    for (std::uint32_t i = 0; i < m_tracks.size(); ++i)
+    {
+        const ResultBox& box = m_tracks[i].box;
+        if (hasArea(box))
+            m_places.push_back({box, areaOf(box), 0, i});
+    }
 }
 
-// The strips cut what lies between the outermost boxes.
-void TrackGrid::choosePlaces()
+void TrackGrid::sortPlaces()
+{
+    m_begins.clear();
+    m_ends.clear();
+    if (m_places.size() <= kUnsorted)
+        return;
+    std::sort(
+        m_places.begin(), m_places.end(),
+        [](const Place& a, const Place& b) { return a.box.x1 < b.box.x1; });
+    for (std::size_t i = 0; i < m_places.size(); ++i)
+    {
+        if (i % kWordPlaces == 0)
+        {
+            m_begins.push_back(m_places[i].box.x1);
+            m_ends.push_back(m_places[i].box.x2);
+        }
+        m_ends.back() = std::max(m_ends.back(), m_places[i].box.x2);
+    }
+}
+
+// The strips cut what lies between the outermost boxes. Of many tracks, which their order tells
+// apart from left to right, most lie between these from top to bottom: one far away is not to make
+// all strips too wide.
+void TrackGrid::chooseStrips()
 {
     Lanes lowest = allLanes(std::numeric_limits<float>::max());
     Lanes highest = -lowest;
-    for (std::size_t i = 0; i < m_tracks.size(); ++i)
+    for (const Place& place : m_places)
     {
-        const ResultBox& box = m_tracks[i].box;
-        const bool isBox = hasArea(box);
-        m_places[i].box = box;
-        m_places[i].area = isBox ? areaOf(box) : 0;
-        if (!isBox)
-            continue;
-        lowest = least(lowest, std::bit_cast<Lanes>(box));
-        highest = greatest(highest, std::bit_cast<Lanes>(box));
+        lowest = least(lowest, std::bit_cast<Lanes>(place.box));
+        highest = greatest(highest, std::bit_cast<Lanes>(place.box));
+    }
+    if (!m_begins.empty())
+    {
+        std::array<float, kSampleSize> tops{};
+        for (std::size_t i = 0; i < kSampleSize; ++i)
+            tops[i] = m_places[i * m_places.size() / kSampleSize].box.y1;
+        std::sort(tops.begin(), tops.end());
+        lowest[1] = tops[kSampleSize / 16];
+        highest[3] = tops[kSampleSize - 1 - kSampleSize / 16];
     }
     const auto scaleOf = [](float size)
     { return std::isfinite(size) ? static_cast<float>(kStrips) / size : 0.0f; };
@@ -49,21 +90,18 @@ void TrackGrid::choosePlaces()
 
 void TrackGrid::markStrips()
 {
-    for (WordStrips& word : words())
-        word = {};
-    for (std::size_t i = 0; i < m_tracks.size(); ++i)
+    m_words.assign((m_places.size() + kWordPlaces - 1) / kWordPlaces, {});
+    for (std::size_t i = 0; i < m_places.size(); ++i)
     {
-        if (m_places[i].area == 0)
-            continue;
         const LaneBits strips = stripsOf(m_places[i].box);
-        WordStrips& word = m_words[i / kWordTracks];
-        const Word bit = Word{1} << i % kWordTracks;
+        Word& word = m_words[i / kWordPlaces];
+        const Bits bit = Bits{1} << i % kWordPlaces;
         word.beginningX[static_cast<std::size_t>(strips[0])] |= bit;
         word.beginningY[static_cast<std::size_t>(strips[1])] |= bit;
         word.endingX[static_cast<std::size_t>(strips[2])] |= bit;
         word.endingY[static_cast<std::size_t>(strips[3])] |= bit;
     }
-    for (WordStrips& word : words())
+    for (Word& word : m_words)
     {
         for (std::size_t i = 1; i < kStrips; ++i)
         {
@@ -77,8 +115,8 @@ void TrackGrid::markStrips()
 
 void TrackGrid::setTime(std::uint64_t timestampUs)
 {
-    for (std::size_t i = 0; i < m_tracks.size(); ++i)
-        m_places[i].age = ageOf(m_tracks[i], timestampUs);
+    for (Place& place : m_places)
+        place.age = ageOf(m_tracks[place.track], timestampUs);
 }
 
 // Of x1, y1, x2 and y2. Whatever the scale, even 0 or infinite: of two numbers the greater one
@@ -96,8 +134,16 @@ std::size_t TrackGrid::findOverlapping(
 {
     if (!hasArea(box))
         return begin;
-    if (found.size() < begin + m_tracks.size() + 1)
-        found.resize(2 * (begin + kMaxTracks));
+    std::size_t last = m_words.size();
+    const bool isSorted = !m_begins.empty();
+    if (isSorted)
+    {
+        last = static_cast<std::size_t>(
+            std::lower_bound(m_begins.begin(), m_begins.end(), box.x2) - m_begins.begin());
+    }
+    const std::size_t room = begin + last * kWordPlaces + 1;
+    if (found.size() < room)
+        found.resize(2 * room);
     Scored* end = found.data() + begin;
     const float area = areaOf(box);
     const LaneBits strips = stripsOf(box);
@@ -105,26 +151,30 @@ std::size_t TrackGrid::findOverlapping(
     const auto y1 = static_cast<std::size_t>(strips[1]);
     const auto x2 = static_cast<std::size_t>(strips[2]);
     const auto y2 = static_cast<std::size_t>(strips[3]);
-    std::uint32_t firstTrack = 0;
-    for (const WordStrips& word : words())
+    for (std::size_t i = 0; i < last; ++i)
     {
-        Word near = word.beginningX[x2] & word.endingX[x1] & word.beginningY[y2] & word.endingY[y1];
+        if (isSorted)
+        {
+            if (m_ends[i] <= box.x1)
+                continue;
+            ++m_comparisons;
+        }
+        const Word& word = m_words[i];
+        Bits near = word.beginningX[x2] & word.endingX[x1] & word.beginningY[y2] & word.endingY[y1];
         for (; near != 0; near &= near - 1)
         {
-            const std::uint32_t track =
-                firstTrack + static_cast<std::uint32_t>(std::countr_zero(near));
-            const Place& place = m_places[track];
+            const Place& place =
+                m_places[i * kWordPlaces + static_cast<std::size_t>(std::countr_zero(near))];
             const float width = std::min(box.x2, place.box.x2) - std::max(box.x1, place.box.x1);
             const float height = std::min(box.y2, place.box.y2) - std::max(box.y1, place.box.y1);
             const float intersection = width * height;
             const float score = intersection / (area + place.area - intersection) / place.age;
             // Whether it does overlap is no pattern that a processor could foresee: all are
             // written, and only those that do are stepped over.
-            *end = {std::bit_cast<std::uint32_t>(score), track};
+            *end = {std::bit_cast<std::uint32_t>(score), place.track};
             end += (width > 0) & (height > 0) & (score > 0);
             ++m_comparisons;
         }
-        firstTrack += kWordTracks;
     }
     return static_cast<std::size_t>(end - found.data());
 }

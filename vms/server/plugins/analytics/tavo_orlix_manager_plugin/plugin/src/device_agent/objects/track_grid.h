@@ -13,40 +13,48 @@
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
-// Finds those of a few tracks that a box overlaps, as TrackIndex does. The picture is cut into
+// Finds the tracks that a box overlaps without looking at all of them. The picture is cut into
 // strips, across and down; for each strip a bit for each track says whether the track's box begins
 // there or before, or ends there or behind. Four such lookups leave hardly more than the tracks
-// sought, with nothing sorted and few decisions. Memory is kept from call to call. Not
-// synchronised.
+// sought, with few decisions. 64 tracks stand in one word; where they fill many words they are
+// sorted by their left edge, so that a box looks at the words around its place alone. Memory is
+// kept from call to call. Not synchronised.
 class TrackGrid
 {
 public:
-    // The work of each box grows with the tracks.
-    static constexpr std::size_t kMaxTracks = 256;
-
-    // `tracks`, no more than kMaxTracks, stay as they are until the next call.
+    // `tracks` stay as they are until the next call.
     void build(std::span<const TrackedObject> tracks);
 
-    // As those of TrackIndex.
+    // The time that scores are reckoned at until the next call: the age of a track is its distance
+    // from this. To be called after build.
     void setTime(std::uint64_t timestampUs);
+
+    // Writes the tracks that `box` scores above 0 with, in no order, from `begin` on and gives
+    // their end; makes room for them. A score is the overlap (intersection over union) divided by
+    // the track's age in microseconds. Boxes without an area, or with one that is no number,
+    // overlap nothing.
     [[nodiscard]] std::size_t findOverlapping(
         const ResultBox& box, std::vector<Scored>& found, std::size_t begin);
+
+    // Comparisons of two boxes, and looks at a word, since the last build: what the search has
+    // cost.
     [[nodiscard]] std::size_t comparisons() const { return m_comparisons; }
 
 private:
     struct Place
     {
         ResultBox box;
-        float area; // 0 of a box that overlaps nothing
+        float area;
         float age; // microseconds
+        std::uint32_t track;
     };
 
-    using Word = std::uint64_t; // a bit for each of so many tracks
-    static constexpr std::size_t kWordTracks = 64;
+    using Bits = std::uint64_t; // one for each of so many places
+    static constexpr std::size_t kWordPlaces = 64;
     static constexpr std::size_t kStrips = 32;
-    using Strips = std::array<Word, kStrips>;
+    using Strips = std::array<Bits, kStrips>;
 
-    struct WordStrips
+    struct Word
     {
         Strips beginningX; // by a strip: which tracks begin there or before
         Strips beginningY;
@@ -54,16 +62,20 @@ private:
         Strips endingY;
     };
 
-    void choosePlaces();
+    void fillPlaces();
+    void sortPlaces();
+    void chooseStrips();
     void markStrips();
     [[nodiscard]] LaneBits stripsOf(const ResultBox& box) const;
-    [[nodiscard]] std::span<WordStrips> words();
 
     std::span<const TrackedObject> m_tracks;
-    std::array<Place, kMaxTracks> m_places{}; // by track
+    std::vector<Place> m_places; // of the tracks that have an area
+    std::vector<Word> m_words;
     Lanes m_origin{}; // of x, y, x and y
     Lanes m_scale{}; // strips a pixel; the same
-    std::array<WordStrips, kMaxTracks / kWordTracks> m_words{};
+    // By word, where the places are sorted: the first left edge, and the furthest right edge.
+    std::vector<float> m_begins;
+    std::vector<float> m_ends;
     std::size_t m_comparisons = 0;
 };
 

@@ -99,7 +99,7 @@ TEST(Tracker, FollowsAsThePlainWayDoes)
     }
 }
 
-// As many boxes in the same density: the work of each stays the same.
+// As many boxes in the same density: the work of each stays the same, also with one box far away.
 TEST(Tracker, WorkGrowsWithTheNumberOfBoxes)
 {
     for (const std::size_t count : {1'000u, 4'000u, 16'000u})
@@ -109,7 +109,7 @@ TEST(Tracker, WorkGrowsWithTheNumberOfBoxes)
         std::uniform_real_distribution<float> anywhere(0, 1000);
         const auto result = [&](std::uint64_t timestampUs)
         {
-            Objects detections;
+            Objects detections = {object({1e9f, 1e9f, 1.1e9f, 1.1e9f}, timestampUs)};
             while (detections.size() < count)
             {
                 const float x = anywhere(random);
