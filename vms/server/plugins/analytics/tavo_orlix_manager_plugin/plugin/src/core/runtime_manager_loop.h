@@ -69,6 +69,7 @@ private:
     struct State
     {
         bool firstPass = true;
+        bool isServerConfigured = false; // told of this installation, or reset
         AssignedModels assignedModels; // as of the list that was applied last
         std::string lastDevicesParameters; // as they were last applied, whole
         bool isRestartDue = false; // of the manager application, for what was applied meanwhile

@@ -20,30 +20,32 @@ namespace tavo::vms_server_plugins::analytics::orlix
 bool RuntimeManagerLoop::connectToCloud()
 {
     std::atomic<int>& state = m_services.cloudConnectionState;
-    if (state == kCloudConnected)
-        return true;
-    log_rarely("", "Checking cloud connection\n");
-    checkCloudConnection(state, m_services.utilityProvider());
     if (state != kCloudConnected)
     {
-        log_rarely("", "Server/Site not connected to cloud.\n");
-        return false;
+        log_rarely("", "Checking cloud connection\n");
+        checkCloudConnection(state, m_services.utilityProvider());
+        if (state != kCloudConnected)
+        {
+            log_rarely("", "Server/Site not connected to cloud.\n");
+            return false;
+        }
     }
-    return configureServer();
+    return m_state.isServerConfigured || configureServer();
 }
 
 bool RuntimeManagerLoop::configureServer()
 {
     const JsonDocument document = getServerParameters(m_services.utilityProvider());
-    // An error that the host answers is no record of a server that is new to us.
-    if (!document || jsonMember(yyjson_doc_get_root(document.get()), "error"))
+    yyjson_val* const server = yyjson_doc_get_root(document.get());
+    // Any other answer is no record of a server that is new to us.
+    if (!yyjson_is_obj(server) || jsonMember(server, "error"))
     {
         log_warning("", "Error: Failed to get server parameters from API.\n");
         return false;
     }
-    yyjson_val* const server = yyjson_doc_get_root(document.get());
     const bool firstTime = !pluginParameters(server);
     patchServerParameters();
+    m_state.isServerConfigured = true;
     if (firstTime)
     {
         log_info(

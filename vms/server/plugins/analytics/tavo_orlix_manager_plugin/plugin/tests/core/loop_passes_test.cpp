@@ -127,10 +127,6 @@ TEST_F(ServiceLadder, OnlyAnotherSiteResetsTheDevices)
         {R"({"parameters":{"tavoAI":[]}})", "site-1", kUnsaved, ""},
         {R"({"parameters":{"tavoAI":{"siteID":"site-0"}}})", std::nullopt,
          "Could not get the server cloud ID.\n", ""},
-        {"<html>Bad gateway</html>", "site-1", "Error: Failed to get server parameters from API.\n",
-         ""},
-        {R"({"error":"401","errorString":"Unauthorized"})", "site-1",
-         "Error: Failed to get server parameters from API.\n", ""},
         {R"({"parameters":[]})", "site-1", "First time server is being configured.", "fresh"}};
     setDeviceRecords(kDevices);
     for (const auto& c : kCases)
@@ -146,6 +142,31 @@ TEST_F(ServiceLadder, OnlyAnotherSiteResetsTheDevices)
             c.reset.empty() ? std::vector<std::string>{} : std::vector{resetOf(c.reset)};
         EXPECT_EQ(expected, m_cloud.takeResets());
     }
+}
+
+// Until there is one nobody is reset, and what the server is to know is not lost.
+TEST_F(ServiceLadder, AnAnswerThatIsNoRecordIsAskedForAgain)
+{
+    setDeviceRecords(kDevices);
+    int asked = 0;
+    for (const char* const answer :
+         {"<html>Bad gateway</html>", R"({"error":"401","errorString":"Unauthorized"})", "[]", "7",
+          "null"})
+    {
+        SCOPED_TRACE(answer);
+        setServerRecord(answer);
+        EXPECT_EQ(PassEnd::cutShort, pass());
+        EXPECT_EQ(++asked, logged("Error: Failed to get server parameters from API.\n"));
+        EXPECT_EQ(0, logged("Checking installation\n"));
+    }
+    EXPECT_THAT(takeServerPatches(), IsEmpty());
+    EXPECT_THAT(m_cloud.takeResets(), IsEmpty());
+    setServerRecord(R"({"parameters":{"tavoAI":{"siteID":"site-1"}}})");
+    pass();
+    EXPECT_EQ(2u, takeServerPatches().size());
+    pass(); // once
+    EXPECT_THAT(takeServerPatches(), IsEmpty());
+    EXPECT_THAT(m_cloud.takeResets(), IsEmpty());
 }
 
 TEST_F(ServiceLadder, AFailedInstallationIsClearedOnDemand)
