@@ -92,9 +92,17 @@ bool RuntimeManagerLoop::applyDevicesIfChanged(Pass& pass)
     // Nothing is applied until all is: what ends this pass half way has the next one do it again.
     m_state.lastDevicesParameters.clear();
     const std::string mimeType = runtimes.getMimeType(runtimes.getInstalledRuntimeName());
-    m_state.isRestartDue |= applyDevicesParameters(
+    applyDevicesParameters(
         yyjson_doc_get_root(document.get()), mimeType, runtimes.runtimeChanged());
     runtimes.clearRuntimeChanged();
+    if (m_services.managerInterface.settingsAreWritten())
+        m_state.lastDevicesParameters = std::move(pass.devicesParameters);
+    return true;
+}
+
+// What is due stays so until it was done, also when a pass ends between these steps.
+bool RuntimeManagerLoop::restartIfDue(const Pass& pass)
+{
     if (m_state.isRestartDue && pass.managerStatus == ManagerState::Running)
     {
         log_info("Settings change detected. Restarting runtime\n");
@@ -102,8 +110,6 @@ bool RuntimeManagerLoop::applyDevicesIfChanged(Pass& pass)
         startManager();
     }
     m_state.isRestartDue = false;
-    if (m_services.managerInterface.settingsAreWritten())
-        m_state.lastDevicesParameters = std::move(pass.devicesParameters);
     return true;
 }
 
@@ -123,13 +129,12 @@ bool RuntimeManagerLoop::configureAgents(yyjson_val* device, std::string_view de
     return isThere;
 }
 
-// True when something changed that needs a restart of the manager application.
-bool RuntimeManagerLoop::applyDevicesParameters(
+void RuntimeManagerLoop::applyDevicesParameters(
     yyjson_val* devices, const std::string& mimeType, bool runtimeChanged)
 {
     ModelCollector models(
         m_state.assignedModels, m_services.modelManager, mimeType,
-        [this] { return cloudAuthToken(m_services.utilityProvider()); });
+        [this] { return cloudAuthToken(m_services.utilityProvider()); }, m_state.isRestartDue);
 
     yyjson_arr_iter deviceIterator = yyjson_arr_iter_with(devices);
     while (yyjson_val* const device = yyjson_arr_iter_next(&deviceIterator))
@@ -153,10 +158,11 @@ bool RuntimeManagerLoop::applyDevicesParameters(
         while (yyjson_val* const model = yyjson_arr_iter_next(&modelIterator))
             models.add(model);
     }
-    const bool downloaded = models.downloaded();
-    const bool rewritten = m_services.managerInterface.updateSettings(
-        models.takeList(), m_state.assignedModels, runtimeChanged);
-    return downloaded || rewritten;
+    if (m_services.managerInterface.updateSettings(
+            models.takeList(), m_state.assignedModels, runtimeChanged))
+    {
+        m_state.isRestartDue = true;
+    }
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -13,11 +13,12 @@ namespace tavo::vms_server_plugins::analytics::orlix
 
 ModelCollector::ModelCollector(
     AssignedModels& models, ModelManager& modelManager, const std::string& mimeType,
-    CloudToken cloudToken) :
+    CloudToken cloudToken, bool& downloaded) :
     m_models(models),
     m_modelManager(modelManager),
     m_mimeType(mimeType),
-    m_cloudToken(std::move(cloudToken))
+    m_cloudToken(std::move(cloudToken)),
+    m_downloaded(downloaded)
 {
     m_models.clear();
     yyjson_mut_doc_set_root(m_list.get(), yyjson_mut_arr(m_list.get()));

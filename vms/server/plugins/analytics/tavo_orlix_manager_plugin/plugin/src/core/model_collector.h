@@ -21,16 +21,14 @@ class ModelCollector
 public:
     using CloudToken = std::function<std::string()>; // asked anew for each model
 
-    // Empties `models` and fills it. All arguments but the last outlive the collector.
+    // Empties `models` and fills it; sets `downloaded` at once when a new file has come. All but
+    // the token outlive the collector.
     ModelCollector(
         AssignedModels& models, ModelManager& modelManager, const std::string& mimeType,
-        CloudToken cloudToken);
+        CloudToken cloudToken, bool& downloaded);
 
     // Takes the next model object of a device. Blocks for a download that is due.
     void add(yyjson_val* model);
-
-    // Whether a new file came.
-    [[nodiscard]] bool downloaded() const { return m_downloaded; }
 
     // The array for the settings file: the model objects with what the manager application needs
     // besides. To be called once, at the end.
@@ -45,7 +43,7 @@ private:
     const CloudToken m_cloudToken;
     MutableJsonDocument m_list = newJsonDocument();
     std::set<std::string> m_incompatible; // ids of the models that were told of
-    bool m_downloaded = false;
+    bool& m_downloaded;
 };
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

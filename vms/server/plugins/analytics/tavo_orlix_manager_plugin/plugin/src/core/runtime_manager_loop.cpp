@@ -94,6 +94,7 @@ RuntimeManagerLoop::PassEnd RuntimeManagerLoop::runPass()
         && serveRetry(pass) // 11
         && fetchDevices(pass) // 12
         && applyDevicesIfChanged(pass) // 13
+        && restartIfDue(pass) // 13
         && walkAgents(pass) // 14
         && startOrStopManager(pass); // 15, 16
     return complete ? PassEnd::complete : PassEnd::cutShort;

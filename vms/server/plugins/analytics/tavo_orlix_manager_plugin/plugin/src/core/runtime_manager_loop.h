@@ -99,6 +99,7 @@ private:
     bool serveRetry(Pass& pass);
     bool fetchDevices(Pass& pass);
     bool applyDevicesIfChanged(Pass& pass);
+    bool restartIfDue(const Pass& pass); // of 13, too
     bool walkAgents(Pass& pass);
     bool startOrStopManager(const Pass& pass);
 
@@ -116,7 +117,7 @@ private:
     void installRuntime(const std::string& name);
     bool configureAgents(yyjson_val* device, std::string_view deviceId) const;
     [[nodiscard]] bool anyAgentIsActive() const;
-    bool applyDevicesParameters(
+    void applyDevicesParameters(
         yyjson_val* devices, const std::string& mimeType, bool runtimeChanged);
     void startManager();
     void stopManager();

@@ -79,7 +79,7 @@ void keepLogsOfCrash(const std::string& rootFolder)
 
 bool OrlixManagerInterface::mayStart() const
 {
-    return m_startCount == 0 || ini().restartOrlixManagerOnCrash;
+    return !m_hasCrashed || ini().restartOrlixManagerOnCrash;
 }
 
 void OrlixManagerInterface::start(
@@ -194,6 +194,7 @@ void OrlixManagerInterface::stop(const AssignedModels& assignedModels)
         return;
     log_info("Stopping Orlix Manager.\n");
     m_startCount = 0;
+    m_hasCrashed = false;
     sendStop();
     m_state = ManagerState::Stopping;
     log_info("Waiting for Orlix Manager to stop.\n");
@@ -259,6 +260,7 @@ void OrlixManagerInterface::forgetCrash(const UtilityProviderPtr& provider)
 
 void OrlixManagerInterface::reportCrash(int exitCode)
 {
+    m_hasCrashed = true;
     const std::string lastWords = pipe_read_text(m_stderrPipe).value_or(std::string());
     log_info(
         "Detected Orlix Manager crash Exit status: %d Error: \n%s\n", exitCode, lastWords.c_str());

@@ -121,6 +121,7 @@ private:
     const std::stop_token m_stop;
     std::atomic<ManagerState> m_state{ManagerState::Stopped};
     std::uint64_t m_startCount = 0;
+    bool m_hasCrashed = false; // since the last deliberate stop
     std::set<std::string> m_decryptedCopies; // paths; deleted by the job too, if this dies
     std::uint64_t m_startTimeMs = 0; // wall clock of the last successful start
     ModelStamps m_changeTable; // as of the last write of the settings file

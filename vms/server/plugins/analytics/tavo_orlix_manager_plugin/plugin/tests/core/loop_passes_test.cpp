@@ -3,10 +3,17 @@
 #include "core/runtime_manager_loop.h"
 
 #include <filesystem>
+#include <functional>
 #include <optional>
+#include <stdexcept>
+
+#include <tavo/sdk/helpers/string_map.h>
 
 #include "../inference/module_peer.h"
+#include "bare_services.h"
+#include "device_agent/device_agent.h"
 #include "engine_fixture.h"
+#include "models/orlix_crypto.h"
 #include "remote/cloud_client.h"
 #include "utils/log.h"
 
@@ -39,7 +46,11 @@ protected:
         m_requests.reset();
         m_services.emplace(
             m_folder.path("home/tavo_orlix_manager"),
-            [this] { return sdk::Ptr<sdk::IUtilityProvider>(sdk::addRefToPtr(m_host.get())); });
+            [this]
+            {
+                m_whenHostIsUsed();
+                return sdk::Ptr<sdk::IUtilityProvider>(sdk::addRefToPtr(m_host.get()));
+            });
         m_requests.emplace(board());
         detectAccelerator();
         m_loop.emplace(services(), requests(), std::chrono::milliseconds(0));
@@ -53,6 +64,8 @@ protected:
     {
         return m_services->managerInstallation.managerInstallState();
     }
+
+    std::function<void()> m_whenHostIsUsed = [] {};
 
     // Of a device that the cloud has configured, and of one that it has not.
     const std::string kDevices =
@@ -365,6 +378,96 @@ TEST_F(DeviceParameters, DevicesOfTheWrongKindHarmNobody)
         EXPECT_EQ(PassEnd::complete, pass());
         EXPECT_EQ(c.resets, m_cloud.takeResets().size());
     }
+}
+
+// The machine is in service for one camera that is switched on, and has two models.
+class CameraInService : public DeviceParameters
+{
+protected:
+    CameraInService()
+    {
+        m_folder.write("model", kBody);
+        m_digest = "md5=" + base64Encode(fileMd5(m_folder.path("model")).value());
+        m_storage.handlers.Get(
+            "/.*",
+            [this](const httplib::Request& request, httplib::Response& response)
+            {
+                response.set_header("Content-Digest", m_digest);
+                response.set_content(kBody, "application/octet-stream");
+                if (request.path == "/a")
+                    ++m_downloadsOfA;
+            });
+        m_storage.start();
+        m_folder.writeProgram(kBin + kManagerExecutable, "wait-for end\nremove end");
+        m_application.replyBy(
+            [this]
+            {
+                m_folder.write(kBin + "end", "");
+                return std::string();
+            });
+        EXPECT_TRUE(services().socketClaim.wait(services().pluginSocketPath, {}, [] {}));
+        m_agentServices.provider = sdk::addRefToPtr<sdk::IUtilityProvider>(m_host.get());
+        const auto device = sdk::makePtr<FakeDevice>(kDevice);
+        const std::size_t index = services().deviceAgents.reserve(kDevice);
+        m_agent = sdk::makePtr<DeviceAgent>(device.get(), index, &m_agentServices, m_folder.path());
+        services().deviceAgents.add(index, m_agent.get());
+        const std::map<std::string, std::string> settings = {{"deviceActiveSwitch", "true"}};
+        const sdk::Ptr<const sdk::ISettingsResponse> response(
+            m_agent->setSettings(sdk::makePtr<sdk::StringMap>(settings).get()).value);
+    }
+
+    ~CameraInService() override
+    {
+        services().managerInterface.stop({});
+        services().deviceAgents.remove(0);
+    }
+
+    // The change stamp of the file that the cloud has for the first model.
+    void setModels(const std::string& stampOfA)
+    {
+        const auto model = [this](const std::string& name, const std::string& stamp)
+        {
+            return R"({"UUID":")" + name + R"(","Name":"Net )" + name +
+                R"(","Downloads":[{"RuntimeArchitecture":"application/x-onnx","Size":)" +
+                std::to_string(kBody.size()) + R"(,"LastModified":")" + stamp + R"(","Url":")" +
+                m_storage.url("/" + name) + R"("}]})";
+        };
+        setDeviceRecords(
+            R"([{"id":")" + kDevice +
+            R"(","parameters":{"tavoAI":{"deviceAdmin":"a","pipelines":[],"models":[)" +
+            model("a", stampOfA) + "," + model("b", "2026-11-03T10:00:00") + "]}}}]");
+    }
+
+    ManagerState state() { return services().managerInterface.state(); }
+
+    const std::string kBody = "weights";
+    const std::string kDevice = "00010203-0405-0607-0809-0a0b0c0d0e0f";
+    const std::string kCache = kWorking + "orlix_manager/cache/unencrypted/";
+    std::string m_digest;
+    std::atomic<int> m_downloadsOfA{0};
+    LoopbackHttpServer m_storage;
+    test::ModulePeer m_application{m_folder.path()}; // that passes the command to stop on
+    BareServices m_agentServices{m_folder.path()};
+    sdk::Ptr<DeviceAgent> m_agent;
+};
+
+TEST_F(CameraInService, ARestartThatIsDueOutlivesAPassThatThrows)
+{
+    setModels("2026-11-03T10:00:00");
+    EXPECT_EQ(PassEnd::complete, pass());
+    ASSERT_EQ(ManagerState::Running, state());
+    m_whenHostIsUsed = [this] // for the second model, when the first has come
+    {
+        if (m_downloadsOfA == 2)
+            throw std::runtime_error("host");
+    };
+    setModels("2026-11-04T10:00:00");
+    EXPECT_THROW(pass(), std::runtime_error);
+    m_whenHostIsUsed = [] {};
+    EXPECT_EQ(PassEnd::complete, pass());
+    EXPECT_EQ(2, m_downloadsOfA);
+    EXPECT_EQ(1, logged("Settings change detected. Restarting runtime\n"));
+    EXPECT_EQ(ManagerState::Running, state());
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -20,7 +20,8 @@ protected:
     std::string collect(const std::string& models)
     {
         ModelCollector collector(
-            m_models, m_manager, m_mimeType, [this] { return ++m_tokensAsked, "token"; });
+            m_models, m_manager, m_mimeType, [this] { return ++m_tokensAsked, "token"; },
+            m_downloaded);
         const JsonDocument document = parseJson(models);
         yyjson_arr_iter iterator = yyjson_arr_iter_with(yyjson_doc_get_root(document.get()));
         while (yyjson_val* const model = yyjson_arr_iter_next(&iterator))
@@ -45,6 +46,7 @@ protected:
     const std::string m_mimeType = "application/x-onnx";
     AssignedModels m_models{{"old", {}}};
     int m_tokensAsked = 0;
+    bool m_downloaded = false;
 };
 
 TEST_F(ModelCollection, AModelOfSeveralDevicesIsTakenOnce)

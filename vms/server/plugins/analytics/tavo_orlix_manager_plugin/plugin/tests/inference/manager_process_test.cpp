@@ -19,7 +19,11 @@ class ManagerProcessTest : public test::ManagerFixture
 {
 protected:
     ManagerProcessTest() { std::filesystem::create_directories(folder.path("orlix_manager/etc")); }
-    ~ManagerProcessTest() override { manager.stop(models); }
+    ~ManagerProcessTest() override
+    {
+        manager.stop(models);
+        ini().restartOrlixManagerOnCrash = true;
+    }
 
     void install(const std::string& steps)
     {
@@ -155,8 +159,10 @@ TEST_F(ManagerProcessTest, DecryptsItsModelsForAsLongAsItRuns)
     }
 }
 
+// Which is no crash: the next try is made, whatever the ini file says of those.
 TEST_F(ManagerProcessTest, FailsWithoutItsFiles)
 {
+    ini().restartOrlixManagerOnCrash = false;
     models["m"] = {"m", "", "", folder.path("m"), folder.path("m.key"), folder.path("m.run"), true};
     start();
     EXPECT_NE(std::string::npos, onBoard(board_key::kCouldNotStart).find("file missing for m."));
@@ -169,6 +175,7 @@ TEST_F(ManagerProcessTest, FailsWithoutItsFiles)
     install(kEndsWhenTold);
     start();
     EXPECT_EQ("", onBoard(board_key::kCouldNotStart));
+    EXPECT_EQ(ManagerState::Running, manager.state());
     folder.write("orlix_manager/bin/end", "");
 }
 
