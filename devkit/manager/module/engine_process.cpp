@@ -57,10 +57,11 @@ EngineProcess::~EngineProcess()
         return;
     if (m_stream && m_stream->send(CommandMessage{protocol::Command::stop}))
     {
-        const int exitCode = orlix::process_wait(m_process, kStopSeconds);
+        const orlix::ExitCode exitCode = orlix::process_wait(m_process, kStopSeconds);
         if (exitCode != orlix::kProcessWaitTimeout)
         {
-            orlix::log_info("The engine has stopped with exit code %d\n", exitCode);
+            orlix::log_info(
+                "The engine has stopped with exit code %lld\n", static_cast<long long>(exitCode));
             return;
         }
     }

@@ -43,7 +43,7 @@ private:
     vms_server_plugins::analytics::orlix::PipeEnd m_errorPipe;
     vms_server_plugins::analytics::orlix::ProcessRecord m_process;
     std::optional<MessageStream> m_stream;
-    int m_exitCode = 0;
+    vms_server_plugins::analytics::orlix::ExitCode m_exitCode = 0;
     bool m_hasEnded = false;
 };
 

@@ -162,7 +162,7 @@ void InstalledApplication::start()
 
 int InstalledApplication::waitForEnd()
 {
-    return orlix::process_wait(m_process, 30);
+    return static_cast<int>(orlix::process_wait(m_process, 30));
 }
 
 std::vector<std::uint32_t> InstalledApplication::pidsOf(const std::string& program) const

@@ -59,7 +59,7 @@ bool isKnown(const ProcessRecord& record)
 }
 
 // Gives the exit code of a process that has ended.
-int tellEnd(ProcessJob& job)
+ExitCode tellEnd(ProcessJob& job)
 {
     job.endWasTold = true;
     const std::optional<int> exitCode = job.exitCode();
@@ -69,7 +69,7 @@ int tellEnd(ProcessJob& job)
         log_info(
             "Error: Could not get exit code of process: %.*s\n", error.length(), error.c_str());
     }
-    return exitCode.value_or(1);
+    return static_cast<std::uint32_t>(exitCode.value_or(1));
 }
 
 } // namespace
@@ -119,7 +119,7 @@ bool process_started(const ProcessRecord& record)
     return record.pid != kProcessNotStarted;
 }
 
-bool process_is_running(const ProcessRecord& record, int& exitCode)
+bool process_is_running(const ProcessRecord& record, ExitCode& exitCode)
 {
     if (!isKnown(record))
         return false;
@@ -133,7 +133,7 @@ bool process_is_running(const ProcessRecord& record, int& exitCode)
     return false;
 }
 
-int process_wait(ProcessRecord& record, int seconds)
+ExitCode process_wait(ProcessRecord& record, int seconds)
 {
     if (!isKnown(record))
     {
@@ -154,7 +154,7 @@ int process_wait(ProcessRecord& record, int seconds)
             return kProcessWaitFailed;
         }
     }
-    const int exitCode = tellEnd(*record.job);
+    const ExitCode exitCode = tellEnd(*record.job);
     record.job.reset();
     return exitCode;
 }

@@ -37,15 +37,19 @@ struct ProcessRecord
     std::unique_ptr<ProcessJob, ProcessJobCloser> job; // null on failure
 };
 
+// What a process ended with: never negative, also where an exception ended it. Negative are the
+// failures of process_wait.
+using ExitCode = std::int64_t;
+
 // The exit code of a process that still runs.
-inline constexpr int kProcessStillActive = 259;
+inline constexpr ExitCode kProcessStillActive = 259;
 
 // The exit code of a process that process_kill has ended. One that another signal ended has 128 and
 // the signal's number, where there is such a thing.
 inline constexpr int kProcessKilled = 9;
 
-inline constexpr int kProcessWaitFailed = -1;
-inline constexpr int kProcessWaitTimeout = -2;
+inline constexpr ExitCode kProcessWaitFailed = -1;
+inline constexpr ExitCode kProcessWaitTimeout = -2;
 
 // Starts `arguments`, ended by a null pointer, of which the first is the program; it is searched
 // for where it holds no separator. The child has this process's environment and current directory,
@@ -69,11 +73,11 @@ inline constexpr int kProcessWaitTimeout = -2;
 
 // False once the process has ended. Its end is told once: `exitCode` is set by the first call that
 // finds it, and after that unchanged.
-[[nodiscard]] bool process_is_running(const ProcessRecord& record, int& exitCode);
+[[nodiscard]] bool process_is_running(const ProcessRecord& record, ExitCode& exitCode);
 
 // Waits for the end. Gives the exit code and closes the job; kProcessWaitTimeout after `seconds`;
 // kProcessWaitFailed if the end was told before.
-[[nodiscard]] int process_wait(ProcessRecord& record, int seconds);
+[[nodiscard]] ExitCode process_wait(ProcessRecord& record, int seconds);
 
 // Ends the process and all that it has started. Gives kProcessKilled without waiting, or -1 if
 // there is no process any more.

@@ -87,7 +87,7 @@ TEST(ProcessTest, whatAProcessLeavesRunningEndsWithItsJob)
         {"start-apart", "write-id," + left.file(0) + ",sleep,1000", "wait-for", left.file(0),
          "exit", "4"});
     ASSERT_TRUE(left.waitFor(1));
-    int exitCode = 0;
+    ExitCode exitCode = 0;
     EXPECT_TRUE(comesTrue([&] { return !process_is_running(record, exitCode); }));
     EXPECT_EQ(4, exitCode);
     EXPECT_TRUE(left.areRunning());
@@ -100,8 +100,11 @@ TEST(ProcessTest, theEndIsToldOnce)
     ProcessRecord waited = start({"exit", "255"});
     EXPECT_EQ(255, process_wait(waited, 20));
 
+    ProcessRecord broken = start({"exit", "-1073741819"}); // as an access violation has, somewhere
+    EXPECT_LE(0, process_wait(broken, 20));
+
     ProcessRecord asked = start({"exit", "255"});
-    int exitCode = 0;
+    ExitCode exitCode = 0;
     EXPECT_TRUE(comesTrue([&] { return !process_is_running(asked, exitCode); }));
     EXPECT_EQ(255, exitCode);
     exitCode = 77;
@@ -117,7 +120,7 @@ TEST(ProcessTest, theEndIsToldOnce)
 TEST(ProcessTest, aProcessThatRunsIsStillActive)
 {
     ProcessRecord record = start({"sleep", "1000"});
-    int exitCode = 0;
+    ExitCode exitCode = 0;
     EXPECT_TRUE(process_is_running(record, exitCode));
     EXPECT_EQ(259, exitCode);
     EXPECT_EQ(-2, process_wait(record, 0));

@@ -193,7 +193,12 @@ bool RuntimeManagerLoop::startOrStopManager(const Pass& pass)
 
 void RuntimeManagerLoop::startManager()
 {
-    m_services.managerInterface.start(m_state.assignedModels, m_services.pluginSocketPath);
+    OrlixManagerInterface& manager = m_services.managerInterface;
+    manager.start(m_state.assignedModels, m_services.pluginSocketPath);
+    if (manager.state() == ManagerState::Running)
+        m_state.areFilesAskedFor = false;
+    else if (manager.lacksFiles() && !std::exchange(m_state.areFilesAskedFor, true))
+        m_state.lastDevicesParameters.clear(); // the next pass fetches what is missing
 }
 
 void RuntimeManagerLoop::stopManager()

@@ -73,6 +73,7 @@ private:
         AssignedModels assignedModels; // as of the list that was applied last
         std::string lastDevicesParameters; // as they were last applied, whole
         bool isRestartDue = false; // of the manager application, for what was applied meanwhile
+        bool areFilesAskedFor = false; // those without which the application did not start; once
         bool isReportedDead = false; // the manager application, which may not be started again
     };
 

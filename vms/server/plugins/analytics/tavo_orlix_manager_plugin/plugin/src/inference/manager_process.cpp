@@ -1,6 +1,7 @@
 // Start, stop and watch of the manager application. All of it runs on the runtime loop's thread.
 
 #include <filesystem>
+#include <memory>
 
 #include <openssl/crypto.h>
 
@@ -43,6 +44,20 @@ std::vector<std::string> managerArguments(
         protocol::kVerbosityArgument,
         std::to_string(ini().logVerbosityLevel)};
 }
+
+// What a key's file holds, wiped however it is left.
+struct KeyFile
+{
+    explicit KeyFile(const std::string& path) :
+        bytes(readFile(path, &size))
+    {}
+    ~KeyFile() { OPENSSL_cleanse(bytes.get(), size); }
+    KeyFile(const KeyFile&) = delete;
+    KeyFile& operator=(const KeyFile&) = delete;
+
+    std::size_t size = 0; // before what it is told by
+    const std::unique_ptr<char[]> bytes; // null without a file
+};
 
 // False if there is no such log.
 bool keepLog(const std::string& log, const std::string& copy)
@@ -94,8 +109,12 @@ void OrlixManagerInterface::start(
     }
     ++m_startCount;
     log_info("Starting Orlix Manager: Count: %zu\n", static_cast<std::size_t>(m_startCount));
-    // Ends what a crashed application has left running, and with it the decrypted copies, which
-    // are made anew.
+    for (const auto& [id, model] : assignedModels)
+    {
+        if (!filesAreThere(model))
+            return;
+    }
+    // Ends what a start that failed has prepared.
     m_process = {};
     // The job is there before the first copy is, so that none is left behind if this process ends.
     m_process = process_prepare(
@@ -108,42 +127,45 @@ void OrlixManagerInterface::start(
     }
     for (const auto& [id, model] : assignedModels)
     {
-        if (!prepareModel(model))
+        if (model.encrypted && !decryptModel(model))
             return;
     }
     spawn();
 }
 
-bool OrlixManagerInterface::prepareModel(const AssignedModel& model)
+bool OrlixManagerInterface::filesAreThere(const AssignedModel& model)
 {
-    if (!fileExists(model.modelPath))
+    m_lacksFiles = !fileExists(model.modelPath);
+    if (m_lacksFiles)
     {
         log_info("Error! Model file is missing: %s\n", model.modelPath.c_str());
         return startFailed(
             "Model file missing for " + model.id +
             ". This could be caused by failed downloads or invalid configuration.");
     }
-    return !model.encrypted || decryptModel(model);
+    m_lacksFiles = model.encrypted && !fileExists(model.keyPath);
+    return !m_lacksFiles || keyMissing(model);
+}
+
+bool OrlixManagerInterface::keyMissing(const AssignedModel& model)
+{
+    return startFailed(
+        "Model key file missing for " + model.id +
+        ". Logging into Orlix cloud or clicking the 'Manage Device' button, then restarting "
+        "the mediaserver, might fix this error.");
 }
 
 bool OrlixManagerInterface::decryptModel(const AssignedModel& model)
 {
     log_debug("Model %s is encrypted, decrypting...\n", model.id.c_str());
-    std::size_t keySize = 0;
-    const auto key = readFile(model.keyPath, &keySize);
-    if (!key)
-    {
-        return startFailed(
-            "Model key file missing for " + model.id +
-            ". Logging into Orlix cloud or clicking the 'Manage Device' button, then restarting "
-            "the mediaserver, might fix this error.");
-    }
+    const KeyFile key(model.keyPath);
+    if (!key.bytes)
+        return keyMissing(model);
     log_debug(
         "Decrypting model file %s with key %s to %s\n", model.modelPath.c_str(),
         model.keyPath.c_str(), model.runtimePath.c_str());
     const Outcome outcome =
-        writeDecryptedCopy({key.get(), keySize}, model.modelPath, model.runtimePath);
-    OPENSSL_cleanse(key.get(), keySize);
+        writeDecryptedCopy({key.bytes.get(), key.size}, model.modelPath, model.runtimePath);
     return outcome ||
         startFailed(
                "Failed to decrypt model " + model.id +
@@ -198,16 +220,17 @@ void OrlixManagerInterface::stop(const AssignedModels& assignedModels)
     sendStop();
     m_state = ManagerState::Stopping;
     log_info("Waiting for Orlix Manager to stop.\n");
-    int exitCode = process_wait(m_process, kStopSeconds);
+    ExitCode exitCode = process_wait(m_process, kStopSeconds);
     if (exitCode < 0)
     {
         log_info(
-            "Warning! Orlix Manager did not exit gracefully: %d. Sending kill signal.\n", exitCode);
+            "Warning! Orlix Manager did not exit gracefully: %d. Sending kill signal.\n",
+            static_cast<int>(exitCode));
         process_kill(m_process);
         exitCode = process_wait(m_process, kKillSeconds);
         socket_unlink_stale(m_moduleSocketPath); // which the application cannot do any more
     }
-    log_debug("Orlix Manager stopped with exit code %d\n", exitCode);
+    log_debug("Orlix Manager stopped with exit code %d\n", static_cast<int>(exitCode));
     m_state = ManagerState::Stopped;
     m_segments.endRun();
     for (const auto& [id, model] : assignedModels)
@@ -234,7 +257,7 @@ ManagerState OrlixManagerInterface::checkRunning(
     log_debug("Checking Orlix Manager running status\n");
     if (m_state == ManagerState::Stopped || m_state == ManagerState::Failed)
         return m_state;
-    int exitCode = 0;
+    ExitCode exitCode = 0;
     if (process_is_running(m_process, exitCode))
     {
         log_debug("Orlix Manager running: %zu\n", static_cast<std::size_t>(m_startCount));
@@ -247,6 +270,8 @@ ManagerState OrlixManagerInterface::checkRunning(
     if (m_state == ManagerState::Running) // who was told to stop may go
         reportCrash(exitCode);
     m_state = ManagerState::Stopped;
+    m_process = {}; // ends what it has left running
+    deleteDecryptedCopies();
     return m_state;
 }
 
@@ -258,12 +283,13 @@ void OrlixManagerInterface::forgetCrash(const UtilityProviderPtr& provider)
         patchRuntimeActive(provider, true);
 }
 
-void OrlixManagerInterface::reportCrash(int exitCode)
+void OrlixManagerInterface::reportCrash(ExitCode exitCode)
 {
     m_hasCrashed = true;
     const std::string lastWords = pipe_read_text(m_stderrPipe).value_or(std::string());
     log_info(
-        "Detected Orlix Manager crash Exit status: %d Error: \n%s\n", exitCode, lastWords.c_str());
+        "Detected Orlix Manager crash Exit status: %lld Error: \n%s\n",
+        static_cast<long long>(exitCode), lastWords.c_str());
     keepLogsOfCrash(m_rootFolder);
     m_messageBoard->postMessage(
         board_key::kManagerCrash,

@@ -52,16 +52,21 @@ public:
     [[nodiscard]] bool mayStart() const;
 
     // Decrypts what is encrypted and starts the application; the state tells the outcome, and a
-    // failure is on the board. Does nothing but log if it may not.
+    // failure is on the board. Nothing is made before all files are there. Does nothing but log if
+    // it may not.
     void start(const AssignedModels& assignedModels, const std::string& pluginSocketPath);
+
+    // Whether the last start found that a model or its key is missing.
+    [[nodiscard]] bool lacksFiles() const { return m_lacksFiles; }
 
     // Asks the application to stop, waits 5 seconds, then kills it and waits one more; deletes
     // decrypted copies. Does nothing when no process is there.
     void stop(const AssignedModels& assignedModels);
 
     // Looks whether the process lives, reports a crash on the board with what the application
-    // wrote to its standard error, and takes the report back once a restarted application has
-    // stayed up for more than 10 seconds. `provider` may be null: the host is then not told.
+    // wrote to its standard error, ends what it has left running, deletes decrypted copies, and
+    // takes the report back once a restarted application has stayed up for more than 10 seconds.
+    // `provider` may be null: the host is then not told.
     ManagerState checkRunning(
         const UtilityProviderPtr& provider, std::uint64_t nowMs = time_now_ms());
 
@@ -101,7 +106,8 @@ public:
 
 private:
     // The steps of start; each false has put its reason on the board.
-    [[nodiscard]] bool prepareModel(const AssignedModel& model);
+    [[nodiscard]] bool filesAreThere(const AssignedModel& model);
+    bool keyMissing(const AssignedModel& model);
     [[nodiscard]] bool decryptModel(const AssignedModel& model);
     bool startFailed(const std::string& text);
     Outcome writeDecryptedCopy(
@@ -110,7 +116,7 @@ private:
 
     void deleteDecryptedCopies();
     void forgetCrash(const UtilityProviderPtr& provider);
-    void reportCrash(int exitCode);
+    void reportCrash(ExitCode exitCode);
     void send(protocol::Command command);
 
     ProcessRecord m_process;
@@ -121,6 +127,7 @@ private:
     const std::stop_token m_stop;
     std::atomic<ManagerState> m_state{ManagerState::Stopped};
     std::uint64_t m_startCount = 0;
+    bool m_lacksFiles = false;
     bool m_hasCrashed = false; // since the last deliberate stop
     std::set<std::string> m_decryptedCopies; // paths; deleted by the job too, if this dies
     std::uint64_t m_startTimeMs = 0; // wall clock of the last successful start

@@ -10,6 +10,8 @@
 #include <string_view>
 #include <system_error>
 
+#include <openssl/crypto.h>
+
 #include <tavo/utils/url.h>
 
 #include "base/ini.h"
@@ -64,6 +66,10 @@ public:
         m_temporaryKeyPath(temporaryPathOf(download.keyPath)),
         m_client(downloadCertificateCheck(), stop)
     {}
+
+    ~Transfer() { OPENSSL_cleanse(m_key.data(), m_key.size()); }
+    Transfer(const Transfer&) = delete;
+    Transfer& operator=(const Transfer&) = delete;
 
     bool run(std::optional<std::time_t>* lastModified)
     {

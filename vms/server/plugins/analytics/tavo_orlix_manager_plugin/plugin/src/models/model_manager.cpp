@@ -208,7 +208,8 @@ bool ModelManager::fileStands(const Offer& offer, const ModelToEnsure& model) co
     const auto fileTime = m_fileTimes.find(model.id);
     const bool metadataTimeKnown = metadataTime != m_metadataTimes.end();
 
-    const bool exists = fileExists(model.modelPath);
+    const bool exists =
+        fileExists(model.modelPath) && (!offer.encrypted || fileExists(model.keyPath));
     bool correctSize = false;
     bool metadataNewer = false;
     bool metadataUpdated = false;

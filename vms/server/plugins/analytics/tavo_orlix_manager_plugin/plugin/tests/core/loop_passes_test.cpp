@@ -392,6 +392,8 @@ protected:
             "/.*",
             [this](const httplib::Request& request, httplib::Response& response)
             {
+                if (!m_storageHasModels)
+                    response.status = 404;
                 response.set_header("Content-Digest", m_digest);
                 response.set_content(kBody, "application/octet-stream");
                 if (request.path == "/a")
@@ -445,11 +447,31 @@ protected:
     const std::string kCache = kWorking + "orlix_manager/cache/unencrypted/";
     std::string m_digest;
     std::atomic<int> m_downloadsOfA{0};
+    std::atomic<bool> m_storageHasModels{true};
     LoopbackHttpServer m_storage;
     test::ModulePeer m_application{m_folder.path()}; // that passes the command to stop on
     BareServices m_agentServices{m_folder.path()};
     sdk::Ptr<DeviceAgent> m_agent;
 };
+
+// Once: what cannot be had is the user's to ask for.
+TEST_F(CameraInService, FetchesWhatTheApplicationLacks)
+{
+    setModels("2026-11-03T10:00:00");
+    EXPECT_EQ(PassEnd::complete, pass());
+    for (const bool isThere : {true, false})
+    {
+        SCOPED_TRACE(isThere);
+        services().managerInterface.stop({});
+        std::filesystem::remove(m_folder.path(kCache + "a"));
+        m_storageHasModels = isThere;
+        const int applied = logged("Parsing devices parameters:");
+        for (int i = 0; i < 4; ++i)
+            EXPECT_EQ(PassEnd::complete, pass());
+        EXPECT_EQ(isThere ? ManagerState::Running : ManagerState::Failed, state());
+        EXPECT_EQ(applied + 1, logged("Parsing devices parameters:"));
+    }
+}
 
 TEST_F(CameraInService, ARestartThatIsDueOutlivesAPassThatThrows)
 {

@@ -37,6 +37,15 @@ protected:
         return test::comesTrue([&]() { return check() == ManagerState::Stopped; });
     }
 
+    void encryptModel()
+    {
+        const std::string key(32, 'k');
+        folder.write("m", test::encryptedModel("weights", key));
+        folder.write("m.key", key);
+        models["m"] = {"m", "Net", "", folder.path("m"), folder.path("m.key"), folder.path("m.run"),
+                       true};
+    }
+
     AssignedModels models;
 };
 
@@ -101,6 +110,26 @@ TEST_F(ManagerProcessTest, ReportsACrashWithItsLastWords)
     EXPECT_EQ(ManagerState::Running, manager.state());
 }
 
+// Also where it is not started again.
+TEST_F(ManagerProcessTest, LeavesNothingOfACrash)
+{
+    const std::string child = folder.path("child");
+    const std::string program =
+        test_support::programFile("orlix_manager/bin/" + std::string(kManagerExecutable));
+    encryptModel();
+    install(
+        "write-id " + folder.path("own") + "\nwait-for begin\nstart-apart write-id," + child +
+        ",sleep,1000\nwait-for " + child + "\nexit 7");
+    start();
+    ASSERT_TRUE(test::comesTrue([&] { return folder.has("own"); }));
+    std::filesystem::remove(folder.path(program + ".steps")); // the child has steps of its own
+    folder.write("orlix_manager/bin/begin", "");
+    ASSERT_TRUE(ends());
+    EXPECT_FALSE(folder.has("m.run"));
+    const auto id = static_cast<std::uint32_t>(std::stoul(folder.read("child")));
+    EXPECT_TRUE(test::comesTrue([&] { return !test_support::isRunning(id); }));
+}
+
 TEST_F(ManagerProcessTest, KeepsTheCrashReportUntilARestartHasLasted)
 {
     install("exit 1");
@@ -123,10 +152,7 @@ TEST_F(ManagerProcessTest, KeepsTheCrashReportUntilARestartHasLasted)
 
 TEST_F(ManagerProcessTest, DecryptsItsModelsForAsLongAsItRuns)
 {
-    const std::string key(32, 'k');
-    folder.write("m", test::encryptedModel("weights", key));
-    folder.write("m.key", key);
-    models["m"] = {"m", "", "", folder.path("m"), folder.path("m.key"), folder.path("m.run"), true};
+    encryptModel();
     install("exec sleep 1000\n");
     start();
     EXPECT_EQ(ManagerState::Running, manager.state());

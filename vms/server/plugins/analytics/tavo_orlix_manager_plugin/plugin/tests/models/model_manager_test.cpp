@@ -241,6 +241,9 @@ TEST_F(ModelManagerTest, theKeyOfAnEncryptedModelIsForItsOwnerOnly)
     m_key = base64Encode(Bytes(32, 7));
     m_manager.forgetFailedDownloads();
     EXPECT_TRUE(ensure(downloads(encrypted)));
+    std::filesystem::remove(m_files.keyPath);
+    EXPECT_TRUE(ensure(downloads(encrypted))) << "a lost key comes with its model";
+    EXPECT_TRUE(std::filesystem::exists(m_files.keyPath));
     EXPECT_EQ(
         path_join(m_folder.path("orlix_manager/cache/encrypted"), "net.onnx"), m_files.modelPath);
     EXPECT_EQ(std::filesystem::temp_directory_path() / "net.onnx", m_files.runtimePath);

@@ -160,7 +160,7 @@ TEST(PosixProcessTest, theHostsWayWithItsChildrenDoesNotMatter)
         ProcessRecord record = startShell("exit 5");
         EXPECT_EQ(5, process_wait(record, 20));
         record = startShell("exec sleep 1000");
-        int exitCode = 0;
+        ExitCode exitCode = 0;
         EXPECT_TRUE(process_is_running(record, exitCode));
         EXPECT_EQ(-2, process_wait(record, 0));
         EXPECT_EQ(9, process_kill(record));
