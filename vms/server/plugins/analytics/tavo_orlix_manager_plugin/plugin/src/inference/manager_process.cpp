@@ -45,6 +45,11 @@ std::vector<std::string> managerArguments(
         std::to_string(ini().logVerbosityLevel)};
 }
 
+std::string nameOf(const AssignedModel& model)
+{
+    return model.name + " (" + model.id + ")";
+}
+
 // What a key's file holds, wiped however it is left.
 struct KeyFile
 {
@@ -140,7 +145,7 @@ bool OrlixManagerInterface::filesAreThere(const AssignedModel& model)
     {
         log_info("Error! Model file is missing: %s\n", model.modelPath.c_str());
         return startFailed(
-            "Model file missing for " + model.id +
+            "Model file missing for " + nameOf(model) +
             ". This could be caused by failed downloads or invalid configuration.");
     }
     m_lacksFiles = model.encrypted && !fileExists(model.keyPath);
@@ -150,7 +155,7 @@ bool OrlixManagerInterface::filesAreThere(const AssignedModel& model)
 bool OrlixManagerInterface::keyMissing(const AssignedModel& model)
 {
     return startFailed(
-        "Model key file missing for " + model.id +
+        "Model key file missing for " + nameOf(model) +
         ". Logging into Orlix cloud or clicking the 'Manage Device' button, then restarting "
         "the mediaserver, might fix this error.");
 }
@@ -168,7 +173,7 @@ bool OrlixManagerInterface::decryptModel(const AssignedModel& model)
         writeDecryptedCopy({key.bytes.get(), key.size}, model.modelPath, model.runtimePath);
     return outcome ||
         startFailed(
-               "Failed to decrypt model " + model.id +
+               "Failed to decrypt model " + nameOf(model) +
                " for Orlix Manager. File could be corrupted. " + outcome.why());
 }
 

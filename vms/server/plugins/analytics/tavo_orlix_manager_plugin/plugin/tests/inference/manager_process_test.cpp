@@ -161,6 +161,7 @@ TEST_F(ManagerProcessTest, DecryptsItsModelsForAsLongAsItRuns)
     EXPECT_FALSE(folder.has("m.run"));
     EXPECT_TRUE(folder.has("m"));
 
+    const std::string key(32, 'k');
     const std::string model = folder.read("m");
     const struct
     {
@@ -179,7 +180,8 @@ TEST_F(ManagerProcessTest, DecryptsItsModelsForAsLongAsItRuns)
         start();
         EXPECT_EQ(ManagerState::Failed, manager.state());
         EXPECT_EQ(
-            std::string("Failed to decrypt model m for Orlix Manager. File could be corrupted. ") +
+            std::string(
+                "Failed to decrypt model Net (m) for Orlix Manager. File could be corrupted. ") +
                 c.why,
             onBoard(board_key::kCouldNotStart));
     }
@@ -189,9 +191,11 @@ TEST_F(ManagerProcessTest, DecryptsItsModelsForAsLongAsItRuns)
 TEST_F(ManagerProcessTest, FailsWithoutItsFiles)
 {
     ini().restartOrlixManagerOnCrash = false;
-    models["m"] = {"m", "", "", folder.path("m"), folder.path("m.key"), folder.path("m.run"), true};
+    models["m"] = {"m", "Net", "", folder.path("m"), folder.path("m.key"), folder.path("m.run"),
+                   true};
     start();
-    EXPECT_NE(std::string::npos, onBoard(board_key::kCouldNotStart).find("file missing for m."));
+    EXPECT_NE(
+        std::string::npos, onBoard(board_key::kCouldNotStart).find("file missing for Net (m)."));
     EXPECT_EQ(ManagerState::Failed, manager.state());
     models.clear();
     start();

@@ -15,7 +15,7 @@ TEST_F(SmallDiskForCopies, isNotTakenForACorruptedModel)
     folder.write("m.key", key);
     const std::string copy = folder.path("tmp/m.run");
     const AssignedModels models = {
-        {"m", {"m", "", "", folder.path("m"), folder.path("m.key"), copy, true}}};
+        {"m", {"m", "Net", "", folder.path("m"), folder.path("m.key"), copy, true}}};
     const std::pair<const char*, std::string> cases[] = {
         {"size=64k", "There is no room left on the disk of " + copy + "."},
         {"ro", "The disk of " + copy + " is read-only."},
@@ -27,7 +27,7 @@ TEST_F(SmallDiskForCopies, isNotTakenForACorruptedModel)
             GTEST_SKIP() << kNoSmallDisk;
         manager.start(models, folder.path("orlix_plugin.sock"));
         EXPECT_EQ(
-            "Failed to decrypt model m for Orlix Manager. File could be corrupted. " + why,
+            "Failed to decrypt model Net (m) for Orlix Manager. File could be corrupted. " + why,
             onBoard(board_key::kCouldNotStart));
         EXPECT_TRUE(logHas(why));
     }
