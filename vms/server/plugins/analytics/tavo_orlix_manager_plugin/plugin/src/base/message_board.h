@@ -50,6 +50,7 @@ namespace board_key
 {
 inline constexpr char kResetDevice[] = "RESET_DEVICE";
 inline constexpr char kClearCache[] = "CLEAR_CACHE";
+inline constexpr char kClearCacheFailed[] = "CLEAR_CACHE_FAILED";
 inline constexpr char kRetryDownloads[] = "RETRY_DOWNLOADS";
 inline constexpr char kIniFile[] = "INI_FILE_"; // a number
 inline constexpr char kPluginSocketTaken[] = "PLUGIN_SOCKET_TAKEN";

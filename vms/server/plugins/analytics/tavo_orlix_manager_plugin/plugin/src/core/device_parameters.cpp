@@ -20,6 +20,16 @@
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
+namespace
+{
+
+constexpr char kClearCacheFailedText[] =
+    "The cache could not be cleared whole, so nothing is installed anew. Close the programs that "
+    "use files of the plugin's folder 'orlix_manager', and see that the server's user may delete "
+    "them. It is tried again by itself.";
+
+} // namespace
+
 bool RuntimeManagerLoop::serveReset()
 {
     const std::optional<std::string> deviceId = m_requests.takeReset();
@@ -32,18 +42,43 @@ bool RuntimeManagerLoop::serveReset()
     return false;
 }
 
-bool RuntimeManagerLoop::serveClearCache(const Pass& pass)
+bool RuntimeManagerLoop::serveClearCache()
 {
     if (!m_requests.takeClearCache())
         return true;
-    m_services.runtimesManager.uninstall();
-    if (pass.managerStatus == ManagerState::Running)
-        stopManager();
-    m_services.managerInstallation.remove();
+    m_state.removal.emplace();
+    static_cast<void>(finishRemoval());
+    return false;
+}
+
+// Until all is gone nothing is installed: what is left would look like an installation.
+bool RuntimeManagerLoop::finishRemoval()
+{
+    if (!m_state.removal)
+        return true;
+    if (m_requests.takeClearCache())
+        m_state.removal.emplace(); // a user has done something about it
+    if (!m_state.removal->isOver())
+        return false;
+    // First, since a library that is loaded cannot be deleted everywhere.
+    stopManager();
+    RuntimesManager& runtimes = m_services.runtimesManager;
+    const bool runtimeIsGone = runtimes.uninstall();
+    if (!m_services.managerInstallation.remove() || !runtimeIsGone)
+    {
+        m_state.removal->begin();
+        m_services.messageBoard.postMessage(
+            board_key::kClearCacheFailed, kClearCacheFailedText, MessageType::warning);
+        return false;
+    }
+    m_state.removal.reset();
+    m_services.messageBoard.removeMessage(board_key::kClearCacheFailed);
+    runtimes.forgetInstalledRuntime(m_services.messageBoard);
+    m_state.lastDevicesParameters.clear();
     // All files are to come anew, those included that the cache had and no update could replace.
     // Nothing else would ask for them: with the warnings, the button for a retry is gone.
     m_services.modelManager.forgetFailedDownloads();
-    return false;
+    return true;
 }
 
 bool RuntimeManagerLoop::serveRetry(Pass& pass)

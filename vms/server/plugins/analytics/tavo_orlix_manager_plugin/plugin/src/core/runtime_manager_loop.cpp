@@ -85,12 +85,13 @@ RuntimeManagerLoop::PassEnd RuntimeManagerLoop::runPass()
     const bool complete = hostIsReachable() // 2
         && connectToCloud() // 3
         && siteIsKnown() // 4
+        && finishRemoval() // of 10, which failed
         && provideManager() // 5
         && checkManager(pass) // 6
         && serveReselection(pass) // 7
         && provideRuntime() // 8
         && serveReset() // 9
-        && serveClearCache(pass) // 10
+        && serveClearCache() // 10
         && serveRetry(pass) // 11
         && fetchDevices(pass) // 12
         && applyDevicesIfChanged(pass) // 13

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -11,6 +12,7 @@
 #include "core/requests.h"
 #include "core/services.h"
 #include "inference/manager_state.h"
+#include "utils/retry_pause.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -74,6 +76,7 @@ private:
         std::string lastDevicesParameters; // as they were last applied, whole
         bool isRestartDue = false; // of the manager application, for what was applied meanwhile
         bool areFilesAskedFor = false; // those without which the application did not start; once
+        std::optional<RetryPause> removal; // of all that was installed, as long as it is under way
         bool isReportedDead = false; // the manager application, which may not be started again
     };
 
@@ -96,7 +99,7 @@ private:
     bool serveReselection(const Pass& pass);
     bool provideRuntime();
     bool serveReset();
-    bool serveClearCache(const Pass& pass);
+    bool serveClearCache();
     bool serveRetry(Pass& pass);
     bool fetchDevices(Pass& pass);
     bool applyDevicesIfChanged(Pass& pass);
@@ -105,6 +108,7 @@ private:
     bool startOrStopManager(const Pass& pass);
 
     // Parts of steps.
+    bool finishRemoval(); // of all that was installed; false while something is left
     bool configureServer();
 
     // Writes what other clients of the host need to know about this installation to the server's

@@ -86,7 +86,7 @@ bool RuntimeManagerLoop::provideManager()
             break;
         case ManagerInstallState::failed:
             // No pass comes to step 10, and only the removal leads out.
-            serveClearCache(Pass());
+            serveClearCache();
             break;
         case ManagerInstallState::installed: // by hand, perhaps
             m_services.messageBoard.removeMessage(board_key::kManagerInstallFailed);

@@ -184,7 +184,7 @@ Outcome ManagerInstallation::logVersion() const
     return {};
 }
 
-void ManagerInstallation::remove()
+bool ManagerInstallation::remove()
 {
     log_info("Removing Orlix Manager at %s\n", m_installationDirectory.c_str());
     try
@@ -205,9 +205,10 @@ void ManagerInstallation::remove()
     catch (const std::filesystem::filesystem_error& error)
     {
         log_info("Failed to remove cache!\n%s\n", error.what());
-        return;
+        return false;
     }
     m_state.store(ManagerInstallState::notInstalled);
+    return true;
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -40,8 +40,8 @@ public:
     void install(MessageBoard& messageBoard);
 
     // Deletes the application with its settings and model cache. A failure is logged and leaves the
-    // state as it was.
-    void remove();
+    // state as it was; false then.
+    bool remove();
 
     [[nodiscard]] ManagerInstallState managerInstallState() const { return m_state.load(); }
 

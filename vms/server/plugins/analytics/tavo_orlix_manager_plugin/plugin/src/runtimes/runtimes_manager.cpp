@@ -159,7 +159,7 @@ bool RuntimesManager::isRuntimeInstalled() const
     return false;
 }
 
-void RuntimesManager::uninstall()
+bool RuntimesManager::uninstall()
 {
     const bool libraryRemoved = removeFile(fileInBin(kRuntimeLibrary));
     const bool nameRemoved = removeFile(fileInBin(kInstalledRuntimeFile));
@@ -167,11 +167,21 @@ void RuntimesManager::uninstall()
     {
         log_info("Succesfully removed runtime library.\n");
         setStatus(RuntimeStatus::notSelected);
+        return true;
     }
-    else
+    log_info("Warning! Failed to remove library files.\n");
+    return false;
+}
+
+void RuntimesManager::forgetInstalledRuntime(MessageBoard& messageBoard)
+{
+    std::string name;
     {
-        log_info("Warning! Failed to remove library files.\n");
+        const MutexLock lock(m_namesMutex);
+        name.swap(m_installedRuntimeName);
     }
+    messageBoard.removeMessage(board_key::kRuntimeDocumentation + name);
+    messageBoard.removeMessage(board_key::kRuntimeExtractionFailed);
 }
 
 void RuntimesManager::saveInstalledRuntimeName(const std::string& runtimeName)

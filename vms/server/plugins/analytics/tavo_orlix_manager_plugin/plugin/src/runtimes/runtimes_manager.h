@@ -47,8 +47,11 @@ public:
     void install(const std::string& runtimeName, MessageBoard& messageBoard, bool useSubfolder);
 
     // Removes the library and the file with its name; success sets the status to notSelected. Other
-    // files of the package stay until the next package overwrites them.
-    void uninstall();
+    // files of the package stay until the next package overwrites them. False if one stays.
+    bool uninstall();
+
+    // After an uninstall: what is known of the runtime, and what the board says of it.
+    void forgetInstalledRuntime(MessageBoard& messageBoard);
 
     // Whether the last install failed in a way that leaves the name of the installed runtime what
     // it is: the package did not unpack, or there is a library that is not the new one's.

@@ -330,10 +330,12 @@ TEST_F(DeviceParameters, WhatUsersAskForIsServedBeforeTheListIsRead)
 TEST_F(DeviceParameters, WhatIsReplacedDoesNotRun)
 {
     OrlixManagerInterface& manager = services().managerInterface;
+    std::atomic<bool> hadRuntime{false};
     test::ModulePeer application(m_folder.path()); // that passes the command to stop on
     application.replyBy(
         [&]()
         {
+            hadRuntime = m_folder.has(kBin + kRuntimeLibrary);
             m_folder.write(kBin + "end", "");
             return std::string();
         });
@@ -351,11 +353,43 @@ TEST_F(DeviceParameters, WhatIsReplacedDoesNotRun)
             services().runtimesManager.setStatus(RuntimeStatus::reselectRequested);
         EXPECT_EQ(PassEnd::cutShort, pass());
         EXPECT_EQ(ManagerState::Stopped, manager.state());
+        EXPECT_TRUE(hadRuntime.exchange(false)) << "for as long as it could use it";
         EXPECT_FALSE(m_folder.has(kBin + kRuntimeLibrary));
         EXPECT_EQ(!clearCache, m_folder.has(kBin + kManagerExecutable));
         EXPECT_EQ(clearCache ? 0u : 1u, board().snapshot().size());
         EXPECT_EQ(clearCache ? 1 : 0, logged("Clearing failed model downloads."));
     }
+}
+
+TEST_F(DeviceParameters, AfterAClearedCacheAllIsDoneAnew)
+{
+    EXPECT_EQ("Generic CPU", services().runtimesManager.getInstalledRuntimeName());
+    board().postMessage("RUNTIME_DOCUMENTATION_Generic CPU", "link", MessageType::message);
+    const int applied = logged("Parsing devices parameters:");
+    requests().requestClearCache();
+    EXPECT_EQ(PassEnd::cutShort, pass());
+    EXPECT_THAT(board().snapshot(), IsEmpty());
+    EXPECT_EQ("", services().runtimesManager.getInstalledRuntimeName());
+    EXPECT_TRUE(comesIntoService());
+    EXPECT_EQ(applied + 1, logged("Parsing devices parameters:"));
+}
+
+TEST_F(DeviceParameters, ARemovalThatFailsIsToldAndTriedAgain)
+{
+    const auto isTold = [this] { return board().snapshot().contains("CLEAR_CACHE_FAILED"); };
+    const auto tries = [this] { return logged("Removing Orlix Manager at"); };
+    std::filesystem::remove(m_folder.path(kBin + kRuntimeLibrary));
+    m_folder.write(kBin + kRuntimeLibrary + "/kept", ""); // which is no file to be removed
+    const int looks = logged("Checking installation\n");
+    requests().requestClearCache();
+    for (int i = 0; i < 3; ++i) // within a second
+        EXPECT_EQ(PassEnd::cutShort, pass());
+    EXPECT_TRUE(isTold());
+    EXPECT_EQ(looks, logged("Checking installation\n")) << "nothing is installed beside it";
+    EXPECT_TRUE(test::comesTrue([&] { return pass(), !isTold(); }));
+    EXPECT_EQ(2, tries());
+    EXPECT_EQ(RuntimeStatus::notSelected, services().runtimesManager.status());
+    EXPECT_LT(looks, logged("Checking installation\n"));
 }
 
 TEST_F(DeviceParameters, DevicesOfTheWrongKindHarmNobody)
