@@ -56,6 +56,7 @@ inline constexpr char kIniFile[] = "INI_FILE_"; // a number
 inline constexpr char kPluginSocketTaken[] = "PLUGIN_SOCKET_TAKEN";
 inline constexpr char kManagerCrash[] = "ORLIX_MANAGER_CRASH";
 inline constexpr char kCouldNotStart[] = "COULD_NOT_START";
+inline constexpr char kSettingsNotWritten[] = "SETTINGS_NOT_WRITTEN";
 inline constexpr char kNvidiaGpuSdk[] = "NVIDIA_GPU_SDK";
 inline constexpr char kMissingAvx2[] = "MISSING_AVX2_ERROR";
 inline constexpr char kMissingLibgomp[] = "MISSING_LIBGOMP_ERROR";

@@ -130,14 +130,18 @@ bool RuntimeManagerLoop::applyDevicesIfChanged(Pass& pass)
     applyDevicesParameters(
         yyjson_doc_get_root(document.get()), mimeType, runtimes.runtimeChanged());
     runtimes.clearRuntimeChanged();
-    if (m_services.managerInterface.settingsAreWritten())
-        m_state.lastDevicesParameters = std::move(pass.devicesParameters);
+    m_state.lastDevicesParameters = std::move(pass.devicesParameters);
     return true;
 }
 
 // What is due stays so until it was done, also when a pass ends between these steps.
 bool RuntimeManagerLoop::restartIfDue(const Pass& pass)
 {
+    OrlixManagerInterface& manager = m_services.managerInterface;
+    if (manager.retrySettings())
+        m_state.isRestartDue = true;
+    if (!manager.settingsAreWritten())
+        return true; // a restart would change nothing
     if (m_state.isRestartDue && pass.managerStatus == ManagerState::Running)
     {
         log_info("Settings change detected. Restarting runtime\n");

@@ -2,6 +2,7 @@
 #include <filesystem>
 #include <memory>
 #include <string_view>
+#include <utility>
 
 #include "base/manager_files.h"
 #include "inference/model_changes.h"
@@ -51,7 +52,7 @@ bool OrlixManagerInterface::updateSettings(
     MutableJsonDocument document, const AssignedModels& assignedModels, bool force)
 {
     requireWhole(document.get());
-    if (!force && m_settingsAreWritten)
+    if (!force)
     {
         switch (findModelChange(m_changeTable, assignedModels))
         {
@@ -68,7 +69,6 @@ bool OrlixManagerInterface::updateSettings(
                 break;
         }
     }
-    m_settingsAreWritten = false;
     m_changeTable.clear();
     for (const auto& [id, model] : assignedModels)
         m_changeTable.emplace(model.id, model.updatedAt);
@@ -81,15 +81,42 @@ bool OrlixManagerInterface::updateSettings(
         log_info("Warning! Failed to create json string.\n");
         return true;
     }
+    m_unwrittenSettings.emplace(text.get(), size);
+    m_settingsPause = {};
+    return writeSettings();
+}
+
+bool OrlixManagerInterface::retrySettings()
+{
+    return m_unwrittenSettings && m_settingsPause.isOver() && writeSettings();
+}
+
+bool OrlixManagerInterface::writeSettings()
+{
     const std::string path = m_rootFolder + manager_files::kSettings;
     std::error_code ignored; // shows in the next step
     // An application's archive may come without the folder.
     std::filesystem::create_directories(pathFromUtf8(path).parent_path(), ignored);
-    // Until then the application starts with what it had.
-    m_settingsAreWritten = replaceFile(path, {text.get(), size});
-    if (!m_settingsAreWritten)
-        log_info("Warning! Could not write runtime settings: %s\n", path.c_str());
-    return m_settingsAreWritten;
+    if (replaceFile(path, *m_unwrittenSettings))
+    {
+        m_unwrittenSettings.reset();
+        if (std::exchange(m_settingsFailureTold, false))
+            m_messageBoard->removeMessage(board_key::kSettingsNotWritten);
+        return true;
+    }
+    m_settingsPause.begin();
+    if (std::exchange(m_settingsFailureTold, true))
+        return false;
+    log_info("Warning! Could not write runtime settings: %s\n", path.c_str());
+    m_messageBoard->postMessage(
+        board_key::kSettingsNotWritten,
+        "The list of models for the AI application could not be written, so it goes on with what "
+        "it had: " +
+            path +
+            "\nSee that the disk has room, that the server's user may write there, and that no "
+            "folder has this name. It is tried again by itself.",
+        MessageType::warning);
+    return false;
 }
 
 JsonDocument OrlixManagerInterface::loadExternalPreprocessors() const

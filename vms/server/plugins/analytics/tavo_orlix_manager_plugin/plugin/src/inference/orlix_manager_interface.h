@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <set>
 #include <stop_token>
 #include <string>
@@ -23,6 +24,7 @@
 #include "utils/json.h"
 #include "utils/pipes.h"
 #include "utils/process.h"
+#include "utils/retry_pause.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -86,14 +88,18 @@ public:
         const MessageBuffer& message, std::uint64_t deviceNumber,
         const std::function<void()>& written = [] {});
 
-    // Writes etc/settings.json if a model or its change stamp differs from the last write, or if
-    // `force`, or if the last write failed; true if it was rewritten, and the application then
-    // needs a restart. `document` is the array of model objects.
+    // Writes etc/settings.json if a model or its change stamp differs from the last call's, or if
+    // `force`; true if it was rewritten, and the application then needs a restart. `document` is
+    // the array of model objects. What the disk refuses is told once on the board and kept.
     [[nodiscard]] bool updateSettings(
         MutableJsonDocument document, const AssignedModels& assignedModels, bool force);
 
-    // False from a write that the disk refused to the next one that succeeds.
-    [[nodiscard]] bool settingsAreWritten() const { return m_settingsAreWritten; }
+    // Tries again what was refused, when its time has come; true if it was rewritten now.
+    [[nodiscard]] bool retrySettings();
+
+    // False from a write that the disk refused to the next one that succeeds: until then the
+    // application has what it had.
+    [[nodiscard]] bool settingsAreWritten() const { return !m_unwrittenSettings; }
 
     // Null if the file is missing or does not parse, which is a normal case.
     [[nodiscard]] JsonDocument loadExternalPreprocessors() const;
@@ -118,6 +124,7 @@ private:
     void forgetCrash(const UtilityProviderPtr& provider);
     void reportCrash(ExitCode exitCode);
     void send(protocol::Command command);
+    [[nodiscard]] bool writeSettings();
 
     ProcessRecord m_process;
     const std::string m_rootFolder;
@@ -131,8 +138,10 @@ private:
     bool m_hasCrashed = false; // since the last deliberate stop
     std::set<std::string> m_decryptedCopies; // paths; deleted by the job too, if this dies
     std::uint64_t m_startTimeMs = 0; // wall clock of the last successful start
-    ModelStamps m_changeTable; // as of the last write of the settings file
-    bool m_settingsAreWritten = true;
+    ModelStamps m_changeTable; // as of the last update of the settings
+    std::optional<std::string> m_unwrittenSettings; // the text
+    RetryPause m_settingsPause;
+    bool m_settingsFailureTold = false;
     const SmallMessage m_completionMessage = SmallMessage::completion();
     ExchangeLine m_line;
     AttachedSegments m_segments; // provides its own locking, as the next

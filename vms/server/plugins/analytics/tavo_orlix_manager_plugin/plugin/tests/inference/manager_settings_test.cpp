@@ -59,5 +59,35 @@ TEST_F(ManagerSettingsTest, WritesOnlyWhatChanged)
     }
 }
 
+TEST_F(ManagerSettingsTest, TellsOnceOfWhatItCannotWriteAndTriesAgain)
+{
+    std::filesystem::create_directories(folder.path("orlix_manager/etc/settings.json"));
+    EXPECT_FALSE(update(models({{"a", "1"}}), /*force*/ false));
+    EXPECT_FALSE(manager.settingsAreWritten());
+    EXPECT_NE(std::string::npos, onBoard(board_key::kSettingsNotWritten).find("settings.json"));
+    board.clearWarnings();
+    EXPECT_FALSE(update(models({{"a", "2"}}), /*force*/ false)); // at once, with what is new
+    EXPECT_FALSE(manager.retrySettings()) << "not before a second";
+    EXPECT_EQ("", onBoard(board_key::kSettingsNotWritten));
+    std::filesystem::remove(folder.path("orlix_manager/etc/settings.json"));
+    EXPECT_TRUE(test::comesTrue([this] { return manager.retrySettings(); }));
+    EXPECT_TRUE(manager.settingsAreWritten());
+    EXPECT_EQ("[]", folder.read("orlix_manager/etc/settings.json"));
+}
+
+TEST(RetryPauseTest, GrowsToFiveMinutes)
+{
+    RetryPause pause;
+    RetryPause::Clock::time_point now{};
+    EXPECT_TRUE(pause.isOver(now));
+    for (const int seconds : {1, 2, 4, 8, 16, 32, 64, 128, 256, 300, 300})
+    {
+        pause.begin(now);
+        now += std::chrono::seconds(seconds);
+        EXPECT_FALSE(pause.isOver(now - std::chrono::milliseconds(1))) << seconds;
+        EXPECT_TRUE(pause.isOver(now)) << seconds;
+    }
+}
+
 } // namespace
 } // namespace tavo::vms_server_plugins::analytics::orlix
