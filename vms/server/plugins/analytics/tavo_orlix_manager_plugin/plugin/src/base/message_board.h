@@ -70,6 +70,7 @@ inline constexpr char kModelDownloadProgress[] = "DOWNLOAD_PROGRESS_STRING";
 inline constexpr char kModelDownloadFailed[] = "DOWNLOAD_MODEL_FAILED_"; // a path
 inline constexpr char kNoCompatibleRuntime[] = "NO_COMPATIBLE_RUNTIME_"; // model id
 inline constexpr char kFailedFetchPipelines[] = "FAILED_FETCH_PIPELINES_"; // device id
+inline constexpr char kPipelinesAwaited[] = "PIPELINES_AWAITED_"; // device id
 } // namespace board_key
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

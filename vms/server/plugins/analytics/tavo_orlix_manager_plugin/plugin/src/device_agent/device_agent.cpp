@@ -39,7 +39,12 @@ DeviceAgent::~DeviceAgent()
 {
     log_info("Destroying Device Agent %zu\n", static_cast<std::size_t>(m_deviceNumber));
     m_services->removeDeviceAgent(static_cast<std::size_t>(m_deviceNumber));
-    sdk::atBorder([this] { setPluginEnabled(false); });
+    sdk::atBorder(
+        [this]
+        {
+            m_services->messageBoard().removeMessage(board_key::kPipelinesAwaited + m_deviceId);
+            setPluginEnabled(false);
+        });
     const MutexLock lock(m_pipelineLock);
     m_pipelineTree.reset();
     m_pipelineParsed = false;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -30,6 +31,7 @@
 #include "inference/exchange_line.h"
 #include "inference/message_buffer.h"
 #include "utils/mutex.h"
+#include "utils/throttle.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -75,9 +77,12 @@ public:
     // read leaves its tree in error. One call at a time.
     void handleResultMessage(mpack_node_t root) EXCLUDES(settingsLock());
 
-    // Asks the cloud for the device's pipelines unless they are there; after six attempts it posts
-    // a warning instead. May block for the time-out of a request, without a lock of the agent.
-    void fetchAvailablePipelines(MessageBoard& board) EXCLUDES(settingsLock());
+    // Asks the cloud for the device's pipelines unless they are there, and says on the board what
+    // was tried. After six attempts it posts a warning, and asks every 5 minutes from then on. May
+    // block for the time-out of a request, without a lock of the agent.
+    void fetchAvailablePipelines(
+        MessageBoard& board, Throttle::Clock::time_point now = Throttle::Clock::now())
+        EXCLUDES(settingsLock());
 
     // Takes the device's pipeline configuration from `root`: a device record, or a patch of one.
     void processDeviceParameters(yyjson_val* root) EXCLUDES(settingsLock(), m_pipelineLock);
@@ -168,6 +173,7 @@ private:
     SettingValues m_settingsValues GUARDED_BY(settingsLock()); // the last known ones
     bool m_settingsReceivedOnce GUARDED_BY(settingsLock()) = false;
     std::uint64_t m_pipelineFetchAttempts GUARDED_BY(settingsLock()) = 0;
+    Throttle m_latePipelineFetches GUARDED_BY(settingsLock()){std::chrono::minutes(5)};
     Outbox<DeviceSettings> m_manifestsToPush; // what they are drawn from
     Outbox<SettingValues> m_valuesToSave;
 

@@ -198,7 +198,15 @@ TEST_F(AgentTest, AsksTheCloudForPipelinesSixTimesAndThenTellsTheUser)
 {
     std::atomic<int> requests{0};
     LoopbackHttpServer cloud;
-    cloud.handlers.Get(".*", [&](const httplib::Request&, httplib::Response&) { ++requests; });
+    std::atomic<bool> isBack{false};
+    cloud.handlers.Get(
+        ".*",
+        [&](const httplib::Request&, httplib::Response& response)
+        {
+            ++requests;
+            if (isBack)
+                response.set_content(R"([{"name":"P","uuid":"u","pipelines":{}}])", "text/json");
+        });
     cloud.start();
     const std::string url = cloud.url("");
     ini().CloudAPI = url.c_str();
@@ -210,7 +218,22 @@ TEST_F(AgentTest, AsksTheCloudForPipelinesSixTimesAndThenTellsTheUser)
         EXPECT_EQ(
             attempt > 6 ? 1u : 0u,
             board.snapshot().count(board_key::kFailedFetchPipelines + std::string(kDeviceId)));
+        const auto tried =
+            board.snapshot().at(board_key::kPipelinesAwaited + std::string(kDeviceId));
+        EXPECT_THAT(tried.text, HasSubstr(url));
     }
+    auto now = Throttle::Clock::now(); // 5 minutes late at the earliest from here on
+    for (const int expected : {7, 8})
+    {
+        now += std::chrono::minutes(6);
+        agent->fetchAvailablePipelines(board, now);
+        agent->fetchAvailablePipelines(board, now + std::chrono::minutes(4));
+        EXPECT_EQ(expected, requests);
+    }
+    isBack = true;
+    agent->fetchAvailablePipelines(board, now + std::chrono::minutes(6));
+    EXPECT_EQ(9, requests);
+    EXPECT_THAT(board.snapshot(), IsEmpty());
 }
 
 // However long the host takes over a request that the user's settings lead to.

@@ -22,7 +22,7 @@ namespace tavo::vms_server_plugins::analytics::orlix
 namespace
 {
 
-constexpr std::uint64_t kMaxPipelineFetchAttempts = 6;
+constexpr std::uint64_t kQuickPipelineFetches = 6;
 
 // What users read in the settings dialog, by the key that posts and removes it.
 constexpr std::int32_t kNoPipelineError = 0;
@@ -50,28 +50,38 @@ void DeviceAgent::setPluginEnabled(bool enabled)
     patchDevice(m_services->utilityProvider(), jsonToText(std::move(document)), m_deviceId);
 }
 
-void DeviceAgent::fetchAvailablePipelines(MessageBoard& board)
+void DeviceAgent::fetchAvailablePipelines(MessageBoard& board, Throttle::Clock::time_point now)
 {
-    const std::string boardKey = board_key::kFailedFetchPipelines + m_deviceId;
+    const std::string failedKey = board_key::kFailedFetchPipelines + m_deviceId;
+    const std::string awaitedKey = board_key::kPipelinesAwaited + m_deviceId;
     {
         const MutexLock lock(settingsLock());
         if (!m_settings.availablePipelines.empty())
             return; // fetched once for the agent's life, as are the attempts counted
-        if (m_pipelineFetchAttempts++ >= kMaxPipelineFetchAttempts)
+        if (m_pipelineFetchAttempts >= kQuickPipelineFetches)
         {
-            board.postMessage(boardKey, kFetchFailedText, MessageType::warning);
-            return;
+            if (!m_latePipelineFetches.mayPass(now))
+                return;
+            board.postMessage(failedKey, kFetchFailedText, MessageType::warning);
         }
+        if (m_pipelineFetchAttempts++ == kQuickPipelineFetches)
+            return; // 5 minutes from now
     }
 
     auto pipelines = getAvailablePipelines(m_services->utilityProvider(), m_deviceId);
     if (pipelines.empty())
     {
         log_info("Device %s failed to fetch pipelines.\n", m_deviceId.c_str());
+        board.postMessage(
+            awaitedKey,
+            "The cloud was asked for the AI pipelines of " + m_deviceName +
+                " and gave none: " + ini().CloudAPI + "\nIt is asked again by itself.",
+            MessageType::message);
         return;
     }
 
-    board.removeMessage(boardKey);
+    for (const std::string& key : {failedKey, awaitedKey})
+        board.removeMessage(key);
     const std::size_t count = pipelines.size();
     {
         const MutexLock lock(settingsLock());
