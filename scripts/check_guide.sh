@@ -31,7 +31,7 @@ find({no_chdir => 1, wanted => sub {
     $source =~ s/"\s*\n\s*"//g; # one text on two lines
     my $shown = $source =~ s/\blog_\w+\([^;]*;//gr; # the log is not for the dialog
     $allCode .= join("\n", map { plain($_) } $source =~ /$literal/g) . "\n";
-    return unless m{/(?:dialog/settings_model_(?:banners|controls)|pipelines/pipelines|inference/manager_process|runtimes/\w+|models/model_\w+|remote/file_downloader|base/outcome|core/(?:engine|requests))\.cpp$};
+    return unless m{/(?:dialog/settings_model_(?:banners|controls)|pipelines/pipelines|inference/(?:manager_\w+|plugin_socket_claim)|runtimes/\w+|models/model_\w+|remote/file_downloader|base/outcome|core/(?:engine|requests|device_parameters))\.cpp$};
     while ($shown =~ /(?:$calls|$constants)([^;]*);/g) {
         my $statement = $1;
         for my $text ($statement =~ /$literal/g) {
