@@ -35,6 +35,9 @@ class DeviceAgent;
 //      7  runtime reselection            15  start and stop decision
 //      8  runtime selection              16  start of the manager
 //
+// A removal that step 10 could not finish is gone on with before step 5, and nothing else until
+// then.
+//
 // Requests to the host and the cloud and downloads hold the thread until they end, and nobody else:
 // no lock is held meanwhile. The shutdown ends every wait but that for the application's end, which
 // is 6 seconds at most, and calls of the host's. An agent is kept alive by a reference while it is
