@@ -147,25 +147,36 @@ private:
     const Ptr<IDeviceAgent::IHandler> m_handler;
 };
 
-class Agent : public RefCountable<IConsumingDeviceAgent>, Guarded<IConsumingDeviceAgent>
+// What engines and agents have alike.
+template <class Interface>
+class Configured : public RefCountable<Interface>, protected Guarded<Interface>
 {
 public:
-    Agent(Ptr<IConsumingDeviceAgent> agent, Findings& findings) :
-        Guarded(std::move(agent), "an agent", findings)
-    {}
-
     sdk::Result<const ISettingsResponse*> setSettings(const IStringMap* settings) override
     {
-        return enter("setSettings", [&] { return m_object->setSettings(settings); });
+        return this->enter("setSettings", [&] { return this->m_object->setSettings(settings); });
     }
     sdk::Result<const ISettingsResponse*> pluginSideSettings() const override
     {
-        return enter("pluginSideSettings", [&] { return m_object->pluginSideSettings(); });
+        return this->enter(
+            "pluginSideSettings", [&] { return this->m_object->pluginSideSettings(); });
     }
     sdk::Result<const IString*> manifest() const override
     {
-        return enter("manifest", [&] { return m_object->manifest(); });
+        return this->enter("manifest", [&] { return this->m_object->manifest(); });
     }
+
+protected:
+    using Guarded<Interface>::Guarded;
+};
+
+class Agent : public Configured<IConsumingDeviceAgent>
+{
+public:
+    Agent(Ptr<IConsumingDeviceAgent> agent, Findings& findings) :
+        Configured(std::move(agent), "an agent", findings)
+    {}
+
     void setHandler(IHandler* handler) override
     {
         const auto guarded = makePtr<AgentHandler>(handler);
@@ -195,28 +206,16 @@ public:
     }
 };
 
-class Engine : public RefCountable<IEngine>, Guarded<IEngine>
+class Engine : public Configured<IEngine>
 {
 public:
     Engine(Ptr<IEngine> engine, Findings& findings) :
-        Guarded(std::move(engine), "an engine", findings)
+        Configured(std::move(engine), "an engine", findings)
     {}
 
     void setEngineInfo(const IEngineInfo* info) override
     {
         enter("setEngineInfo", [&] { m_object->setEngineInfo(info); });
-    }
-    sdk::Result<const ISettingsResponse*> setSettings(const IStringMap* settings) override
-    {
-        return enter("setSettings", [&] { return m_object->setSettings(settings); });
-    }
-    sdk::Result<const ISettingsResponse*> pluginSideSettings() const override
-    {
-        return enter("pluginSideSettings", [&] { return m_object->pluginSideSettings(); });
-    }
-    sdk::Result<const IString*> manifest() const override
-    {
-        return enter("manifest", [&] { return m_object->manifest(); });
     }
     bool isCompatible(const IDeviceInfo* info) const override
     {

@@ -7,22 +7,29 @@ using namespace tavo::failing_calls;
 
 // A block that grows in place keeps what was noted of it.
 
-extern "C" void* malloc(std::size_t size)
+namespace
+{
+
+template <class Call>
+void* allocated(Call call)
 {
     if (fails(Kind::memory))
         return nullptr;
-    void* const block = TAVO_NEXT(malloc)(size);
+    void* const block = call();
     noteBlock(block);
     return block;
 }
 
+} // namespace
+
+extern "C" void* malloc(std::size_t size)
+{
+    return allocated([&] { return TAVO_NEXT(malloc)(size); });
+}
+
 extern "C" void* calloc(std::size_t count, std::size_t size)
 {
-    if (fails(Kind::memory))
-        return nullptr;
-    void* const block = TAVO_NEXT(calloc)(count, size);
-    noteBlock(block);
-    return block;
+    return allocated([&] { return TAVO_NEXT(calloc)(count, size); });
 }
 
 extern "C" void* realloc(void* block, std::size_t size)
@@ -37,11 +44,7 @@ extern "C" void* realloc(void* block, std::size_t size)
 
 extern "C" void* aligned_alloc(std::size_t alignment, std::size_t size)
 {
-    if (fails(Kind::memory))
-        return nullptr;
-    void* const block = TAVO_NEXT(aligned_alloc)(alignment, size);
-    noteBlock(block);
-    return block;
+    return allocated([&] { return TAVO_NEXT(aligned_alloc)(alignment, size); });
 }
 
 extern "C" int posix_memalign(void** block, std::size_t alignment, std::size_t size)
