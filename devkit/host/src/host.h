@@ -54,6 +54,7 @@ private:
 
     void mainLoop();
     void pressDueButtons(double seconds);
+    void checkNames() const;
     void followManifests();
     void everySecond(double sinceLast);
     void checkVideo() const;

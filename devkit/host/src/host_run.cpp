@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <set>
 #include <stdexcept>
 #include <utility>
 
@@ -31,6 +32,7 @@ bool Host::run()
     m_devices->stop();
     finishAnnotation();
     printSummary();
+    checkNames();
     return allTotals().results > 0;
 }
 
@@ -104,9 +106,24 @@ void Host::pressDueButtons(double seconds)
                 device->dialog().press(press.button);
             }
             if (!found)
-                m_console.line("There is no device " + press.device + " to press a button of.");
+                throw std::runtime_error("--press: there is no device " + press.device);
             return true;
         });
+}
+
+// What one camera's dialog has is right for "*".
+void Host::checkNames() const
+{
+    std::set<std::string> missed;
+    for (const auto& device : m_devices->all())
+        missed.merge(device->dialog().namesMissed());
+    for (const auto& device : m_devices->all())
+        std::erase_if(missed, [&](const auto& name) { return device->dialog().hasShown(name); });
+    std::string wrong;
+    for (const std::string& name : missed)
+        wrong += " '" + name + "'";
+    if (!wrong.empty())
+        throw std::runtime_error("--press or --settings: no dialog had" + wrong);
 }
 
 void Host::followManifests()

@@ -31,4 +31,29 @@ TEST_F(HostTest, saysWhatIsWrong)
     EXPECT_EQ(runHost(TAVO_HOST_FILE, "--seconds 1"), 2) << "a file that is no library of ours";
 }
 
+TEST_F(HostTest, refusesNamesThatNoDialogHas)
+{
+    struct Case
+    {
+        std::string option;
+        std::string values; // entered into the dialogs
+        std::string said; // empty: the name is right
+    };
+    for (const Case& c : {
+             Case{"--press \"*:clearCacheButton@0\"", R"({"*": {"deviceActiveSwitch": true}})", ""},
+             Case{"--press \"1:clearCasheButton@0\"", "{}", "no dialog had 'clearCasheButton'"},
+             Case{"--press \"7:clearCacheButton@0\"", "{}", "there is no device 7"},
+             Case{"", R"({"*": {"loiterObjekt": "car"}})", "no dialog had 'loiterObjekt'"},
+         })
+    {
+        std::ofstream(m_folder.file("settings.json")) << c.values;
+        const int exitCode = runHost(
+            TAVO_PLUGIN_FILE,
+            "--cameras 2 --seconds 0.3 --settings " + m_folder.file("settings.json") + " " +
+                c.option);
+        EXPECT_EQ(exitCode, c.said.empty() ? 3 : 2) << m_output;
+        EXPECT_NE(m_output.find(c.said), std::string::npos) << m_output;
+    }
+}
+
 } // namespace tavo::devkit

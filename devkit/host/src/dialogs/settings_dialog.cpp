@@ -42,23 +42,17 @@ std::string onOneLine(std::string text)
     return text;
 }
 
-void describeItems(yyjson_val* items, std::vector<std::string>* lines)
+// In order; `visit` says whether those inside are of interest too.
+template <class Visit>
+void visitItems(yyjson_val* parent, const Visit& visit)
 {
     size_t index = 0;
     size_t count = 0;
     yyjson_val* item = nullptr;
-    yyjson_arr_foreach(items, index, count, item)
+    yyjson_arr_foreach(yyjson_obj_get(parent, "items"), index, count, item)
     {
-        yyjson_val* const visible = yyjson_obj_get(item, "visible");
-        if (yyjson_is_false(visible))
-            continue;
-        const std::string type = stringMember(item, "type");
-        if (type == "Banner")
-            lines->push_back(
-                onOneLine(stringMember(item, "icon") + ": " + stringMember(item, "text")));
-        else if (type == "Button")
-            lines->push_back("button " + stringMember(item, "name"));
-        describeItems(yyjson_obj_get(item, "items"), lines);
+        if (visit(item))
+            visitItems(item, visit);
     }
 }
 
@@ -84,7 +78,11 @@ void SettingsDialog::apply()
     const std::lock_guard lock(m_mutex);
     SettingValues values = refreshLocked().values;
     for (const auto& [name, value] : m_userValues)
+    {
         values[name] = value;
+        if (!m_namesShown.contains(name) && m_namesMissed.insert(name).second)
+            m_surroundings.console.line("The dialog has no setting " + name + " yet.");
+    }
     (void)send(values);
 }
 
@@ -107,7 +105,12 @@ DialogAnswer SettingsDialog::apply(const SettingValues& values, const std::strin
 DialogAnswer SettingsDialog::press(const std::string& button)
 {
     const std::lock_guard lock(m_mutex);
-    const SettingValues before = storedValues();
+    const SettingValues before = refreshLocked().values;
+    if (!m_namesShown.contains(button))
+    {
+        m_namesMissed.insert(button);
+        m_surroundings.console.line("The dialog has no button " + button + " yet.");
+    }
     DialogAnswer answer = pressLocked(button, before);
     return answer.values != before ? send(answer.values) : answer;
 }
@@ -116,6 +119,18 @@ DialogAnswer SettingsDialog::press(const std::string& setting, const SettingValu
 {
     const std::lock_guard lock(m_mutex);
     return pressLocked(setting, values);
+}
+
+std::set<std::string> SettingsDialog::namesMissed() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_namesMissed;
+}
+
+bool SettingsDialog::hasShown(const std::string& name) const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_namesShown.contains(name);
 }
 
 std::string SettingsDialog::lastModel() const
@@ -197,6 +212,14 @@ void SettingsDialog::showModel(const std::string& model)
     if (model == m_lastModel)
         return;
     m_lastModel = model;
+    const JsonDocument document = parseJson(model);
+    visitItems(
+        yyjson_doc_get_root(document.get()),
+        [this](yyjson_val* item)
+        {
+            m_namesShown.insert(stringMember(item, "name"));
+            return true;
+        });
     m_surroundings.sink.writeDocument("settingsModel", &m_origin, model);
     if (!m_surroundings.showBanners)
         return;
@@ -239,7 +262,20 @@ std::vector<std::string> describeModel(std::string_view model)
 {
     const JsonDocument document = parseJson(model);
     std::vector<std::string> lines;
-    describeItems(yyjson_obj_get(yyjson_doc_get_root(document.get()), "items"), &lines);
+    visitItems(
+        yyjson_doc_get_root(document.get()),
+        [&](yyjson_val* item)
+        {
+            if (yyjson_is_false(yyjson_obj_get(item, "visible")))
+                return false;
+            const std::string type = stringMember(item, "type");
+            if (type == "Banner")
+                lines.push_back(
+                    onOneLine(stringMember(item, "icon") + ": " + stringMember(item, "text")));
+            else if (type == "Button")
+                lines.push_back("button " + stringMember(item, "name"));
+            return true;
+        });
     return lines;
 }
 

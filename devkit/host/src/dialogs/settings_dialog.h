@@ -1,6 +1,7 @@
 #pragma once
 
 #include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -56,12 +57,17 @@ public:
     // somebody has changed them meanwhile nothing is applied. Empty: over whatever there is.
     DialogAnswer apply(const SettingValues& values, const std::string& version = {});
 
-    // Presses a button, by its setting's name. The values that it changes in the dialog are
-    // applied.
+    // Presses a button, by its setting's name, as one does in a dialog that may be an old one: it
+    // need not be there. The values that it changes in the dialog are applied.
     DialogAnswer press(const std::string& button);
 
     // Changes an active setting in a dialog that holds `values`. Nothing is applied.
     DialogAnswer press(const std::string& setting, const SettingValues& values);
+
+    // What was entered or pressed by a name that no model had had; whether one has had it since,
+    // visible or not.
+    [[nodiscard]] std::set<std::string> namesMissed() const;
+    [[nodiscard]] bool hasShown(const std::string& name) const;
 
     // The model that came last; empty before the first.
     [[nodiscard]] std::string lastModel() const;
@@ -86,6 +92,8 @@ private:
     const MetadataSink::Origin m_origin;
     SettingValues m_userValues;
     const Surroundings m_surroundings;
+    std::set<std::string> m_namesShown;
+    std::set<std::string> m_namesMissed; // when they were used
     std::string m_lastModel;
     std::vector<std::string> m_lastLines;
 };
