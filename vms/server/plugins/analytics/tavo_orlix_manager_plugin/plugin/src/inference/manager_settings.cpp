@@ -8,7 +8,6 @@
 #include "inference/model_changes.h"
 #include "inference/orlix_manager_interface.h"
 #include "remote/file_helpers.h"
-#include "utils/files.h"
 #include "utils/log.h"
 #include "utils/paths.h"
 
@@ -22,14 +21,6 @@ struct TextDeleter
 {
     void operator()(char* text) const { std::free(text); }
 };
-
-JsonDocument loadDocument(const std::string& path)
-{
-    const FileStream file(file_open_read(path.c_str()));
-    if (!file)
-        return nullptr;
-    return JsonDocument(yyjson_read_fp(file.get(), YYJSON_READ_NOFLAG, nullptr, nullptr));
-}
 
 } // namespace
 
@@ -117,16 +108,6 @@ bool OrlixManagerInterface::writeSettings()
             "folder has this name. It is tried again by itself.",
         MessageType::warning);
     return false;
-}
-
-JsonDocument OrlixManagerInterface::loadExternalPreprocessors() const
-{
-    return loadDocument(path_join(m_rootFolder, "preprocessors", "external_preprocessors.json"));
-}
-
-JsonDocument OrlixManagerInterface::loadExternalPostprocessors() const
-{
-    return loadDocument(path_join(m_rootFolder, "postprocessors", "external_postprocessors.json"));
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -101,7 +101,8 @@ public:
     // application has what it had.
     [[nodiscard]] bool settingsAreWritten() const { return !m_unwrittenSettings; }
 
-    // Null if the file is missing or does not parse, which is a normal case.
+    // Null if the file is missing, which is a normal case, or broken, which is told on the board
+    // and in the log until it is mended or gone.
     [[nodiscard]] JsonDocument loadExternalPreprocessors() const;
     [[nodiscard]] JsonDocument loadExternalPostprocessors() const;
 

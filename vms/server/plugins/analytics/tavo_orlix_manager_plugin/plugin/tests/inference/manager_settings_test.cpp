@@ -1,4 +1,5 @@
 #include <filesystem>
+#include <fstream>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -73,6 +74,42 @@ TEST_F(ManagerSettingsTest, TellsOnceOfWhatItCannotWriteAndTriesAgain)
     EXPECT_TRUE(test::comesTrue([this] { return manager.retrySettings(); }));
     EXPECT_TRUE(manager.settingsAreWritten());
     EXPECT_EQ("[]", folder.read("orlix_manager/etc/settings.json"));
+}
+
+TEST_F(ManagerSettingsTest, TellsOfABrokenFileOfProcessorsUntilItIsMended)
+{
+    const std::string file =
+        folder.path("orlix_manager/postprocessors/external_postprocessors.json");
+    std::filesystem::create_directories(folder.path("orlix_manager/postprocessors"));
+    const struct
+    {
+        const char* content; // null: no file
+        const char* said; // null: nothing
+    } kCases[] = {
+        {nullptr, nullptr},
+        {"{\n\"externalPostprocessors\": [,]}", "Line 2: "},
+        {R"({"externalPostprocessors": []})", nullptr},
+        {R"({"externalPreprocessors": []})", "There is no list \"externalPostprocessors\" in it"},
+        {"", "\n"},
+        {nullptr, nullptr}};
+    for (const auto& c : kCases)
+    {
+        SCOPED_TRACE(c.content ? c.content : "no file");
+        std::filesystem::remove(file);
+        if (c.content)
+            std::ofstream(file, std::ios::binary) << c.content;
+        const JsonDocument document = manager.loadExternalPostprocessors();
+        const std::string said = onBoard(board_key::kBrokenPostprocessors);
+        EXPECT_EQ(c.content && !c.said, document != nullptr);
+        EXPECT_EQ(c.said == nullptr, said.empty()) << said;
+        if (c.said)
+        {
+            EXPECT_NE(std::string::npos, said.find(c.said)) << said;
+            EXPECT_NE(std::string::npos, said.find("external_postprocessors.json")) << said;
+        }
+    }
+    EXPECT_TRUE(logHas("Broken file of processors: "));
+    EXPECT_EQ(nullptr, manager.loadExternalPreprocessors());
 }
 
 TEST(RetryPauseTest, GrowsToFiveMinutes)

@@ -19,10 +19,10 @@ std::string settingsModelBuilder(
     state.hostCustomizationKind = services.hostCustomizationKind();
     state.selectableRuntimes = services.runtimesManager().availableRuntimes();
     state.installedRuntimeName = services.runtimesManager().getInstalledRuntimeName();
-    state.board = services.messageBoard().snapshot();
     state.agentErrors = agentErrors;
     state.externalPostprocessors = services.managerInterface().loadExternalPostprocessors();
     state.externalPreprocessors = services.managerInterface().loadExternalPreprocessors();
+    state.board = services.messageBoard().snapshot(); // the files' own mistakes are on it
 
     std::string text = makeSettingsModel(state, settings);
     log_info("Device Agent Settings Model: %s\n", text.c_str());
