@@ -8,7 +8,8 @@ namespace tavo::devkit
 TEST_F(HostTest, findsItsRecordsAgainAfterARestart)
 {
     const std::string database = m_folder.file("records.db");
-    std::ofstream(m_folder.file("settings.json")) << R"({"*": {"loiterDetectionObjectClass": "kept"}})";
+    std::ofstream(m_folder.file("settings.json"))
+        << R"({"*": {"loiterDetectionObjectClass": "kept"}})";
     EXPECT_EQ(
         runHost(
             TAVO_PLUGIN_FILE,
@@ -23,7 +24,8 @@ TEST_F(HostTest, findsItsRecordsAgainAfterARestart)
     EXPECT_NE(device.find(R"("PluginEnabled":false)"), std::string::npos) << device;
     EXPECT_NE(device.find(R"("Postprocessor":"LineCrossing")"), std::string::npos) << device;
     const std::string settings = store->find(RecordKind::settings, defaultDeviceId(0)).value_or("");
-    EXPECT_NE(settings.find(R"("loiterDetectionObjectClass":"kept")"), std::string::npos) << settings;
+    EXPECT_NE(settings.find(R"("loiterDetectionObjectClass":"kept")"), std::string::npos)
+        << settings;
     const std::string server = store->find(RecordKind::server, kServerRecordId).value_or("");
     EXPECT_NE(server.find(R"("pluginVersion":)"), std::string::npos) << server;
 }
