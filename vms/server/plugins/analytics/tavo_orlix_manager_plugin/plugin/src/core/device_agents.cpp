@@ -56,6 +56,14 @@ std::vector<std::size_t> DeviceAgents::indices() const
 
 sdk::Ptr<DeviceAgent> DeviceAgents::at(std::size_t index) const
 {
+    return find(
+        index,
+        [](std::size_t number)
+        { log_info("Something went terribly wrong casting a DeviceAgent %zu\n", number); });
+}
+
+sdk::Ptr<DeviceAgent> DeviceAgents::find(std::size_t index, void (*tellNoAgent)(std::size_t)) const
+{
     const MutexLock lock(m_mutex);
     const auto entry = m_deviceAgents.find(index);
     if (entry == m_deviceAgents.end())
@@ -63,7 +71,7 @@ sdk::Ptr<DeviceAgent> DeviceAgents::at(std::size_t index) const
     DeviceAgent* const agent = entry->second.agent;
     if (!agent)
     {
-        log_info("Something went terribly wrong casting device agent\n");
+        tellNoAgent(index);
         return nullptr;
     }
     // The destructor of one that is in the registry has yet to pass remove().
@@ -94,7 +102,12 @@ public:
     Reference(DeviceAgents& agents, std::size_t index) :
         m_agents(agents),
         m_index(index),
-        m_agent(agents.at(index).releasePtr())
+        m_agent(agents
+                    .find(
+                        index,
+                        [](std::size_t)
+                        { log_info("Something went terribly wrong casting device agent\n"); })
+                    .releasePtr())
     {}
     ~Reference()
     {

@@ -58,6 +58,8 @@ private:
     };
     class Reference;
 
+    [[nodiscard]] sdk::Ptr<DeviceAgent> find(
+        std::size_t index, void (*tellNoAgent)(std::size_t)) const EXCLUDES(m_mutex);
     [[nodiscard]] sdk::Ptr<DeviceAgent> takeLeft() EXCLUDES(m_mutex);
 
     mutable Mutex m_mutex{LockLevel::registry};

@@ -82,6 +82,8 @@ Engine::Engine(Plugin* plugin, std::string workingDirectory) :
                 }
             });
         m_services.runtimesManager.initialise(m_services.messageBoard);
+        log_info("Initialized engine. Plugin version: %s\n", kPluginVersion);
+        logCertificateChecks();
     }
     catch (...)
     {
@@ -89,8 +91,6 @@ Engine::Engine(Plugin* plugin, std::string workingDirectory) :
         closeLog();
         throw;
     }
-    log_info("Initialized engine. Plugin version: %s\n", kPluginVersion);
-    logCertificateChecks();
 }
 
 Engine::~Engine()

@@ -293,8 +293,8 @@ void OrlixManagerInterface::reportCrash(ExitCode exitCode)
     m_hasCrashed = true;
     const std::string lastWords = pipe_read_text(m_stderrPipe).value_or(std::string());
     log_info(
-        "Detected Orlix Manager crash Exit status: %lld Error: \n%s\n",
-        static_cast<long long>(exitCode), lastWords.c_str());
+        "Detected Orlix Manager crash Exit status: %d Error: \n%s\n", static_cast<int>(exitCode),
+        lastWords.c_str());
     keepLogsOfCrash(m_rootFolder);
     m_messageBoard->postMessage(
         board_key::kManagerCrash,

@@ -124,21 +124,21 @@ Outcome RuntimesManager::unpackPackage(
     const std::string& runtimeName, const std::string& packagePath, const std::string& folder,
     bool useSubfolder, MessageBoard& board)
 {
+    const Staging staging(fileInBin(kStagingFolder));
+    if (Outcome made = staging.made(); !made)
+        return made;
     board.postMessage(
         board_key::kRuntimeExtraction, "Extracting runtime from package", MessageType::message);
-    const Staging staging(fileInBin(kStagingFolder));
     std::string command = kUnpackCommand;
     replaceAll(command, "{file_path}", packagePath);
     replaceAll(command, "{folder_path}", staging.content());
     const CommandResult result = runCommand(command, kUnpackLimit, m_stop);
     board.removeMessage(board_key::kRuntimeExtraction);
 
-    Outcome outcome = staging.made();
-    if (outcome)
-        outcome = staging.unpacked(result);
-    if (!outcome && result.exitCode != 0)
+    Outcome outcome = staging.unpacked(result);
+    if (!outcome)
         log_info("tar: %s\n", beginningOf(result.output).c_str());
-    if (outcome && !fileExists(path_join(staging.content(), kRuntimeLibrary)))
+    else if (!fileExists(path_join(staging.content(), kRuntimeLibrary)))
         outcome =
             Outcome::failed(std::string("The package does not contain ") + kRuntimeLibrary + ".");
     if (!outcome)

@@ -107,6 +107,19 @@ protected:
         return static_cast<IConsumingDeviceAgent&>(*m_agents.at(device));
     }
 
+    // The host takes changes at its gate once that is set.
+    std::shared_ptr<std::atomic<bool>> slowPatches()
+    {
+        auto areSlow = std::make_shared<std::atomic<bool>>(false);
+        m_host->run = [this, areSlow](const FakeHost::Request& request, FakeHost::Handler* to)
+        {
+            if (*areSlow && request.method == "PATCH")
+                m_hostGate->pass();
+            FakeHost::reply(to, "HTTP/1.1 200 OK\r\n\r\n[]");
+        };
+        return areSlow;
+    }
+
     // Sends a result with one object and waits until the host has it.
     void passResult(int index)
     {
@@ -268,16 +281,10 @@ TEST_F(NobodyWaits, ForAHostThatCallsStraightBack)
 TEST_F(NobodyWaits, ForTheEndOfAnAgentThatAResultHasKept)
 {
     m_cloudGate->open();
-    const auto isSlow = std::make_shared<std::atomic<bool>>(false);
-    m_host->run = [this, isSlow](const FakeHost::Request& request, FakeHost::Handler* to)
-    {
-        if (*isSlow && request.method == "PATCH")
-            m_hostGate->pass();
-        FakeHost::reply(to, "HTTP/1.1 200 OK\r\n\r\n[]");
-    };
+    const auto areSlow = slowPatches();
     for (const int device : {1, 2})
         addAgent(device);
-    *isSlow = true;
+    *areSlow = true;
     m_packets->called = [this](const std::string&) { drop(1); };
     EXPECT_TRUE(m_hostGate->doesNotHoldUp(
         [this]
@@ -372,15 +379,9 @@ TEST_F(NobodyWaits, ForAModel)
 TEST_F(NobodyWaits, ForTheHost)
 {
     m_cloudGate->open();
-    const auto isSlow = std::make_shared<std::atomic<bool>>(false);
-    m_host->run = [this, isSlow](const FakeHost::Request& request, FakeHost::Handler* to)
-    {
-        if (*isSlow && request.method == "PATCH")
-            m_hostGate->pass();
-        FakeHost::reply(to, "HTTP/1.1 200 OK\r\n\r\n[]");
-    };
+    const auto areSlow = slowPatches();
     addAgent(1);
-    *isSlow = true;
+    *areSlow = true;
     std::vector<std::future<Agent>> comers;
     for (const int device : {2, 3})
     {
