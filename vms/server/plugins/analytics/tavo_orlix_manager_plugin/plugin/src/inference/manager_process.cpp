@@ -113,14 +113,14 @@ void OrlixManagerInterface::start(
         return;
     }
     ++m_startCount;
+    m_lacksFiles = false;
     log_info("Starting Orlix Manager: Count: %zu\n", static_cast<std::size_t>(m_startCount));
     for (const auto& [id, model] : assignedModels)
     {
         if (!filesAreThere(model))
             return;
     }
-    // Ends what a start that failed has prepared.
-    m_process = {};
+    m_process = {}; // ends what is left of the run before
     // The job is there before the first copy is, so that none is left behind if this process ends.
     m_process = process_prepare(
         managerArguments(m_rootFolder, m_moduleSocketPath, pluginSocketPath), ini().logToConsole,
@@ -195,6 +195,8 @@ Outcome OrlixManagerInterface::writeDecryptedCopy(
 bool OrlixManagerInterface::startFailed(const std::string& text)
 {
     log_info("Error! %s\n", text.c_str());
+    m_process = {};
+    deleteDecryptedCopies();
     if (!m_stop.stop_requested()) // which fails a decryption
         m_messageBoard->postMessage(board_key::kCouldNotStart, text, MessageType::warning);
     m_state = ManagerState::Failed;

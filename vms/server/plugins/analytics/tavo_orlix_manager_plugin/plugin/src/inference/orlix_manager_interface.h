@@ -54,8 +54,8 @@ public:
     [[nodiscard]] bool mayStart() const;
 
     // Decrypts what is encrypted and starts the application; the state tells the outcome, and a
-    // failure is on the board. Nothing is made before all files are there. Does nothing but log if
-    // it may not.
+    // failure is on the board and leaves neither process nor decrypted copy. Does nothing but log
+    // if it may not.
     void start(const AssignedModels& assignedModels, const std::string& pluginSocketPath);
 
     // Whether the last start found that a model or its key is missing.
@@ -112,7 +112,7 @@ public:
     [[nodiscard]] std::uint64_t startCount() const { return m_startCount; }
 
 private:
-    // The steps of start; each false has put its reason on the board.
+    // The steps of start; each false has put its reason on the board, and taken all back.
     [[nodiscard]] bool filesAreThere(const AssignedModel& model);
     bool keyMissing(const AssignedModel& model);
     [[nodiscard]] bool decryptModel(const AssignedModel& model);

@@ -37,13 +37,24 @@ protected:
         return test::comesTrue([&]() { return check() == ManagerState::Stopped; });
     }
 
-    void encryptModel()
+    void assignModel(const std::string& id)
+    {
+        models[id] = {
+            id,
+            "Net",
+            "",
+            folder.path(id),
+            folder.path(id + ".key"),
+            folder.path(id + ".run"),
+            true};
+    }
+
+    void encryptModel(const std::string& id = "m")
     {
         const std::string key(32, 'k');
-        folder.write("m", test::encryptedModel("weights", key));
-        folder.write("m.key", key);
-        models["m"] = {"m", "Net", "", folder.path("m"), folder.path("m.key"), folder.path("m.run"),
-                       true};
+        folder.write(id, test::encryptedModel("weights", key));
+        folder.write(id + ".key", key);
+        assignModel(id);
     }
 
     AssignedModels models;
@@ -161,6 +172,7 @@ TEST_F(ManagerProcessTest, DecryptsItsModelsForAsLongAsItRuns)
     EXPECT_FALSE(folder.has("m.run"));
     EXPECT_TRUE(folder.has("m"));
 
+    encryptModel("good");
     const std::string key(32, 'k');
     const std::string model = folder.read("m");
     const struct
@@ -184,6 +196,7 @@ TEST_F(ManagerProcessTest, DecryptsItsModelsForAsLongAsItRuns)
                 "Failed to decrypt model Net (m) for Orlix Manager. File could be corrupted. ") +
                 c.why,
             onBoard(board_key::kCouldNotStart));
+        EXPECT_FALSE(folder.has("good.run") || folder.has("m.run"));
     }
 }
 
@@ -191,14 +204,15 @@ TEST_F(ManagerProcessTest, DecryptsItsModelsForAsLongAsItRuns)
 TEST_F(ManagerProcessTest, FailsWithoutItsFiles)
 {
     ini().restartOrlixManagerOnCrash = false;
-    models["m"] = {"m", "Net", "", folder.path("m"), folder.path("m.key"), folder.path("m.run"),
-                   true};
+    assignModel("m");
     start();
     EXPECT_NE(
         std::string::npos, onBoard(board_key::kCouldNotStart).find("file missing for Net (m)."));
     EXPECT_EQ(ManagerState::Failed, manager.state());
+    EXPECT_TRUE(manager.lacksFiles());
     models.clear();
     start();
+    EXPECT_FALSE(manager.lacksFiles());
     EXPECT_EQ(
         "Failed to start Orlix Manager application. The files could be corrupted or missing.",
         onBoard(board_key::kCouldNotStart));
