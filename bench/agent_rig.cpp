@@ -1,5 +1,6 @@
 #include "agent_rig.h"
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
@@ -35,6 +36,18 @@ void installApplication(const std::string& folder)
 }
 
 } // namespace
+
+OwnFolder::OwnFolder()
+{
+    if (!mkdtemp(path))
+        std::abort();
+    setenv("TMPDIR", path, 1);
+}
+
+OwnFolder::~OwnFolder()
+{
+    std::filesystem::remove_all(path);
+}
 
 std::int64_t BorrowedFrame::timestampUs() const
 {

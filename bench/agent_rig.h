@@ -21,6 +21,18 @@
 namespace tavo::bench
 {
 
+// A temporary folder of a benchmark's own, for sockets and the rest. To be there before threads
+// are.
+struct OwnFolder
+{
+    OwnFolder();
+    ~OwnFolder();
+    OwnFolder(const OwnFolder&) = delete;
+    OwnFolder& operator=(const OwnFolder&) = delete;
+
+    char path[32] = "/tmp/orlix_bench_XXXXXX";
+};
+
 // A host's frame around pixels that lie elsewhere.
 class BorrowedFrame : public sdk::RefCountable<sdk::analytics::IUncompressedVideoFrame>
 {

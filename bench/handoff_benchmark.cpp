@@ -30,6 +30,7 @@
 #include "inference/orlix_manager_interface.h"
 #include "samples.h"
 #include "utils/json.h"
+#include "utils/json_mpack.h"
 #include "utils/log.h"
 
 namespace
@@ -146,7 +147,7 @@ void handOver(benchmark::State& state)
     OrlixManagerInterface manager(std::filesystem::temp_directory_path(), &board);
     const auto document = parseJson(
         R"([{"modelUUID":"6b8b7f2c","modelNMS":0.5,"Postprocessor":"LineCrossing","chains":[]}])");
-    const auto pipelines = PipelineTree::fromJson(yyjson_doc_get_root(document.get()));
+    const auto pipelines = json_to_mpack_tree(yyjson_doc_get_root(document.get()));
     const std::string id = "0b5b5d3f-0000-4000-8000-000000000001";
     const std::string name = "Gate north";
     DeviceSettings settings;
@@ -202,7 +203,7 @@ void handOver(benchmark::State& state)
                     [&]()
                     {
                         if (!createInputMessage(
-                                image, {1, 3, id, name}, settings, pipelines->encoded(), message) ||
+                                image, {1, 3, id, name}, settings, pipelines->bytes(), message) ||
                             !manager.sendInput(message, 3))
                         {
                             state.SkipWithError("not handed over");
@@ -271,20 +272,16 @@ void printTable()
 
 int main(int argc, char** argv)
 {
-    char folder[] = "/tmp/orlix_bench_XXXXXX";
-    if (!mkdtemp(folder))
-        return 1;
-    setenv("TMPDIR", folder, 1); // sockets of its own
     benchmark::Initialize(&argc, argv);
     {
-        FrameConsumer theConsumer(folder);
+        const tavo::bench::OwnFolder folder;
+        FrameConsumer theConsumer(folder.path);
         consumer = &theConsumer;
-        AgentRig theRig(folder); // its threads must not be there yet for the fork
+        AgentRig theRig(folder.path); // its threads must not be there yet for the fork
         rig = &theRig;
         tavo::bench::stayOn(tavo::bench::Processor::first);
         benchmark::RunSpecifiedBenchmarks();
     }
     printTable();
-    std::filesystem::remove_all(folder);
     return tavo::bench::printGoals() == 0 ? 0 : 1;
 }

@@ -3,8 +3,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <cstdlib>
-#include <filesystem>
 #include <functional>
 #include <map>
 #include <string>
@@ -142,17 +140,13 @@ BENCHMARK(result)->Iterations(500)->Unit(benchmark::kMillisecond);
 
 int main(int argc, char** argv)
 {
-    char folder[] = "/tmp/orlix_bench_XXXXXX";
-    if (!mkdtemp(folder))
-        return 1;
-    setenv("TMPDIR", folder, 1); // sockets of its own
     benchmark::Initialize(&argc, argv);
     {
-        const bench::FrameConsumer consumer(folder, 300ms);
-        AgentRig theRig(folder, kCameras); // its threads must not be there yet for the fork
+        const bench::OwnFolder folder;
+        const bench::FrameConsumer consumer(folder.path, 300ms);
+        AgentRig theRig(folder.path, kCameras); // its threads must not be there yet for the fork
         rig = &theRig;
         benchmark::RunSpecifiedBenchmarks();
     }
-    std::filesystem::remove_all(folder);
     return bench::printGoals() == 0 ? 0 : 1;
 }

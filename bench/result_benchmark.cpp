@@ -293,15 +293,12 @@ std::string withHeader(const std::string& message)
 
 void road(benchmark::State& state)
 {
-    char folder[] = "/tmp/orlix_bench_XXXXXX";
-    if (!mkdtemp(folder))
-        std::abort();
-    setenv("TMPDIR", folder, 1);
+    const OwnFolder folder;
     Scene scene(street);
     Row& row = rows["road"];
     {
-        AgentRig rig(folder);
-        BareReceiver receiver(std::string(folder) + "/bare.sock");
+        AgentRig rig(folder.path);
+        BareReceiver receiver(std::string(folder.path) + "/bare.sock");
         while (!std::filesystem::exists(rig.pluginSocketPath()))
             usleep(1000);
         std::uint32_t received = 0;
@@ -340,7 +337,6 @@ void road(benchmark::State& state)
             state.SetIterationTime(row.ours.blockMedians().back() / 1e6);
         }
     }
-    std::filesystem::remove_all(folder);
     goal(
         state, "road / (exchange + handler)",
         row.ours.overall() / (row.plain.overall() + rows["handler, tracking"].ours.overall()),
@@ -428,13 +424,10 @@ std::string largeMessage(LargeKind kind, std::uint64_t timestampUs)
 void large(benchmark::State& state)
 {
     const auto kind = static_cast<LargeKind>(state.range(0));
-    char folder[] = "/tmp/orlix_bench_XXXXXX";
-    if (!mkdtemp(folder))
-        std::abort();
-    setenv("TMPDIR", folder, 1);
+    const OwnFolder folder;
     Samples ours;
     {
-        AgentRig rig(folder);
+        AgentRig rig(folder.path);
         MessageTree tree;
         std::uint64_t timestampUs = kNowUs;
         const auto handle = [&]()
@@ -457,7 +450,6 @@ void large(benchmark::State& state)
             state.SetIterationTime(us / 1e6);
         }
     }
-    std::filesystem::remove_all(folder);
     goal(
         state, std::string("a message of ") + kLargeNames[kind] + ", ms", ours.median() / 1000,
         Bound::atMost, 200);
