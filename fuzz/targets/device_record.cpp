@@ -8,7 +8,6 @@
 #include "device_agent/device_agent.h"
 #include "device_agent/manifest_builder.h"
 #include "device_agent/pipelines/pipeline_parsing.h"
-#include "device_agent/pipelines/pipeline_tree.h"
 #include "fake_device.h"
 #include "fuzz_target.h"
 #include "models/model_manager.h"
@@ -16,6 +15,7 @@
 #include "remote/host_rest_client.h"
 #include "remote/record_lists.h"
 #include "temporary_folder.h"
+#include "utils/json_mpack.h"
 
 using namespace tavo::vms_server_plugins::analytics::orlix;
 namespace sdk = tavo::sdk;
@@ -55,7 +55,7 @@ void checkReadyDialog(std::string_view text, yyjson_val* record)
     settings.classes = detectionClasses(models.outputNames);
     settings.selectedPipeline = jsonText(jsonMember(ours, "selectedPipeline"));
     settings.availablePipelines = {{"{}", settings.selectedPipeline, settings.selectedPipeline}};
-    if (const auto tree = PipelineTree::fromJson(jsonMember(ours, "pipelines")))
+    if (const auto tree = json_to_mpack_tree(jsonMember(ours, "pipelines")))
     {
         parsePipelineNode(
             tree->root(), settings.processors, models.names, settings.modelNms,

@@ -2,7 +2,6 @@
 
 #include "device_agent/pipelines/model_nms.h"
 #include "device_agent/pipelines/pipeline_parsing.h"
-#include "device_agent/pipelines/pipeline_tree.h"
 #include "fuzz_target.h"
 #include "remote/host_rest_client.h"
 #include "remote/text_helpers.h"
@@ -69,14 +68,14 @@ bool areSameBytes(std::span<const char> a, std::span<const char> b)
 
 void checkTree(yyjson_val* pipelines)
 {
-    const auto tree = PipelineTree::fromJson(pipelines);
+    const auto tree = json_to_mpack_tree(pipelines);
     if (!tree)
         return;
     FUZZ_CHECK(isSame(pipelines, tree->root()));
     const auto clone = mpack_node_clone(tree->root());
-    FUZZ_CHECK(areSameBytes(clone->bytes(), tree->encoded()));
+    FUZZ_CHECK(areSameBytes(clone->bytes(), tree->bytes()));
     MessageTree again; // as the application reads it
-    FUZZ_CHECK(again.parse(tree->encoded()) == mpack_ok);
+    FUZZ_CHECK(again.parse(tree->bytes()) == mpack_ok);
     FUZZ_CHECK(isSame(pipelines, again.root()));
 
     std::vector<std::string> processors;

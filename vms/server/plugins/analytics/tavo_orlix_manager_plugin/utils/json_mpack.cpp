@@ -241,6 +241,8 @@ std::unique_ptr<MpackTree> json_to_mpack_tree(yyjson_val* value)
     auto tree = std::make_unique<MpackTree>(writer.takeBytes(), size);
     if (tree->error() == mpack_error_memory)
         throw std::bad_alloc();
+    if (tree->error() != mpack_ok)
+        return nullptr;
     return tree;
 }
 

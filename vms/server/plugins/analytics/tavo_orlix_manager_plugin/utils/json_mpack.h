@@ -15,7 +15,7 @@ namespace tavo::vms_server_plugins::analytics::orlix
 {
 
 // Null, with the reason logged, when the value holds what has no counterpart: a null, anywhere, or
-// too deep a nesting.
+// too deep a nesting. Null as well for more than kMaxTreeNodes values.
 [[nodiscard]] std::unique_ptr<MpackTree> json_to_mpack_tree(yyjson_val* value);
 
 // Writes one value. False, with the value written in part, as above.

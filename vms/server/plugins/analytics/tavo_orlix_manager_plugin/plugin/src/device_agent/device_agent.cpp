@@ -45,14 +45,25 @@ DeviceAgent::~DeviceAgent()
             m_services->messageBoard().removeMessage(board_key::kPipelinesAwaited + m_deviceId);
             setPluginEnabled(false);
         });
-    const MutexLock lock(m_pipelineLock);
-    m_pipelineTree.reset();
-    m_pipelineParsed = false;
 }
 
 std::string DeviceAgent::deviceIdOf(const sdk::analytics::IDeviceInfo& deviceInfo)
 {
     return toText(sdk::uuidFromText(deviceInfo.id()));
+}
+
+// All of it runs on the listener's thread.
+void DeviceAgent::handleResultMessage(mpack_node_t root)
+{
+    ResultPackets::Packets packets;
+    {
+        const MutexLock lock(settingsLock());
+        packets = m_resultPackets.make(root, m_settings);
+    }
+    if (packets.objects)
+        pushMetadataPacket(std::move(packets.objects));
+    if (packets.events)
+        pushMetadataPacket(std::move(packets.events));
 }
 
 std::string DeviceAgent::manifestString() const

@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
-#include <memory>
 #include <optional>
 #include <string>
 
@@ -13,19 +12,15 @@
 #include <yyjson.h>
 
 #include <tavo/sdk/analytics/helpers/consuming_device_agent.h>
-#include <tavo/sdk/analytics/helpers/event_metadata_packet.h>
-#include <tavo/sdk/analytics/helpers/object_metadata_packet.h>
 #include <tavo/sdk/ptr.h>
 
 #include "base/message_board.h"
 #include "device_agent/agent_services.h"
 #include "device_agent/dialog/settings_model_builder.h"
-#include "device_agent/events/count_history.h"
-#include "device_agent/events/throughput.h"
 #include "device_agent/frame_clock.h"
-#include "device_agent/objects/tracker.h"
 #include "device_agent/outbox.h"
-#include "device_agent/pipelines/pipeline_tree.h"
+#include "device_agent/pipelines/parsed_pipelines.h"
+#include "device_agent/result_packets.h"
 #include "device_agent/settings/device_settings.h"
 #include "device_agent/settings/setting_values.h"
 #include "inference/exchange_line.h"
@@ -35,8 +30,6 @@
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
-
-struct DeviceModels;
 
 // One camera that has the integration switched on: takes its frames and settings from the host and
 // gives back metadata, manifests and settings models. The camera's lasting configuration lies in
@@ -49,8 +42,8 @@ struct DeviceModels;
 // operations take the locks that they need, in the order of LockLevel. Host, cloud, application and
 // disk are waited for without any of them, and the host may call straight back out of any call.
 //
-// Frames are in frame_intake.cpp, results in result_handling.cpp, the pipelines and the record on
-// the host in pipelines/pipelines.cpp, settings in settings/settings_processing.cpp, buttons in
+// Frames are in frame_intake.cpp, the pipelines and the record on the host in
+// pipelines/pipelines.cpp, settings in settings/settings_processing.cpp, buttons in
 // dialog/active_settings.cpp.
 class DeviceAgent final : public sdk::analytics::ConsumingDeviceAgent
 {
@@ -85,7 +78,7 @@ public:
         EXCLUDES(settingsLock());
 
     // Takes the device's pipeline configuration from `root`: a device record, or a patch of one.
-    void processDeviceParameters(yyjson_val* root) EXCLUDES(settingsLock(), m_pipelineLock);
+    void processDeviceParameters(yyjson_val* root) EXCLUDES(settingsLock());
 
     // Writes the flag to the host; a failure is not noticed. False is not written while the device
     // has an agent: one that is kept alive for a moment longer than its successor needs to come
@@ -115,49 +108,21 @@ private:
     struct HostFrame;
     [[nodiscard]] bool frameMayPass() const REQUIRES(settingsLock());
     [[nodiscard]] bool makeInputMessage(const HostFrame& frame, std::uint64_t passedAtUs)
-        REQUIRES(settingsLock()) EXCLUDES(m_pipelineLock);
-    void tellOfOddFrame(const HostFrame& frame) const;
-    void warnOfAge(std::uint64_t passedAtUs, std::uint64_t timestampUs) const;
-    [[nodiscard]] bool imageToSend(const HostFrame& frame, InputImage& image) const
-        REQUIRES(settingsLock());
-    [[nodiscard]] bool encode(const InputImage& image, std::uint64_t timestampUs)
-        REQUIRES(settingsLock()) EXCLUDES(m_pipelineLock);
-
-    // Results.
-    struct Packets
-    {
-        sdk::Ptr<sdk::analytics::ObjectMetadataPacket> objects; // may be null, as the next
-        sdk::Ptr<sdk::analytics::EventMetadataPacket> events;
-    };
-    [[nodiscard]] Packets makePackets(mpack_node_t root) REQUIRES(settingsLock());
-    void measureThroughput(std::uint64_t timestampUs, sdk::analytics::EventMetadataPacket& events)
-        REQUIRES(settingsLock());
-    [[nodiscard]] sdk::Ptr<sdk::analytics::ObjectMetadataPacket> makeObjectPacket(
-        mpack_node_t root, std::uint64_t timestampUs) REQUIRES(settingsLock());
-    void tellOfLargeResult(std::size_t leftOut, bool isTooLarge) REQUIRES(settingsLock());
-    void addEvents(mpack_node_t root, sdk::analytics::EventMetadataPacket& events)
         REQUIRES(settingsLock());
 
     // Pipelines.
     [[nodiscard]] std::optional<std::string> readAdminUrl(yyjson_val* tavoAi) const;
-    [[nodiscard]] std::unique_ptr<PipelineTree> readPipelines(yyjson_val* pipelines);
-    void adoptPipelines(std::unique_ptr<PipelineTree> tree, const DeviceModels& models)
-        REQUIRES(settingsLock()) EXCLUDES(m_pipelineLock);
-    void setAgentError(std::int32_t key, const std::string& text) EXCLUDES(m_agentErrorsMutex);
-    void clearAgentError(std::int32_t key) EXCLUDES(m_agentErrorsMutex);
-    [[nodiscard]] AgentErrors agentErrors() const EXCLUDES(m_agentErrorsMutex);
     void writeModelNms(const std::map<std::string, float>& newValues);
     void pushManifests() EXCLUDES(settingsLock());
 
     // Settings and buttons.
-    [[nodiscard]] DeviceSettings settings() const EXCLUDES(settingsLock()); // a copy
     void applySettings() EXCLUDES(settingsLock());
+    [[nodiscard]] std::string drawModel() const EXCLUDES(settingsLock());
     [[nodiscard]] sdk::Result<const sdk::ISettingsResponse*> drawDialog() const
         EXCLUDES(settingsLock());
     [[nodiscard]] sdk::Result<const sdk::IActiveSettingChangedResponse*> serveAction(
         const sdk::IActiveSettingChangedAction* action) EXCLUDES(settingsLock());
     void carryOut(const std::string& buttonName, SettingValues& values);
-    void chooseRuntime(const std::string& name);
 
     // Constant after construction.
     const std::string m_deviceId;
@@ -166,11 +131,9 @@ private:
     AgentServices* const m_services; // not owned
     const std::string m_settingsCachePath;
 
-    mutable Mutex m_agentErrorsMutex;
-    AgentErrors m_agentErrors GUARDED_BY(m_agentErrorsMutex); // shown in the settings dialog
-
     DeviceSettings m_settings GUARDED_BY(settingsLock());
     SettingValues m_settingsValues GUARDED_BY(settingsLock()); // the last known ones
+    AgentErrors m_agentErrors GUARDED_BY(settingsLock()); // shown in the settings dialog
     bool m_settingsReceivedOnce GUARDED_BY(settingsLock()) = false;
     std::uint64_t m_pipelineFetchAttempts GUARDED_BY(settingsLock()) = 0;
     Throttle m_latePipelineFetches GUARDED_BY(settingsLock()){std::chrono::minutes(5)};
@@ -180,18 +143,8 @@ private:
     ExchangeLine::Place m_placeInLine;
     MessageBuffer m_inputMessage; // whose turn it is; kept from frame to frame
     FrameClock m_frameClock;
-
-    // The listener's, one result at a time.
-    Throughput m_throughput GUARDED_BY(settingsLock());
-    Tracker m_tracker GUARDED_BY(settingsLock());
-    CountHistory m_countHistory GUARDED_BY(settingsLock());
-
-    Mutex m_pipelineLock{LockLevel::pipeline};
-    std::unique_ptr<PipelineTree> m_pipelineTree GUARDED_BY(m_pipelineLock);
-
-    // Whether a pipeline was ever parsed: frames then pass, with an empty array in place of a tree
-    // that went away. Written under m_pipelineLock.
-    std::atomic<bool> m_pipelineParsed{false};
+    ResultPackets m_resultPackets{m_deviceId, m_frameClock}; // the listener's
+    ParsedPipelines m_parsedPipelines;
 };
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

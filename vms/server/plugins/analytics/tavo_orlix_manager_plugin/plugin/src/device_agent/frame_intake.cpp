@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <span>
 #include <utility>
+#include <vector>
 
 #include <tavo/sdk/ptr.h>
 
@@ -54,6 +55,29 @@ struct DeviceAgent::HostFrame
             lineSize >= rowSize && planeSize >= std::int64_t{lineSize} * (height - 1) + rowSize;
     }
 
+    // What of a whole frame goes to the application; 0 wide or high when the crop box comes to
+    // nothing. The region is not copied out: it is the frame's own memory with a line size of its
+    // own, so that its pixels are copied once on their whole road.
+    [[nodiscard]] InputImage image(const std::vector<float>& cropBox) const
+    {
+        log_debug("Region of interest start: %d\n", cropBox.empty() ? 1 : 0);
+        if (cropBox.empty())
+        {
+            return {
+                plane, static_cast<std::size_t>(lineSize), static_cast<std::uint32_t>(width),
+                static_cast<std::uint32_t>(height)};
+        }
+        const PixelRegion region = regionOfInterest(width, height, cropBox);
+        log_debug(
+            "Crop height and width: %zux%zu\n", static_cast<std::size_t>(region.width),
+            static_cast<std::size_t>(region.height)); // in this order, as operators know it
+        // Cropped frames are taken to be tightly packed, whatever their line size.
+        const std::size_t rowSize = static_cast<std::size_t>(width) * protocol::kChannels;
+        const std::size_t offset =
+            region.top * rowSize + static_cast<std::size_t>(region.left) * protocol::kChannels;
+        return {plane + offset, rowSize, region.width, region.height};
+    }
+
     const std::uint64_t timestampUs;
     const Frame::PixelFormat format;
     const std::uint8_t* const plane;
@@ -82,7 +106,11 @@ bool DeviceAgent::pushUncompressedVideoFrame(sdk::Ptr<const Frame> videoFrame)
     const HostFrame hostFrame(*frame);
     if (!hostFrame.isWhole())
     {
-        tellOfOddFrame(hostFrame);
+        log_warning(
+            m_deviceId,
+            "Warning! Device %s: Dropping a frame that is no whole RGB picture: format %d, %dx%d, %d bytes a row, %d bytes.\n",
+            m_deviceId.c_str(), static_cast<int>(hostFrame.format), hostFrame.width,
+            hostFrame.height, hostFrame.lineSize, hostFrame.plane ? hostFrame.planeSize : 0);
         return false;
     }
     OrlixManagerInterface& manager = m_services->managerInterface();
@@ -127,26 +155,7 @@ bool DeviceAgent::frameMayPass() const
         if (m_services->managerInterface().state() != ManagerState::Running)
             return false;
     }
-    return m_pipelineParsed;
-}
-
-void DeviceAgent::tellOfOddFrame(const HostFrame& frame) const
-{
-    log_warning(
-        m_deviceId,
-        "Warning! Device %s: Dropping a frame that is no whole RGB picture: format %d, %dx%d, %d bytes a row, %d bytes.\n",
-        m_deviceId.c_str(), static_cast<int>(frame.format), frame.width, frame.height,
-        frame.lineSize, frame.plane ? frame.planeSize : 0);
-}
-
-void DeviceAgent::warnOfAge(std::uint64_t passedAtUs, std::uint64_t timestampUs) const
-{
-    if (static_cast<std::int64_t>(passedAtUs - timestampUs) <= kMaxFrameAgeUs)
-        return;
-    log_warning(
-        m_deviceId, "Warning! Frame age over 500ms. Time now:  %zu  Frame time: %zu Device: %s\n",
-        static_cast<std::size_t>(passedAtUs), static_cast<std::size_t>(timestampUs),
-        m_deviceId.c_str());
+    return m_parsedPipelines.wereThere();
 }
 
 // 1. Tell of an old frame.
@@ -155,59 +164,31 @@ void DeviceAgent::warnOfAge(std::uint64_t passedAtUs, std::uint64_t timestampUs)
 bool DeviceAgent::makeInputMessage(const HostFrame& frame, std::uint64_t passedAtUs)
 {
     log_debug("Logged frame time.\n");
-    warnOfAge(passedAtUs, frame.timestampUs);
-    InputImage image;
-    if (!imageToSend(frame, image))
+    if (static_cast<std::int64_t>(passedAtUs - frame.timestampUs) > kMaxFrameAgeUs)
+    {
+        log_warning(
+            m_deviceId,
+            "Warning! Frame age over 500ms. Time now:  %zu  Frame time: %zu Device: %s\n",
+            static_cast<std::size_t>(passedAtUs), static_cast<std::size_t>(frame.timestampUs),
+            m_deviceId.c_str());
+    }
+    const InputImage image = frame.image(m_settings.cropBox);
+    if (image.width == 0 || image.height == 0)
     {
         log_warning(m_deviceId, "Error! Crop box too small!\n");
         return false;
     }
-    if (!encode(image, frame.timestampUs))
-    {
-        log_warning(m_deviceId, "Warning! Could not create image message.\n");
-        return false;
-    }
-    return true;
-}
-
-// False when the crop box comes to nothing. The region is not copied out: it is the frame's own
-// memory with a line size of its own, so that its pixels are copied once on their whole road.
-bool DeviceAgent::imageToSend(const HostFrame& frame, InputImage& image) const
-{
-    log_debug("Region of interest start: %d\n", m_settings.cropBox.empty() ? 1 : 0);
-    if (m_settings.cropBox.empty())
-    {
-        image.pixels = frame.plane;
-        image.lineSize = static_cast<std::size_t>(frame.lineSize);
-        image.width = static_cast<std::uint32_t>(frame.width);
-        image.height = static_cast<std::uint32_t>(frame.height);
-        return true;
-    }
-
-    const PixelRegion region = regionOfInterest(frame.width, frame.height, m_settings.cropBox);
-    log_debug(
-        "Crop height and width: %zux%zu\n", static_cast<std::size_t>(region.width),
-        static_cast<std::size_t>(region.height)); // in this order, as operators know it
-    if (region.width == 0 || region.height == 0)
-        return false;
-    // Cropped frames are taken to be tightly packed, whatever their line size.
-    image.lineSize = static_cast<std::size_t>(frame.width) * protocol::kChannels;
-    image.pixels = frame.plane + region.top * image.lineSize +
-        static_cast<std::size_t>(region.left) * protocol::kChannels;
-    image.width = region.width;
-    image.height = region.height;
-    return true;
-}
-
-bool DeviceAgent::encode(const InputImage& image, std::uint64_t timestampUs)
-{
-    // Another thread may exchange the tree. The message has its own copy of the pipelines' bytes.
-    const MutexLock lock(m_pipelineLock);
     log_debug("Creating raw image message...\n");
-    // The settings are read in place: settingsLock() is held, so a copy would buy nothing.
-    return createInputMessage(
-        image, {timestampUs, m_deviceNumber, m_deviceId, m_deviceName}, m_settings,
-        m_pipelineTree ? m_pipelineTree->encoded() : std::span<const char>(), m_inputMessage);
+    const bool isMade = m_parsedPipelines.use(
+        [&, &settings = m_settings](std::span<const char> pipelines)
+        {
+            return createInputMessage(
+                image, {frame.timestampUs, m_deviceNumber, m_deviceId, m_deviceName}, settings,
+                pipelines, m_inputMessage);
+        });
+    if (!isMade)
+        log_warning(m_deviceId, "Warning! Could not create image message.\n");
+    return isMade;
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -71,7 +71,10 @@ sdk::Result<const sdk::IActiveSettingChangedResponse*> DeviceAgent::serveAction(
     auto response = sdk::makePtr<sdk::ActiveSettingChangedResponse>();
     if (name == button::kManageDevice)
     {
-        response->setActionResponse(openPage(settings().adminUrl));
+        MutexLock lock(settingsLock());
+        const std::string url = m_settings.adminUrl;
+        lock.unlock();
+        response->setActionResponse(openPage(url));
     }
     else
     {
@@ -82,7 +85,7 @@ sdk::Result<const sdk::IActiveSettingChangedResponse*> DeviceAgent::serveAction(
 
         auto settingsResponse = sdk::makePtr<sdk::SettingsResponse>();
         settingsResponse->setValues(values);
-        settingsResponse->setModel(settingsModelBuilder(*m_services, agentErrors(), settings()));
+        settingsResponse->setModel(drawModel());
         response->setSettingsResponse(std::move(settingsResponse));
     }
     return response.releasePtr();
@@ -98,7 +101,12 @@ void DeviceAgent::carryOut(const std::string& buttonName, SettingValues& values)
     else if (buttonName == button::kReselectRuntime)
         m_services->requestRuntimeReselection();
     else if (buttonName.starts_with(button::kRuntimeChoicePrefix))
-        chooseRuntime(buttonName.substr(std::string_view(button::kRuntimeChoicePrefix).size()));
+    {
+        const std::string runtime =
+            buttonName.substr(std::string_view(button::kRuntimeChoicePrefix).size());
+        m_services->runtimesManager().chooseRuntime(runtime);
+        log_info("User chose: %s\n", oneLine(runtime).c_str());
+    }
     else if (buttonName == button::kResetSingleDevice)
         m_services->resetDevice(m_deviceId);
     else if (buttonName == button::kResetAllDevices)
@@ -107,12 +115,6 @@ void DeviceAgent::carryOut(const std::string& buttonName, SettingValues& values)
         m_services->clearCache();
     else if (buttonName == button::kModelDownloadRetry)
         m_services->retryDownloads();
-}
-
-void DeviceAgent::chooseRuntime(const std::string& name)
-{
-    m_services->runtimesManager().chooseRuntime(name);
-    log_info("User chose: %s\n", oneLine(name).c_str());
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,6 +1,7 @@
 // A device's pipelines: where they come from, and how they reach the agent and the host's record.
 // Requests to host and cloud are made without a lock of the agent.
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -14,6 +15,7 @@
 #include "remote/host_rest_client.h"
 #include "remote/text_helpers.h"
 #include "utils/json.h"
+#include "utils/json_mpack.h"
 #include "utils/log.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -24,7 +26,7 @@ namespace
 
 constexpr std::uint64_t kQuickPipelineFetches = 6;
 
-// What users read in the settings dialog, by the key that posts and removes it.
+// What users read in the settings dialog, by its key in m_agentErrors.
 constexpr std::int32_t kNoPipelineError = 0;
 constexpr char kNoPipelineText[] =
     "This device has no pipelines defined. Click on Manage Device or use the Cloud UI to configure pipelines for this device.\n";
@@ -37,6 +39,23 @@ constexpr char kFetchFailedText[] =
 
 // Makes one of the look at who is there and the telling of it; held while waiting for the host.
 Mutex presenceMutex(LockLevel::presence);
+
+// Null, with the reason logged, when there are none or they cannot be told in MessagePack.
+std::unique_ptr<MpackTree> readPipelines(yyjson_val* pipelines, const std::string& deviceId)
+{
+    if (!pipelines)
+    {
+        log_info(
+            "Warning! Device %s does not have a pipeline object in parameters.\n",
+            deviceId.c_str());
+        return nullptr;
+    }
+    log_debug("Parsing pipeline for %s\n", deviceId.c_str());
+    auto tree = json_to_mpack_tree(pipelines);
+    if (!tree)
+        log_info("Error! Could not parse pipelines data for device.\n");
+    return tree;
+}
 
 } // namespace
 
@@ -92,7 +111,7 @@ void DeviceAgent::fetchAvailablePipelines(MessageBoard& board, Throttle::Clock::
 
 // 1. Read the models, and where the device is managed; without that, nothing changes at all.
 // 2. Read the pipelines into a tree of their own.
-// 3. Under the locks, replace all that was derived from an earlier record.
+// 3. Under the lock, replace all that was derived from an earlier record.
 // 4. Tell the host the new manifest, with the processors as they were, once it gave settings.
 void DeviceAgent::processDeviceParameters(yyjson_val* root)
 {
@@ -101,11 +120,16 @@ void DeviceAgent::processDeviceParameters(yyjson_val* root)
     std::optional<std::string> adminUrl = readAdminUrl(tavoAi);
     if (!adminUrl)
         return;
-    clearAgentError(kNoPipelineError);
-    auto tree = readPipelines(jsonMember(tavoAi, "pipelines"));
+    yyjson_val* const pipelines = jsonMember(tavoAi, "pipelines");
+    auto tree = readPipelines(pipelines, m_deviceId);
 
     {
         const MutexLock lock(settingsLock());
+        m_agentErrors.erase(kNoPipelineError);
+        if (!pipelines)
+            m_agentErrors[kNoPipelineError] = kNoPipelineText;
+        else if (!tree)
+            m_agentErrors[kBrokenPipelineError] = kBrokenPipelineText;
         yyjson_val* const selected = jsonMember(tavoAi, "selectedPipeline");
         m_settings.selectedPipeline =
             yyjson_is_str(selected) ? jsonText(selected) : kCustomPipeline;
@@ -113,7 +137,16 @@ void DeviceAgent::processDeviceParameters(yyjson_val* root)
         m_settings.classes = detectionClasses(models.outputNames);
         if (m_settingsReceivedOnce)
             m_manifestsToPush.put(m_settings);
-        adoptPipelines(std::move(tree), models);
+        if (tree) // without one frames go on as they did, but carry none
+        {
+            m_settings.pipelineDescription.clear();
+            m_settings.processors.clear();
+            m_settings.modelNms.clear();
+            parsePipelineNode(
+                tree->root(), m_settings.processors, models.names, m_settings.modelNms,
+                m_settings.pipelineDescription, 0);
+        }
+        m_parsedPipelines.adopt(std::move(tree));
     }
     pushManifests();
 }
@@ -130,21 +163,6 @@ void DeviceAgent::pushManifests()
                 return;
             pushManifest(text);
         });
-}
-
-void DeviceAgent::adoptPipelines(std::unique_ptr<PipelineTree> tree, const DeviceModels& models)
-{
-    const MutexLock lock(m_pipelineLock);
-    m_pipelineTree = std::move(tree);
-    if (!m_pipelineTree)
-        return; // m_pipelineParsed stays, so frames go on as they did, without a tree
-    m_pipelineParsed = true;
-    m_settings.pipelineDescription.clear();
-    m_settings.processors.clear();
-    m_settings.modelNms.clear();
-    parsePipelineNode(
-        m_pipelineTree->root(), m_settings.processors, models.names, m_settings.modelNms,
-        m_settings.pipelineDescription, 0);
 }
 
 std::optional<std::string> DeviceAgent::readAdminUrl(yyjson_val* tavoAi) const
@@ -167,44 +185,6 @@ std::optional<std::string> DeviceAgent::readAdminUrl(yyjson_val* tavoAi) const
         return std::nullopt;
     }
     return url;
-}
-
-std::unique_ptr<PipelineTree> DeviceAgent::readPipelines(yyjson_val* pipelines)
-{
-    if (!pipelines)
-    {
-        log_info(
-            "Warning! Device %s does not have a pipeline object in parameters.\n",
-            m_deviceId.c_str());
-        setAgentError(kNoPipelineError, kNoPipelineText);
-        return nullptr;
-    }
-    log_debug("Parsing pipeline for %s\n", m_deviceId.c_str());
-    auto tree = PipelineTree::fromJson(pipelines);
-    if (!tree)
-    {
-        log_info("Error! Could not parse pipelines data for device.\n");
-        setAgentError(kBrokenPipelineError, kBrokenPipelineText);
-    }
-    return tree;
-}
-
-void DeviceAgent::setAgentError(std::int32_t key, const std::string& text)
-{
-    const MutexLock lock(m_agentErrorsMutex);
-    m_agentErrors[key] = text;
-}
-
-void DeviceAgent::clearAgentError(std::int32_t key)
-{
-    const MutexLock lock(m_agentErrorsMutex);
-    m_agentErrors.erase(key);
-}
-
-AgentErrors DeviceAgent::agentErrors() const
-{
-    const MutexLock lock(m_agentErrorsMutex);
-    return m_agentErrors;
 }
 
 void DeviceAgent::writeModelNms(const std::map<std::string, float>& newValues)

@@ -50,31 +50,32 @@ sdk::Result<const sdk::ISettingsResponse*> DeviceAgent::settingsReceived()
     NmsChanges changes;
     {
         const MutexLock lock(settingsLock());
-        if (m_pipelineParsed)
+        if (m_parsedPipelines.wereThere())
             changes = readNmsChanges(m_settings.modelNms, current);
     }
     if (changes.changed)
         writeModelNms(changes.values);
 
-    DeviceSettings settings;
     {
         const MutexLock lock(settingsLock());
-        settings = m_settings;
         m_manifestsToPush.put(m_settings);
         m_settingsReceivedOnce = true;
     }
     auto response = sdk::makePtr<sdk::SettingsResponse>();
-    response->setModel(settingsModelBuilder(*m_services, agentErrors(), settings));
+    response->setModel(drawModel());
     pushManifests();
     response->setValues(current);
     log_debug("Done processing GUI settings\n");
     return response.releasePtr();
 }
 
-DeviceSettings DeviceAgent::settings() const
+std::string DeviceAgent::drawModel() const
 {
-    const MutexLock lock(settingsLock());
-    return m_settings;
+    MutexLock lock(settingsLock());
+    const DeviceSettings settings = m_settings;
+    const AgentErrors errors = m_agentErrors;
+    lock.unlock();
+    return settingsModelBuilder(*m_services, errors, settings);
 }
 
 void DeviceAgent::applySettings()
@@ -122,22 +123,20 @@ sdk::Result<const sdk::ISettingsResponse*> DeviceAgent::pluginSideSettings() con
 
 sdk::Result<const sdk::ISettingsResponse*> DeviceAgent::drawDialog() const
 {
-    DeviceSettings settings;
     SettingValues values;
     {
         const MutexLock lock(settingsLock());
-        settings = m_settings;
         values = m_settingsValues;
+        // Before a pipeline was read there is none to show: an empty one would be applied with the
+        // dialog and erase the choice.
+        if (m_settings.selectedPipeline.empty())
+            values.erase(setting::kSelectedPipeline);
+        else
+            values[setting::kSelectedPipeline] = m_settings.selectedPipeline;
     }
-    // Before a pipeline was read there is none to show: an empty one would be applied with the
-    // dialog and erase the choice.
-    if (settings.selectedPipeline.empty())
-        values.erase(setting::kSelectedPipeline);
-    else
-        values[setting::kSelectedPipeline] = settings.selectedPipeline;
 
     auto response = sdk::makePtr<sdk::SettingsResponse>();
-    response->setModel(settingsModelBuilder(*m_services, agentErrors(), settings));
+    response->setModel(drawModel());
     response->setValues(values);
     return response.releasePtr();
 }

@@ -8,8 +8,8 @@
 #include "device_agent/manifest_builder.h"
 #include "device_agent/pipelines/model_nms.h"
 #include "device_agent/pipelines/pipeline_parsing.h"
-#include "device_agent/pipelines/pipeline_tree.h"
 #include "utils/json.h"
+#include "utils/json_mpack.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -23,7 +23,7 @@ using testing::ElementsAre;
 std::string parsed(const char* json)
 {
     const JsonDocument document = parseJson(json);
-    const auto tree = PipelineTree::fromJson(yyjson_doc_get_root(document.get()));
+    const auto tree = json_to_mpack_tree(yyjson_doc_get_root(document.get()));
     std::vector<std::string> processors;
     std::vector<ModelNmsEntry> entries;
     std::string description;

@@ -1,6 +1,4 @@
-// The road of a result: from a decoded message to the packets that the host gets. All of it runs
-// on the listener's thread: the making of the packets under settingsLock(), the host's handler
-// without a lock.
+#include "device_agent/result_packets.h"
 
 #include <algorithm>
 #include <iterator>
@@ -9,9 +7,6 @@
 #include <utility>
 #include <vector>
 
-#include <tavo/sdk/ptr.h>
-
-#include "device_agent/device_agent.h"
 #include "device_agent/events/events.h"
 #include "device_agent/objects/class_objects.h"
 #include "device_agent/objects/object_packet.h"
@@ -48,21 +43,7 @@ bool isVisualised(const DeviceSettings& settings, const std::string& className)
 // 3. Measure the throughput.
 // 4. Make the packet of the objects.
 // 5. Add what was counted, scored and detected.
-// 6. Hand over the objects, then the events.
-void DeviceAgent::handleResultMessage(mpack_node_t root)
-{
-    Packets packets;
-    {
-        const MutexLock lock(settingsLock());
-        packets = makePackets(root);
-    }
-    if (packets.objects)
-        pushMetadataPacket(std::move(packets.objects));
-    if (packets.events)
-        pushMetadataPacket(std::move(packets.events));
-}
-
-DeviceAgent::Packets DeviceAgent::makePackets(mpack_node_t root)
+ResultPackets::Packets ResultPackets::make(mpack_node_t root, const DeviceSettings& settings)
 {
     const std::uint64_t timestampUs = mpack_node_u64(mpack_node_map_cstr(root, key::kTimestamp));
     if (timestampUs == 0)
@@ -78,12 +59,12 @@ DeviceAgent::Packets DeviceAgent::makePackets(mpack_node_t root)
 
     measureThroughput(timestampUs, *packets.events);
     if (mpack_node_map_contains_cstr(root, key::kBoxes))
-        packets.objects = makeObjectPacket(root, timestampUs);
+        packets.objects = makeObjectPacket(root, timestampUs, settings);
     addEvents(root, *packets.events);
     return packets;
 }
 
-void DeviceAgent::measureThroughput(
+void ResultPackets::measureThroughput(
     std::uint64_t timestampUs, sdk::analytics::EventMetadataPacket& events)
 {
     const auto figures = m_throughput.note(time_now_us(), m_frameClock.passedAtUs(timestampUs));
@@ -93,8 +74,8 @@ void DeviceAgent::measureThroughput(
     addFpsEvent(*figures, events);
 }
 
-sdk::Ptr<sdk::analytics::ObjectMetadataPacket> DeviceAgent::makeObjectPacket(
-    mpack_node_t root, std::uint64_t timestampUs)
+sdk::Ptr<sdk::analytics::ObjectMetadataPacket> ResultPackets::makeObjectPacket(
+    mpack_node_t root, std::uint64_t timestampUs, const DeviceSettings& settings)
 {
     const std::int64_t width = mpack_node_i64(mpack_node_map_cstr(root, key::kWidth));
     const std::int64_t height = mpack_node_i64(mpack_node_map_cstr(root, key::kHeight));
@@ -113,7 +94,7 @@ sdk::Ptr<sdk::analytics::ObjectMetadataPacket> DeviceAgent::makeObjectPacket(
         const std::string className(readName(mpack_node_map_key_at(boxes, i)));
         if (mpack_node_error(root) != mpack_ok)
             break; // the classes read so far still go out
-        if (!isVisualised(m_settings, className))
+        if (!isVisualised(settings, className))
         {
             log_debug("Not visualising class: %s\n", className.c_str());
             continue;
@@ -139,7 +120,7 @@ sdk::Ptr<sdk::analytics::ObjectMetadataPacket> DeviceAgent::makeObjectPacket(
             std::move(detections.begin(), detections.end(), std::back_inserter(objectsOfClass));
     }
 
-    auto packet = buildObjectPacket(objects, timestampUs, width, height, m_settings);
+    auto packet = buildObjectPacket(objects, timestampUs, width, height, settings);
     if (packet)
         leftOut += kMaxObjectsOfResult - room - static_cast<std::size_t>(packet->count());
     if (leftOut > 0 || budget.isUsedUp)
@@ -147,7 +128,7 @@ sdk::Ptr<sdk::analytics::ObjectMetadataPacket> DeviceAgent::makeObjectPacket(
     return packet;
 }
 
-void DeviceAgent::tellOfLargeResult(std::size_t leftOut, bool isTooLarge)
+void ResultPackets::tellOfLargeResult(std::size_t leftOut, bool isTooLarge) const
 {
     if (leftOut == 0)
     {
@@ -170,7 +151,7 @@ void DeviceAgent::tellOfLargeResult(std::size_t leftOut, bool isTooLarge)
         m_deviceId.c_str(), kMaxObjectsOfResult, leftOut);
 }
 
-void DeviceAgent::addEvents(mpack_node_t root, sdk::analytics::EventMetadataPacket& events)
+void ResultPackets::addEvents(mpack_node_t root, sdk::analytics::EventMetadataPacket& events)
 {
     if (mpack_node_map_contains_cstr(root, key::kCounts))
     {
