@@ -40,12 +40,7 @@ protected:
     void assignModel(const std::string& id)
     {
         models[id] = {
-            id,
-            "Net",
-            "",
-            folder.path(id),
-            folder.path(id + ".key"),
-            folder.path(id + ".run"),
+            id,  "Net", "", folder.path(id), folder.path(id + ".key"), folder.path(id + ".run"),
             true};
     }
 
