@@ -19,37 +19,31 @@ namespace
 
 std::string catalogueOf(const std::vector<Sandbox::Model>& models)
 {
-    const MutableJsonDocument document(yyjson_mut_doc_new(nullptr));
-    yyjson_mut_doc* const doc = document.get();
-    yyjson_mut_val* const root = yyjson_mut_obj(doc);
-    yyjson_mut_doc_set_root(doc, root);
-    yyjson_mut_val* const modelList = yyjson_mut_obj_add_arr(doc, root, "models");
-    yyjson_mut_val* const pipelineList = yyjson_mut_obj_add_arr(doc, root, "pipelines");
+    JsonMaker json;
+    JsonNode modelList = json.addList("models");
+    JsonNode pipelineList = json.addList("pipelines");
     for (std::size_t i = 0; i < models.size(); ++i)
     {
         const std::string id = "m" + std::to_string(i + 1);
-        yyjson_mut_val* const model = yyjson_mut_arr_add_obj(doc, modelList);
-        addString(doc, model, "UUID", id);
-        addString(doc, model, "Name", "motion");
-        addString(doc, model, "File", models[i].file);
-        yyjson_mut_obj_add_bool(doc, model, "Encrypted", models[i].isEncrypted);
-        yyjson_mut_arr_add_str(
-            doc, yyjson_mut_obj_add_arr(doc, model, "RuntimeArchitectures"), "application/x-onnx");
-        yyjson_mut_val* const outputs = yyjson_mut_obj_add_arr(doc, model, "NamedOutput");
-        addString(doc, yyjson_mut_arr_add_obj(doc, outputs), "Name", "bboxes;0:motion");
+        JsonNode model = modelList.pushObject();
+        model.add("UUID", id)
+            .add("Name", "motion")
+            .add("File", models[i].file)
+            .add("Encrypted", models[i].isEncrypted);
+        model.addList("RuntimeArchitectures").push("application/x-onnx");
+        model.addList("NamedOutput").pushObject().add("Name", "bboxes;0:motion");
 
-        yyjson_mut_val* const pipeline = yyjson_mut_arr_add_obj(doc, pipelineList);
-        addString(doc, pipeline, "uuid", "p" + std::to_string(i + 1));
-        addString(doc, pipeline, "name", "Motion " + std::to_string(i + 1));
-        yyjson_mut_val* const used = yyjson_mut_obj_add_arr(doc, pipeline, "models");
-        yyjson_mut_arr_append(used, newString(doc, id));
-        yyjson_mut_val* const nodes = yyjson_mut_obj_add_arr(doc, pipeline, "pipelines");
-        yyjson_mut_val* const node = yyjson_mut_arr_add_obj(doc, nodes);
-        addString(doc, node, "method", "detect");
-        addString(doc, node, "modelUUID", id);
-        yyjson_mut_obj_add_real(doc, node, "modelNMS", 0.5);
+        JsonNode pipeline = pipelineList.pushObject();
+        pipeline.add("uuid", "p" + std::to_string(i + 1))
+            .add("name", "Motion " + std::to_string(i + 1));
+        pipeline.addList("models").push(id);
+        pipeline.addList("pipelines")
+            .pushObject()
+            .add("method", "detect")
+            .add("modelUUID", id)
+            .add("modelNMS", 0.5);
     }
-    return toText(*doc);
+    return json.text();
 }
 
 } // namespace

@@ -101,13 +101,10 @@ void RoadTest::waitForObjects()
 
 void RoadTest::switchFault(const std::string& path, const std::string& kind)
 {
-    const MutableJsonDocument fault(yyjson_mut_doc_new(nullptr));
-    yyjson_mut_val* const root = yyjson_mut_obj(fault.get());
-    yyjson_mut_doc_set_root(fault.get(), root);
-    addString(fault.get(), root, "path", path);
-    addString(fault.get(), root, "kind", kind);
+    JsonMaker fault;
+    fault.add("path", path).add("kind", kind);
     const auto result = httplib::Client("127.0.0.1", m_sandbox.port())
-                            .Post("/control/faults", toText(*fault), "application/json");
+                            .Post("/control/faults", fault.text(), "application/json");
     ASSERT_TRUE(result && result->status == 204);
 }
 

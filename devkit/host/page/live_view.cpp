@@ -125,7 +125,9 @@ void LiveView::run(std::stop_token stop)
         }
         catch (const std::exception& error) // it costs this picture
         {
-            publish(R"({"kind":"trouble","text":)" + jsonString(error.what()) + "}");
+            JsonMaker message;
+            message.add("kind", "trouble").add("text", error.what());
+            publish(message.text());
         }
         lock.lock();
     }
@@ -150,8 +152,11 @@ void LiveView::show(const Frame& frame)
         const std::lock_guard lock(m_mutex);
         viewers = viewersOf(frame.deviceId);
     }
-    const std::string json = R"({"kind":"picture","device":)" + jsonString(frame.deviceId) +
-        R"(,"timestampUs":)" + std::to_string(frame.timestampUs) + "}";
+    JsonMaker picture;
+    picture.add("kind", "picture")
+        .add("device", frame.deviceId)
+        .add("timestampUs", frame.timestampUs);
+    const std::string json = picture.text();
     std::shared_ptr<const std::string> best;
     std::vector<std::pair<std::shared_ptr<Viewer>, Viewer::Message>> deliveries;
     for (const PictureSize size : {PictureSize::small, PictureSize::large})

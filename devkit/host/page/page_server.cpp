@@ -39,21 +39,24 @@ void fail(httplib::Response& response, int status, const std::string& text)
     response.set_content(text, "text/plain; charset=utf-8");
 }
 
-std::string textObject(const std::map<std::string, std::string>& values)
+void addTexts(JsonNode object, const std::map<std::string, std::string>& texts)
 {
-    return toJson(values); // a JSON object of texts
+    for (const auto& [name, text] : texts)
+        object.add(name, text);
 }
 
-// The model is a JSON text already; what is none goes as null.
 std::string answerText(const DialogAnswer& answer)
 {
-    const bool isModel = parseJson(answer.model) != nullptr;
-    return R"({"values":)" + textObject(answer.values) + R"(,"version":)" +
-        jsonString(settingsVersion(answer.values)) + R"(,"model":)" +
-        (isModel ? answer.model : "null") + R"(,"errors":)" + textObject(answer.errors) +
-        R"(,"actionUrl":)" + jsonString(answer.actionUrl) + R"(,"messageToUser":)" +
-        jsonString(answer.messageToUser) + R"(,"failure":)" + jsonString(answer.failure) +
-        R"(,"isOutdated":)" + (answer.isOutdated ? "true" : "false") + "}";
+    JsonMaker json;
+    addTexts(json.addObject("values"), answer.values);
+    addTexts(json.addObject("errors"), answer.errors);
+    json.add("version", settingsVersion(answer.values))
+        .addJson("model", answer.model)
+        .add("actionUrl", answer.actionUrl)
+        .add("messageToUser", answer.messageToUser)
+        .add("failure", answer.failure)
+        .add("isOutdated", answer.isOutdated);
+    return json.text();
 }
 
 const char* typeOf(const std::string& file)
@@ -218,18 +221,20 @@ void PageServer::routeCameras()
 {
     m_server.Get(
         "/api/cameras",
-        [this](const Request&, Response& response) { response.set_content(camerasText(), kJson); });
+        [this](const Request&, Response& response)
+        {
+            JsonMaker json = JsonMaker::list();
+            addCameras(json);
+            response.set_content(json.text(), kJson);
+        });
     m_server.Get(
         "/api/machine-cameras",
         [](const Request&, Response& response)
         {
-            std::string text = "[";
+            JsonMaker json = JsonMaker::list();
             for (const MachineCamera& camera : listMachineCameras())
-            {
-                text += (text.size() > 1 ? "," : "") +
-                    textObject({{"name", camera.name}, {"source", camera.source}});
-            }
-            response.set_content(text + "]", kJson);
+                json.pushObject().add("name", camera.name).add("source", camera.source);
+            response.set_content(json.text(), kJson);
         });
     m_server.Post(
         "/api/cameras",
@@ -243,7 +248,9 @@ void PageServer::routeCameras()
                 return fail(response, kBadRequest, "A camera needs a name and a source.");
             const std::string id = m_host.devices().add(name, source);
             publishCameras();
-            response.set_content(R"({"id":)" + jsonString(id) + "}", kJson);
+            JsonMaker json;
+            json.add("id", id);
+            response.set_content(json.text(), kJson);
         });
     m_server.Delete(
         R"(/api/cameras/([^/]+))",
@@ -373,12 +380,13 @@ void PageServer::publishCameras()
 
 std::string PageServer::camerasMessage() const
 {
-    return R"({"kind":"cameras","cameras":)" + camerasText() + "}";
+    JsonMaker json;
+    addCameras(json.add("kind", "cameras").addList("cameras"));
+    return json.text();
 }
 
-std::string PageServer::camerasText() const
+void PageServer::addCameras(JsonNode list) const
 {
-    std::string text = "[";
     for (const auto& device : m_host.devices().all())
     {
         const std::string& id = device->origin().deviceId;
@@ -386,13 +394,12 @@ std::string PageServer::camerasText() const
             parseJson(m_host.records().find(RecordKind::device, id).value_or("{}"));
         const SettingValues values =
             parseSettingValues(m_host.records().find(RecordKind::settings, id).value_or("{}"));
-        text += (text.size() > 1 ? "," : "") + std::string(R"({"id":)") + jsonString(id) +
-            R"(,"name":)" +
-            jsonString(stringMember(yyjson_doc_get_root(record.get()), "name", id)) +
-            R"(,"source":)" + jsonString(shownAddress(device->source())) + R"(,"values":)" +
-            textObject(values) + "}";
+        JsonNode camera = list.pushObject();
+        camera.add("id", id)
+            .add("name", stringMember(yyjson_doc_get_root(record.get()), "name", id))
+            .add("source", shownAddress(device->source()));
+        addTexts(camera.addObject("values"), values);
     }
-    return text + "]";
 }
 
 std::string PageServer::boardText()
@@ -408,13 +415,10 @@ std::string PageServer::boardText()
                 banners.push_back(banner);
         }
     }
-    std::string text = "[";
+    JsonMaker json = JsonMaker::list();
     for (const Banner& banner : banners)
-    {
-        text += (text.size() > 1 ? "," : "") +
-            textObject({{"icon", banner.icon}, {"text", banner.text}});
-    }
-    return text + "]";
+        json.pushObject().add("icon", banner.icon).add("text", banner.text);
+    return json.text();
 }
 
 } // namespace tavo::devkit

@@ -4,6 +4,7 @@
 #include <string>
 #include <thread>
 
+#include "common/json.h"
 #include "host.h"
 #include "page/bounded_server.h"
 #include "page/live_view.h"
@@ -56,7 +57,7 @@ private:
     void bind(); // port 0 becomes the one that it got
     void publishCameras();
     [[nodiscard]] std::string camerasMessage() const;
-    [[nodiscard]] std::string camerasText() const;
+    void addCameras(JsonNode list) const;
     [[nodiscard]] std::string boardText();
 
 private:

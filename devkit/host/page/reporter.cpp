@@ -56,22 +56,11 @@ const char* stateName(Rung::State state)
 
 std::string logMessage(const std::string& log, const std::vector<std::string>& lines)
 {
-    std::string text = R"({"kind":"log","log":)" + jsonString(log) + R"(,"lines":[)";
+    JsonMaker json;
+    JsonNode list = json.add("kind", "log").add("log", log).addList("lines");
     for (const std::string& line : lines)
-        text += (&line == &lines.front() ? "" : ",") + jsonString(line);
-    return text + "]}";
-}
-
-std::string number(const char* name, double value)
-{
-    return jsonString(name) + ":" + std::to_string(value);
-}
-
-// Where the time goes from a frame to its result, a part each: a page shows as many as there are.
-std::string latencyParts(const CameraTotals& totals)
-{
-    return R"([{"name":"Frame to result",)" + number("meanMs", totals.latencyMeanMs()) + "," +
-        number("maxMs", totals.latencyMaxMs()) + "}]";
+        list.push(line);
+    return json.text();
 }
 
 bool isSwitchedOn(const RecordStore& store, const std::string& deviceId)
@@ -130,10 +119,11 @@ void Reporter::publishLogs()
 std::string Reporter::status()
 {
     const int64_t nowUs = steadyClockUs();
-    std::string text = R"({"kind":"status","nowUs":)" + std::to_string(wallClockUs());
-    text += R"(,"memoryBytes":)" + std::to_string(readProcessResources().residentBytes);
-    text += R"(,"cameras":[)";
-    bool isFirst = true;
+    JsonMaker json;
+    json.add("kind", "status")
+        .add("nowUs", wallClockUs())
+        .add("memoryBytes", readProcessResources().residentBytes);
+    JsonNode cameras = json.addList("cameras");
     for (const auto& device : m_host.devices().all())
     {
         const CameraTotals totals = device->statistics().totals();
@@ -143,31 +133,30 @@ std::string Reporter::status()
         if (totals.results != seen.totals.results)
             seen.resultUs = nowUs;
         seen.totals = totals;
-        text +=
-            (isFirst ? "" : ",") + std::string(R"({"id":)") + jsonString(device->origin().deviceId);
-        text += R"(,"trouble":)" + jsonString(m_host.feeds().state(device->source()).trouble);
-        for (const auto& [name, value] :
-             {std::pair("framesSent", totals.framesSent),
-              {"framesLost", totals.framesLost},
-              {"framesRefused", totals.pushFailures},
-              {"results", totals.results},
-              {"objects", totals.objects}})
-        {
-            text += "," + jsonString(name) + ":" + std::to_string(value);
-        }
-        text += R"(,"latency":)" + latencyParts(totals) + "}";
-        isFirst = false;
+        JsonNode camera = cameras.pushObject();
+        camera.add("id", device->origin().deviceId)
+            .add("trouble", m_host.feeds().state(device->source()).trouble)
+            .add("framesSent", totals.framesSent)
+            .add("framesLost", totals.framesLost)
+            .add("framesRefused", totals.pushFailures)
+            .add("results", totals.results)
+            .add("objects", totals.objects);
+        // Where the time goes, a part each: a page shows as many as there are.
+        camera.addList("latency")
+            .pushObject()
+            .add("name", "Frame to result")
+            .add("meanMs", totals.latencyMeanMs())
+            .add("maxMs", totals.latencyMaxMs());
     }
-    text += R"(],"ladder":[)";
-    isFirst = true;
+    JsonNode rungs = json.addList("ladder");
     for (const Rung& rung : ladder(nowUs))
     {
-        text += (isFirst ? "" : ",") + std::string(R"({"title":)") + jsonString(rung.title) +
-            R"(,"state":)" + jsonString(stateName(rung.state)) + R"(,"detail":)" +
-            jsonString(rung.detail) + "}";
-        isFirst = false;
+        rungs.pushObject()
+            .add("title", rung.title)
+            .add("state", stateName(rung.state))
+            .add("detail", rung.detail);
     }
-    return text + "]}";
+    return json.text();
 }
 
 std::vector<Rung> Reporter::ladder(int64_t nowUs) const

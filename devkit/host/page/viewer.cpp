@@ -1,6 +1,9 @@
 #include "page/viewer.h"
 
 #include <algorithm>
+#include <utility>
+
+#include "common/json.h"
 
 namespace tavo::devkit
 {
@@ -64,9 +67,9 @@ Viewer::Message Viewer::take()
         return nullptr;
     if (m_lost > 0)
     {
-        const std::string text = R"({"kind":"lost","messages":)" + std::to_string(m_lost) + "}";
-        m_lost = 0;
-        return std::make_shared<const std::string>(streamMessage(text));
+        JsonMaker message;
+        message.add("kind", "lost").add("messages", std::exchange(m_lost, 0));
+        return std::make_shared<const std::string>(streamMessage(message.text()));
     }
     Message message = std::move(m_entries.front().message);
     m_entries.pop_front();

@@ -1,5 +1,7 @@
 #include "common/json.h"
 
+#include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <stdexcept>
 
@@ -60,22 +62,52 @@ std::string stringMember(yyjson_val* object, const char* key, std::string_view f
     return {yyjson_get_str(value), yyjson_get_len(value)};
 }
 
-std::string jsonString(std::string_view text)
+JsonNode& JsonNode::addJson(std::string_view key, std::string_view json)
 {
-    const MutableJsonDocument document(yyjson_mut_doc_new(nullptr));
-    yyjson_mut_doc_set_root(document.get(), newString(document.get(), text));
-    return toText(*document);
+    const JsonDocument document = parseJson(json);
+    yyjson_val* const root = yyjson_doc_get_root(document.get());
+    return addValue(
+        key, root ? yyjson_val_mut_copy(m_document, root) : yyjson_mut_null(m_document));
 }
 
-yyjson_mut_val* newString(yyjson_mut_doc* document, std::string_view text)
+JsonNode JsonNode::addObject(std::string_view key)
 {
-    return yyjson_mut_strncpy(document, text.data(), text.size());
+    const JsonNode node(m_document, yyjson_mut_obj(m_document));
+    addValue(key, node.m_value);
+    return node;
 }
 
-void addString(
-    yyjson_mut_doc* document, yyjson_mut_val* object, const char* key, std::string_view text)
+JsonNode JsonNode::addList(std::string_view key)
 {
-    yyjson_mut_obj_add_strncpy(document, object, key, text.data(), text.size());
+    const JsonNode node(m_document, yyjson_mut_arr(m_document));
+    addValue(key, node.m_value);
+    return node;
+}
+
+JsonNode JsonNode::pushObject()
+{
+    return {m_document, yyjson_mut_arr_add_obj(m_document, m_value)};
+}
+
+JsonNode& JsonNode::addValue(std::string_view key, yyjson_mut_val* value)
+{
+    yyjson_mut_obj_add(m_value, newText(key), value);
+    return *this;
+}
+
+yyjson_mut_val* JsonNode::newText(std::string_view text) const
+{
+    return yyjson_mut_strncpy(m_document, text.data(), text.size());
+}
+
+// As many digits as a 32-bit float is worth.
+yyjson_mut_val* JsonNode::newReal(double value) const
+{
+    if (!std::isfinite(value))
+        return yyjson_mut_null(m_document);
+    char text[32];
+    std::snprintf(text, sizeof(text), "%.6g", value);
+    return yyjson_mut_rawcpy(m_document, text);
 }
 
 } // namespace tavo::devkit

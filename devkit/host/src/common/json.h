@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 #include <yyjson.h>
 
@@ -35,14 +36,81 @@ using MutableJsonDocument = std::unique_ptr<yyjson_mut_doc, JsonDeleter>;
 [[nodiscard]] std::string stringMember(
     yyjson_val* object, const char* key, std::string_view fallback = {});
 
-// The text as a JSON string, with its quotation marks.
-[[nodiscard]] std::string jsonString(std::string_view text);
+// An object or a list within a text that is being made. What goes in is copied, keys included; a
+// number that is none goes in as null.
+class JsonNode
+{
+public:
+    template <class Value>
+    JsonNode& add(std::string_view key, const Value& value)
+    {
+        return addValue(key, newValue(value));
+    }
+    template <class Value>
+    void push(const Value& value)
+    {
+        yyjson_mut_arr_append(m_value, newValue(value));
+    }
+    // The members of a JSON text; null for what is none.
+    JsonNode& addJson(std::string_view key, std::string_view json);
 
-// A string value that is copied into `document`.
-[[nodiscard]] yyjson_mut_val* newString(yyjson_mut_doc* document, std::string_view text);
+    JsonNode addObject(std::string_view key);
+    JsonNode addList(std::string_view key);
+    JsonNode pushObject();
 
-// Adds the member `key`, which must outlive the document, with a copy of `text`.
-void addString(
-    yyjson_mut_doc* document, yyjson_mut_val* object, const char* key, std::string_view text);
+protected:
+    JsonNode(yyjson_mut_doc* document, yyjson_mut_val* value) :
+        m_document(document),
+        m_value(value)
+    {}
+
+    [[nodiscard]] yyjson_mut_val* value() const { return m_value; }
+
+private:
+    JsonNode& addValue(std::string_view key, yyjson_mut_val* value);
+    [[nodiscard]] yyjson_mut_val* newText(std::string_view text) const;
+    [[nodiscard]] yyjson_mut_val* newReal(double value) const;
+
+    template <class Value>
+    [[nodiscard]] yyjson_mut_val* newValue(const Value& value) const
+    {
+        if constexpr (std::is_same_v<Value, bool>)
+            return yyjson_mut_bool(m_document, value);
+        else if constexpr (std::is_integral_v<Value>)
+            return yyjson_mut_sint(m_document, int64_t(value));
+        else if constexpr (std::is_floating_point_v<Value>)
+            return newReal(value);
+        else
+            return newText(value);
+    }
+
+    yyjson_mut_doc* m_document;
+    yyjson_mut_val* m_value;
+};
+
+// The whole of such a text.
+class JsonMaker : public JsonNode
+{
+public:
+    JsonMaker() :
+        JsonMaker(MutableJsonDocument(yyjson_mut_doc_new(nullptr)), yyjson_mut_obj)
+    {}
+    [[nodiscard]] static JsonMaker list()
+    {
+        return JsonMaker(MutableJsonDocument(yyjson_mut_doc_new(nullptr)), yyjson_mut_arr);
+    }
+
+    [[nodiscard]] std::string text() const { return toText(*m_owner); }
+
+private:
+    JsonMaker(MutableJsonDocument document, yyjson_mut_val* (*newRoot)(yyjson_mut_doc*)) :
+        JsonNode(document.get(), newRoot(document.get())),
+        m_owner(std::move(document))
+    {
+        yyjson_mut_doc_set_root(m_owner.get(), value());
+    }
+
+    MutableJsonDocument m_owner;
+};
 
 } // namespace tavo::devkit

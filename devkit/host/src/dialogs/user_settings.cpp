@@ -79,14 +79,10 @@ SettingValues UserSettings::valuesFor(std::string_view deviceId) const
 
 std::string toJson(const SettingValues& values)
 {
-    const MutableJsonDocument document(yyjson_mut_doc_new(nullptr));
-    yyjson_mut_val* const root = yyjson_mut_obj(document.get());
-    yyjson_mut_doc_set_root(document.get(), root);
+    JsonMaker json;
     for (const auto& [name, value] : values)
-    {
-        yyjson_mut_obj_add(root, newString(document.get(), name), newString(document.get(), value));
-    }
-    return toText(*document);
+        json.add(name, value);
+    return json.text();
 }
 
 SettingValues parseSettingValues(std::string_view json)

@@ -1,7 +1,5 @@
 #include "metadata/metadata_sink.h"
 
-#include <cmath>
-#include <cstdio>
 #include <fstream>
 #include <iostream>
 #include <stdexcept>
@@ -14,66 +12,40 @@ namespace tavo::devkit
 namespace
 {
 
-struct LineDocument
+JsonMaker newLine(std::string_view kind, const MetadataSink::Origin* origin)
 {
-    MutableJsonDocument document{yyjson_mut_doc_new(nullptr)};
-    yyjson_mut_val* root = yyjson_mut_obj(document.get());
-
-    LineDocument(std::string_view kind, const MetadataSink::Origin* origin)
-    {
-        yyjson_mut_doc_set_root(document.get(), root);
-        add("kind", kind);
-        if (origin)
-        {
-            yyjson_mut_obj_add_int(document.get(), root, "camera", origin->camera);
-            add("device", origin->deviceId);
-        }
-        yyjson_mut_obj_add_int(document.get(), root, "receivedUs", wallClockUs());
-    }
-
-    void add(const char* key, std::string_view text) { addString(document.get(), root, key, text); }
-};
-
-// As many digits as a 32-bit float is worth. What is no number is null, as in JSON it must.
-yyjson_mut_val* newReal(yyjson_mut_doc* document, float value)
-{
-    if (!std::isfinite(value))
-        return yyjson_mut_null(document);
-    char text[32];
-    std::snprintf(text, sizeof(text), "%.6g", double(value));
-    return yyjson_mut_rawcpy(document, text);
+    JsonMaker line;
+    line.add("kind", kind);
+    if (origin)
+        line.add("camera", origin->camera).add("device", origin->deviceId);
+    line.add("receivedUs", wallClockUs());
+    return line;
 }
 
-yyjson_mut_val* newObject(yyjson_mut_doc* document, const DetectedObject& object)
+void addObject(JsonNode list, const DetectedObject& object)
 {
-    yyjson_mut_val* const value = yyjson_mut_obj(document);
-    addString(document, value, "typeId", object.typeId);
-    addString(document, value, "trackId", object.trackId);
-    yyjson_mut_obj_add_val(document, value, "confidence", newReal(document, object.confidence));
-    yyjson_mut_val* const box = yyjson_mut_obj_add_arr(document, value, "box");
+    JsonNode value = list.pushObject();
+    value.add("typeId", object.typeId)
+        .add("trackId", object.trackId)
+        .add("confidence", object.confidence);
+    JsonNode box = value.addList("box");
     for (const float part : {object.box.x, object.box.y, object.box.width, object.box.height})
-        yyjson_mut_arr_append(box, newReal(document, part));
+        box.push(part);
     if (object.attributes.empty())
-        return value;
-    yyjson_mut_val* const attributes = yyjson_mut_obj_add_arr(document, value, "attributes");
+        return;
+    JsonNode attributes = value.addList("attributes");
     for (const Attribute& attribute : object.attributes)
-    {
-        yyjson_mut_val* const item = yyjson_mut_arr_add_obj(document, attributes);
-        addString(document, item, "name", attribute.name);
-        addString(document, item, "value", attribute.value);
-    }
-    return value;
+        attributes.pushObject().add("name", attribute.name).add("value", attribute.value);
 }
 
-yyjson_mut_val* newEvent(yyjson_mut_doc* document, const DetectedEvent& event)
+void addEvent(JsonNode list, const DetectedEvent& event)
 {
-    yyjson_mut_val* const value = yyjson_mut_obj(document);
-    addString(document, value, "typeId", event.typeId);
-    addString(document, value, "caption", event.caption);
-    addString(document, value, "description", event.description);
-    yyjson_mut_obj_add_bool(document, value, "isActive", event.isActive);
-    yyjson_mut_obj_add_val(document, value, "confidence", newReal(document, event.confidence));
-    return value;
+    list.pushObject()
+        .add("typeId", event.typeId)
+        .add("caption", event.caption)
+        .add("description", event.description)
+        .add("isActive", event.isActive)
+        .add("confidence", event.confidence);
 }
 
 const char* kindName(Metadata::Kind kind)
@@ -124,42 +96,33 @@ void MetadataSink::writeMetadata(const Origin& origin, const Metadata& metadata)
 {
     if (!isWriting())
         return;
-    LineDocument line(kindName(metadata.kind), &origin);
-    yyjson_mut_doc* const document = line.document.get();
-    yyjson_mut_obj_add_int(document, line.root, "timestampUs", metadata.timestampUs);
-    yyjson_mut_obj_add_int(document, line.root, "durationUs", metadata.durationUs);
+    JsonMaker line = newLine(kindName(metadata.kind), &origin);
+    line.add("timestampUs", metadata.timestampUs).add("durationUs", metadata.durationUs);
     if (metadata.kind == Metadata::Kind::objects)
     {
-        yyjson_mut_val* const objects = yyjson_mut_obj_add_arr(document, line.root, "objects");
+        JsonNode objects = line.addList("objects");
         for (const DetectedObject& object : metadata.objects)
-            yyjson_mut_arr_append(objects, newObject(document, object));
+            addObject(objects, object);
     }
     else if (metadata.kind == Metadata::Kind::events)
     {
-        yyjson_mut_val* const events = yyjson_mut_obj_add_arr(document, line.root, "events");
+        JsonNode events = line.addList("events");
         for (const DetectedEvent& event : metadata.events)
-            yyjson_mut_arr_append(events, newEvent(document, event));
+            addEvent(events, event);
     }
-    writeLine({kindName(metadata.kind), &origin, metadata.timestampUs, {}}, *document);
+    writeLine({kindName(metadata.kind), &origin, metadata.timestampUs, line.text()});
 }
 
 void MetadataSink::writeDocument(std::string_view kind, const Origin* origin, std::string_view json)
 {
     if (!isWriting())
         return;
-    LineDocument line(kind, origin);
-    const JsonDocument parsed = parseJson(json);
-    if (parsed)
-    {
-        yyjson_mut_obj_add_val(
-            line.document.get(), line.root, "value",
-            yyjson_val_mut_copy(line.document.get(), yyjson_doc_get_root(parsed.get())));
-    }
+    JsonMaker line = newLine(kind, origin);
+    if (parseJson(json))
+        line.addJson("value", json);
     else
-    {
         line.add("text", json);
-    }
-    writeLine({kind, origin, 0, {}}, *line.document);
+    writeLine({kind, origin, 0, line.text()});
 }
 
 void MetadataSink::writeDiagnostic(
@@ -167,11 +130,9 @@ void MetadataSink::writeDiagnostic(
 {
     if (!isWriting())
         return;
-    LineDocument line("diagnosticEvent", origin);
-    yyjson_mut_obj_add_int(line.document.get(), line.root, "level", level);
-    line.add("caption", caption);
-    line.add("description", description);
-    writeLine({"diagnosticEvent", origin, 0, {}}, *line.document);
+    JsonMaker line = newLine("diagnosticEvent", origin);
+    line.add("level", level).add("caption", caption).add("description", description);
+    writeLine({"diagnosticEvent", origin, 0, line.text()});
 }
 
 void MetadataSink::writeActionResponse(
@@ -179,23 +140,19 @@ void MetadataSink::writeActionResponse(
 {
     if (!isWriting())
         return;
-    LineDocument line("actionResponse", &origin);
-    line.add("url", url);
-    line.add("messageToUser", messageToUser);
-    writeLine({"actionResponse", &origin, 0, {}}, *line.document);
+    JsonMaker line = newLine("actionResponse", &origin);
+    line.add("url", url).add("messageToUser", messageToUser);
+    writeLine({"actionResponse", &origin, 0, line.text()});
 }
 
-void MetadataSink::writeLine(Line line, const yyjson_mut_doc& document)
+void MetadataSink::writeLine(const Line& line)
 {
-    std::string text = toText(document);
-    line.text = text;
     const std::lock_guard lock(m_mutex);
     if (m_listener)
         m_listener->onLine(line);
     if (!m_out)
         return;
-    text += '\n';
-    m_out->write(text.data(), std::streamsize(text.size()));
+    *m_out << line.text << '\n';
 }
 
 } // namespace tavo::devkit

@@ -64,7 +64,7 @@ public:
 
 private:
     [[nodiscard]] bool isWriting() const { return m_out || m_listener; }
-    void writeLine(Line line, const yyjson_mut_doc& document);
+    void writeLine(const Line& line);
 
 private:
     Listener* const m_listener;

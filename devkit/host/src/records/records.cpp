@@ -29,61 +29,23 @@ std::string withoutBraces(std::string_view id)
     return result;
 }
 
-yyjson_mut_val* defaultModel(yyjson_mut_doc* document)
-{
-    yyjson_mut_val* const output = yyjson_mut_obj(document);
-    addString(document, output, "Name", "bboxes-format:xyxy;0:person");
-    yyjson_mut_val* const outputs = yyjson_mut_arr(document);
-    yyjson_mut_arr_append(outputs, output);
-
-    yyjson_mut_val* const model = yyjson_mut_obj(document);
-    addString(document, model, "UUID", kDefaultModelId);
-    addString(document, model, "Name", "Person detector");
-    addString(document, model, "UpdatedAt", "2024-05-01T12:00:00");
-    yyjson_mut_obj_add_val(document, model, "NamedOutput", outputs);
-    // No file to fetch: the application has its own detector.
-    yyjson_mut_obj_add_arr(document, model, "Downloads");
-    return model;
-}
-
-yyjson_mut_val* defaultPipelineNode(yyjson_mut_doc* document)
-{
-    yyjson_mut_val* const node = yyjson_mut_obj(document);
-    addString(document, node, "modelUUID", kDefaultModelId);
-    yyjson_mut_obj_add_real(document, node, "modelNMS", 0.5);
-    addString(document, node, "Postprocessor", "LineCrossing");
-    return node;
-}
-
-yyjson_mut_val* addMember(yyjson_mut_doc* document, yyjson_mut_val* object, const char* key)
-{
-    return yyjson_mut_obj_add_obj(document, object, key);
-}
-
 // Holds the site's id, so that the plugin takes this server for one that it has configured before
 // and asks no cloud for a first configuration.
 std::string defaultServerRecord(const SystemIdentity& identity)
 {
-    const MutableJsonDocument document(yyjson_mut_doc_new(nullptr));
-    yyjson_mut_val* const root = yyjson_mut_obj(document.get());
-    yyjson_mut_doc_set_root(document.get(), root);
-    addString(document.get(), root, "id", identity.serverId);
-    addString(document.get(), root, "name", "Stand-in server");
-    yyjson_mut_val* const parameters = addMember(document.get(), root, "parameters");
-    yyjson_mut_val* const ours = addMember(document.get(), parameters, "tavoAI");
-    addString(document.get(), ours, "siteID", identity.cloudSystemId);
-    return toText(*document);
+    JsonMaker json;
+    json.add("id", identity.serverId).add("name", "Stand-in server");
+    json.addObject("parameters").addObject("tavoAI").add("siteID", identity.cloudSystemId);
+    return json.text();
 }
 
 std::string identityRecord(const SystemIdentity& identity)
 {
-    const MutableJsonDocument document(yyjson_mut_doc_new(nullptr));
-    yyjson_mut_val* const root = yyjson_mut_obj(document.get());
-    yyjson_mut_doc_set_root(document.get(), root);
-    addString(document.get(), root, "serverId", identity.serverId);
-    addString(document.get(), root, "cloudSystemId", identity.cloudSystemId);
-    addString(document.get(), root, "cloudAuthToken", identity.cloudAuthToken);
-    return toText(*document);
+    JsonMaker json;
+    json.add("serverId", identity.serverId)
+        .add("cloudSystemId", identity.cloudSystemId)
+        .add("cloudAuthToken", identity.cloudAuthToken);
+    return json.text();
 }
 
 SystemIdentity parseIdentity(yyjson_val* object, const SystemIdentity& fallback)
@@ -132,40 +94,38 @@ std::string defaultDeviceId(int index)
 
 std::string defaultDeviceRecord(int index, const std::string& serverId)
 {
-    const MutableJsonDocument document(yyjson_mut_doc_new(nullptr));
-    yyjson_mut_doc* const doc = document.get();
-    yyjson_mut_val* const root = yyjson_mut_obj(doc);
-    yyjson_mut_doc_set_root(doc, root);
-    addString(doc, root, "id", defaultDeviceId(index));
-    addString(doc, root, "name", "Camera " + std::to_string(index + 1));
-    addString(doc, root, "serverId", serverId);
-    addString(doc, root, "vendor", "Tavo");
-    addString(doc, root, "model", "File camera");
-    yyjson_mut_val* const ours = addMember(doc, addMember(doc, root, "parameters"), "tavoAI");
-    yyjson_mut_val* const models = yyjson_mut_obj_add_arr(doc, ours, "models");
-    yyjson_mut_arr_append(models, defaultModel(doc));
-    yyjson_mut_val* const pipelines = yyjson_mut_obj_add_arr(doc, ours, "pipelines");
-    yyjson_mut_arr_append(pipelines, defaultPipelineNode(doc));
-    addString(
-        doc, ours, "deviceAdmin", "https://admin.tavo.example/device/" + defaultDeviceId(index));
-    return toText(*document);
+    JsonMaker json;
+    json.add("id", defaultDeviceId(index))
+        .add("name", "Camera " + std::to_string(index + 1))
+        .add("serverId", serverId)
+        .add("vendor", "Tavo")
+        .add("model", "File camera");
+    JsonNode ours = json.addObject("parameters").addObject("tavoAI");
+    JsonNode model = ours.addList("models").pushObject();
+    model.add("UUID", kDefaultModelId)
+        .add("Name", "Person detector")
+        .add("UpdatedAt", "2024-05-01T12:00:00");
+    model.addList("NamedOutput").pushObject().add("Name", "bboxes-format:xyxy;0:person");
+    model.addList("Downloads"); // no file to fetch: the application has its own detector
+    ours.addList("pipelines")
+        .pushObject()
+        .add("modelUUID", kDefaultModelId)
+        .add("modelNMS", 0.5)
+        .add("Postprocessor", "LineCrossing");
+    ours.add("deviceAdmin", "https://admin.tavo.example/device/" + defaultDeviceId(index));
+    return json.text();
 }
 
 std::string newDeviceRecord(
     const std::string& id, const std::string& name, const std::string& source,
     const std::string& serverId)
 {
-    const MutableJsonDocument document(yyjson_mut_doc_new(nullptr));
-    yyjson_mut_doc* const doc = document.get();
-    yyjson_mut_val* const root = yyjson_mut_obj(doc);
-    yyjson_mut_doc_set_root(doc, root);
-    addString(doc, root, "id", id);
-    addString(doc, root, "name", name);
-    addString(doc, root, "serverId", serverId);
+    JsonMaker json;
+    json.add("id", id).add("name", name).add("serverId", serverId);
     if (!source.empty())
-        addString(doc, root, "url", source);
-    addMember(doc, root, "parameters");
-    return toText(*document);
+        json.add("url", source);
+    json.addObject("parameters");
+    return json.text();
 }
 
 void seedRecords(RecordStore& store, std::string_view recordsText, int cameraCount)
@@ -202,7 +162,12 @@ void hidePassword(RecordStore& store, const std::string& deviceId)
     const std::string shown = shownAddress(whole);
     if (shown == whole)
         return;
-    const auto record = [](const std::string& url) { return "{\"url\":" + jsonString(url) + "}"; };
+    const auto record = [](const std::string& url)
+    {
+        JsonMaker json;
+        json.add("url", url);
+        return json.text();
+    };
     const std::string device = store.find(RecordKind::device, deviceId).value_or("{}");
     store.put(RecordKind::address, deviceId, record(whole));
     store.put(RecordKind::device, deviceId, mergePatch(device, record(shown)).value_or("{}"));

@@ -80,10 +80,14 @@ std::string listRecords(const RecordStore& store, RecordKind kind, std::string_v
 std::string patched(const std::string& record, const std::string& patch)
 {
     const JsonDocument original = parseJson(record);
-    yyjson_val* const id = yyjson_obj_get(yyjson_doc_get_root(original.get()), "id");
+    const std::string id = toText(yyjson_obj_get(yyjson_doc_get_root(original.get()), "id"));
     std::optional<std::string> result = mergePatch(record, patch);
-    if (result && id)
-        result = mergePatch(*result, "{\"id\":" + toText(id) + "}");
+    if (result && !id.empty())
+    {
+        JsonMaker json;
+        json.addJson("id", id);
+        result = mergePatch(*result, json.text());
+    }
     return result.value_or(std::string());
 }
 
