@@ -67,10 +67,7 @@ void addLine(const std::string& text, Result* result)
 {
     const JsonDocument document = parseJson(text);
     yyjson_val* const root = yyjson_doc_get_root(document.get());
-    size_t index = 0;
-    size_t count = 0;
-    yyjson_val* item = nullptr;
-    yyjson_arr_foreach(yyjson_obj_get(root, "objects"), index, count, item)
+    for (yyjson_val* const item : jsonElements(yyjson_obj_get(root, "objects")))
     {
         DetectedObject object;
         object.typeId = stringMember(item, "typeId");
@@ -79,7 +76,7 @@ void addLine(const std::string& text, Result* result)
         object.box = {real(box, 0), real(box, 1), real(box, 2), real(box, 3)};
         result->objects.push_back(std::move(object));
     }
-    yyjson_arr_foreach(yyjson_obj_get(root, "events"), index, count, item)
+    for (yyjson_val* const item : jsonElements(yyjson_obj_get(root, "events")))
     {
         DetectedEvent event;
         event.typeId = stringMember(item, "typeId");

@@ -130,13 +130,8 @@ Rung modelsRung(const LadderView& view)
     const JsonDocument settings =
         parseJson(readText(view.managerFolder / "etc/settings.json").value_or(""));
     std::string names;
-    size_t index = 0;
-    size_t count = 0;
-    yyjson_val* model = nullptr;
-    yyjson_arr_foreach(yyjson_doc_get_root(settings.get()), index, count, model)
-    {
+    for (yyjson_val* const model : jsonElements(yyjson_doc_get_root(settings.get())))
         names += (names.empty() ? "" : ", ") + stringMember(model, "Name");
-    }
     if (!names.empty())
         return {"Models", State::done, names};
     if (view.devicesWithResults > 0)
@@ -184,11 +179,8 @@ std::vector<Banner> readBanners(const std::string& model)
 {
     const JsonDocument document = parseJson(model);
     std::vector<Banner> banners;
-    size_t index = 0;
-    size_t count = 0;
-    yyjson_val* item = nullptr;
-    yyjson_arr_foreach(
-        yyjson_obj_get(yyjson_doc_get_root(document.get()), "items"), index, count, item)
+    for (yyjson_val* const item :
+         jsonElements(yyjson_obj_get(yyjson_doc_get_root(document.get()), "items")))
     {
         if (stringMember(item, "type") == "Banner" &&
             !yyjson_is_false(yyjson_obj_get(item, "visible")))

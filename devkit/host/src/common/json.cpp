@@ -62,6 +62,25 @@ std::string stringMember(yyjson_val* object, const char* key, std::string_view f
     return {yyjson_get_str(value), yyjson_get_len(value)};
 }
 
+std::vector<yyjson_val*> jsonElements(yyjson_val* list)
+{
+    std::vector<yyjson_val*> elements;
+    yyjson_arr_iter next = yyjson_arr_iter_with(list);
+    while (yyjson_val* const element = yyjson_arr_iter_next(&next))
+        elements.push_back(element);
+    return elements;
+}
+
+std::vector<std::pair<std::string, yyjson_val*>> jsonMembers(yyjson_val* object)
+{
+    std::vector<std::pair<std::string, yyjson_val*>> members;
+    yyjson_obj_iter next = yyjson_obj_iter_with(object);
+    while (yyjson_val* const key = yyjson_obj_iter_next(&next))
+        members.emplace_back(
+            std::string(yyjson_get_str(key), yyjson_get_len(key)), yyjson_obj_iter_get_val(key));
+    return members;
+}
+
 JsonNode& JsonNode::addJson(std::string_view key, std::string_view json)
 {
     const JsonDocument document = parseJson(json);

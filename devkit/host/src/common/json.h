@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <utility>
+#include <vector>
 
 #include <yyjson.h>
 
@@ -35,6 +37,10 @@ using MutableJsonDocument = std::unique_ptr<yyjson_mut_doc, JsonDeleter>;
 // The string member `key` of `object`; `fallback` for anything else, a null object included.
 [[nodiscard]] std::string stringMember(
     yyjson_val* object, const char* key, std::string_view fallback = {});
+
+// The elements of a list, and the members of an object; none of what is neither.
+[[nodiscard]] std::vector<yyjson_val*> jsonElements(yyjson_val* list);
+[[nodiscard]] std::vector<std::pair<std::string, yyjson_val*>> jsonMembers(yyjson_val* object);
 
 // An object or a list within a text that is being made. What goes in is copied, keys included; a
 // number that is none goes in as null.

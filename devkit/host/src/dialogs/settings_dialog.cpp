@@ -46,10 +46,7 @@ std::string onOneLine(std::string text)
 template <class Visit>
 void visitItems(yyjson_val* parent, const Visit& visit)
 {
-    size_t index = 0;
-    size_t count = 0;
-    yyjson_val* item = nullptr;
-    yyjson_arr_foreach(yyjson_obj_get(parent, "items"), index, count, item)
+    for (yyjson_val* const item : jsonElements(yyjson_obj_get(parent, "items")))
     {
         if (visit(item))
             visitItems(item, visit);

@@ -21,15 +21,8 @@ constexpr char kMiddleLine[] = R"({"figure":{"points":[[0.5,0.0],[0.5,1.0]]}})";
 SettingValues readValues(yyjson_val* object)
 {
     SettingValues values;
-    size_t index = 0;
-    size_t count = 0;
-    yyjson_val* key = nullptr;
-    yyjson_val* value = nullptr;
-    yyjson_obj_foreach(object, index, count, key, value)
-    {
-        const char* const name = yyjson_get_str(key);
-        values[name] = yyjson_is_str(value) ? stringMember(object, name) : toText(value);
-    }
+    for (const auto& [name, value] : jsonMembers(object))
+        values[name] = yyjson_is_str(value) ? stringMember(object, name.c_str()) : toText(value);
     return values;
 }
 
@@ -43,15 +36,11 @@ UserSettings UserSettings::parse(std::string_view text)
         throw std::runtime_error("settings: the root is no object");
 
     UserSettings settings;
-    size_t index = 0;
-    size_t count = 0;
-    yyjson_val* key = nullptr;
-    yyjson_val* value = nullptr;
-    yyjson_obj_foreach(root, index, count, key, value)
+    for (const auto& [name, value] : jsonMembers(root))
     {
         if (!yyjson_is_obj(value))
             throw std::runtime_error("settings: the values of a device are no object");
-        settings.m_byDevice[yyjson_get_str(key)] = readValues(value);
+        settings.m_byDevice[name] = readValues(value);
     }
     return settings;
 }

@@ -139,10 +139,7 @@ std::vector<cv::Point2f> readFigure(std::string_view json)
     yyjson_val* const figure = yyjson_obj_get(yyjson_doc_get_root(document.get()), "figure");
     yyjson_val* const points = yyjson_obj_get(figure, "points");
     std::vector<cv::Point2f> result;
-    size_t index = 0;
-    size_t count = 0;
-    yyjson_val* point = nullptr;
-    yyjson_arr_foreach(points, index, count, point)
+    for (yyjson_val* const point : jsonElements(points))
     {
         result.emplace_back(
             float(yyjson_get_num(yyjson_arr_get(point, 0))),

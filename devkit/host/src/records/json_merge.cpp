@@ -15,24 +15,18 @@ yyjson_mut_val* merged(yyjson_mut_doc* document, yyjson_mut_val* target, yyjson_
     if (!yyjson_mut_is_obj(target))
         target = yyjson_mut_obj(document);
 
-    size_t index = 0;
-    size_t count = 0;
-    yyjson_val* key = nullptr;
-    yyjson_val* value = nullptr;
-    yyjson_obj_foreach(patch, index, count, key, value)
+    for (const auto& [name, value] : jsonMembers(patch))
     {
-        const char* const name = yyjson_get_str(key);
-        const size_t size = yyjson_get_len(key);
         if (yyjson_is_null(value))
         {
-            yyjson_mut_obj_remove_strn(target, name, size);
+            yyjson_mut_obj_remove_strn(target, name.data(), name.size());
             continue;
         }
-        yyjson_mut_val* const present = yyjson_mut_obj_getn(target, name, size);
+        yyjson_mut_val* const present = yyjson_mut_obj_getn(target, name.data(), name.size());
         yyjson_mut_val* const result = merged(document, present, value);
         if (result == present)
             continue;
-        yyjson_mut_val* const newKey = yyjson_mut_strncpy(document, name, size);
+        yyjson_mut_val* const newKey = yyjson_mut_strncpy(document, name.data(), name.size());
         if (present)
             yyjson_mut_obj_replace(target, newKey, result);
         else

@@ -65,10 +65,7 @@ void putIfNew(RecordStore& store, RecordKind kind, const std::string& id, const 
 
 void seedArray(RecordStore& store, RecordKind kind, yyjson_val* records)
 {
-    size_t index = 0;
-    size_t count = 0;
-    yyjson_val* record = nullptr;
-    yyjson_arr_foreach(records, index, count, record)
+    for (yyjson_val* const record : jsonElements(records))
     {
         const std::string id = stringMember(record, "id");
         if (id.empty())
