@@ -1,7 +1,5 @@
 #include "detectors/nanodet_head.h"
 
-#include <stdexcept>
-
 #include <gtest/gtest.h>
 
 #include "detectors/coco_classes.h"
@@ -59,20 +57,6 @@ TEST(DecodeHead, boxReachesFromTheCellsCentreByExpectedDistances)
     EXPECT_NEAR(found[0].box.y, -8, 1e-3f);
     EXPECT_NEAR(found[0].box.right(), 64, 1e-3f);
     EXPECT_NEAR(found[0].box.bottom(), 48, 1e-3f);
-}
-
-TEST(DecodeHead, unsureCellsGiveNothing)
-{
-    Head head = emptyHead();
-    at(head, 0, 0, 0) = -0.1f;
-    EXPECT_TRUE(decode(head, 0.5f).empty());
-    EXPECT_EQ(decode(head, 0.4f).size(), 1u);
-}
-
-TEST(DecodeHead, otherShapesAreRefused)
-{
-    const Head head((kChannels - 1) * kRows * kColumns, 0);
-    EXPECT_THROW((void)decode(head, 0.5f), std::invalid_argument);
 }
 
 } // namespace

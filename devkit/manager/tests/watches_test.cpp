@@ -170,48 +170,6 @@ TEST_F(DumpingTest, whateverChangesThePictureUnlessADetectorKnowsIt)
     EXPECT_EQ(m_left, 0u);
 }
 
-TEST(SceneBackground, findsWhatCameAndForgetsWhatStays)
-{
-    SceneBackground background({0.05f, 0.05f});
-    TestPicture frame({640, 360}, 90);
-    EXPECT_TRUE(background.differences(frame.image()).empty());
-    EXPECT_TRUE(background.differences(frame.image()).empty());
-    const Box square{200, 100, 80, 60};
-    const Box farther{400, 250, 60, 80};
-    frame.fill(square, 250);
-    frame.fill(farther, 10);
-    frame.fill({10, 10, 1, 1}, 255); // a speck
-    const auto found = background.differences(frame.image());
-    ASSERT_EQ(found.size(), 2u);
-    EXPECT_GT(overlapOf(found[0], square), 0.6f);
-    EXPECT_GT(overlapOf(found[1], farther), 0.6f);
-    int frames = 1;
-    while (!background.differences(frame.image()).empty() && frames < 200)
-        ++frames;
-    EXPECT_GT(frames, 10);
-    EXPECT_LT(frames, 60);
-}
-
-TEST(SceneBackground, partsThatNearlyTouchAreOneAndPartsApartAreNot)
-{
-    const struct
-    {
-        const char* name;
-        float gap;
-        std::size_t parts;
-    } kCases[] = {{"a gap that noise could make", 4, 1}, {"a gap that nobody overlooks", 12, 2}};
-    for (const auto& c : kCases)
-    {
-        SCOPED_TRACE(c.name);
-        SceneBackground background({0.05f, 0.05f});
-        TestPicture frame({320, 240}, 90);
-        EXPECT_TRUE(background.differences(frame.image()).empty());
-        frame.fill({100, 100, 40, 40}, 250);
-        frame.fill({140 + c.gap, 100, 40, 40}, 250);
-        EXPECT_EQ(background.differences(frame.image()).size(), c.parts);
-    }
-}
-
 TEST(SceneBackground, aFrameOfAnotherSizeBeginsAnew)
 {
     SceneBackground background({0.05f, 0});
