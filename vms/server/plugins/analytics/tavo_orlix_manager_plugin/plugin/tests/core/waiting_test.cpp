@@ -298,6 +298,30 @@ TEST_F(NobodyWaits, ForTheEndOfAnAgentThatAResultHasKept)
     EXPECT_EQ(1, logged("Destroying Device Agent 0\n"));
 }
 
+TEST_F(NobodyWaits, AtTheEndOfTheEngineWhichLeavesNobodyBehind)
+{
+    m_cloudGate->open();
+    addAgent(1);
+    m_packets->called = [this](const std::string&)
+    {
+        m_hostGate->pass();
+        drop(1);
+    };
+    const auto result = std::async(std::launch::async, [this] { passResult(0); });
+    ASSERT_TRUE(m_hostGate->isReached());
+    ExchangeLine& line = engine().managerInterface().line();
+    ExchangeLine::Place first, second;
+    auto turn = std::make_unique<ExchangeLine::Turn>(line, first);
+    const auto end = std::async(std::launch::async, [this] { m_engine.reset(); });
+    EXPECT_TRUE(comesIntoLog("Runtime Manager Loop interrupted.\n"));
+    EXPECT_TRUE(m_hostGate->doesNotHoldUp(
+        [&] { EXPECT_FALSE(ExchangeLine::Turn(line, second, std::chrono::minutes(1))); }));
+    turn.reset();
+    m_hostGate->open();
+    end.wait();
+    EXPECT_EQ(1, logged("Destroying Device Agent 0\n"));
+}
+
 TEST_F(NobodyWaits, ForTheCloud)
 {
     for (const int device : {1, 2})

@@ -43,14 +43,15 @@ public:
     void handleMetadata(sdk::analytics::IMetadataPacket* packet) override
     {
         const sdk::Ptr<sdk::analytics::IMetadataPacket> owned(packet);
-        m_timesUs.push_back(packet->timestampUs());
         if (const auto objects = sdk::interfaceCast<sdk::analytics::IObjectMetadataPacket>(owned))
         {
+            m_packets.emplace_back("objects", packet->timestampUs());
             for (int i = 0; i < objects->count(); ++i)
                 keep(*sdk::Ptr<const sdk::analytics::IObjectMetadata>(objects->at(i)));
         }
         if (const auto events = sdk::interfaceCast<sdk::analytics::IEventMetadataPacket>(owned))
         {
+            m_packets.emplace_back("events", packet->timestampUs());
             for (int i = 0; i < events->count(); ++i)
             {
                 const sdk::Ptr<const sdk::analytics::IEventMetadata> event(events->at(i));
@@ -70,7 +71,7 @@ public:
 
     // What came since the last call: "type x y w h attribute=value", "type|caption|description".
     auto takeObjects() { return std::exchange(m_objects, {}); }
-    auto takeTimesUs() { return std::exchange(m_timesUs, {}); }
+    auto takePackets() { return std::exchange(m_packets, {}); }
     auto takeEvents() { return std::exchange(m_events, {}); }
     auto takeManifests() { return std::exchange(m_manifests, {}); }
 
@@ -95,7 +96,7 @@ private:
     }
 
     std::mutex m_mutex;
-    std::vector<std::int64_t> m_timesUs; // of all packets
+    std::vector<std::pair<std::string, std::int64_t>> m_packets; // kind and time in us
     std::vector<std::string> m_objects, m_events, m_manifests;
 };
 

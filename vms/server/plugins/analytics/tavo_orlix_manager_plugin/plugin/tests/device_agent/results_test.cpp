@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "agent_fixture.h"
+#include "core/device_agents.h"
 #include "utils/log.h"
 #include "utils/tests/test_support.h"
 
@@ -13,7 +14,7 @@ namespace tavo::vms_server_plugins::analytics::orlix
 {
 
 using namespace test;
-using testing::ElementsAre, testing::IsEmpty, testing::SizeIs, testing::StartsWith,
+using testing::ElementsAre, testing::IsEmpty, testing::Pair, testing::SizeIs, testing::StartsWith,
     testing::UnorderedElementsAre;
 
 class Results : public AgentTest
@@ -35,6 +36,17 @@ TEST_F(Results, WithoutTimestampAreIgnored)
     EXPECT_NE(mpack_ok, handleResult({{"Counts", map({})}}));
     EXPECT_NE(mpack_ok, handleResult({{"Timestamp", text("soon")}}));
     EXPECT_THAT(handler->takeEvents(), IsEmpty());
+}
+
+TEST_F(Results, ComeToNoAgentThatIsBeingDestroyed)
+{
+    DeviceAgents agents;
+    agents.add(agents.reserve(kDeviceId), agent.get());
+    Message message(map({{"Timestamp", number(1)}}));
+    services().removing = [&] { EXPECT_FALSE(agents.deliverResult(0, message.root())); };
+    EXPECT_TRUE(agents.deliverResult(0, message.root()));
+    agent.reset();
+    EXPECT_THAT(handler->takePackets(), SizeIs(1));
 }
 
 TEST_F(Results, AddEventsInOrder)
@@ -69,7 +81,7 @@ TEST_F(Results, TakeBoxesAsTheyAre)
             "tavo.orlix.traffic_light 0.01 0.04 0.1 0.4",
             "tavo.orlix.traffic_light 0.5 0.8 0.1 0.1", "tavo.orlix.person 0.11 0.44 0.1 0.4",
             "tavo.orlix.cut_off 0.01 0.04 0.1 0.4", "tavo.orlix.cut_off 0.5 0 0.5 0"));
-    EXPECT_THAT(handler->takeTimesUs(), ElementsAre(1000, 1000)) << "objects, then events";
+    EXPECT_THAT(handler->takePackets(), ElementsAre(Pair("objects", 1000), Pair("events", 1000)));
 }
 
 TEST_F(Results, TakeIdsAndAttributesFromTheMessage)

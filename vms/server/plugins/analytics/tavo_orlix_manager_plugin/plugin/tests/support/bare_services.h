@@ -1,12 +1,14 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "base/manager_files.h"
 #include "device_agent/agent_services.h"
+#include "device_agent/settings/device_settings.h"
 #include "remote/cloud_client.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -26,6 +28,7 @@ public:
 
     sdk::Ptr<sdk::IUtilityProvider> provider; // may be null; to be set before use
     std::atomic<int> cloudState{kCloudNeverChecked};
+    std::function<void()> removing = [] {}; // called by an agent's destructor
 
     // "resetDevice ID", "clearCache" and their like since the last call.
     std::vector<std::string> takeRequests() { return std::exchange(m_requests, {}); }
@@ -33,7 +36,11 @@ public:
     // AgentServices:
     UtilityProviderPtr utilityProvider() const override { return provider; }
     int cloudConnectionState() const override { return cloudState; }
-    int hostCustomizationKind() const override { return 0; }
+    int hostCustomizationKind() const override
+    {
+        const MutexLock lock(settingsLock()); // no dialog is drawn under it
+        return 0;
+    }
     OrlixManagerInterface& managerInterface() override { return m_managerInterface; }
     ManagerInstallation& managerInstallation() override { return m_managerInstallation; }
     RuntimesManager& runtimesManager() override { return m_runtimesManager; }
@@ -53,6 +60,7 @@ public:
     void removeDeviceAgent(std::size_t index) override
     {
         m_requests.push_back("removeDeviceAgent " + std::to_string(index));
+        removing();
     }
 
 private:
