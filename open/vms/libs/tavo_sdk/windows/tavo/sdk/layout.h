@@ -2,12 +2,12 @@
 // Microsoft's compiler and this library by MinGW. Under single inheritance on 64 bits the two lay
 // out everything alike but two things, for which Microsoft's way holds:
 //
-// - A virtual destructor has one slot, where GCC takes two. The function in it gets flags, of which
-// 1
-//   says that the object's memory is to be freed as well, and gives the object's address.
-// - A record that an operation returns is written to where a hidden pointer says. It is passed
-// behind
-//   `this`, where GCC passes it before. The operation gives that pointer back.
+// - A virtual destructor has one slot, where GCC takes two. The function in it gets flags, the
+//   lowest of which says that the object's memory is to be freed as well, and gives the object's
+//   address.
+// - A record that an operation returns is written to where a hidden pointer says. That pointer is
+//   passed after `this`, where GCC passes it before, and is what the operation gives back in the
+//   register.
 //
 // MinGW is therefore told of both as what they are: ordinary functions with ordinary parameters. To
 // whoever calls or implements an interface in C++ it looks as with any other compiler.
