@@ -75,6 +75,8 @@ class Finder:
             self.faults.append(Fault(self.file, cursor.extent.start.line, start, end, kind, was, becomes))
 
     def walk(self, cursor, inside):
+        if cursor.extent.start.file and cursor.extent.start.file.name != str(self.path):
+            return  # a default argument, which a header gives
         if cursor.kind in FUNCTIONS:
             if not cursor.is_definition() or "constexpr" in self.source(cursor).split("(")[0]:
                 return
@@ -114,7 +116,7 @@ class Finder:
             was = self.source(cursor)
             for becomes in ("1",) if was == "0" else ("0", f"({was} * 10)", f"({was} + 1)"):
                 self.add(cursor, f"constant: {becomes} for", f"(::mutant(@) ? {becomes} : {was})")
-        elif kind == CursorKind.DECL_REF_EXPR and cursor.spelling.startswith("k"):
+        elif kind == CursorKind.DECL_REF_EXPR and re.match("k(?!Invalid|No[A-Z])", cursor.spelling):
             self.look_at_constant(cursor)
 
     def look_at_constant(self, cursor):
