@@ -7,12 +7,15 @@
 
 #include <gtest/gtest.h>
 
+#include "utils/tests/test_support.h"
+
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
 TEST(MessageBoard, KeepsWhatNobodyTookAway)
 {
     using Texts = std::set<std::string>;
+    const test::CapturedLog log;
     MessageBoard board;
     const auto texts = [&board]
     {
@@ -31,6 +34,7 @@ TEST(MessageBoard, KeepsWhatNobodyTookAway)
     board.removeMessage("A");
     board.removeMessage("nobody's");
     EXPECT_EQ(Texts{"B2"}, texts());
+    EXPECT_EQ(0u, log.text().find("Adding warning: A : 1\n"));
 }
 
 TEST(MessageBoard, ThreadsPostRemoveAndReadAtWill)

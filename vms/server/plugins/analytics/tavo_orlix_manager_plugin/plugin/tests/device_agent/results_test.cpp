@@ -41,7 +41,10 @@ TEST_F(Results, WithoutTimestampAreIgnored)
 TEST_F(Results, ComeToNoAgentThatIsBeingDestroyed)
 {
     DeviceAgents agents;
-    agents.add(agents.reserve(kDeviceId), agent.get());
+    const std::size_t index = agents.reserve(kDeviceId);
+    EXPECT_TRUE(agents.has(kDeviceId)); // as soon as one is made
+    EXPECT_FALSE(agents.has("another"));
+    agents.add(index, agent.get());
     Message message(map({{"Timestamp", number(1)}}));
     services().removing = [&] { EXPECT_FALSE(agents.deliverResult(0, message.root())); };
     EXPECT_TRUE(agents.deliverResult(0, message.root()));

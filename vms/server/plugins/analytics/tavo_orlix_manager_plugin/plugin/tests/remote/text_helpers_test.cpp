@@ -43,6 +43,19 @@ TEST(FileNameOf, IsWhatStandsBehindTheLastSlashOfThePath)
         EXPECT_EQ(c.second, fileNameOf(c.first)) << c.first;
 }
 
+TEST(MakeIdentifier, KeepsAsciiLettersDigitsAndPointsThatAreNotTheFirst)
+{
+    EXPECT_EQ("azAZ09_.______", makeIdentifier("azAZ09_./:@[`{"));
+    EXPECT_EQ("_a.", makeIdentifier(".a."));
+}
+
+TEST(CustomizationKindOf, KnowsTwo)
+{
+    EXPECT_EQ(0, customizationKindOf("tavovms"));
+    EXPECT_EQ(1, customizationKindOf("default"));
+    EXPECT_EQ(2, customizationKindOf(""));
+}
+
 // A host may run with any locale, in C and in C++.
 class CommaLocale : public ::testing::Test
 {

@@ -3,8 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "encrypted_model.h"
 #include "http_server.h"
 #include "models/model_download.h"
+#include "models/orlix_crypto.h"
 #include "temporary_folder.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -49,6 +51,20 @@ TEST(SmallDiskForModels, isToldByTheReasonBehindTheText)
         const std::string told = board.snapshot()["DOWNLOAD_MODEL_FAILED_" + file].text;
         EXPECT_THAT(told, ::testing::StartsWith(c.text));
         EXPECT_THAT(told, ::testing::EndsWith(c.why));
+    }
+}
+
+TEST(SmallDiskForModels, endsADecryptionWhoseLastBytesAreStillToBeWritten)
+{
+    const TemporaryFolder folder;
+    const std::string key(32, 'k');
+    for (const std::size_t size : {1, 200'000})
+    {
+        folder.write("model.enc", test::encryptedModel(std::string(size, 'm'), key));
+        std::FILE* const full = std::fopen("/dev/full", "wb");
+        const Outcome end = decryptModelFile(key, folder.path("model.enc"), "full", full);
+        std::fclose(full);
+        EXPECT_EQ("There is no room left on the disk of full.", end.why());
     }
 }
 
