@@ -71,6 +71,20 @@ public:
         return Item(m_document, yyjson_mut_arr_add_obj(m_document, m_array)).text("type", type);
     }
 
+    // A button is active, a group takes items of its own.
+    template <typename Name, typename Caption, typename Description>
+    Item addButton(const Name& name, const Caption& caption, const Description& description)
+    {
+        Item button = add("Button").text("name", name).text("caption", caption);
+        return button.text("description", description).active();
+    }
+
+    template <typename Caption>
+    ItemList addGroup(const Caption& caption, bool visible)
+    {
+        return add("GroupBox").text("caption", caption).flag("visible", visible).items();
+    }
+
     template <std::size_t size, typename Text>
     void addBanner(const char (&icon)[size], const Text& text)
     {

@@ -16,99 +16,60 @@ void addTroubleshootingLink(ItemList& items)
     items.addLink("Troubleshooting Docs", kTroubleshootingLink);
 }
 
-void addCloudBanner(SettingsModel& model)
+const char* cloudText(int connectionState)
 {
-    switch (model.state.cloudConnectionState)
-    {
-        case kCloudNeverChecked:
-        case kCloudBeingChecked:
-            model.items.addBanner(
-                "info",
-                "The ORLIX Plugin is checking whether this server is connected to the cloud. Please wait a moment and click the 'Refresh' button.");
-            break;
-        default:
-            model.items.addBanner(
-                "info",
-                "This server is not connected to the cloud yet. Connect your site to the cloud in the site administration, then wait a moment and click the 'Refresh' button.");
-    }
+    if (connectionState == kCloudNeverChecked || connectionState == kCloudBeingChecked)
+        return "The ORLIX Plugin is checking whether this server is connected to the cloud. Please wait a moment and click the 'Refresh' button.";
+    return "This server is not connected to the cloud yet. Connect your site to the cloud in the site administration, then wait a moment and click the 'Refresh' button.";
 }
 
-void addManagerBanner(SettingsModel& model)
+const char* installationText(ManagerInstallState state)
 {
-    switch (model.state.managerInstallState)
+    switch (state)
     {
         case ManagerInstallState::notInstalled:
-            model.items.addBanner(
-                "info",
-                "The ORLIX Plugin is still being initialised. Please wait a moment and click the 'Refresh' button.");
-            break;
+            return "The ORLIX Plugin is still being initialised. Please wait a moment and click the 'Refresh' button.";
         case ManagerInstallState::downloading:
-            model.items.addBanner(
-                "info",
-                "The ORLIX Runtime is currently being downloaded to your device. This could take some time depending on your internet connection. Please wait a moment and click the 'Refresh' button.");
-            break;
+            return "The ORLIX Runtime is currently being downloaded to your device. This could take some time depending on your internet connection. Please wait a moment and click the 'Refresh' button.";
         case ManagerInstallState::unpacking:
-            model.items.addBanner(
-                "info",
-                "The ORLIX Runtime is currently being installed on your device. Please wait a moment and click the 'Refresh' button.");
-            break;
+            return "The ORLIX Runtime is currently being installed on your device. Please wait a moment and click the 'Refresh' button.";
         case ManagerInstallState::failed:
-            model.items.addBanner(
-                "info",
-                "The Tavo Orlix Manager could not be installed.\nConsult the documentation to install the Tavo Orlix Manager manually.");
-            model.items.addLink("Manual Installation Docs", kManualInstallationLink);
-            break;
+            return "The Tavo Orlix Manager could not be installed.\nConsult the documentation to install the Tavo Orlix Manager manually.";
         case ManagerInstallState::installed:
             break;
     }
+    return "";
+}
+
+const char* runtimeText(RuntimeStatus status)
+{
+    switch (status)
+    {
+        case RuntimeStatus::notSelected:
+        case RuntimeStatus::reselectRequested:
+            return "The ORLIX Plugin is detecting the available AI accelerators on your device. Please wait a moment and click the 'Refresh' button.";
+        case RuntimeStatus::waitingForChoice:
+            return "Multiple AI-capable devices detected. Select one to use.";
+        case RuntimeStatus::chosen:
+        case RuntimeStatus::installing:
+            return "The ORLIX Plugin is installing your acceleration library. Please wait a moment and click the 'Refresh' button.";
+        case RuntimeStatus::installFailed:
+            return "The ORLIX Plugin could not install the acceleration library. Please contact support.";
+        case RuntimeStatus::noneCompatible:
+            return "The ORLIX Plugin could not find any runtimes compatible with your device. Please contact support.";
+        case RuntimeStatus::installed:
+            break;
+    }
+    return "";
 }
 
 void addRuntimeChoice(SettingsModel& model)
 {
     for (const std::string& name : model.state.selectableRuntimes)
     {
-        model.items.add("Button")
-            .text("name", button::kRuntimeChoicePrefix + name)
-            .text("caption", name)
-            .text("description", "Install this acceleration library on your server.")
-            .active();
-    }
-}
-
-void addRuntimeBanner(SettingsModel& model)
-{
-    switch (model.state.runtimeStatus)
-    {
-        case RuntimeStatus::notSelected:
-        case RuntimeStatus::reselectRequested:
-            model.items.addBanner(
-                "info",
-                "The ORLIX Plugin is detecting the available AI accelerators on your device. Please wait a moment and click the 'Refresh' button.");
-            break;
-        case RuntimeStatus::waitingForChoice:
-            model.items.addBanner(
-                "info", "Multiple AI-capable devices detected. Select one to use.");
-            addRuntimeChoice(model);
-            break;
-        case RuntimeStatus::chosen:
-        case RuntimeStatus::installing:
-            model.items.addBanner(
-                "info",
-                "The ORLIX Plugin is installing your acceleration library. Please wait a moment and click the 'Refresh' button.");
-            break;
-        case RuntimeStatus::installFailed:
-            model.items.addBanner(
-                "info",
-                "The ORLIX Plugin could not install the acceleration library. Please contact support.");
-            addReselectButton(model.items);
-            break;
-        case RuntimeStatus::noneCompatible:
-            model.items.addBanner(
-                "info",
-                "The ORLIX Plugin could not find any runtimes compatible with your device. Please contact support.");
-            break;
-        case RuntimeStatus::installed:
-            break;
+        model.items.addButton(
+            button::kRuntimeChoicePrefix + name, name,
+            "Install this acceleration library on your server.");
     }
 }
 
@@ -131,7 +92,7 @@ void addStateBanners(SettingsModel& model)
     if (state.cloudConnectionState != kCloudConnected)
     {
         model.ready = false;
-        addCloudBanner(model);
+        model.items.addBanner("info", cloudText(state.cloudConnectionState));
     }
     else if (state.managerInstallState != ManagerInstallState::installed)
     {
@@ -139,12 +100,18 @@ void addStateBanners(SettingsModel& model)
         log_info(
             "Orlix Manager not installed. Status: %d\n",
             static_cast<int>(state.managerInstallState));
-        addManagerBanner(model);
+        model.items.addBanner("info", installationText(state.managerInstallState));
+        if (state.managerInstallState == ManagerInstallState::failed)
+            model.items.addLink("Manual Installation Docs", kManualInstallationLink);
     }
     else if (state.runtimeStatus != RuntimeStatus::installed)
     {
         model.ready = false;
-        addRuntimeBanner(model);
+        model.items.addBanner("info", runtimeText(state.runtimeStatus));
+        if (state.runtimeStatus == RuntimeStatus::waitingForChoice)
+            addRuntimeChoice(model);
+        else if (state.runtimeStatus == RuntimeStatus::installFailed)
+            addReselectButton(model.items);
     }
 
     if (state.runtimeStatus != RuntimeStatus::installed)
@@ -176,27 +143,20 @@ void addBoard(SettingsModel& model)
     }
 
     ItemList buttons = model.items.add("Row").items();
-    buttons.add("Button")
-        .text("name", button::kResetSingleDevice)
-        .text("caption", "Reset This Device")
-        .text("description", "This will reset this device to its default configuration.")
-        .active()
+    buttons
+        .addButton(
+            button::kResetSingleDevice, "Reset This Device",
+            "This will reset this device to its default configuration.")
         .flag("visible", anyWarning);
-    buttons.add("Button")
-        .text("name", button::kResetAllDevices)
-        .text("caption", "Reset All Devices")
-        .text(
-            "description",
+    buttons
+        .addButton(
+            button::kResetAllDevices, "Reset All Devices",
             "This will reset all initialized devices to their default configurations.")
-        .active()
         .flag("visible", anyWarning);
-    buttons.add("Button")
-        .text("name", button::kClearCache)
-        .text("caption", "Clear Cache")
-        .text(
-            "description",
+    buttons
+        .addButton(
+            button::kClearCache, "Clear Cache",
             "This will clear all files downloaded by the plugin, forcing them to be redownloaded.")
-        .active()
         .flag("visible", anyWarning);
 }
 

@@ -80,11 +80,8 @@ bool anyDownloadFailed(const MessageBoard::Entries& board)
 
 Item addReselectButton(ItemList& items)
 {
-    return items.add("Button")
-        .text("name", button::kReselectRuntime)
-        .text("caption", "Reselect Runtime")
-        .text("description", "Reselect the runtime to use for inference.")
-        .active();
+    return items.addButton(
+        button::kReselectRuntime, "Reselect Runtime", "Reselect the runtime to use for inference.");
 }
 
 void addDeviceControls(SettingsModel& model)
@@ -98,11 +95,10 @@ void addDeviceControls(SettingsModel& model)
         .flag("defaultValue", false)
         .flag("visible", model.ready);
     addPipelineChoice(model);
-    model.items.add("Button")
-        .text("name", button::kManageDevice)
-        .text("caption", "Manage Device")
-        .text("description", "Open a browser window to manage the device from the cloud.")
-        .active()
+    model.items
+        .addButton(
+            button::kManageDevice, "Manage Device",
+            "Open a browser window to manage the device from the cloud.")
         .flag(
             "visible",
             model.ready && customIsSelected(model) &&
@@ -113,17 +109,12 @@ void addDeviceControls(SettingsModel& model)
 
 void addOverview(SettingsModel& model)
 {
-    ItemList items = model.items.add("GroupBox")
-                         .text("caption", "Device Overview")
-                         .flag("visible", model.ready)
-                         .items();
+    ItemList items = model.items.addGroup("Device Overview", model.ready);
     if (anyDownloadFailed(model.state.board))
     {
-        items.add("Button")
-            .text("name", button::kModelDownloadRetry)
-            .text("caption", "Retry Model Downloads")
-            .text("description", "This will retry all failed model downloads.")
-            .active();
+        items.addButton(
+            button::kModelDownloadRetry, "Retry Model Downloads",
+            "This will retry all failed model downloads.");
     }
     items.addBanner(
         "info",

@@ -17,10 +17,7 @@ constexpr int kMaxSeconds = 1000;
 void addLineCrossing(SettingsModel& model)
 {
     const bool visible = model.ready && hasProcessor(model.settings, kLineCrossingProcessor);
-    ItemList items = model.items.add("GroupBox")
-                         .text("caption", "Line Crossing")
-                         .flag("visible", visible)
-                         .items();
+    ItemList items = model.items.addGroup("Line Crossing", visible);
     items.add("LineFigure")
         .text("name", setting::kLine)
         .text("caption", "Line")
@@ -32,10 +29,7 @@ void addLineCrossing(SettingsModel& model)
 void addLoitering(SettingsModel& model)
 {
     const bool visible = model.ready && hasProcessor(model.settings, kLoiteringProcessor);
-    ItemList items = model.items.add("GroupBox")
-                         .text("caption", "Loitering Detection")
-                         .flag("visible", visible)
-                         .items();
+    ItemList items = model.items.addGroup("Loitering Detection", visible);
     items.add("SpinBox")
         .text("name", setting::kLoiterTime)
         .text("caption", "Loiter Detection Time Threshold (s)")
@@ -57,10 +51,7 @@ void addLoitering(SettingsModel& model)
 void addDumping(SettingsModel& model)
 {
     const bool visible = model.ready && hasProcessor(model.settings, kIllegalDumpingProcessor);
-    ItemList items = model.items.add("GroupBox")
-                         .text("caption", "Illegal Dumping Detection")
-                         .flag("visible", visible)
-                         .items();
+    ItemList items = model.items.addGroup("Illegal Dumping Detection", visible);
     items.add("TextField")
         .text("name", setting::kDumpingObjectType)
         .text("caption", "Dumping Detection Class")
@@ -77,13 +68,10 @@ void addDumping(SettingsModel& model)
         .integer("maxValue", kMaxSeconds)
         .integer("defaultValue", setting_default::kDumpingTime)
         .flag("visible", visible);
-    items.add("Button")
-        .text("name", button::kReferenceRun)
-        .text("caption", "Trigger Reference Run")
-        .text(
-            "description",
+    items
+        .addButton(
+            button::kReferenceRun, "Trigger Reference Run",
             "This will trigger a reference run in the Edge Orlix Manager to compare detected objects in subsequent runs to the ones detected in the reference run.")
-        .active()
         .flag("visible", visible);
 }
 

@@ -41,10 +41,7 @@ void addClass(ItemList& items, const std::string& className, const std::string& 
 
 void addMasks(SettingsModel& model)
 {
-    ItemList items = model.items.add("GroupBox")
-                         .text("caption", "Input Masks")
-                         .flag("visible", model.ready)
-                         .items();
+    ItemList items = model.items.addGroup("Input Masks", model.ready);
     addMaskType(model, items);
 
     Item repeater = items.add("Repeater").integer("count", kMaskCount);
@@ -65,20 +62,9 @@ void addMasks(SettingsModel& model)
 
 void addVisualisation(SettingsModel& model, const ExternalObjects& externalObjects)
 {
-    ItemList items = model.items.add("GroupBox")
-                         .text("caption", "Class Visualisation")
-                         .flag("visible", model.ready)
-                         .items();
-    items.add("Button")
-        .text("name", button::kSelectAll)
-        .text("caption", "Select All")
-        .text("description", "Select all visualisations.")
-        .active();
-    items.add("Button")
-        .text("name", button::kDeselectAll)
-        .text("caption", "Deselect All")
-        .text("description", "Deselect all visualisations.")
-        .active();
+    ItemList items = model.items.addGroup("Class Visualisation", model.ready);
+    items.addButton(button::kSelectAll, "Select All", "Select all visualisations.");
+    items.addButton(button::kDeselectAll, "Deselect All", "Deselect all visualisations.");
     for (const std::string& className : model.settings.classes)
         addClass(items, className, className);
     for (const auto& [id, name] : externalObjects)
