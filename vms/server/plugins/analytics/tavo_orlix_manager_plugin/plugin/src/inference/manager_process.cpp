@@ -8,7 +8,6 @@
 #include "base/ini.h"
 #include "base/manager_files.h"
 #include "inference/orlix_manager_interface.h"
-#include "inference/restart_policy.h"
 #include "models/orlix_crypto.h"
 #include "remote/file_helpers.h"
 #include "remote/host_rest_client.h"
@@ -26,6 +25,9 @@ namespace
 
 constexpr char kCannotStart[] =
     "Failed to start Orlix Manager application. The files could be corrupted or missing.";
+// How long a restarted application must stay up for the crash before it to be forgotten; a loop of
+// restarts never does.
+constexpr std::uint64_t kCrashForgottenAfterMs = 10'000;
 constexpr int kStopSeconds = 5; // for the application to end by itself
 constexpr int kKillSeconds = 1; // for the system to end it
 
@@ -269,7 +271,8 @@ ManagerState OrlixManagerInterface::checkRunning(
     {
         log_debug("Orlix Manager running: %zu\n", static_cast<std::size_t>(m_startCount));
         m_state = ManagerState::Running;
-        if (hasOutlivedCrash(m_startCount, m_startTimeMs, nowMs))
+        // Only a second start can have had a crash before it.
+        if (m_startCount >= 2 && nowMs > m_startTimeMs + kCrashForgottenAfterMs)
             forgetCrash(provider);
         return m_state;
     }
