@@ -8,25 +8,27 @@ namespace tavo::vms_server_plugins::analytics::orlix
 
 void MessageBoard::postMessage(const std::string& key, const std::string& text, MessageType type)
 {
-    MutexLock lock(m_mutex);
     if (type == MessageType::warning)
         log_warning(key + text, "Adding warning: %s : %s\n", key.c_str(), text.c_str());
     else
         log_debug("Adding message: %s : %s\n", key.c_str(), text.c_str());
+    const MutexLock lock(m_mutex);
     m_entries.insert_or_assign(key, Entry{type, text});
 }
 
 void MessageBoard::removeMessage(const std::string& key)
 {
     MutexLock lock(m_mutex);
-    if (m_entries.erase(key) != 0)
+    const bool wasThere = m_entries.erase(key) != 0;
+    lock.unlock(); // the log may wait for a disk
+    if (wasThere)
         log_debug("Removed message: %s \n", key.c_str());
 }
 
 void MessageBoard::clearWarnings()
 {
-    MutexLock lock(m_mutex);
     log_debug("Clearing all warning messages.\n");
+    const MutexLock lock(m_mutex);
     std::erase_if(
         m_entries, [](const auto& entry) { return entry.second.type == MessageType::warning; });
 }

@@ -197,14 +197,18 @@ void RuntimesManager::saveInstalledRuntimeName(const std::string& runtimeName)
 
 std::string RuntimesManager::getInstalledRuntimeName() const
 {
-    const MutexLock lock(m_namesMutex);
-    if (m_installedRuntimeName.empty())
     {
-        if (const FileStream file{file_open_read(fileInBin(kInstalledRuntimeFile).c_str())})
-            m_installedRuntimeName = firstLine(file.get());
-        else
-            log_info("Warning: There is no installed runtime on this machine.\n");
+        const MutexLock lock(m_namesMutex);
+        if (!m_installedRuntimeName.empty())
+            return m_installedRuntimeName;
     }
+    const FileStream file(file_open_read(fileInBin(kInstalledRuntimeFile).c_str()));
+    if (!file)
+        log_info("Warning: There is no installed runtime on this machine.\n");
+    std::string name = file ? firstLine(file.get()) : std::string();
+    const MutexLock lock(m_namesMutex);
+    if (m_installedRuntimeName.empty()) // by now it may have been saved
+        m_installedRuntimeName = std::move(name);
     return m_installedRuntimeName;
 }
 

@@ -82,7 +82,7 @@ TEST_F(EngineTest, RefusesADeviceWithoutAnId)
          {null, sdk::makePtr<FakeDevice>(""), sdk::Ptr<FakeDevice>(new Nameless)})
     {
         const auto result = engine().doObtainDeviceAgent(device.get());
-        EXPECT_EQ(sdk::ErrorCode::invalidParams, result.errorCode);
+        ASSERT_EQ(sdk::ErrorCode::invalidParams, result.errorCode);
         EXPECT_STREQ(
             "The device has no id", sdk::Ptr<const sdk::IString>(result.errorMessage)->str());
     }
