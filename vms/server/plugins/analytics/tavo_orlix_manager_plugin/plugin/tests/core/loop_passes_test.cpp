@@ -511,19 +511,17 @@ TEST_F(CameraInService, GoesOnAsItWasWhileTheSettingsCannotBeWritten)
 {
     setModels("2026-11-03T10:00:00");
     EXPECT_EQ(PassEnd::complete, pass());
+    const int applied = logged("Parsing devices parameters:");
     const std::string settings = m_folder.path(kWorking + "orlix_manager/etc/settings.json");
     std::filesystem::remove(settings);
     std::filesystem::create_directory(settings);
     services().runtimesManager.saveInstalledRuntimeName("Generic CPU"); // asks for a new file
+    setModels("2026-11-04T10:00:00"); // and this for a restart
     const auto isTold = [this] { return board().snapshot().contains("SETTINGS_NOT_WRITTEN"); };
     for (int i = 0; i < 3; ++i)
         EXPECT_EQ(PassEnd::complete, pass());
     EXPECT_TRUE(isTold());
-    EXPECT_EQ(
-        2,
-        logged("Parsing devices parameters: 0 1 0\n") +
-            logged("Parsing devices parameters: 1 0 0\n"))
-        << "each once";
+    EXPECT_EQ(applied + 1, logged("Parsing devices parameters:"));
     EXPECT_EQ(1, logged("Warning! Could not write runtime settings"));
     EXPECT_EQ(0, logged("Restarting runtime\n"));
     std::filesystem::remove(settings);
