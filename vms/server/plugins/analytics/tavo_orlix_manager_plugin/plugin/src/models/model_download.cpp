@@ -101,7 +101,8 @@ private:
         if (!m_client.doGet(Url(m_download.url)) || !m_client.response())
         {
             return failed(
-                "Failed to download model from:" + m_download.url + "\nCouldn't get a response.");
+                "Failed to download model from:" + m_download.url +
+                "\nCouldn't get a response. The connection failed: " + m_client.failure() + ".");
         }
         const auto& status = m_client.response()->statusLine;
         if (status.statusCode == 200)

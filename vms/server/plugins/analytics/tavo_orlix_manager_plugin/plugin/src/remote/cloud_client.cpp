@@ -39,6 +39,7 @@ bool succeeded(
     if (!response)
     {
         log_warning(endpoint, "Couldn't get a response from endpoint: %s\n", endpoint.c_str());
+        log_warning(endpoint, "The connection failed: %s\n", client.failure().c_str());
         return false;
     }
     const network::http::StatusLine& status = response->statusLine;

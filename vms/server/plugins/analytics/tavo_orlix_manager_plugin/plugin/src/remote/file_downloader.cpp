@@ -100,7 +100,8 @@ Outcome downloadFile(
     if (!client.doGet(Url(url)) || !client.response())
     {
         log_info("Failed to download file at: %s\n", url.c_str());
-        return Outcome::failed("The server of " + url + " could not be reached.");
+        return Outcome::failed(
+            "The server of " + url + " could not be reached: " + client.failure() + ".");
     }
     const int statusCode = client.response()->statusLine.statusCode;
     if (statusCode != kStatusOk)

@@ -162,6 +162,7 @@ TEST_F(CloudClient, OnlyATrustedCertificateIsAccepted)
 
     EXPECT_THAT(getAvailablePipelines(m_host, "d"), IsEmpty());
     EXPECT_THAT(m_log.text(), HasSubstr("Couldn't get a response from endpoint: "));
+    EXPECT_THAT(m_log.text(), HasSubstr("The connection failed: SSL certificate problem: "));
     {
         const test_support::ScopedVariable authorities("CURL_CA_BUNDLE", certificate.caFile());
         EXPECT_EQ(1u, getAvailablePipelines(m_host, "d").size());
