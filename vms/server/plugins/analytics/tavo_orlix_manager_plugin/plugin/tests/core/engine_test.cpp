@@ -125,6 +125,8 @@ TEST_F(EngineTest, TellsWhatIsWrongInTheIniFile)
     for (const char* text : {"line 3?is none", "needs one"})
         EXPECT_EQ(1, logged(std::string("The ini file has a mistake: ") + text + "\n")) << text;
     EXPECT_EQ("The ini file has a mistake: needs one", shown.at("INI_FILE_2").text);
+    EXPECT_EQ(
+        1, logged("Certificates of download servers are not checked (verifyCertificates is off)"));
 }
 
 TEST_F(EngineTest, IndicesOfGoneAgentsAreTakenAgain)
