@@ -1,5 +1,7 @@
 #include "core/engine.h"
 
+#include <stdexcept>
+
 #include <tavo/sdk/helpers/string_map.h>
 #include <testing/kept_file_number.h>
 
@@ -88,6 +90,19 @@ TEST_F(EngineTest, RefusesADeviceWithoutAnId)
     }
     obtainAgent("1").reset();
     EXPECT_EQ(1, logged("Destroying Device Agent 0\n")) << "nobody has its index";
+}
+
+TEST_F(EngineTest, AnAgentThatCannotBeMadeLeavesItsIndex)
+{
+    struct Throwing : FakeDevice
+    {
+        using FakeDevice::FakeDevice;
+        const char* name() const override { throw std::runtime_error("no name"); }
+    };
+    const auto result = engine().doObtainDeviceAgent(sdk::makePtr<Throwing>("1").get());
+    EXPECT_STREQ("no name", sdk::Ptr(result.errorMessage)->str());
+    obtainAgent("2").reset();
+    EXPECT_EQ(1, logged("Destroying Device Agent 0\n"));
 }
 
 TEST_F(EngineTest, AtLevelOneWhatComesWithEachResultIsWrittenOnceAMinute)
