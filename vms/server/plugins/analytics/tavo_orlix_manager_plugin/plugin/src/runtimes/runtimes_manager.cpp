@@ -8,6 +8,7 @@
 #include "runtimes/chip_catalogue.h"
 #include "utils/files.h"
 #include "utils/log.h"
+#include "utils/log_rarely.h"
 #include "utils/paths.h"
 #include "utils/platform_names.h"
 
@@ -204,7 +205,7 @@ std::string RuntimesManager::getInstalledRuntimeName() const
     }
     const FileStream file(file_open_read(fileInBin(kInstalledRuntimeFile).c_str()));
     if (!file)
-        log_info("Warning: There is no installed runtime on this machine.\n");
+        log_warning("", "Warning: There is no installed runtime on this machine.\n");
     std::string name = file ? firstLine(file.get()) : std::string();
     const MutexLock lock(m_namesMutex);
     if (m_installedRuntimeName.empty()) // by now it may have been saved
@@ -216,7 +217,7 @@ std::string RuntimesManager::getMimeType(const std::string& runtimeName) const
 {
     if (runtimeName.empty())
     {
-        log_info("Warning: There is no installed runtime on this machine.");
+        log_warning("", "Warning: There is no installed runtime on this machine.");
         return {};
     }
     const auto chip = m_runtimeToChip.find(runtimeName);

@@ -1,8 +1,11 @@
 #include "runtimes_fixture.h"
 
+#include <algorithm>
+
 #include <gmock/gmock.h>
 
 #include "incompressible.h"
+#include "utils/log.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -54,6 +57,19 @@ TEST_F(RuntimesManagerTest, installsAndUninstalls)
     EXPECT_FALSE(m_folder.has("bin/installed_runtime.txt"));
     EXPECT_TRUE(m_folder.has("bin/other.txt"));
     EXPECT_EQ(1, m_requests);
+}
+
+TEST_F(RuntimesManagerTest, thatNoneIsInstalledIsNotWrittenEachTimeItIsAsked)
+{
+    const std::string path = m_folder.path("log");
+    log_init(path, m_folder.path("main.log"), "", /*console*/ false, /*file*/ true, 1);
+    EXPECT_EQ("", m_manager.getInstalledRuntimeName());
+    EXPECT_EQ("", m_manager.getInstalledRuntimeName());
+    log_close();
+    EXPECT_THAT(
+        m_folder.read("log"),
+        testing::HasSubstr(": Warning: There is no installed runtime on this machine."));
+    EXPECT_EQ(1, std::ranges::count(m_folder.read("log"), '\n'));
 }
 
 TEST_F(RuntimesManagerTest, keepsPackagesWhereTheIniFileSaysSo)

@@ -3,7 +3,7 @@
 #include "base/deployment.h"
 #include "device_agent/dialog/settings_model_parts.h"
 #include "remote/cloud_client.h"
-#include "utils/log.h"
+#include "utils/log_rarely.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -97,10 +97,11 @@ void addStateBanners(SettingsModel& model)
     else if (state.managerInstallState != ManagerInstallState::installed)
     {
         model.ready = false;
-        log_info(
-            "Orlix Manager not installed. Status: %d\n",
+        const char* const text = installationText(state.managerInstallState);
+        log_rarely(
+            text, "Orlix Manager not installed. Status: %d\n",
             static_cast<int>(state.managerInstallState));
-        model.items.addBanner("info", installationText(state.managerInstallState));
+        model.items.addBanner("info", text);
         if (state.managerInstallState == ManagerInstallState::failed)
             model.items.addLink("Manual Installation Docs", kManualInstallationLink);
     }
