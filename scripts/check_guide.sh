@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Compares docs/operating.md with the sources, both ways: every text that can appear on the board or
 # in a banner stands in the guide's tables and every text of the tables in the sources; every key of
-# the ini file likewise, with its default. Each difference is one line, and any makes the check fail.
+# the ini file likewise, with its default; and what the doctor says to do. Each difference is one line, and any makes the check fail.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -70,6 +70,11 @@ for my $key (sort keys %keys) {
     differs("default of $key is $default, in the guide $told{$key}") if $told{$key} ne "`$default`";
 }
 for my $key (sort keys %told) { differs("key not in the sources: $key") unless exists $keys{$key}; }
+
+my $waysOut = content("$folder/diagnosis/ways_out.h") =~ s/"\s*\n\s*"//gr;
+for my $text ($waysOut =~ /\[\] =\s*$literal/g) {
+    differs("what the doctor says is not in the guide: \"$text\"") if index(plain($guide), plain($text)) < 0;
+}
 
 print "the guide and the sources agree on ", scalar(@rows), " texts and ", scalar(keys %keys), " keys\n" unless $failed;
 exit $failed;

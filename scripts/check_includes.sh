@@ -33,7 +33,10 @@ forbid()
 # and runtimes stand side by side.
 above='core/'
 forbid $src/device_agent "$above" "device_agent stands below core"
-above+='|device_agent/'
+forbid $src/diagnosis 'core/|device_agent/|inference/(?!protocol\.h)' \
+    "diagnosis stands below core, beside device_agent, and knows the protocol alone"
+forbid $src/device_agent 'diagnosis/' "device_agent stands beside diagnosis"
+above+='|device_agent/|diagnosis/'
 forbid $src/inference "$above" "inference stands below device_agent"
 above+='|inference/'
 forbid $src/runtimes "$above|models/" "runtimes stands below inference, beside models"

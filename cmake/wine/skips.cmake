@@ -36,6 +36,7 @@ set(TAVO_LINUX_ALONE
     "FoldersTest.whatALinkLeadsToIsNotRemovedWithIt|there are no links under Wine"
     "StrangerTest.isNotListenedTo|it becomes another user"
     "StrangerTest.isSentNothing|it becomes another user"
+    "DoctorsPlaces.AreSeenWithTheirRightsAndTheirRoom|of modes, owners and a small disk"
     "failing_calls.load|calls are made to fail by standing before those of Linux"
     "failing_calls.install|calls are made to fail by standing before those of Linux"
     "failing_calls.frame|calls are made to fail by standing before those of Linux"

@@ -22,6 +22,9 @@ extern const char* const kMakeFolderCommand;
 // device, a stream within a file, a name without its end. Separators are not looked for.
 [[nodiscard]] bool isNameOfFile(std::string_view text);
 
+// What is written there is gone.
+extern const char* const kNullDevice;
+
 // Where the system lists its PCI devices.
 extern const char* const kPciDeviceRoot;
 

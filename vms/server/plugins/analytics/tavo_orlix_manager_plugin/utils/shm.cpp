@@ -67,7 +67,7 @@ void shm_create_random(
     segment = {};
     for (int attempt = 0; attempt < kRandomNames && !shm_is_valid(segment); ++attempt)
     {
-        segment.name = log_format_alloc(64, "Global_RandomSHM_%08X", nextNumber());
+        segment.name = log_format_alloc(64, "%s%08X", kRandomShmPrefix, nextNumber());
         segment.handle = ShmCalls::create(segment.name, /*mustBeNew*/ true);
         if (shm_is_valid(segment))
             break;

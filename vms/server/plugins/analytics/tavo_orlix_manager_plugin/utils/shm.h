@@ -24,6 +24,8 @@ namespace tavo::vms_server_plugins::analytics::orlix
 inline constexpr std::size_t kShmReservedSize = 0xC800000;
 inline constexpr std::size_t kShmHeaderSize = 4;
 
+inline constexpr char kRandomShmPrefix[] = "Global_RandomSHM_"; // of names that nobody has chosen
+
 using ShmHandle = std::intptr_t; // the system's handle of a segment; 0 is none
 inline constexpr ShmHandle kNoShm = 0;
 

@@ -21,6 +21,7 @@ bool isNameOfFile(std::string_view /*text*/)
     return true;
 }
 
+const char* const kNullDevice = "/dev/null";
 const char* const kPciDeviceRoot = "/sys/bus/pci/devices";
 const char* const kCudaVersionFile = "/usr/local/cuda/version.json";
 const char* const kHailoDeviceFolder = "/sys/class/hailo_chardev";

@@ -39,6 +39,7 @@ bool isNameOfFile(std::string_view text)
             [&stem](const char* device) { return _stricmp(stem.c_str(), device) == 0; });
 }
 
+const char* const kNullDevice = "NUL";
 const char* const kPciDeviceRoot = R"(SYSTEM\CurrentControlSet\Enum\PCI)";
 const char* const kCudaVersionFile = "";
 const char* const kHailoDeviceFolder = "";

@@ -107,6 +107,7 @@ private:
     // Frames.
     struct HostFrame;
     [[nodiscard]] bool frameMayPass() const REQUIRES(settingsLock());
+    void noteFrameSize(const HostFrame& frame) REQUIRES(settingsLock());
     [[nodiscard]] bool makeInputMessage(const HostFrame& frame, std::uint64_t passedAtUs)
         REQUIRES(settingsLock());
 
@@ -143,6 +144,7 @@ private:
     ExchangeLine::Place m_placeInLine;
     MessageBuffer m_inputMessage; // whose turn it is; kept from frame to frame
     FrameClock m_frameClock;
+    std::pair<int, int> m_frameSize GUARDED_BY(settingsLock()){}; // of the last one
     ResultPackets m_resultPackets{m_deviceId, m_frameClock}; // the listener's
     ParsedPipelines m_parsedPipelines;
 };

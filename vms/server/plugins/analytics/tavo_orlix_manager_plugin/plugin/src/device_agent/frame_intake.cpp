@@ -129,6 +129,7 @@ bool DeviceAgent::pushUncompressedVideoFrame(sdk::Ptr<const Frame> videoFrame)
             return true;
         log_debug("Did checks.\n");
         passedAtUs = time_now_us();
+        noteFrameSize(hostFrame);
         if (!makeInputMessage(hostFrame, passedAtUs))
             return false;
     }
@@ -156,6 +157,15 @@ bool DeviceAgent::frameMayPass() const
             return false;
     }
     return m_parsedPipelines.wereThere();
+}
+
+// For who asks what shared memory the cameras need.
+void DeviceAgent::noteFrameSize(const HostFrame& frame)
+{
+    const std::pair size(frame.width, frame.height);
+    if (std::exchange(m_frameSize, size) != size)
+        log_info(
+            "Device %s sends frames of %dx%d\n", m_deviceId.c_str(), frame.width, frame.height);
 }
 
 // 1. Tell of an old frame.

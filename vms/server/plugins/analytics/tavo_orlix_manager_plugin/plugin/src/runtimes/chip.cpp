@@ -24,7 +24,9 @@ std::string withPrefixUnlessEmpty(const char* prefix, const std::string& text)
     return text.empty() ? text : prefix + text;
 }
 
-std::string storageBase()
+} // namespace
+
+std::string runtimeStorageUrl()
 {
     std::string base = ini().RuntimesStorageURL;
     if (base.empty())
@@ -33,8 +35,6 @@ std::string storageBase()
         base += '/';
     return base;
 }
-
-} // namespace
 
 const char* architectureText(CpuArchitecture architecture)
 {
@@ -104,7 +104,7 @@ std::string buildDownloadLink(
     const std::string& chipName, CpuArchitecture architecture, const std::string& osName,
     const std::string& osVersion, const std::string& driverVersion)
 {
-    std::string link = storageBase() + kLinkTemplate;
+    std::string link = runtimeStorageUrl() + kLinkTemplate;
     replaceAll(link, "{chip_name}", chipName);
     replaceAll(link, "{cpu_arch}", architectureText(architecture));
     replaceAll(link, "{os_name}", osName);

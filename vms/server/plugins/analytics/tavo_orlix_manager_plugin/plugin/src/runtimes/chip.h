@@ -40,7 +40,11 @@ struct Chip
     void printChipInfo() const;
 };
 
-// The URL of a runtime's package in the storage that the ini file names, or in the built-in one.
+// Where runtimes are downloaded from, with a slash at its end: what the ini file names, or the
+// built-in storage.
+[[nodiscard]] std::string runtimeStorageUrl();
+
+// The URL of a runtime's package there.
 // `osVersion` and `driverVersion` are left out of it where they are empty.
 [[nodiscard]] std::string buildDownloadLink(
     const std::string& chipName, CpuArchitecture architecture, const std::string& osName,
