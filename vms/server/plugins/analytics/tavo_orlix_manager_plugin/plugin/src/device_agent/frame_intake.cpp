@@ -190,10 +190,10 @@ bool DeviceAgent::makeInputMessage(const HostFrame& frame, std::uint64_t passedA
     }
     log_debug("Creating raw image message...\n");
     const bool isMade = m_parsedPipelines.use(
-        [&, &settings = m_settings](std::span<const char> pipelines)
+        [&, settings = &m_settings](std::span<const char> pipelines)
         {
             return createInputMessage(
-                image, {frame.timestampUs, m_deviceNumber, m_deviceId, m_deviceName}, settings,
+                image, {frame.timestampUs, m_deviceNumber, m_deviceId, m_deviceName}, *settings,
                 pipelines, m_inputMessage);
         });
     if (!isMade)
