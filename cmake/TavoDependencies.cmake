@@ -1,6 +1,9 @@
 # The libraries that the plugin calls. scripts/setup.sh installs what is missing.
 
-if(TAVO_SELF_CONTAINED)
+if(TAVO_SELF_CONTAINED AND CMAKE_CROSSCOMPILING)
+    include(TavoLibraries)
+    set(OPENSSL_USE_STATIC_LIBS ON)
+elseif(TAVO_SELF_CONTAINED)
     # Where scripts/setup.sh package builds them. OpenSSL is the distribution's own archive.
     include(TavoCache)
     execute_process(COMMAND ${CMAKE_C_COMPILER} -dumpversion
@@ -22,7 +25,12 @@ endif()
 find_path(SIMPLEINI_INCLUDE_DIR SimpleIni.h REQUIRED)
 
 if(TAVO_BUILD_TESTS OR TAVO_BUILD_DEVKIT)
-    pkg_check_modules(CPP_HTTPLIB REQUIRED IMPORTED_TARGET cpp-httplib)
+    if(TAVO_SELF_CONTAINED)
+        find_package(httplib REQUIRED CONFIG)
+        add_library(PkgConfig::CPP_HTTPLIB ALIAS httplib::httplib)
+    else()
+        pkg_check_modules(CPP_HTTPLIB REQUIRED IMPORTED_TARGET cpp-httplib)
+    endif()
 endif()
 if(TAVO_BUILD_TESTS)
     find_package(GTest REQUIRED)

@@ -3,7 +3,8 @@
 #   cmake --install <build> --component plugin --strip --prefix <folder of the host's plugins>
 #   cpack --config <build>/CPackConfig.cmake
 
-if(NOT TAVO_STATIC_PREFIX)
+get_property(_parts GLOBAL PROPERTY TAVO_PARTS)
+if(NOT TAVO_STATIC_PREFIX AND NOT _parts)
     install(CODE "message(FATAL_ERROR \"This build needs libraries of the system that it was made on. \"
         \"What goes to users is built by scripts/package.sh\")" COMPONENT plugin)
     return()
@@ -21,16 +22,18 @@ install(CODE "
     endforeach()" COMPONENT plugin)
 install(TARGETS tavo_orlix_manager_plugin LIBRARY DESTINATION . COMPONENT plugin)
 
-# What is linked in: name, licence, Debian's package whose source it is of.
-set(_parts "OpenSSL|Apache-2.0|libssl-dev" "curl|curl|libcurl4-openssl-dev" "yyjson|MIT|libyyjson-dev"
-    "MPack|MIT|" "simpleini|MIT|libsimpleini-dev")
-if(WIN32)
-    list(APPEND _parts "Qt Core|LGPL-3.0-only|qt6-base-dev"
-        "libstdc++ and libgcc|GPL-3.0-or-later WITH GCC-exception-3.1|gcc-mingw-w64-x86-64-posix-runtime"
-        "MinGW-w64|ZPL-2.1|mingw-w64-x86-64-dev")
-else()
-    list(APPEND _parts
-        "libstdc++ and libgcc|GPL-3.0-or-later WITH GCC-exception-3.1|libstdc++-${_compiler_version}-dev")
+# What is linked in, where no list of it is there yet: name, licence, Debian's package whose source it is of.
+if(NOT _parts)
+    set(_parts "OpenSSL|Apache-2.0|libssl-dev" "curl|curl|libcurl4-openssl-dev" "yyjson|MIT|libyyjson-dev"
+        "MPack|MIT|" "simpleini|MIT|libsimpleini-dev")
+    if(WIN32)
+        list(APPEND _parts "Qt Core|LGPL-3.0-only|qt6-base-dev"
+            "libstdc++ and libgcc|GPL-3.0-or-later WITH GCC-exception-3.1|gcc-mingw-w64-x86-64-posix-runtime"
+            "MinGW-w64|ZPL-2.1|mingw-w64-x86-64-dev")
+    else()
+        list(APPEND _parts
+            "libstdc++ and libgcc|GPL-3.0-or-later WITH GCC-exception-3.1|libstdc++-${_compiler_version}-dev")
+    endif()
 endif()
 include(TavoParts)
 tavo_list_parts(${CMAKE_BINARY_DIR}/parts ${_parts})
@@ -47,7 +50,7 @@ set(CPACK_PACKAGE_NAME tavo_orlix_manager_plugin)
 set(CPACK_PACKAGE_VENDOR Tavo)
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Orlix Manager plugin of a video management server")
 set(CPACK_PACKAGE_FILE_NAME
-    ${CPACK_PACKAGE_NAME}-${PROJECT_VERSION}-${TAVO_ARCHIVE_TAG})
+    ${CPACK_PACKAGE_NAME}-${PROJECT_VERSION}-${TAVO_TARGET})
 set(CPACK_PACKAGE_CHECKSUM SHA256)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_COMPONENTS_ALL plugin parts)

@@ -11,11 +11,13 @@ function(tavo_sources variable dir)
 endfunction()
 
 # When tests are listed: by the build, or, where that takes more than the build has, not before they
-# run.
+# run; and how long one may take.
 if(CMAKE_CROSSCOMPILING)
     set(TAVO_TEST_DISCOVERY PRE_TEST)
+    set(TAVO_TEST_SECONDS 300)
 else()
     set(TAVO_TEST_DISCOVERY POST_BUILD)
+    set(TAVO_TEST_SECONDS 120)
 endif()
 
 # tavo_add_test(NAME DIR LIBRARIES...): one test program from all *_test.cpp below DIR, with every
@@ -34,7 +36,7 @@ function(tavo_add_test name dir)
         ${ARGN} tavo_testing tavo_local_sockets tavo_warnings GTest::gmock GTest::gtest_main)
     target_include_directories(${name} PRIVATE ${dir})
     gtest_discover_tests(${name} DISCOVERY_MODE ${TAVO_TEST_DISCOVERY} DISCOVERY_TIMEOUT 60
-        PROPERTIES TIMEOUT 120)
+        PROPERTIES TIMEOUT ${TAVO_TEST_SECONDS})
 endfunction()
 
 # tavo_add_library(NAME DIR [LIBRARIES...]): a static library from all *.cpp below DIR except those

@@ -1,5 +1,6 @@
 # Toolchain: 64-bit Windows from Debian, with MinGW-w64 in its posix thread model. The libraries come
 # from the cache folder, where scripts/setup.sh windows builds them, and from nowhere else.
+set(TAVO_EMULATOR wine)
 
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)

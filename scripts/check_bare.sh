@@ -120,7 +120,7 @@ check_system()
 [ "$(id -u)" = 0 ] || die "this needs root, to look like another system: sudo $0"
 install_packages debootstrap openssl
 cd "$(repo_dir)"
-archive=$(compgen -G 'build/packages/*-linux.tar.gz') || die "there is no package: run scripts/package.sh"
+archive=$(compgen -G 'build/packages/*-x86_64-linux.tar.gz') || die "there is no package: run scripts/package.sh"
 mkdir -p "$(cache_dir)"
 work=$(mktemp -d "$(cache_dir)/scratch.XXXXXX")
 trap clean_up EXIT

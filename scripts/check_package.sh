@@ -30,7 +30,7 @@ readonly kExports="createTavoPlugin tavoLibContext tavoSdkVersion tavoSetUnitTes
 # What every Windows has, in small letters.
 readonly kWindowsLibraries=" advapi32 authz bcrypt crypt32 kernel32 msvcrt netapi32 ole32 shell32 user32
     userenv version winmm ws2_32 "
-readonly kGlibcLibraries=" libc.so.6 libm.so.6 ld-linux-x86-64.so.2 "
+readonly kGlibcLibraries=" libc.so.6 libm.so.6 ld-linux-x86-64.so.2 ld-linux-aarch64.so.1 "
 # Ubuntu's of 22.04, the oldest system that is served.
 readonly kGlibcVersion=2.35
 # The loader sets aside some 1600 bytes for all libraries that are loaded later.

@@ -2,7 +2,7 @@
 # Sets up, builds, checks and packs what goes to users: an archive in build/packages, with its SHA-256
 # sum beside it. Nothing is packed that fails a check.
 #
-# usage: package.sh [linux|windows]
+# usage: package.sh [linux|windows|aarch64]
 # TAVO_JOBS: how many compilers run at a time; all processors otherwise.
 set -euo pipefail
 
@@ -13,7 +13,8 @@ here=$(dirname "${BASH_SOURCE[0]}")
 case ${1:-linux} in
     linux) preset=package targets=(tavo_orlix_manager_plugin bare_host) ;;
     windows) preset=windows targets=(tavo_orlix_manager_plugin) ;;
-    *) die "usage: $0 [linux|windows]" ;;
+    aarch64) preset=aarch64 targets=(tavo_orlix_manager_plugin bare_host) ;;
+    *) die "usage: $0 [linux|windows|aarch64]" ;;
 esac
 "$here/setup.sh" "$preset"
 cd "$(repo_dir)"

@@ -3,7 +3,7 @@
 # through sudo; a second run changes nothing. What has no package is built into the cache folder:
 # $TAVO_CACHE_DIR, else $XDG_CACHE_HOME/tavo_orlix, else ~/.cache/tavo_orlix.
 #
-# usage: setup.sh [build|test|demo|lint|fuzz|mutate|package|windows]
+# usage: setup.sh [build|test|demo|lint|fuzz|mutate|package|windows|aarch64]
 #   build    what compiling and testing need (the default)
 #   test     the same, and the browser that the host's page is tested in
 #   demo     the same as build, and the video and the model of the demonstration
@@ -12,6 +12,7 @@
 #   mutate   the same as build, and what scripts/mutate.py needs
 #   package  the same as build, and what the package for users on Linux is made of and tried with
 #   windows  the same as build, and what compiling for Windows and testing under Wine need
+#   aarch64  the same as build, and what compiling for Linux on 64-bit ARM and testing with qemu need
 set -euo pipefail
 
 here=$(dirname "${BASH_SOURCE[0]}")
@@ -33,6 +34,8 @@ here=$(dirname "${BASH_SOURCE[0]}")
 . "$here/lib/libraries.sh"
 # shellcheck source=scripts/lib/windows.sh
 . "$here/lib/windows.sh"
+# shellcheck source=scripts/lib/qemu.sh
+. "$here/lib/qemu.sh"
 
 readonly kToolPackages=(g++ cmake ninja-build ccache pkg-config git xz-utils)
 readonly kLibraryPackages=(libcurl4-openssl-dev libssl-dev libsimpleini-dev qt6-base-dev)
@@ -43,6 +46,8 @@ readonly kDevkitPackages=(
     libopencv-dnn-dev libopencv-objdetect-dev libopencv-imgproc-dev libopencv-imgcodecs-dev
     libcpp-httplib-dev libcli11-dev libsqlite3-dev curl)
 readonly kLintPackages=(clang clang-format clang-tidy shellcheck)
+readonly kArmPackages=(g++-aarch64-linux-gnu patch libssl-dev:arm64 libstdc++6:arm64 libgomp1:arm64
+    libgtest-dev:arm64 libgmock-dev:arm64 libsqlite3-dev:arm64)
 readonly kFuzzPackages=(clang libclang-rt-14-dev llvm) # llvm: names in reports
 
 set_up_build()
@@ -88,6 +93,13 @@ case $mode in
         set_up_build
         install_windows
         ;;
-    *) die "usage: $0 [build|test|demo|lint|fuzz|mutate|package|windows]" ;;
+    aarch64)
+        set_up_build
+        add_architecture arm64
+        install_packages "${kArmPackages[@]}"
+        install_described_libraries --toolchain "$(repo_dir)/cmake/aarch64.cmake"
+        install_qemu
+        ;;
+    *) die "usage: $0 [build|test|demo|lint|fuzz|mutate|package|windows|aarch64]" ;;
 esac
 say "Set-up for '$mode' is complete"

@@ -2,10 +2,11 @@
 # Sets up, builds and tests, from a fresh clone on. Fails where anything of it fails, and closes with
 # the number of tests as a line of its own.
 #
-# usage: test.sh [debug|release|asan|tsan|windows] [--no-browser]
+# usage: test.sh [debug|release|asan|tsan|windows|aarch64] [--no-browser]
 #   asan     with the address, undefined behaviour and leak sanitizers
 #   tsan     with the thread sanitizer
 #   windows  the Windows build, under Wine
+#   aarch64  the build for Linux on 64-bit ARM, under qemu
 #   --no-browser   without the tests that work the stand-in host's page in a browser: some minutes,
 #                  and Chromium, less
 # TAVO_JOBS: how many compilers and tests run at a time; all processors otherwise.
@@ -18,11 +19,15 @@ here=$(dirname "${BASH_SOURCE[0]}")
 . "$here/lib/windows.sh"
 # shellcheck source=scripts/lib/wine.sh
 . "$here/lib/wine.sh"
+# shellcheck source=scripts/lib/qemu.sh
+. "$here/lib/qemu.sh"
+# shellcheck source=scripts/lib/coverage.sh
+. "$here/lib/coverage.sh"
 # shellcheck source=scripts/lib/test_report.sh
 . "$here/lib/test_report.sh"
 
 # Of all tests together; a test that hangs ends after its own limit.
-readonly kWineLimit=30m
+readonly kEmulatedLimit=30m
 
 preset=debug
 browser=yes
@@ -44,15 +49,15 @@ set_sanitizer_options()
 
 for argument in "$@"; do
     case $argument in
-        debug | release | asan | tsan | windows) preset=$argument ;;
+        debug | release | asan | tsan | windows | aarch64) preset=$argument ;;
         --no-browser) browser=no ;;
-        *) die "usage: $0 [debug|release|asan|tsan|windows] [--no-browser]" ;;
+        *) die "usage: $0 [debug|release|asan|tsan|windows|aarch64] [--no-browser]" ;;
     esac
 done
 setup='test'
 selection=()
-if [ "$preset" = windows ]; then
-    setup=windows
+if [ "$preset" = windows ] || [ "$preset" = aarch64 ]; then
+    setup=$preset
 elif [ "$browser" = no ]; then
     setup=build
     selection=(--exclude-regex '^browser\.(page|four_cameras)$')
@@ -67,17 +72,23 @@ cmake --preset "$preset"
 
 report=$PWD/build/$preset/tests.xml
 rm -f "$report"
-if [ "$preset" = windows ]; then
-    make_wine_prefix "$PWD/build/windows/wine"
-    trap end_wine EXIT
-    runner=(timeout --kill-after=30 "$kWineLimit")
-fi
+case $preset in
+    windows)
+        make_wine_prefix "$PWD/build/windows/wine"
+        trap end_wine EXIT
+        runner=(timeout --kill-after=30 "$kEmulatedLimit")
+        ;;
+    aarch64)
+        runner=(timeout --kill-after=30 "$kEmulatedLimit")
+        ;;
+esac
 status=0
 "${runner[@]}" ctest --preset "$preset" -j "$jobs" "${selection[@]}" --no-tests=error --output-junit "$report" \
     || status=$?
-if [ "$preset" = windows ]; then
-    [ "$status" != 124 ] || say "error: the tests under Wine were ended after $kWineLimit"
-    print_wine_coverage
-fi
+case $preset in
+    windows) print_coverage windows cmake/wine/skips.cmake ;;
+    aarch64) print_coverage aarch64 cmake/qemu/skips.cmake ;;
+esac
+[ "$status" != 124 ] || say "error: the tests of '$preset' were ended after $kEmulatedLimit"
 [ ! -f "$report" ] || test_counts "$report"
 exit "$status"

@@ -4,9 +4,22 @@
 readonly kDebianKeyring=/usr/share/keyrings/debian-archive-keyring.gpg
 apt_lists_are_fresh=no
 
+# package_is_installed NAME[:ARCHITECTURE]: of this machine's architecture, where none is named.
 package_is_installed()
 {
-    [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
+    local architecture=${1#*:}
+    [ "$architecture" != "$1" ] || architecture="all|$(dpkg --print-architecture)"
+    dpkg-query -W -f='${db:Status-Status} ${Architecture}\n' "$1" 2>/dev/null \
+        | grep -qxE "installed ($architecture)"
+}
+
+# add_architecture NAME: packages of it can be installed beside the machine's own.
+add_architecture()
+{
+    if ! dpkg --print-foreign-architectures | grep -qx "$1"; then
+        as_root dpkg --add-architecture "$1"
+        apt_lists_are_fresh=no
+    fi
 }
 
 # missing_packages NAME...: those of the names that are not installed, one a line.

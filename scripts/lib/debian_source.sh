@@ -23,15 +23,15 @@ apt_in()
         -o Dir::Cache="$state" "$@"
 }
 
-# update_source_lists FOLDER CODENAME: what sources the release has, for apt_in FOLDER.
+# update_source_lists FOLDER CODENAME [deb]: what sources (or programs) the release has, for apt_in FOLDER.
 update_source_lists()
 {
-    local folder=$1 uri suite
+    local folder=$1 uri suite type=${3:-deb-src}
     mkdir -p "$folder/apt/parts" "$folder/apt/lists/partial" "$folder/apt/archives/partial"
     while read -r uri suite; do
-        apt_source deb-src "$uri" "$suite" >"$folder/apt/parts/$suite.sources"
+        apt_source "$type" "$uri" "$suite" >"$folder/apt/parts/$suite.sources"
     done < <(suite_parts "$2")
-    apt_in "$folder" apt-get update || die "the list of Debian's sources could not be fetched"
+    apt_in "$folder" apt-get update || die "Debian's lists could not be fetched"
 }
 
 # source_versions FOLDER SOURCE: the versions in the lists, the newest first.

@@ -121,6 +121,22 @@ install_library()
     printf '%s\n' "$2" >"$stamp"
 }
 
+# install_described_libraries CMAKE-ARGUMENT...: builds into the cache what it does not have yet of what
+# cmake/TavoLibraries.cmake describes, for that target.
+install_described_libraries() { with_scratch build_described_libraries "$@"; }
+
+build_described_libraries()
+{
+    local folder=$1
+    shift
+    cmake -S "$(repo_dir)/cmake/libraries" -B "$folder" -G Ninja --no-warn-unused-cli \
+        -DFETCH="$(repo_dir)/scripts/lib/fetch_source.sh" "$@" >"$folder/log" \
+        || { cat "$folder/log" >&2; die "the libraries could not be configured"; }
+    sed -n 's/^-- \(Building .* into .*\)/\1/p' "$folder/log"
+    # One after the other: each takes all processors.
+    cmake --build "$folder" -j 1 >"$folder/log" || die_with_log "$folder/log" "the libraries could not be built"
+}
+
 # OpenSSL comes from the distribution's own archive, which is position independent.
 install_package_libraries()
 {

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <stdexcept>
 
 #include <csignal>
@@ -11,14 +12,32 @@
 
 namespace tavo::test_support
 {
+namespace
+{
+
+// The file that a process runs. Of a program for another processor that is in the command line of
+// qemu.
+std::string fileOf(const std::filesystem::path& process)
+{
+    std::error_code ignored; // of other users, or gone by now
+    std::string file = std::filesystem::read_symlink(process / "exe", ignored).string();
+    if (file.ends_with("/qemu-aarch64"))
+    {
+        std::ifstream line(process / "cmdline");
+        for (int i = 0; i < 2; ++i)
+            std::getline(line, file, '\0');
+    }
+    return file;
+}
+
+} // namespace
 
 std::vector<std::uint32_t> runningPrograms(const std::string& file)
 {
     std::vector<std::uint32_t> found;
     for (const auto& entry : std::filesystem::directory_iterator("/proc"))
     {
-        std::error_code ignored; // of other users, or gone by now
-        const auto target = std::filesystem::read_symlink(entry.path() / "exe", ignored).string();
+        const std::string target = fileOf(entry.path());
         if (target == file || target == file + " (deleted)")
             found.push_back(
                 std::uint32_t(std::strtoul(entry.path().filename().c_str(), nullptr, 10)));

@@ -4,6 +4,7 @@
 
 #include "base/ini.h"
 #include "http_server.h"
+#include "runtimes/machine_info.h"
 #include "runtimes/manager_installation.h"
 #include "temporary_folder.h"
 #include "utils/command.h"
@@ -20,7 +21,8 @@ protected:
     {
         m_folder.write("work/kept.txt", "");
         m_server.handlers.Get(
-            std::string("/apps/orlix_manager-x86_64-") + kArchiveTag + ".tgz",
+            std::string("/apps/orlix_manager-") + architectureText(readNativeArchitecture()) + "-" +
+                kArchiveTag + ".tgz",
             [this](const httplib::Request&, httplib::Response& response)
             {
                 ++m_requests;
