@@ -13,6 +13,7 @@
 #include "remote/host_rest_client.h"
 #include "utils/files.h"
 #include "utils/log.h"
+#include "utils/log_rarely.h"
 #include "utils/paths.h"
 #include "utils/platform_names.h"
 #include "utils/sockets.h"
@@ -116,7 +117,8 @@ void OrlixManagerInterface::start(
     }
     ++m_startCount;
     m_lacksFiles = false;
-    log_info("Starting Orlix Manager: Count: %zu\n", static_cast<std::size_t>(m_startCount));
+    // Each second, as long as files are missing.
+    log_warning("", "Starting Orlix Manager: Count: %zu\n", static_cast<std::size_t>(m_startCount));
     for (const auto& [id, model] : assignedModels)
     {
         if (!filesAreThere(model))
@@ -145,7 +147,7 @@ bool OrlixManagerInterface::filesAreThere(const AssignedModel& model)
     m_lacksFiles = !fileExists(model.modelPath);
     if (m_lacksFiles)
     {
-        log_info("Error! Model file is missing: %s\n", model.modelPath.c_str());
+        log_warning(model.modelPath, "Error! Model file is missing: %s\n", model.modelPath.c_str());
         return startFailed(
             "Model file missing for " + nameOf(model) +
             ". This could be caused by failed downloads or invalid configuration.");
@@ -196,7 +198,7 @@ Outcome OrlixManagerInterface::writeDecryptedCopy(
 
 bool OrlixManagerInterface::startFailed(const std::string& text)
 {
-    log_info("Error! %s\n", text.c_str());
+    log_warning(text, "Error! %s\n", text.c_str());
     m_process = {};
     deleteDecryptedCopies();
     if (!m_stop.stop_requested()) // which fails a decryption

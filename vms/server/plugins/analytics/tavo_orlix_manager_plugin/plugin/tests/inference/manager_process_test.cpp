@@ -6,6 +6,7 @@
 #include "encrypted_model.h"
 #include "manager_fixture.h"
 #include "module_peer.h"
+#include "utils/log.h"
 #include "utils/paths.h"
 #include "utils/platform_names.h"
 
@@ -216,6 +217,24 @@ TEST_F(ManagerProcessTest, FailsWithoutItsFiles)
     EXPECT_EQ("", onBoard(board_key::kCouldNotStart));
     EXPECT_EQ(ManagerState::Running, manager.state());
     folder.write("orlix_manager/bin/end", "");
+}
+
+TEST_F(ManagerProcessTest, WritesThatFilesAreMissingOnceForManyTries)
+{
+    const std::string path = folder.path("log");
+    log_init(path, folder.path("main.log"), "", /*console*/ false, /*file*/ true, 1);
+    assignModel("m");
+    start();
+    start();
+    log_close();
+    const std::string written = folder.read("log");
+    for (const std::string text :
+         {"Starting Orlix", "Model file is missing", "Error! Model file m"})
+    {
+        const std::size_t first = written.find(text);
+        EXPECT_NE(std::string::npos, first) << text;
+        EXPECT_EQ(first, written.rfind(text)) << text;
+    }
 }
 
 } // namespace
