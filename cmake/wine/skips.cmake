@@ -31,6 +31,7 @@ set(TAVO_LINUX_ALONE
     "RuntimesManagerTest.tellsTheDiskThatIsFullOrCannotBeWritten|it mounts a small disk"
     "SmallDiskForModels.isToldByTheReasonBehindTheText|it mounts a small disk"
     "SmallDiskForCopies.isNotTakenForACorruptedModel|it mounts a small disk"
+    "SmallDiskForModels.endsADecryptionWhoseLastBytesAreStillToBeWritten|it mounts a small disk"
     "ListeningSocketTest.aShutdownEndsTheWaitForConnections|there the wait ends with its tick"
     "SocketPathTest.aSocketIsForItsOwnerWhateverTheUmaskAndTheNeighbours|of modes; there is no file of a socket under Wine"
     "FoldersTest.whatALinkLeadsToIsNotRemovedWithIt|there are no links under Wine"
