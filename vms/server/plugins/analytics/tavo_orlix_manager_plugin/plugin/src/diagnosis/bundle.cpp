@@ -76,7 +76,10 @@ Bundle makeBundle(
         const CommandResult packed =
             runCommand("tar -czf \"" + path + "\" -C \"" + folder + "\" .", kUnpackLimit);
         if (packed.exitCode != 0)
+        {
             bundle.failure = "tar failed: " + packed.output;
+            std::filesystem::remove(pathFromUtf8(path), error); // it may be cut
+        }
     }
     remove_tree(folder, error);
     return bundle;

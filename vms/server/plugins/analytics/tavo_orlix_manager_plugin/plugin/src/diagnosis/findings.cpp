@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "remote/text_helpers.h"
-#include "utils/log.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -68,12 +67,6 @@ std::string Findings::json() const
         yyjson_mut_obj_add_strcpy(json, entry, "wayOut", wayOut.c_str());
     }
     return jsonToText(std::move(document));
-}
-
-void Findings::log() const
-{
-    for (const Finding& finding : m_all)
-        log_info("%s", lineOf(finding).c_str());
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -50,9 +50,6 @@ public:
     // {"verdict": ..., "findings": [{"subject", "text", "verdict", "wayOut"}, ...]}
     [[nodiscard]] std::string json() const;
 
-    // The lines without the ways out.
-    void log() const;
-
 private:
     std::vector<Finding> m_all;
 };
