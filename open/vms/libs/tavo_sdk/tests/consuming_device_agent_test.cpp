@@ -5,7 +5,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <tavo/sdk/analytics/helpers/event_metadata.h>
+#include <tavo/sdk/analytics/helpers/event_metadata_packet.h>
+#include <tavo/sdk/analytics/helpers/object_metadata.h>
 #include <tavo/sdk/analytics/helpers/object_metadata_packet.h>
+#include <tavo/sdk/helpers/attribute.h>
 
 #include "host_doubles.h"
 
@@ -20,14 +24,15 @@ using ::testing::HasSubstr;
 class TestAgent : public ConsumingDeviceAgent
 {
 public:
-    TestAgent() :
-        ConsumingDeviceAgent(makePtr<test::DeviceInfo>().get(), /*enableOutput*/ false)
+    explicit TestAgent(bool enableOutput = false) :
+        ConsumingDeviceAgent(makePtr<test::DeviceInfo>().get(), enableOutput, "P")
     {}
 
     using ConsumingDeviceAgent::currentSettings;
     using ConsumingDeviceAgent::pushIntegrationDiagnosticEvent;
     using ConsumingDeviceAgent::pushManifest;
     using ConsumingDeviceAgent::pushMetadataPacket;
+    using ConsumingDeviceAgent::settingValue;
 
     std::string calls; // a letter for each
     bool pushResult = true;
@@ -196,6 +201,133 @@ TEST(ConsumingDeviceAgent, keepsSettings)
     EXPECT_EQ(test::takeMessage(failure), "Settings are invalid");
     EXPECT_EQ(agent->calls, "s");
     EXPECT_EQ(agent->currentSettings(), settings);
+    EXPECT_EQ(agent->settingValue("a"), "1");
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(agent->settingValue("b"), "");
+    EXPECT_EQ(
+        testing::internal::GetCapturedStderr(),
+        "[P_device_Gate] ERROR: Requested setting b is missing; implying empty string.\n");
+}
+
+TEST(ConsumingDeviceAgent, tellsItsLife)
+{
+    const auto attribute = makePtr<Attribute>("colour", "red");
+    const auto object = makePtr<ObjectMetadata>();
+    object->setTypeId("car");
+    object->setConfidence(0.5F);
+    object->setTrackId(Uuid{{1}});
+    object->setSubtype("van");
+    object->setBoundingBox({0.5F, 0, 0.25F, 1});
+    object->addAttribute(attribute);
+    object->addAttribute(makePtr<Attribute>("size", "3"));
+    const auto objects = makePtr<ObjectMetadataPacket>();
+    objects->setTimestampUs(5);
+    objects->setDurationUs(6);
+    objects->setFlags(7);
+    objects->addItem(object);
+    const auto event = makePtr<EventMetadata>();
+    event->setTypeId("entry");
+    event->setCaption("caption");
+    event->setDescription("description");
+    event->setIsActive(true);
+    event->setKey("key");
+    const auto events = makePtr<EventMetadataPacket>();
+    events->setTimestampUs(8);
+    events->setDurationUs(-1);
+    events->addItem(event);
+
+    testing::internal::CaptureStderr();
+    {
+        const auto agent = makePtr<TestAgent>(/*enableOutput*/ true);
+        agent->packetsToPull = {objects, events, makePtr<test::UnknownMetadata>(9)};
+        const auto handler = makePtr<test::AgentHandler>();
+        Result<void> result;
+        agent->pushManifest("{}");
+        agent->pushIntegrationDiagnosticEvent(IIntegrationDiagnosticEvent::Level::info, "", "");
+        agent->setHandler(handler.get());
+        agent->doPushDataPacket(&result, makePtr<test::Frame>(4).get());
+        EXPECT_TRUE(agent->setSettings(makePtr<StringMap>().get()).isOk());
+        agent->pushIntegrationDiagnosticEvent(
+            IIntegrationDiagnosticEvent::Level::warning, "caption", "description");
+        agent->finalize();
+        agent->setHandler(nullptr);
+        agent->pushMetadataPacket(objects);
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), R"([P_device_Gate] Created for device:
+{
+    "id": "{00010203-0405-0607-0809-0A0B0C0D0E0F}",
+    "vendor": "vendor",
+    "model": "model \"x\"\n",
+    "firmware": "1.0\\\u001f",
+    "name": "Gate",
+    "url": "rtsp://camera",
+    "login": "admin",
+    "_password": "_hidden_",
+    "channelNumber": 3,
+    "sharedId": "shared",
+    "logicalId": null
+}
+[P_device_Gate] pushManifest(): INTERNAL ERROR: setHandler() was not called; ignoring the manifest
+[P_device_Gate] pushIntegrationDiagnosticEvent(): INTERNAL ERROR: setHandler() was not called; ignoring Integration Diagnostic Event.
+[P_device_Gate] doPushDataPacket() BEGIN: timestamp 4
+[P_device_Gate] processMetadataPackets(): Producing 3 metadata packet(s).
+[P_device_Gate] processMetadataPacket(): Object metadata packet:
+{
+    "timestampUs": 5,
+    "durationUs": 6,
+    "items": [
+        {
+            "typeId": "car",
+            "confidence": 0.5,
+            "trackId": "01000000-0000-0000-0000-000000000000",
+            "subtype": "van",
+            "boundingBox": [0.5, 0, 0.25, 1],
+            "attributes": [
+                {
+                    "name": "colour",
+                    "value": "red"
+                },
+                {
+                    "name": "size",
+                    "value": "3"
+                }
+            ]
+        }
+    ],
+    "flags": 7
+}
+[P_device_Gate] processMetadataPacket(): Event metadata packet:
+{
+    "timestampUs": 8,
+    "durationUs": -1,
+    "items": [
+        {
+            "typeId": "entry",
+            "confidence": 1,
+            "caption": "caption",
+            "description": "description",
+            "isActive": true,
+            "trackId": "00000000-0000-0000-0000-000000000000",
+            "key": "key",
+            "regionId": "00000000-0000-0000-0000-000000000000",
+            "attributes": []
+        }
+    ],
+    "flags": 0
+}
+[P_device_Gate] processMetadataPacket(): Unknown metadata packet at 9
+[P_device_Gate] doPushDataPacket() END
+[P_device_Gate] Received settings
+[P_device_Gate] Producing Integration Diagnostic Event:
+{
+    "level": "warning",
+    "caption": "caption",
+    "description": "description"
+}
+[P_device_Gate] finalize()
+[P_device_Gate] INTERNAL ERROR: setHandler() was not called; ignoring the packet
+[P_device_Gate] Destroyed
+)");
 }
 
 } // namespace

@@ -54,7 +54,7 @@ public:
     const char* id() const override { return "{00010203-0405-0607-0809-0A0B0C0D0E0F}"; }
     const char* vendor() const override { return "vendor"; }
     const char* model() const override { return "model \"x\"\n"; }
-    const char* firmware() const override { return "1.0"; }
+    const char* firmware() const override { return "1.0\\\x1f"; }
     const char* name() const override { return "Gate"; }
     const char* url() const override { return "rtsp://camera"; }
     const char* login() const override { return "admin"; }
@@ -77,8 +77,15 @@ private:
     const std::int64_t m_timestampUs;
 };
 
-// A packet of no kind that an agent knows.
+// Packets of no kind that an agent knows.
 using UnknownPacket = Packet<analytics::IDataPacket>;
+
+class UnknownMetadata : public Packet<analytics::IMetadataPacket>
+{
+public:
+    using Packet::Packet;
+    std::int64_t durationUs() const override { return 0; }
+};
 
 class Frame : public Packet<analytics::IUncompressedVideoFrame>
 {
@@ -119,10 +126,38 @@ public:
     std::vector<Ptr<analytics::IMetadataPacket>> packets;
 };
 
+class EngineInfo : public Counted<analytics::IEngineInfo>
+{
+public:
+    const char* id() const override { return "id"; }
+    const char* name() const override { return "Site"; }
+};
+
+class Action : public Counted<analytics::IAction>
+{
+public:
+    explicit Action(const Ptr<const IStringMap>& params) :
+        m_params(params)
+    {}
+    const char* actionId() const override { return "wipe"; }
+    TAVO_RETURNS_CONST_OVERRIDE(Uuid, objectTrackId) { return {{1}}; }
+    TAVO_RETURNS_CONST_OVERRIDE(Uuid, deviceId) { return {{2}}; }
+    std::int64_t timestampUs() const override { return 3; }
+    const IStringMap* params() const override { return Ptr(m_params).releasePtr(); }
+
+private:
+    const Ptr<const IStringMap> m_params;
+};
+
 class EngineHandler : public Counted<analytics::IEngine::IHandler>
 {
 public:
-    void handleIntegrationDiagnosticEvent(IIntegrationDiagnosticEvent* /*event*/) override {}
+    void handleIntegrationDiagnosticEvent(IIntegrationDiagnosticEvent* /*event*/) override
+    {
+        ++events;
+    }
+
+    int events = 0;
 };
 
 } // namespace tavo::sdk::test

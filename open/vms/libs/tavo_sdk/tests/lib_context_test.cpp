@@ -5,6 +5,11 @@
 
 #include <gtest/gtest.h>
 
+#include <tavo/sdk/exports.h>
+#include <tavo/sdk/helpers/string_map.h>
+#include <tavo/sdk/helpers/unit_test_options.h>
+#include <tavo/sdk/ptr.h>
+
 namespace tavo::sdk
 {
 
@@ -47,6 +52,43 @@ TEST(LibContext, keepsItsNameAndCutsOneBeyondReason)
     EXPECT_EQ(tooLong.substr(0, 255), context.name());
     context.setName("another");
     EXPECT_EQ(tooLong.substr(0, 255), context.name());
+}
+
+TEST(LibContext, takesNoNameForOneAndRemarksOnASecondRegistry)
+{
+    testing::internal::CaptureStderr();
+    for (const char* const none : {static_cast<const char*>(nullptr), ""})
+    {
+        LibContext context;
+        context.setName(none);
+        EXPECT_STREQ("incorrectly_named_lib_context", context.name());
+        context.setName(none);
+    }
+    LibContext context;
+    for (int i = 0; i < 2; ++i)
+        context.setRefCountableRegistry(reinterpret_cast<IRefCountableRegistry*>(&context));
+    const std::string told = testing::internal::GetCapturedStderr();
+    const auto times = [&told](const std::string& text)
+    {
+        int count = 0;
+        for (size_t at = 0; (at = told.find(text, at)) != std::string::npos; ++at)
+            ++count;
+        return count;
+    };
+    EXPECT_EQ(1, times("LibContext refCountableRegistry has already been set.\n"));
+    EXPECT_EQ(2, times("Attempt to change LibContext name from incorrectly_named_lib_context to"));
+    EXPECT_EQ(5, times("ASSERTION FAILED")) << told;
+}
+
+TEST(Exports, optionsAreReplacedAndClearedByNone)
+{
+    const std::map<std::string, std::string> options = {{"a", "1"}, {"b", "2"}};
+    tavoSetUnitTestOptions(makePtr<StringMap>(options).get());
+    EXPECT_EQ(options, unitTestOptions());
+    tavoSetUnitTestOptions(nullptr);
+    EXPECT_TRUE(unitTestOptions().empty());
+    EXPECT_EQ(&libContext(), tavoLibContext());
+    EXPECT_STREQ("6.1.3 R1", tavoSdkVersion());
 }
 
 } // namespace

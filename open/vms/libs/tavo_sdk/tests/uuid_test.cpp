@@ -1,5 +1,7 @@
 #include <tavo/sdk/helpers/uuid.h>
 
+#include <set>
+
 #include <gtest/gtest.h>
 
 namespace tavo::sdk
@@ -35,6 +37,19 @@ TEST(Uuid, readsPairsOfDigitsAndSkipsWhatStandsBetween)
         EXPECT_EQ(toText(uuid), c.isRead ? "00010203-0405-0607-0809-0a0b0c0d0e0f" : toText(Uuid()));
     }
     EXPECT_TRUE(uuidFromText(nullptr).isNull());
+}
+
+TEST(Uuid, randomOnesAreMarkedAndDiffer)
+{
+    std::set<std::string> texts;
+    for (int i = 0; i < 100; ++i)
+        texts.insert(toText(randomUuid()));
+    EXPECT_EQ(texts.size(), 100u);
+    for (const std::string& text : texts)
+    {
+        EXPECT_EQ(text[14], '4') << text;
+        EXPECT_NE(std::string("89ab").find(text[19]), std::string::npos) << text;
+    }
 }
 
 } // namespace

@@ -96,7 +96,7 @@ void writeNodeArray(mpack_node_t node, mpack_writer_t* writer, int depth)
 {
     const std::size_t length = mpack_node_array_length(node);
     mpack_start_array(writer, static_cast<std::uint32_t>(length));
-    for (std::size_t i = 0; i < length && mpack_writer_error(writer) == mpack_ok; ++i)
+    for (std::size_t i = 0; i < length; ++i)
         writeChild(mpack_node_array_at(node, i), writer, depth);
     mpack_finish_array(writer);
 }
@@ -105,7 +105,7 @@ void writeNodeMap(mpack_node_t node, mpack_writer_t* writer, int depth)
 {
     const std::size_t count = mpack_node_map_count(node);
     mpack_start_map(writer, static_cast<std::uint32_t>(count));
-    for (std::size_t i = 0; i < count && mpack_writer_error(writer) == mpack_ok; ++i)
+    for (std::size_t i = 0; i < count; ++i)
     {
         writeChild(mpack_node_map_key_at(node, i), writer, depth);
         writeChild(mpack_node_map_value_at(node, i), writer, depth);

@@ -294,20 +294,17 @@ LogFiles& logFiles()
 
 [[ORLIX_PRINTF(1, 0)]] void writeLine(const char* format, std::va_list arguments)
 {
-    const bool console = logToConsole.load(std::memory_order_relaxed);
-    const bool file = logToFile.load(std::memory_order_relaxed);
-    if (logVerbosity.load(std::memory_order_relaxed) == 0 || (!console && !file))
+    if (logVerbosity.load(std::memory_order_relaxed) == 0)
         return;
     const LineTime time = nextLineTime();
-    if (console)
+    if (logToConsole.load(std::memory_order_relaxed))
     {
         std::va_list copy;
         va_copy(copy, arguments);
         printLine(time, format, copy);
         va_end(copy);
     }
-    if (file)
-        logFiles().writeLine(time, format, arguments);
+    logFiles().writeLine(time, format, arguments);
 }
 
 // Those of a verbosity that leaves none out are not looked at.
@@ -380,8 +377,6 @@ void log_close()
 
 void log_info(const char* format, ...)
 {
-    if (logVerbosity.load(std::memory_order_relaxed) == 0)
-        return;
     std::va_list arguments;
     va_start(arguments, format);
     writeLine(format, arguments);

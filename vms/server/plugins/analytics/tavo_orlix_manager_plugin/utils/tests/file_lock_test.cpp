@@ -30,8 +30,11 @@ TEST(FileLockTest, oneHolderAtATimeAndTheFileGoesWithTheLock)
         EXPECT_FALSE(exists(path));
         EXPECT_EQ(Outcome::taken, second.take(path));
         EXPECT_EQ(Outcome::heldByAnother, first.take(path));
+        EXPECT_EQ(Outcome::taken, second.take(folder.file("other")));
+        EXPECT_EQ(Outcome::taken, first.take(path)) << "who takes another lets go of the first";
     }
     EXPECT_FALSE(exists(path));
+    EXPECT_FALSE(exists(folder.file("other")));
     FileLock lock;
     EXPECT_EQ(Outcome::failed, lock.take(folder.file("no such folder/lock")));
 }

@@ -34,20 +34,33 @@ protected:
 TEST_F(LogTest, aLineHasItsHead)
 {
     open(2);
+    const auto begin = std::chrono::system_clock::now();
     log_info("text %d\n", 7);
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
     log_debug("more\n");
+    const auto end = std::chrono::system_clock::now();
     const std::string content = contentOf(m_startPath);
-    EXPECT_TRUE(std::regex_match(
-        content,
-        std::regex("ORLIX Plugin: [0-9]{13} [0-9]{9,}: text 7\n"
-                   "ORLIX Plugin: [0-9]{13} [0-9]{9,}: more\n")))
+    std::smatch found;
+    ASSERT_TRUE(std::regex_match(
+        content, found,
+        std::regex("ORLIX Plugin: ([0-9]{13}) [0-9]{9}: text 7\n"
+                   "ORLIX Plugin: ([0-9]{13}) ([0-9]{9}): more\n")))
         << content;
+    const auto number = [&found](int index)
+    { return std::chrono::microseconds(std::stoll(found[index])); };
+    EXPECT_LE(
+        begin,
+        std::chrono::system_clock::time_point(number(1) * 1000 + std::chrono::milliseconds(1)));
+    EXPECT_GE(end, std::chrono::system_clock::time_point(number(2) * 1000));
+    EXPECT_GE(number(3), std::chrono::milliseconds(15));
+    EXPECT_LE(number(3), end - begin);
     EXPECT_EQ("", contentOf(m_mainPath));
 }
 
 // Start log until the limit is reached, main log until it is passed, then main log and ".old".
 TEST_F(LogTest, filesRotate)
 {
+    testing::internal::CaptureStderr();
     open(1);
     const std::string toTheLimit(kLimit, 'x');
     for (const char* const text : {"first", "second", "third"})
@@ -65,6 +78,16 @@ TEST_F(LogTest, filesRotate)
     EXPECT_NE(std::string::npos, contentOf(m_mainPath + ".old").find("third")); // second: gone
     EXPECT_TRUE(contentOf(m_mainPath).ends_with(": fourth\n"));
     EXPECT_EQ(std::string::npos, contentOf(m_mainPath).find("third"));
+
+    std::filesystem::remove(pathFromUtf8(m_mainPath + ".old"));
+    std::filesystem::create_directories(pathFromUtf8(m_mainPath + ".old/in the way"));
+    open(1);
+    for (int i = 0; i < 4; ++i)
+        log_info("%s\n", toTheLimit.c_str());
+    log_close();
+    const std::string told = testing::internal::GetCapturedStderr();
+    EXPECT_TRUE(told.starts_with("Error renaming file: ")) << told;
+    EXPECT_EQ(1, std::count(told.begin(), told.end(), '\n')) << told;
 }
 
 TEST_F(LogTest, linesSurviveOpeningAndClosingOnOtherThreads)
@@ -100,14 +123,19 @@ TEST_F(LogTest, linesSurviveOpeningAndClosingOnOtherThreads)
 TEST_F(LogTest, theConsoleGetsWholeLinesAndTheirHeads)
 {
     log_init(m_startPath, m_mainPath, "P: ", /*console*/ true, /*file*/ false, 1);
-    const std::string longer(5000, 'x');
+    std::string expected;
     testing::internal::CaptureStdout();
-    log_info("%s\n", longer.c_str());
+    for (const std::size_t size : {1022, 1023, 1024, 5000}) // about what needs memory
+    {
+        expected += std::string(size, 'x') + "\n";
+        log_info("%s\n", std::string(size, 'x').c_str());
+    }
     log_debug("not at this verbosity\n");
     print_out("bare %d\n", 1);
     const std::string told = testing::internal::GetCapturedStdout();
     const std::regex head("P: [0-9]{13} [0-9]{9,}: ");
-    EXPECT_EQ(longer + "\nbare 1\n", std::regex_replace(told, head, "")) << told;
+    EXPECT_EQ(expected + "bare 1\n", std::regex_replace(told, head, "")) << told;
+    EXPECT_FALSE(std::filesystem::exists(pathFromUtf8(m_startPath)));
 }
 
 TEST_F(LogTest, whatComesAgainAndAgainIsWrittenOnceAtLevelOne)

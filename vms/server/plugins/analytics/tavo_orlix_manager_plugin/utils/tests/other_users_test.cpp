@@ -40,6 +40,7 @@ TEST(OtherUsersTest, aRequestIsServedAndAnswered)
     stop = true;
     server.join();
     EXPECT_EQ(0u, socket_request(path, "hello", 5, buffer)) << "nobody serves any more";
+    EXPECT_EQ(1, socket_serve(folder.file("none/sock"), {}, stop));
 }
 
 TEST(OtherUsersTest, handlesAreReadFromTheirText)
@@ -62,14 +63,15 @@ TEST(OtherUsersTest, handlesAreReadFromTheirText)
 
 TEST(OtherUsersTest, aNodeIsPrintedWithItsNesting)
 {
-    const JsonDocument document = parseJson(R"({"a": [true, -1, 2, 1.5, "b"]})");
+    const JsonDocument document = parseJson(R"({"a": [true, -1, 2, 1.5, "b", {"c": {}}]})");
     const auto tree = json_to_mpack_tree(yyjson_doc_get_root(document.get()));
     ASSERT_TRUE(tree);
     testing::internal::CaptureStdout();
     mpack_node_dump(tree->root());
     std::fflush(stdout);
     EXPECT_EQ(
-        "{\n\"a\":   [\n  true,\n  -1,\n  2,\n  1.500000,\n  \"b\",\n  ],\n}",
+        "{\n\"a\":   [\n  true,\n  -1,\n  2,\n  1.500000,\n  \"b\",\n"
+        "  {\n    \"c\": {\n      },\n    },\n  ],\n}",
         testing::internal::GetCapturedStdout());
 }
 

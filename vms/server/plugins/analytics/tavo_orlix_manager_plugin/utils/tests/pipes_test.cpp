@@ -1,5 +1,8 @@
 #include "utils/pipes.h"
 
+#include <cerrno>
+#include <utility>
+
 #include "test_support.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix::test
@@ -39,8 +42,10 @@ TEST(PipesTest, aSideIsClosedAsItsPartyUsesIt)
     EXPECT_EQ(kInvalidPipe, pair.downRead.handle);
     EXPECT_EQ(kPipeEmpty, pipe_read_byte(pair, kUp));
     EXPECT_EQ(kPipeTimeout, pipe_read_byte_timeout(pair, kUp, 0));
+    EXPECT_EQ("", pipe_read_text(pair.upRead));
     EXPECT_EQ(0, pipe_write_byte(pair, kDown, 1)); // without a signal
     pipe_close_side(pair, 1);
+    EXPECT_EQ(std::nullopt, pipe_read_text(pair.upRead));
     EXPECT_EQ(kPipeFailed, pipe_read_byte(pair, kUp));
     EXPECT_EQ(kPipeFailed, pipe_read_byte_timeout(pair, kUp, 0));
 }
@@ -62,6 +67,11 @@ TEST(PipesTest, noPairIsPassedOver)
     EXPECT_EQ(0u, pipe_wait_any(pairs, kUp, &byte));
     EXPECT_EQ(2, byte);
     EXPECT_EQ(3u, pipe_wait_any(pairs, kUp, &byte)); // after a second
+    errno = 0;
+    EXPECT_EQ(3u, pipe_wait_any(pairs, kUp, nullptr));
+    EXPECT_EQ(EINVAL, std::exchange(errno, 0));
+    EXPECT_EQ(0u, pipe_wait_any({}, kUp, &byte));
+    EXPECT_EQ(EINVAL, errno);
     // What waits for a byte meanwhile takes it from nobody.
     pipe_write_byte(first, kUp, 4);
     pipe_write_byte(second, kUp, 5);

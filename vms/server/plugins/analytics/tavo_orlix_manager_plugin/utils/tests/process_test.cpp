@@ -117,6 +117,29 @@ TEST(ProcessTest, theEndIsToldOnce)
     EXPECT_TRUE(comesTrue([&] { return process_kill(ended) == -1; }));
 }
 
+TEST(ProcessTest, whatCannotBeAProcessIsNotStartedAndToldWhy)
+{
+    const struct
+    {
+        std::vector<std::string> arguments;
+        const char* reason;
+    } cases[] = {
+        {{}, "Error! Argument string length is 0.\n"},
+        {{"", ""}, "Error! Argument string length is 0.\n"},
+        {std::vector<std::string>(1024, "/none"), "Too many input arguments!"},
+        {std::vector<std::string>(1023, "/none"), "Error: Could not start process: "}};
+    for (const auto& c : cases)
+    {
+        const CapturedLog log;
+        PipeEnd errors;
+        ProcessRecord record = process_start(c.arguments, /*console*/ false, &errors);
+        EXPECT_FALSE(process_started(record) || record.job);
+        EXPECT_EQ(kInvalidPipe, errors.handle);
+        EXPECT_EQ(kProcessWaitFailed, process_wait(record, 20));
+        EXPECT_TRUE(log.text().starts_with(c.reason)) << log.text();
+    }
+}
+
 TEST(ProcessTest, aProcessThatRunsIsStillActive)
 {
     ProcessRecord record = start({"sleep", "1000"});

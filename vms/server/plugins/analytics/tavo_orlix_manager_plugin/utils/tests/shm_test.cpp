@@ -1,9 +1,11 @@
 #include "utils/shm.h"
 
 #include <cstring>
+#include <utility>
 
 #include "large_segment.h"
 #include "own_segment.h"
+#include "utils/system_error.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix::test
 {
@@ -42,6 +44,48 @@ TEST(ShmTest, aMessageIsHeldAgainstWhatIsCommittedNow)
     ASSERT_TRUE(shm_resize(segment, 1)); // only grows
     EXPECT_EQ(kLarge, shm_size(segment));
     EXPECT_EQ(nullptr, shm_write_begin(view, 0xFFFFFFFF));
+}
+
+TEST(ShmTest, aRandomNameThatIsTakenIsTriedAnew)
+{
+    const std::uint32_t taken = test_support::ownProcessId() * 16;
+    ShmSegment segments[3];
+    int tries = 0;
+    const auto nameAt = [&](int freeAt)
+    { return [&, freeAt] { return taken + (++tries == freeAt ? 1 : 0); }; };
+    shm_create_random(segments[0], 10, nameAt(0));
+    EXPECT_EQ(1, std::exchange(tries, 0));
+    shm_create_random(segments[1], 10, nameAt(5));
+    EXPECT_EQ(5, std::exchange(tries, 0));
+    EXPECT_TRUE(shm_is_valid(segments[1]));
+    EXPECT_LE(10u, shm_size(segments[1]));
+    EXPECT_NE(segments[0].name, segments[1].name);
+    shm_create_random(segments[2], 10, nameAt(0));
+    EXPECT_EQ(5, tries);
+    EXPECT_FALSE(shm_is_valid(segments[2]));
+    for (int i : {0, 1})
+    {
+        shm_close(segments[i]);
+        shm_remove(segments[i]);
+    }
+}
+
+TEST(ShmTest, withoutASegmentNothingIsReadOrWrittenAndTheReasonIsTold)
+{
+    const CapturedLog log;
+    ShmSegment none;
+    shm_from_name(none, uniqueName("none"));
+    EXPECT_FALSE(shm_open(none));
+    EXPECT_FALSE(shm_is_attached(shm_attach(none)));
+    EXPECT_FALSE(shm_resize(none, 1));
+    EXPECT_FALSE(shm_write(none, "x", 1));
+    EXPECT_EQ("not attached", readText(none));
+    const std::string text = log.text();
+    for (const std::string failed :
+         {"get SHM ID", "attach shared memory", "obtain shared memory for writing",
+          "read shared memory"})
+        EXPECT_NE(std::string::npos, text.find("Warning: Could not " + failed + ": ")) << text;
+    EXPECT_EQ(std::string::npos, text.find(SystemErrorText(0).c_str())) << text;
 }
 
 TEST(ShmTest, nothingGoesBeyondTheReserve)

@@ -188,6 +188,7 @@ TEST_F(SocketsTest, aConnectionLeavesNothingBehindNorDoesAWaitForNone)
         EXPECT_TRUE(send(client, "x"));
         socket_close(socket_accept_message(m_listening, m_buffer));
         socket_close(client);
+        EXPECT_EQ(kInvalidSocket, socket_connect(m_folder.file("none")));
     };
     meet(); // what a system keeps from the first time on
     const auto before = test_support::openHandles();

@@ -6,8 +6,8 @@
 namespace tavo::sdk
 {
 
-// Fills the bytes from the system's secure source. Any thread. Throws std::system_error if that
-// fails.
+// Fills the bytes, 256 at most, from the system's secure source. Any thread. Throws
+// std::system_error if that fails.
 void fillWithRandomBytes(std::span<std::uint8_t> bytes);
 
 } // namespace tavo::sdk

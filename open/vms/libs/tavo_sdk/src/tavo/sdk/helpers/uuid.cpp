@@ -49,7 +49,7 @@ public:
 
 private:
     std::mutex m_mutex; // leaf, over all below
-    std::array<std::uint8_t, 64 * 16> m_bytes;
+    std::array<std::uint8_t, 16 * 16> m_bytes;
     size_t m_unusedCount = 0;
 };
 

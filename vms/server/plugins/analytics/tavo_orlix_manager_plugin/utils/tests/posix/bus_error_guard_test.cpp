@@ -40,13 +40,20 @@ bool isGuarded(const ShmSegment& segment, ShmView& view)
 }
 
 // A fault of the host's own, while a write to a segment is under way.
-void touchWhatIsNotThere(ShmView& view)
+void fault(ShmSegment& segment)
 {
+    ShmView view = attachNewSegment(segment);
     const int file = memfd_create("empty", MFD_CLOEXEC);
     void* const page = mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
     if (file < 0 || page == MAP_FAILED || !shm_write_begin(view, kSize))
         std::_Exit(EXIT_FAILURE);
     *static_cast<volatile char*>(page) = 1;
+}
+
+void faultUnder(void (*action)(int), ShmSegment& segment)
+{
+    std::signal(SIGBUS, action); // in place of a sanitizer's
+    fault(segment);
 }
 
 void setHandler(void (*handler)(int, siginfo_t*, void*), struct sigaction* former = nullptr)
@@ -72,72 +79,81 @@ void handlerThatCallsTheFormer(int number, siginfo_t* info, void* context)
     g_formerOfTheHost.sa_sigaction(number, info, context);
 }
 
-TEST(BusErrorGuardTest, aFaultOfTheHostsHasTheDefaultAction)
+void plainHandlerOfTheHost(int)
 {
-    EXPECT_EXIT(
-        {
-            std::signal(SIGBUS, SIG_DFL); // in place of a sanitizer's
-            ShmSegment segment;
-            ShmView view = attachNewSegment(segment);
-            touchWhatIsNotThere(view);
-        },
-        testing::KilledBySignal(SIGBUS), "");
+    std::_Exit(kOfTheHost);
 }
 
-TEST(BusErrorGuardTest, aSignalThatIsSentIsPassedOn)
+TEST(BusErrorGuardTest, eachSignalFindsTheActionThatItWouldHaveFoundWithoutIt)
 {
-    EXPECT_EXIT(
-        {
-            std::signal(SIGBUS, SIG_IGN);
-            ShmSegment segment;
-            ShmView view = attachNewSegment(segment);
-            raise(SIGBUS);
-            std::signal(SIGBUS, SIG_DFL);
-            view = attachNewSegment(segment);
-            raise(SIGBUS);
-        },
-        testing::KilledBySignal(SIGBUS), "");
-}
-
-TEST(BusErrorGuardTest, aFaultOfTheHostsReachesItsHandler)
-{
-    EXPECT_EXIT(
-        {
-            setHandler(handlerOfTheHost);
-            ShmSegment segment;
-            ShmView view = attachNewSegment(segment);
-            touchWhatIsNotThere(view);
-        },
-        testing::ExitedWithCode(kOfTheHost), "");
-}
-
-TEST(BusErrorGuardTest, aHandlerThatTheHostSetsLaterIsReplacedAtTheNextAttach)
-{
-    EXPECT_EXIT(
-        {
-            ShmSegment first;
-            ShmView old = attachNewSegment(first);
-            setHandler(handlerOfTheHost);
-            ShmSegment segment;
-            ShmView view = attachNewSegment(segment);
-            if (!isGuarded(segment, view) || !isGuarded(first, old))
-                std::_Exit(EXIT_FAILURE);
-            touchWhatIsNotThere(view = attachNewSegment(segment));
-        },
-        testing::ExitedWithCode(kOfTheHost), "");
-}
-
-TEST(BusErrorGuardTest, handlersThatCallEachOtherComeToAnEnd)
-{
-    EXPECT_EXIT(
-        {
-            ShmSegment segment;
-            ShmView view = attachNewSegment(segment);
-            setHandler(handlerThatCallsTheFormer, &g_formerOfTheHost);
-            view = attachNewSegment(segment);
-            touchWhatIsNotThere(view);
-        },
-        [](int status) { return !WIFEXITED(status) || WEXITSTATUS(status) != kCalledAgain; }, "");
+    const auto killed = testing::KilledBySignal(SIGBUS);
+    const auto handled = testing::ExitedWithCode(kOfTheHost);
+    const struct
+    {
+        const char* name;
+        std::function<void(ShmSegment&)> run;
+        std::function<bool(int status)> isRight;
+    } cases[] = {
+        {"a fault, by default", [](auto& segment) { faultUnder(SIG_DFL, segment); }, killed},
+        {"a fault, ignored in vain", [](auto& segment) { faultUnder(SIG_IGN, segment); }, killed},
+        {"a fault, with a handler of the number alone",
+         [](auto& segment) { faultUnder(plainHandlerOfTheHost, segment); }, handled},
+        {"a fault, with a handler",
+         [](auto& segment)
+         {
+             setHandler(handlerOfTheHost);
+             fault(segment);
+         },
+         handled},
+        {"signals that are sent, ignored and then by default",
+         [](auto& segment)
+         {
+             for (const auto action : {SIG_IGN, SIG_DFL})
+             {
+                 std::signal(SIGBUS, action);
+                 const ShmView view = attachNewSegment(segment);
+                 raise(SIGBUS);
+             }
+         },
+         killed},
+        {"signals that are sent, with a handler for one",
+         [](auto& segment)
+         {
+             struct sigaction once = {};
+             once.sa_handler = [](int) {};
+             once.sa_flags = static_cast<int>(SA_RESETHAND);
+             sigaction(SIGBUS, &once, nullptr);
+             const ShmView view = attachNewSegment(segment);
+             raise(SIGBUS);
+             raise(SIGBUS);
+         },
+         killed},
+        {"a handler that the host sets later is replaced at the next attach",
+         [](auto& segment)
+         {
+             ShmView old = attachNewSegment(segment);
+             setHandler(handlerOfTheHost);
+             ShmSegment other;
+             ShmView view = attachNewSegment(other);
+             if (!isGuarded(other, view) || !isGuarded(segment, old))
+                 std::_Exit(EXIT_FAILURE);
+             fault(segment);
+         },
+         handled},
+        {"handlers that call each other come to an end",
+         [](auto& segment)
+         {
+             const ShmView view = attachNewSegment(segment);
+             setHandler(handlerThatCallsTheFormer, &g_formerOfTheHost);
+             fault(segment);
+         },
+         [](int status) { return !WIFEXITED(status) || WEXITSTATUS(status) != kCalledAgain; }}};
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        ShmSegment segment;
+        EXPECT_EXIT(c.run(segment), c.isRight, "");
+    }
 }
 
 } // namespace

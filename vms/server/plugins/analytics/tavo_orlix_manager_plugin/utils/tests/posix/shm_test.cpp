@@ -27,6 +27,8 @@ TEST(ShmTest, aSegmentCutByTheOtherSideDoesNotEndThisProcess)
     EXPECT_FALSE(write(view, "12345"));
     ASSERT_EQ(0, ftruncate(static_cast<int>(segment.handle), 0));
     EXPECT_FALSE(write(view, ""));
+    EXPECT_FALSE(shm_read_attached(view, size, data));
+    EXPECT_EQ(0u, size);
     EXPECT_EQ("not attached", readText(segment));
     EXPECT_EQ(0u, shm_size(segment));
 }
