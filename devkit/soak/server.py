@@ -228,7 +228,10 @@ class Server:
         return answer["values"], buttons, banners
 
     def enter(self, camera, values):
-        return self.ask("/api/cameras/%s/settings" % device_id(camera), values)
+        answer = self.ask("/api/cameras/%s/settings" % device_id(camera), values)
+        if answer["failure"]:
+            raise Refused(answer["failure"])
+        return answer
 
     def press(self, camera, button):
         values = self.ask("/api/cameras/%s/settings" % device_id(camera))["values"]

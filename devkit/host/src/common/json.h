@@ -99,18 +99,20 @@ class JsonMaker : public JsonNode
 {
 public:
     JsonMaker() :
-        JsonMaker(MutableJsonDocument(yyjson_mut_doc_new(nullptr)), yyjson_mut_obj)
+        JsonMaker(MutableJsonDocument(yyjson_mut_doc_new(nullptr)), /*isList*/ false)
     {}
     [[nodiscard]] static JsonMaker list()
     {
-        return JsonMaker(MutableJsonDocument(yyjson_mut_doc_new(nullptr)), yyjson_mut_arr);
+        return JsonMaker(MutableJsonDocument(yyjson_mut_doc_new(nullptr)), /*isList*/ true);
     }
 
     [[nodiscard]] std::string text() const { return toText(*m_owner); }
 
 private:
-    JsonMaker(MutableJsonDocument document, yyjson_mut_val* (*newRoot)(yyjson_mut_doc*)) :
-        JsonNode(document.get(), newRoot(document.get())),
+    JsonMaker(MutableJsonDocument document, bool isList) :
+        JsonNode(
+            document.get(),
+            isList ? yyjson_mut_arr(document.get()) : yyjson_mut_obj(document.get())),
         m_owner(std::move(document))
     {
         yyjson_mut_doc_set_root(m_owner.get(), value());

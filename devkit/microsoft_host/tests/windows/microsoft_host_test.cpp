@@ -303,7 +303,7 @@ TEST_F(MicrosoftHostRoad, hasACameraServed)
 
     EXPECT_EQ(
         int(ErrorCode::internalError), hostSets("loiterDetectionTimeThreshold", "soon", &m_text));
-    EXPECT_STREQ("stoll", m_text);
+    EXPECT_STREQ("loiterDetectionTimeThreshold is no number of seconds: soon", m_text);
 }
 
 TEST_F(MicrosoftHostRoad, isToldOfWhatCannotBeMade)

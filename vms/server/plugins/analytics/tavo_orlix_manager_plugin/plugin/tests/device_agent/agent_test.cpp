@@ -283,7 +283,9 @@ TEST_F(AgentTest, KeepsNothingOfACallWithAWrongTime)
         {"loiterDetectionTimeThreshold", "soon"}});
     const auto answer = agent->setSettings(wrong.get());
     EXPECT_EQ(sdk::ErrorCode::internalError, answer.errorCode);
-    EXPECT_STREQ("stoll", sdk::Ptr(answer.errorMessage)->str());
+    EXPECT_STREQ(
+        "loiterDetectionTimeThreshold is no number of seconds: soon",
+        sdk::Ptr(answer.errorMessage)->str());
     EXPECT_EQ("cropBox=kept\n", folder.read(cache));
     const auto values = readAnswer(agent->pluginSideSettings().value).first;
     EXPECT_THAT(values, ElementsAre(testing::Pair("cropBox", "kept")));

@@ -1,6 +1,7 @@
 #include "device_agent/settings/setting_values.h"
 
 #include <optional>
+#include <stdexcept>
 #include <utility>
 
 #include "device_agent/pipelines/processors.h"
@@ -37,7 +38,16 @@ TimeSettings readTimes(const SettingValues& values)
     const auto read = [&values](const char* name) -> std::optional<std::int64_t>
     {
         const std::string* const text = find(values, name);
-        return text ? std::optional<std::int64_t>(std::stoll(*text)) : std::nullopt;
+        if (!text)
+            return std::nullopt;
+        try
+        {
+            return std::stoll(*text);
+        }
+        catch (const std::logic_error&)
+        {
+            throw std::invalid_argument(std::string(name) + " is no number of seconds: " + *text);
+        }
     };
     return {read(setting::kDumpingTime), read(setting::kLoiterTime)};
 }

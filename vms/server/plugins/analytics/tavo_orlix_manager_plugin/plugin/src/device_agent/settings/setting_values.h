@@ -40,7 +40,7 @@ inline constexpr char kLoiterObjectClass[] = "person";
 inline constexpr char kMaskType[] = "inclusive";
 } // namespace setting_default
 
-// Throws std::invalid_argument or std::out_of_range for a time that is no number.
+// Throws std::invalid_argument, with name and value, for a time that is no number.
 void checkSettingValues(const SettingValues& values);
 
 // Replaces all that is derived from the settings' values alone, and what of it depends on the
