@@ -51,7 +51,8 @@ TEST(SettingValues, DumpingNeedsBothSettingsAndItsProcessorAndTimesNumbers)
 
     EXPECT_THROW(applied({{"loiterDetectionTimeThreshold", "soon"}}), std::invalid_argument);
     EXPECT_THROW(
-        applied({{"dumpingDetectionTimeThreshold", "99999999999999999999"}}), std::out_of_range);
+        applied({{"dumpingDetectionTimeThreshold", "99999999999999999999"}}),
+        std::invalid_argument);
 }
 
 TEST(SettingValues, AWrongTimeLeavesAllAsItWas)
