@@ -20,7 +20,7 @@ int main(int argc, char** argv)
         }
         std::fprintf(stderr, "%s\n", argv[i]); // the last one is the one that ended it
         const std::string input{std::istreambuf_iterator<char>(file), {}};
-        LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(input.data()), input.size());
+        tavo::fuzz::run(input);
     }
     if (argc < 2)
         std::fprintf(stderr, "No stored inputs\n");

@@ -18,9 +18,8 @@ yyjson_val* patched(const JsonDocument& patch)
 } // namespace
 
 // What the cloud answers becomes patches of the host's records, and their ids parts of paths.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void tavo::fuzz::run(std::string_view text)
 {
-    const std::string_view text = tavo::fuzz::asText(data, size);
     for (const PipelineOption& option : pipelineOptions(text))
     {
         const JsonDocument patch = parseJson(option.patch);
@@ -34,5 +33,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         FUZZ_CHECK(device.id.find_first_of("/?#%. \r\n\\") == std::string::npos);
         static_cast<void>(patched(parseJson(device.patch)));
     }
-    return 0;
 }

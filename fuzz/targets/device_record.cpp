@@ -106,23 +106,21 @@ void checkModelFiles(yyjson_val* models)
 } // namespace
 
 // A device's record, or a list of them, as the host has it: whatever it is, there is a dialog.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void tavo::fuzz::run(std::string_view text)
 {
-    const std::string_view text = tavo::fuzz::asText(data, size);
     for (const auto& ids :
          {devicesWithConfiguration(text), devicesWithoutConfiguration(text), cloudUserIds(text)})
     {
         for (const std::string& id : ids)
-            FUZZ_CHECK(ids.size() < size && id.size() < size);
+            FUZZ_CHECK(ids.size() < text.size() && id.size() < text.size());
     }
 
     const JsonDocument document = parseJson(text);
     if (!document)
-        return 0;
+        return;
     yyjson_val* const root = yyjson_doc_get_root(document.get());
     yyjson_val* const record = yyjson_is_arr(root) ? yyjson_arr_get_first(root) : root;
     checkAgent(record);
     checkReadyDialog(text, record);
     checkModelFiles(jsonMember(pluginParameters(record), "models"));
-    return 0;
 }

@@ -10,7 +10,7 @@ using namespace tavo::vms_server_plugins::analytics::orlix;
 
 // A model's file as the storage has it: one that is true comes back, one that is not never passes
 // for a model.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void tavo::fuzz::run(std::string_view text)
 {
     static const TemporaryFolder folder;
     const std::string key = "0123456789abcdef0123456789abcdef";
@@ -20,7 +20,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return decryptModelFile(withKey, folder.path("in"), folder.path("out"));
     };
 
-    const std::string bytes(tavo::fuzz::asText(data, size));
+    const std::string bytes(text);
     FUZZ_CHECK(!decrypts(bytes, key));
 
     std::string file = test::encryptedModel(bytes, key);
@@ -35,5 +35,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     file[at] = static_cast<char>(file[at] ^ 1 << at % 8);
     file.erase(at, 1);
     FUZZ_CHECK(!decrypts(file, key));
-    return 0;
 }

@@ -36,9 +36,8 @@ bool areFinite(const Figure& figure)
 } // namespace
 
 // The figures that a user draws, as the host hands them out.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void tavo::fuzz::run(std::string_view text)
 {
-    const std::string_view text = tavo::fuzz::asText(data, size);
 
     const Figure polygon = parsePolygon(text);
     FUZZ_CHECK(polygon.coordinates.size() % 2 == 0);
@@ -52,5 +51,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const Figure box = parseBox(text);
     FUZZ_CHECK(box.coordinates.size() == (box.outcome == FigureOutcome::parsed ? 4u : 0u));
     checkBox(box);
-    return 0;
 }

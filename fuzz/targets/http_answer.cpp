@@ -1,9 +1,8 @@
 #include <filesystem>
 #include <mutex>
 #include <string>
-#include <thread>
 
-#include <testing/loopback_socket.h>
+#include <testing/scripted_server.h>
 
 #include "fuzz_target.h"
 #include "models/model_download.h"
@@ -14,67 +13,14 @@
 
 using namespace tavo::vms_server_plugins::analytics::orlix;
 using tavo::network::http::HttpClient;
-using tavo::test_support::LoopbackSocket;
+using tavo::test_support::Connection;
+using tavo::test_support::ScriptedServer;
 
 namespace
 {
 
-// Answers every request with the same bytes, and closes.
-class Server
-{
-public:
-    void setAnswer(std::string answer)
-    {
-        const std::lock_guard lock(m_mutex);
-        m_answer = std::move(answer);
-    }
-
-    [[nodiscard]] std::string url() const
-    {
-        return "http://127.0.0.1:" + std::to_string(m_listener.port()) + "/model";
-    }
-
-private:
-    void run(const std::stop_token& stop)
-    {
-        while (!stop.stop_requested())
-        {
-            if (LoopbackSocket peer = m_listener.accept(100))
-            {
-                readRequest(peer);
-                static_cast<void>(peer.send(answer()));
-            }
-        }
-    }
-
-    // A copy: the client may be done with its request while it is still being sent.
-    std::string answer()
-    {
-        const std::lock_guard lock(m_mutex);
-        return m_answer;
-    }
-
-    static void readRequest(LoopbackSocket& peer)
-    {
-        std::string request;
-        char block[4096];
-        while (request.find("\r\n\r\n") == std::string::npos)
-        {
-            const std::size_t count = peer.receive(block, sizeof block);
-            if (count == 0)
-                return;
-            request.append(block, count);
-        }
-    }
-
-    std::mutex m_mutex;
-    std::string m_answer;
-    LoopbackSocket m_listener = LoopbackSocket::listening();
-    std::jthread m_thread{[this](const std::stop_token& stop) { run(stop); }};
-};
-
 // Either the new pair is there, with the digest that the server told, or the old one, whole.
-void checkModel(const std::string& url, const std::string& answer, bool encrypted)
+void checkModel(const std::string& url, std::string_view answer, bool encrypted)
 {
     static const TemporaryFolder folder;
     folder.write("model", "old model");
@@ -132,24 +78,28 @@ void checkBody(const std::string& url, std::size_t size)
 
 // Whatever a server answers, over a real connection. The first byte says what was asked for: "m" a
 // model, "e" an encrypted one, "f" a file, anything else a text.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void tavo::fuzz::run(std::string_view text)
 {
-    static Server server;
-    if (size == 0)
-        return 0;
-    const std::string answer(tavo::fuzz::asText(data + 1, size - 1));
-    server.setAnswer(answer);
-    switch (data[0])
+    static std::mutex mutex; // the client may be done with its request while it is still being sent
+    static std::string answer;
+    static const ScriptedServer server(
+        [](Connection& connection)
+        {
+            static_cast<void>(connection.readRequest());
+            const std::lock_guard lock(mutex);
+            static_cast<void>(connection.write(answer));
+        });
+    if (text.empty())
+        return;
     {
-        case 'm':
-        case 'e':
-            checkModel(server.url(), answer, data[0] == 'e');
-            break;
-        case 'f':
-            checkFile(server.url(), size);
-            break;
-        default:
-            checkBody(server.url(), size);
+        const std::lock_guard lock(mutex);
+        answer = text.substr(1);
     }
-    return 0;
+    const std::string url = server.url("/model");
+    if (text[0] == 'm' || text[0] == 'e')
+        checkModel(url, text.substr(1), text[0] == 'e');
+    else if (text[0] == 'f')
+        checkFile(url, text.size());
+    else
+        checkBody(url, text.size());
 }

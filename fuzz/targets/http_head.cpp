@@ -40,9 +40,8 @@ void checkResponse(const Response& response, std::size_t size)
 
 // The heads of a server's answer, line by line as the transport hands them on, and the host's whole
 // answer in one text.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void tavo::fuzz::run(std::string_view text)
 {
-    const std::string_view text = tavo::fuzz::asText(data, size);
     std::string_view rest = text;
     HeadParser parser;
     std::size_t fed = 0;
@@ -57,9 +56,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         FUZZ_CHECK(parser.response().has_value() || !wasComplete);
     }
     if (parser.response())
-        checkResponse(*parser.response(), size);
+        checkResponse(*parser.response(), text.size());
 
     const std::string_view body = tavo::vms_server_plugins::analytics::orlix::firstBodyLine(text);
     FUZZ_CHECK(body == text || body.find('\n') == std::string_view::npos);
-    return 0;
 }

@@ -16,16 +16,13 @@ void checkName(const InputReply& reply, const std::optional<std::string_view>& n
 } // namespace
 
 // The application's answer to an announcement.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void tavo::fuzz::run(std::string_view text)
 {
-    const std::span<const char> message(reinterpret_cast<const char*>(data), size);
-
-    InputReply reply(message);
+    InputReply reply(text);
     checkName(reply, reply.closedSegment());
     checkName(reply, reply.segment());
 
-    InputReply numbered(message);
+    InputReply numbered(text);
     const std::uint64_t number = numbered.closedSegmentAsNumber();
     FUZZ_CHECK(numbered.error() == mpack_ok || number == 0);
-    return 0;
 }

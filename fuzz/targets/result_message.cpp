@@ -99,7 +99,7 @@ std::size_t sizeOfFirst(std::span<const char> messages)
 
 // From the bytes of result messages, one behind the other, to the packets that the host gets. The
 // last one comes twice, since an agent follows objects from result to result.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void tavo::fuzz::run(std::string_view text)
 {
     constexpr int kMaxMessages = 16;
     static const TemporaryFolder folder;
@@ -111,7 +111,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     agent->setHandler(handler.get());
     Receiver receiver(*agent);
     MessageTree tree;
-    std::span<const char> rest(reinterpret_cast<const char*>(data), size);
+    std::span<const char> rest(text);
     std::span<const char> message;
     for (int i = 0; i < kMaxMessages && !rest.empty(); ++i)
     {
@@ -121,5 +121,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     handleSocketMessage(receiver, message, tree);
     static_cast<void>(services.takeRequests());
-    return 0;
 }

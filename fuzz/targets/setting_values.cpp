@@ -65,9 +65,9 @@ void checkMessage(const DeviceSettings& settings)
 } // namespace
 
 // A device's settings as the host gives them, up to the message that carries them.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void tavo::fuzz::run(std::string_view text)
 {
-    const SettingValues values = valuesIn(tavo::fuzz::asText(data, size));
+    const SettingValues values = valuesIn(text);
     bool isRefused = false;
     try
     {
@@ -90,9 +90,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     catch (const std::logic_error&)
     {
         FUZZ_CHECK(isRefused);
-        return 0;
+        return;
     }
     checkSettings(settings);
     checkMessage(settings);
-    return 0;
 }

@@ -5,11 +5,11 @@
 using namespace tavo::vms_server_plugins::analytics::orlix;
 
 // A cache file as it is found on the disk: what is read and written comes back the same.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void tavo::fuzz::run(std::string_view text)
 {
     static const TemporaryFolder folder;
     const std::string path = settingsCachePath(folder.path(), "device");
-    folder.write("device_settings_cache.txt", std::string(tavo::fuzz::asText(data, size)));
+    folder.write("device_settings_cache.txt", std::string(text));
 
     SettingValues values = loadSettingsCache(path);
     for (const auto& [key, value] : values)
@@ -19,5 +19,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     values.erase(setting::kSelectedPipeline);
     values.erase(setting::kDeviceActive);
     FUZZ_CHECK(loadSettingsCache(path) == values);
-    return 0;
 }

@@ -70,14 +70,14 @@ void shrinkSize(std::string& stream)
 
 // What peers write to a socket: connections one after the other, which share a buffer. Each is a
 // byte for its length and whether more messages are expected on it, and then its bytes.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void tavo::fuzz::run(std::string_view text)
 {
     constexpr int kMaxConnections = 8;
     static const TemporaryFolder folder;
     static const SocketHandle listening = socket_listen(folder.path("s"));
     FUZZ_CHECK(listening != kInvalidSocket);
 
-    std::string_view rest = tavo::fuzz::asText(data, std::min<std::size_t>(size, 8'000));
+    std::string_view rest = text.substr(0, 8'000);
     ReceiveBuffer buffer;
     Model model;
     for (int i = 0; i < kMaxConnections && !rest.empty(); ++i)
@@ -100,5 +100,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         model.receive(stream);
         model.check(buffer);
     }
-    return 0;
 }

@@ -77,12 +77,11 @@ void checkNumbers(const std::string& text)
 } // namespace
 
 // Texts of others where there is no more to them: names, numbers, times, lines of a command.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void tavo::fuzz::run(std::string_view input)
 {
-    const std::string text(tavo::fuzz::asText(data, size));
+    const std::string text(input);
     checkUtf8(text);
     checkNames(text);
     checkCommand(text);
     checkNumbers(text);
-    return 0;
 }

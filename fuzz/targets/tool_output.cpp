@@ -33,9 +33,9 @@ int compare(const std::string& a, const std::string& b)
 } // namespace
 
 // What the tools of accelerators' vendors print. Versions of it end up in the names of packages.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void tavo::fuzz::run(std::string_view input)
 {
-    const std::string text(tavo::fuzz::asText(data, size));
+    const std::string text(input);
 
     const std::string deepx = deepxVersionIn(text);
     FUZZ_CHECK(deepx.empty() || isVersion(deepx));
@@ -57,5 +57,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string tag = cudaDriverTag(cuda);
     FUZZ_CHECK(tag.empty() || tag.starts_with("cuda_1"));
     static_cast<void>(textToInt(text, 0));
-    return 0;
 }

@@ -1,24 +1,17 @@
 // The real programs, and this test as the plugin.
 
-#include <gtest/gtest.h>
-
-#include <cstring>
 #include <string>
 #include <vector>
 
 #include <testing/platform.h>
 
-#include "application_test_support.h"
+#include "application_fixture.h"
 #include "engine/geometry.h"
 
 namespace tavo::devkit
 {
 namespace
 {
-
-constexpr char kMotionModel[] =
-    R"([{"UUID":"model","Name":"motion","Filepath":"/unused",
-         "NamedOutput":[{"Name":"bboxes-format:xyxy;0:mover"}]}])";
 
 constexpr Box kSquare{120, 60, 60, 50};
 
@@ -34,78 +27,41 @@ TestPicture sceneWithSquare()
     return scene;
 }
 
-bool exists(const std::string& segmentName)
-{
-    orlix::ShmSegment segment;
-    orlix::shm_from_name(segment, segmentName);
-    const bool isOpen = orlix::shm_open(segment);
-    orlix::shm_close(segment);
-    return isOpen;
-}
-
-class ApplicationTest : public testing::Test
-{
-protected:
-    // Of a frame that is known to be handed over.
-    std::optional<ReceivedResult> resultOf(
-        std::uint64_t inputIndex, std::uint64_t timestampUs, const TestPicture& scene)
-    {
-        EXPECT_TRUE(m_plugin.sendFrameOnceReady(inputIndex, timestampUs, scene));
-        return m_plugin.nextResult();
-    }
-
-    void expectNothingLeft() const
-    {
-        EXPECT_TRUE(comesTrue([&] { return m_application.pidsOf("brund").empty(); }));
-        EXPECT_TRUE(m_application.pidsOf("brunmod").empty());
-        EXPECT_FALSE(m_application.folder().has("module.sock"));
-        for (const auto& [name, view] : m_plugin.segments())
-            EXPECT_FALSE(exists(name)) << name;
-    }
-
-    InstalledApplication m_application{kMotionModel};
-    PluginSide m_plugin{m_application};
-};
-
 TEST_F(ApplicationTest, findsWhatMovesCountsItAndStopsWhenTold)
 {
-    m_application.start();
+    start();
     const auto background = resultOf(7, 1'000'000, emptyScene());
     ASSERT_TRUE(background);
     EXPECT_EQ(background->inputIndex, 7u);
     EXPECT_EQ(background->timestampUs, 1'000'000u);
     EXPECT_EQ(background->width, 320);
-    EXPECT_TRUE(background->boxes.empty());
+    EXPECT_TRUE(background->movers.empty());
 
     const auto found = resultOf(7, 1'100'000, sceneWithSquare());
     ASSERT_TRUE(found);
-    ASSERT_EQ(found->boxes.count("mover"), 1u);
-    ASSERT_EQ(found->boxes.at("mover").size(), 1u);
-    EXPECT_GT(overlapOf(found->boxes.at("mover")[0], kSquare), 0.6f);
-    EXPECT_EQ(found->counts, (std::map<std::string, std::uint64_t>{{"mover", 1}}));
+    ASSERT_EQ(found->movers.size(), 1u);
+    EXPECT_GT(overlapOf(found->movers[0], kSquare), 0.6f);
+    EXPECT_EQ(found->count, 1u);
     EXPECT_EQ(found->idCount, 1u);
 
     // Another camera, with larger frames, has a background of its own.
     const auto other = resultOf(8, 1'200'000, emptyScene(1280));
     ASSERT_TRUE(other);
     EXPECT_EQ(other->inputIndex, 8u);
-    EXPECT_TRUE(other->boxes.empty());
+    EXPECT_TRUE(other->movers.empty());
 
-    m_plugin.sendCommand(0);
-    EXPECT_EQ(m_application.waitForEnd(), 0);
-    expectNothingLeft();
-    const std::string log = m_application.folder().read("app/etc/brunmod_start.log");
+    expectStops();
+    const std::string log = m_folder.read("app/etc/brunmod_start.log");
     EXPECT_NE(log.find("The engine has stopped with exit code 0\n"), std::string::npos) << log;
 }
 
 TEST_F(ApplicationTest, badPeersCostNobodyElse)
 {
-    m_application.start();
+    start();
     ASSERT_TRUE(resultOf(0, 1, emptyScene()));
 
     std::vector<orlix::SocketHandle> peers;
-    const auto connect = [&]
-    { return peers.emplace_back(orlix::socket_connect(m_application.moduleSocket())); };
+    const auto connect = [&] { return peers.emplace_back(orlix::socket_connect(m_moduleSocket)); };
     for (int i = 0; i < 200; ++i) // more than are kept
         connect();
     const std::string garbage[] = {
@@ -129,57 +85,50 @@ TEST_F(ApplicationTest, badPeersCostNobodyElse)
     const auto result = resultOf(0, 2, sceneWithSquare());
     ASSERT_TRUE(result);
     EXPECT_EQ(result->timestampUs, 2u);
-    EXPECT_EQ(result->boxes.count("mover"), 1u);
+    EXPECT_EQ(result->movers.size(), 1u);
     for (const orlix::SocketHandle peer : peers)
         orlix::socket_close(peer);
-    m_plugin.sendCommand(0);
-    EXPECT_EQ(m_application.waitForEnd(), 0);
+    expectStops();
 }
 
 TEST_F(ApplicationTest, anEngineThatDiesEndsItWithAWordOnStandardError)
 {
-    m_application.start();
+    start();
     ASSERT_TRUE(resultOf(0, 1, emptyScene()));
-    for (const std::uint32_t process : m_application.pidsOf("brund"))
+    for (const std::uint32_t process : pidsOf("brund"))
         test_support::endProcess(process);
-    EXPECT_EQ(m_application.waitForEnd(), 1);
-    EXPECT_NE(
-        m_application.errorText().find("Error! The engine has ended: exit code"),
-        std::string::npos);
+    EXPECT_EQ(waitForEnd(), 1);
+    EXPECT_NE(errorText().find("Error! The engine has ended: exit code"), std::string::npos);
     expectNothingLeft();
 }
 
 TEST_F(ApplicationTest, aModelThatCannotBeLoadedIsNamedOnStandardError)
 {
-    m_application.folder().write(
+    m_folder.write(
         "app/etc/settings.json", R"([{"UUID":"u","Name":"Faces","Filepath":"/none.onnx"}])");
-    m_application.start();
-    EXPECT_EQ(m_application.waitForEnd(), 1);
-    EXPECT_NE(
-        m_application.errorText().find("Model Faces cannot be loaded from /none.onnx"),
-        std::string::npos);
+    start();
+    EXPECT_EQ(waitForEnd(), 1);
+    EXPECT_NE(errorText().find("Model Faces cannot be loaded from /none.onnx"), std::string::npos);
 }
 
 TEST_F(ApplicationTest, whatAKilledRunLeavesIsCleanedByTheNext)
 {
-    m_application.start();
+    start();
     ASSERT_TRUE(resultOf(0, 1, emptyScene()));
-    ASSERT_FALSE(m_plugin.segments().empty());
-    const std::string left = m_plugin.segments().begin()->first;
-    m_application.kill();
-    (void)m_application.waitForEnd();
-    EXPECT_TRUE(comesTrue([&] { return m_application.pidsOf("brund").empty(); }));
-    EXPECT_TRUE(exists(left) || !test_support::kSegmentsOutliveTheirUsers);
-    EXPECT_TRUE(m_application.folder().has("module.sock"));
+    ASSERT_FALSE(m_segments.empty());
+    const std::string left = *m_segments.begin();
+    orlix::process_kill(m_process);
+    (void)waitForEnd();
+    EXPECT_TRUE(comesTrue([&] { return pidsOf("brund").empty(); }));
+    EXPECT_TRUE(segmentExists(left) || !test_support::kSegmentsOutliveTheirUsers);
+    EXPECT_TRUE(m_folder.has(orlix::protocol::kModuleSocketFile));
 
-    m_application.start();
+    start();
     const auto result = resultOf(0, 2, emptyScene());
     ASSERT_TRUE(result);
     EXPECT_EQ(result->timestampUs, 2u);
-    EXPECT_FALSE(exists(left));
-    m_plugin.sendCommand(0);
-    EXPECT_EQ(m_application.waitForEnd(), 0);
-    expectNothingLeft();
+    EXPECT_FALSE(segmentExists(left));
+    expectStops();
 }
 
 } // namespace

@@ -4,8 +4,8 @@
 #include <string>
 
 #include "module/segment_pool.h"
+#include "segment_exists.h"
 #include "temporary_folder.h"
-#include "utils/shm.h"
 
 namespace tavo::devkit
 {
@@ -14,15 +14,6 @@ namespace
 
 namespace orlix = vms_server_plugins::analytics::orlix;
 using namespace std::chrono_literals;
-
-bool exists(const std::string& name)
-{
-    orlix::ShmSegment segment;
-    orlix::shm_from_name(segment, name);
-    const bool isOpen = orlix::shm_open(segment);
-    orlix::shm_close(segment);
-    return isOpen;
-}
 
 class SegmentPoolTest : public testing::Test
 {
@@ -64,9 +55,9 @@ TEST_F(SegmentPoolTest, idleSegmentsEndAndOnlyConfirmedOnesAreToldToSenders)
     EXPECT_EQ(pool.count(), 3u);
     pool.removeIdle(m_now + 6s);
     EXPECT_EQ(pool.count(), 1u);
-    EXPECT_FALSE(exists(confirmed));
-    EXPECT_FALSE(exists(silent));
-    EXPECT_TRUE(exists(inUse));
+    EXPECT_FALSE(segmentExists(confirmed));
+    EXPECT_FALSE(segmentExists(silent));
+    EXPECT_TRUE(segmentExists(inUse));
     EXPECT_EQ(pool.nextToDetach(), confirmed);
     EXPECT_EQ(pool.nextToDetach(), "");
     EXPECT_EQ(pool.removedForEngine().size(), 2u);
@@ -83,8 +74,8 @@ TEST_F(SegmentPoolTest, beyondTheLimitTheLongestFreeMakesRoomOrNothingIsGiven)
     pool.giveBack(first, m_now + 1s);
     const std::string large = pool.take(1'000'000, m_now + 2s);
     EXPECT_FALSE(large.empty());
-    EXPECT_FALSE(exists(second));
-    EXPECT_TRUE(exists(first));
+    EXPECT_FALSE(segmentExists(second));
+    EXPECT_TRUE(segmentExists(first));
 }
 
 } // namespace

@@ -9,8 +9,7 @@
 
 #include <testing/platform.h>
 #include <testing/scoped_variable.h>
-
-#include "scripted_server.h"
+#include <testing/scripted_server.h>
 
 namespace tavo::network::http
 {
@@ -19,8 +18,8 @@ namespace
 {
 
 using namespace std::chrono_literals;
-using test::Connection;
-using test::ScriptedServer;
+using test_support::Connection;
+using test_support::ScriptedServer;
 using ::testing::HasSubstr;
 using ::testing::Not;
 

@@ -1,6 +1,6 @@
-#include "scripted_server.h"
+#include "testing/scripted_server.h"
 
-namespace tavo::network::test
+namespace tavo::test_support
 {
 
 namespace
@@ -74,4 +74,4 @@ void ScriptedServer::run()
     }
 }
 
-} // namespace tavo::network::test
+} // namespace tavo::test_support

@@ -7,15 +7,15 @@
 #include <string_view>
 #include <thread>
 
-#include <testing/loopback_socket.h>
+#include "testing/loopback_socket.h"
 
-namespace tavo::network::test
+namespace tavo::test_support
 {
 
 class Connection
 {
 public:
-    explicit Connection(test_support::LoopbackSocket socket) :
+    explicit Connection(LoopbackSocket socket) :
         m_socket(std::move(socket))
     {}
 
@@ -31,7 +31,7 @@ public:
     int clientPort() const { return m_socket.peerPort(); }
 
 private:
-    test_support::LoopbackSocket m_socket;
+    LoopbackSocket m_socket;
 };
 
 class ScriptedServer
@@ -48,9 +48,9 @@ private:
     void run();
 
     const Script m_script;
-    test_support::LoopbackSocket m_listener = test_support::LoopbackSocket::listening();
+    LoopbackSocket m_listener = LoopbackSocket::listening();
     std::atomic<bool> m_isStopped{false};
     std::thread m_thread;
 };
 
-} // namespace tavo::network::test
+} // namespace tavo::test_support
