@@ -3,40 +3,16 @@
 #   cmake --install <build> --component plugin --strip --prefix <folder of the host's plugins>
 #   cpack --config <build>/CPackConfig.cmake
 
-get_property(_parts GLOBAL PROPERTY TAVO_PARTS)
-if(NOT TAVO_STATIC_PREFIX AND NOT _parts)
+if(NOT TAVO_SELF_CONTAINED)
     install(CODE "message(FATAL_ERROR \"This build needs libraries of the system that it was made on. \"
         \"What goes to users is built by scripts/package.sh\")" COMPONENT plugin)
     return()
 endif()
 
-# With a library inside that lacks what its newest version mends, ours is good enough to be tested and
-# not to be handed out.
-install(CODE "
-    foreach(name openssl curl qt yyjson)
-        if(EXISTS \"${TAVO_STATIC_PREFIX}/behind/\${name}\" AND NOT DEFINED ENV{TAVO_TRIAL_PACKAGE})
-            file(READ \"${TAVO_STATIC_PREFIX}/behind/\${name}\" reason)
-            message(FATAL_ERROR \"No package for users is made with an old library: \${reason}\"
-                \"scripts/setup.sh says how to try for the newest.\")
-        endif()
-    endforeach()" COMPONENT plugin)
 install(TARGETS tavo_orlix_manager_plugin LIBRARY DESTINATION . COMPONENT plugin)
 
-# What is linked in, where no list of it is there yet: name, licence, Debian's package whose source it is of.
-if(NOT _parts)
-    set(_parts "OpenSSL|Apache-2.0|libssl-dev" "curl|curl|libcurl4-openssl-dev" "yyjson|MIT|libyyjson-dev"
-        "MPack|MIT|" "simpleini|MIT|libsimpleini-dev")
-    if(WIN32)
-        list(APPEND _parts "Qt Core|LGPL-3.0-only|qt6-base-dev"
-            "libstdc++ and libgcc|GPL-3.0-or-later WITH GCC-exception-3.1|gcc-mingw-w64-x86-64-posix-runtime"
-            "MinGW-w64|ZPL-2.1|mingw-w64-x86-64-dev")
-    else()
-        list(APPEND _parts
-            "libstdc++ and libgcc|GPL-3.0-or-later WITH GCC-exception-3.1|libstdc++-${_compiler_version}-dev")
-    endif()
-endif()
 include(TavoParts)
-tavo_list_parts(${CMAKE_BINARY_DIR}/parts ${_parts})
+tavo_list_parts(${CMAKE_BINARY_DIR}/parts)
 install(FILES ${CMAKE_BINARY_DIR}/parts/LICENSES.txt
     ${CMAKE_BINARY_DIR}/parts/tavo_orlix_manager_plugin.spdx.json
     DESTINATION . COMPONENT parts)

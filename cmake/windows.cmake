@@ -18,19 +18,13 @@ set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 
-execute_process(COMMAND ${CMAKE_C_COMPILER} -dumpversion
-    OUTPUT_VARIABLE _compiler_version OUTPUT_STRIP_TRAILING_WHITESPACE)
-include(${CMAKE_CURRENT_LIST_DIR}/TavoCache.cmake)
-set(TAVO_STATIC_PREFIX ${TAVO_CACHE}/windows/gcc-${_compiler_version})
-
-set(CMAKE_FIND_ROOT_PATH ${TAVO_STATIC_PREFIX} /usr/x86_64-w64-mingw32)
+# The libraries are added to it: each has a folder of its own in the cache.
+list(APPEND CMAKE_FIND_ROOT_PATH /usr/x86_64-w64-mingw32)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
-set(ENV{PKG_CONFIG_LIBDIR} ${TAVO_STATIC_PREFIX}/lib/pkgconfig)
-
-set(OPENSSL_USE_STATIC_LIBS ON)
+set(ENV{PKG_CONFIG_LIBDIR} /usr/x86_64-w64-mingw32/lib/pkgconfig)
 
 # One file each, with the compiler's own libraries in it.
 set(CMAKE_EXE_LINKER_FLAGS_INIT -static)

@@ -3,7 +3,8 @@
 # from this machine's own sources (kept in the cache). The library is unpacked and loaded by a host that
 # needs nothing, up to an agent of a camera that it shows pictures, with no application there. It asks one
 # server whose certificate the system's authorities vouch for, and one for whom nobody does, and goes
-# again with nothing left behind. Needs root, and build/packages of scripts/package.sh.
+# again with nothing left behind. Needs root, and build/packages of scripts/package.sh. Ends with 77 where
+# the machine does not allow it.
 #
 # usage: check_bare.sh [CODENAME...]   bookworm and trixie otherwise
 # shellcheck disable=SC2317 # called by name or at the end
@@ -36,7 +37,7 @@ make_system()
 {
     say "Fetching a bare $2 into $(cache_dir)/bare"
     debootstrap --variant=minbase --keyring="$kDebianKeyring" "$2" "$1/system" "$(debian_uri)" \
-        >"$1/log" 2>&1 || { tail -n 20 "$1/log" >&2; die "debootstrap could not make a $2"; }
+        >"$1/log" 2>&1 || { tail -n 20 "$1/log" >&2; cannot "debootstrap could not make a $2 here"; }
     rm -rf "$1/system/var/cache/apt/archives" "$1/system/var/lib/apt/lists"
     mkdir -p "$(cache_dir)/bare"
     mv -T "$1/system" "$(cache_dir)/bare/$2"
@@ -117,7 +118,9 @@ check_system()
     [ "$failed" = 0 ] || grep -h -v 'received uncompressed' "$root"/bare/home/*/*.log >&2
 }
 
-[ "$(id -u)" = 0 ] || die "this needs root, to look like another system: sudo $0"
+[ "$(id -u)" = 0 ] || cannot "a bare system is left out: this needs root, to look like one: sudo $0"
+unshare --mount --pid --fork --kill-child sh -c 'mount -t proc proc /proc && chroot / true' 2>/dev/null \
+    || cannot "a bare system is left out: this machine allows no namespaces, to look like one"
 install_packages debootstrap openssl
 cd "$(repo_dir)"
 archive=$(compgen -G 'build/packages/*-x86_64-linux.tar.gz') || die "there is no package: run scripts/package.sh"

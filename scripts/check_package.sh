@@ -22,9 +22,6 @@ breach()
     failed=1
 }
 
-# What is made here is thrown away: of old libraries, too.
-export TAVO_TRIAL_PACKAGE=yes
-
 readonly kMingw=x86_64-w64-mingw32
 readonly kExports="createTavoPlugin tavoLibContext tavoSdkVersion tavoSetUnitTestOptions"
 # What every Windows has, in small letters.

@@ -2,11 +2,11 @@
 # tests; scripts/test.sh windows shows the reasons, counts, and misses any test that is not named.
 
 # Built, and left out.
-set(TAVO_WINE_SKIPS
+set(TAVO_SKIPS
 )
 
 # Not built.
-set(TAVO_LINUX_ALONE
+set(TAVO_NOT_BUILT
     "FileLockTest.itEndsWithAHolderThatIsKilled|a process of its own by fork, killed by a signal"
     "FileLockTest.whatIsThereIsNeitherFollowedNorWaitedFor|of links and pipes with a name"
     "HttpClient.stopDoesNotWaitForALookUpOfAName|takes the place of a call of the C library"
@@ -47,7 +47,7 @@ set(TAVO_LINUX_ALONE
     "HostTest.leavesAPortToTheOneThatHasIt|the page is built with OpenCV alone"
     "browser.page|built without OpenCV"
     "browser.four_cameras|built without OpenCV"
-    "CustomizationNameTest.isThatOfTheEnvironmentElseTheDefault|the library for Windows has the name from Qt"
+    "CustomizationNameTest.isThatOfTheEnvironmentElseTheDefault|names beyond ASCII are in the system's code page"
     "browser.strangers|built without OpenCV"
     "guide.options|a shell script; the options are the same"
 )
@@ -69,8 +69,3 @@ set(TAVO_LINUX_ALONE
 # Of Windows alone: MicrosoftHostRoad.hasACameraServed
 # Of Windows alone: MicrosoftHostRoad.isToldOfWhatCannotBeMade
 # Of Windows alone: FileNamesTest.whatTheSystemTakesForSomethingElseIsNone
-
-foreach(skip ${TAVO_WINE_SKIPS})
-    string(REGEX REPLACE "\\|.*" "" name "${skip}")
-    set_tests_properties(${name} PROPERTIES DISABLED TRUE)
-endforeach()

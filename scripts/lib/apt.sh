@@ -107,3 +107,36 @@ apt_source()
         printf 'Signed-By: %s\n' "$kDebianKeyring"
     fi
 }
+
+# suite_parts CODENAME: "URI SUITE" lines of those of the machine's own sources that belong to the
+# release, its updates and its security fixes; the release alone where the machine has none of it.
+suite_parts()
+{
+    # shellcheck disable=SC2016 # the words are for apt-get to expand
+    apt-get indextargets --format '$(REPO_URI) $(RELEASE)' 'Created-By: Packages' 'Origin: Debian' \
+        | grep -E " $1(-updates|-security)?\$" | sort -u | grep . \
+        || printf '%s %s\n' "$(debian_uri)" "$1"
+}
+
+# apt_in STATE COMMAND ARGUMENTS...: apt with all of its files below STATE, so it needs no root and leaves
+# the machine's sources alone.
+apt_in()
+{
+    local state=$1 command=$2
+    shift 2
+    "$command" -qq -o APT::Sandbox::User="$(id -un)" -o Dir::Etc::sourcelist=/dev/null \
+        -o Dir::Etc::sourceparts="$state/parts" -o Dir::State::lists="$state/lists" \
+        -o Dir::Cache="$state" "$@"
+}
+
+# update_lists STATE deb|deb-src CODENAME: what the release has, for apt_in STATE.
+update_lists()
+{
+    local uri part
+    mkdir -p "$1"/{parts,lists/partial,archives/partial}
+    while read -r uri part; do
+        apt_source "$2" "$uri" "$part" >"$1/parts/$part.sources"
+    done < <(suite_parts "$3")
+    apt_in "$1" apt-get update || die "Debian's lists could not be fetched"
+    touch "$1/updated"
+}

@@ -12,6 +12,13 @@ die()
     exit 1
 }
 
+# Ends the script where this machine does not let it do its work, which is no fault of what it looks at.
+cannot()
+{
+    warn "$@"
+    exit 77
+}
+
 # The checkout that the running script belongs to.
 repo_dir()
 {

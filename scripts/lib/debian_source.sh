@@ -1,108 +1,84 @@
-# shellcheck shell=bash
-# Source packages of Debian, fetched through apt and checked by it. Every apt file that this writes
-# is below the caller's folder, so it needs no root and leaves the machine's sources alone.
-# Needs common.sh, apt.sh.
+#!/usr/bin/env bash
+# Gets a source package of Debian through apt, which checks it, and unpacks it with Debian's changes.
+# Every apt file that this writes is below STATE, so it needs no root and leaves the machine's sources
+# alone. Part by part: a .dsc, which nothing here needs, may be missing.
+#
+# usage: debian_source.sh STATE FOLDER SUITE NAME [releases | VERSION SHA256]
+#   FOLDER/source    the unpacked source; FOLDER/version says which it is
+#   releases         the newest tarball, with Debian's changes where the mirror has them. Otherwise never
+#                    the one without the other, for the security fixes are in the changes: of the newest
+#                    version that the mirror has all of
+#   VERSION SHA256   the tarball of that version, with that digest, and no changes
+set -euo pipefail
 
-# suite_parts CODENAME: "URI SUITE" lines of those of the machine's own sources that belong to the
-# release, its updates and its security fixes; the release alone where the machine has none of it.
-suite_parts()
-{
-    # shellcheck disable=SC2016 # the words are for apt-get to expand
-    apt-get indextargets --format '$(REPO_URI) $(RELEASE)' 'Created-By: Packages' 'Origin: Debian' \
-        | grep -E " $1(-updates|-security)?\$" | sort -u | grep . \
-        || printf '%s %s\n' "$(debian_uri)" "$1"
-}
+here=$(dirname "${BASH_SOURCE[0]}")
+# shellcheck source=scripts/lib/common.sh
+. "$here/common.sh"
+# shellcheck source=scripts/lib/apt.sh
+. "$here/apt.sh"
 
-# apt_in FOLDER APT-COMMAND ARGUMENTS...: apt with all of its state in FOLDER/apt.
-apt_in()
-{
-    local state=$1/apt command=$2
-    shift 2
-    "$command" -qq -o APT::Sandbox::User="$(id -un)" -o Dir::Etc::sourcelist=/dev/null \
-        -o Dir::Etc::sourceparts="$state/parts" -o Dir::State::lists="$state/lists" \
-        -o Dir::Cache="$state" "$@"
-}
+readonly lists=$1/apt-$3 folder=$2 suite=$3 name=$4 kind=${5:-} digest=${6:-}
 
-# update_source_lists FOLDER CODENAME [deb]: what sources (or programs) the release has, for apt_in FOLDER.
-update_source_lists()
-{
-    local folder=$1 uri suite type=${3:-deb-src}
-    mkdir -p "$folder/apt/parts" "$folder/apt/lists/partial" "$folder/apt/archives/partial"
-    while read -r uri suite; do
-        apt_source "$type" "$uri" "$suite" >"$folder/apt/parts/$suite.sources"
-    done < <(suite_parts "$2")
-    apt_in "$folder" apt-get update || die "Debian's lists could not be fetched"
-}
-
-# source_versions FOLDER SOURCE: the versions in the lists, the newest first.
-source_versions()
-{
-    apt_in "$1" apt-cache showsrc --only-source "$2" | sed -n 's/^Version: //p' | sort -urV
-}
-
-# fetch_part FOLDER tar|diff SOURCE=VERSION: that part of the source, in FOLDER. Part by part: a .dsc,
-# which nothing here needs, may be missing. A mirror that is being filled lacks a part for a moment,
-# so it is asked more than once.
+# fetch_part tar|diff VERSION. A mirror that is being filled lacks a part for a moment, so it is asked
+# more than once.
 fetch_part()
 {
     local attempt
     for attempt in 1 2 3; do
-        [ "$attempt" = 1 ] || sleep 10
-        if (cd "$1" && apt_in "$1" apt-get source --download-only "--$2-only" "$3") \
-            2>"$1/fetch.log"; then
-            return
-        fi
+        [ "$attempt" = 1 ] || sleep 5
+        (cd "$folder" && apt_in "$lists" apt-get source --download-only "--$1-only" "$name=$2") && return
     done
-    cat "$1/fetch.log" >&2
+    warn "the mirror does not have Debian's source $name $2 ($1)"
     return 1
 }
 
-# fetch_debian_tarball FOLDER CODENAME SOURCE=VERSION: the tarball of the source in FOLDER, without
-# Debian's changes to it. For versions by name of which it is known that none of those is wanted.
-fetch_debian_tarball()
+# fetch VERSION: all of it that is wanted, and what is to be said of it.
+fetch()
 {
-    printf '%s\n' "${3#*=}" >"$1/version"
-    update_source_lists "$1" "$2"
-    fetch_part "$1" tar "$3" || die "Debian's source $3 could not be fetched"
+    if [ "$kind" = releases ]; then
+        fetch_part tar "$1" || return 1
+        fetch_part diff "$1" && said=$1 || said="$1 without Debian's changes"
+    elif [ -n "$kind" ]; then
+        fetch_part tar "$1" || return 1
+        said=$1
+    else
+        fetch_part diff "$1" && fetch_part tar "$1" || return 1
+        said=$1
+    fi
 }
 
-# fetch_debian_source FOLDER CODENAME SOURCE: the source's tarball and Debian's changes to it in
-# FOLDER, which is where its security fixes are: never the one without the other. Of the newest version
-# that the mirror has all of, which FOLDER/version names; where that is not the newest there is,
-# FOLDER/behind says so.
-fetch_debian_source()
+unpack()
 {
-    local folder=$1 source=$3 version versions
-    update_source_lists "$folder" "$2"
-    mapfile -t versions < <(source_versions "$folder" "$source")
-    for version in "${versions[@]}"; do
-        if fetch_part "$folder" diff "$source=$version" \
-            && fetch_part "$folder" tar "$source=$version"; then
-            printf '%s\n' "$version" >"$folder/version"
-            [ "$version" = "${versions[0]}" ] \
-                || printf '%s\n' "$source is $version, and ${versions[0]} is out" >"$folder/behind"
-            return
-        fi
-        warn "the mirror does not have all of Debian's source $source $version"
-        rm -f "$folder/$source"_*
-    done
-    die "of no version of $source does the mirror have both the tarball and Debian's changes to it, which" \
-        "hold its security fixes (${versions[*]:-none is listed}): try again later or with another mirror"
-}
-
-# unpack_debian_source FOLDER NAME: FOLDER/NAME with Debian's changes applied.
-unpack_debian_source()
-{
-    local folder=$1 source=$1/$2 patch
-    mkdir -p "$source"
-    tar -xf "$(printf '%s\n' "$folder/$2"_*.orig.tar.*)" -C "$source" --strip-components=1 \
-        || die "the source of $2 could not be unpacked"
-    if compgen -G "$folder/$2_*.debian.tar.*" >/dev/null; then
-        tar -xf "$(printf '%s\n' "$folder/$2"_*.debian.tar.*)" -C "$source"
+    local patch source=$folder/source
+    tarball=$(printf '%s\n' "$folder/$name"_*.orig.tar.*)
+    [ -z "$digest" ] || file_has_sha256 "$tarball" "$digest" \
+        || die "$(basename "$tarball") is not the file that was expected; nothing was built from it"
+    rm -rf "$source"
+    mkdir "$source"
+    tar -xf "$tarball" -C "$source" --strip-components=1 || die "the source of $name could not be unpacked"
+    if compgen -G "$folder/$name"_*.debian.tar.* >/dev/null; then
+        tar -xf "$(printf '%s\n' "$folder/$name"_*.debian.tar.*)" -C "$source"
         while read -r patch; do
             patch -d "$source" -p1 --silent --forward <"$source/debian/patches/$patch" \
-                || die "Debian's change $patch to $2 does not apply"
+                || die "Debian's change $patch to $name does not apply"
         done < <(sed -e 's/[[:space:]]*#.*$//' -e '/^[[:space:]]*$/d' -e 's/[[:space:]].*$//' \
             "$source/debian/patches/series" 2>/dev/null)
     fi
 }
+
+[ -f "$lists/updated" ] || update_lists "$lists" deb-src "$suite"
+if [ -n "$digest" ]; then
+    versions=("$kind")
+else
+    mapfile -t versions < <(apt_in "$lists" apt-cache showsrc --only-source "$name" \
+        | sed -n 's/^Version: //p' | sort -urV)
+fi
+for version in "${versions[@]}"; do
+    if fetch "$version"; then
+        unpack
+        say "$said" >"$folder/version"
+        exit
+    fi
+    rm -f "$folder/$name"_*
+done
+die "the mirror has no version of $name whole (${versions[*]:-none is listed}): try again later or with another mirror"

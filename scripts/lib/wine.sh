@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# Wine, for the tests of the Windows build. Needs common.sh; making a prefix needs windows.sh too.
+# Wine, for the tests of the Windows build. Needs common.sh.
 # Everything is waited for with a limit: Wine may hang where Windows does not.
 
 readonly kWineServer=/usr/lib/wine/wineserver64
@@ -36,7 +36,8 @@ make_wine_prefix()
     "$kWineServer" -p
     timeout --kill-after=10 300 "${wine[@]}" wineboot --init >/dev/null 2>&1 \
         || die "Wine could not make the prefix $1 within 5 minutes"
-    cp "$(windows_prefix)/bin/bsdtar.exe" "$1/drive_c/windows/system32/tar.exe"
+    cp "$(sed -n 's/^TAVO_bsdtar_PREFIX:.*=//p' build/windows/CMakeCache.txt)/bin/bsdtar.exe" \
+        "$1/drive_c/windows/system32/tar.exe"
 }
 
 # Ends all that runs in the prefix, and nothing else.

@@ -1,7 +1,7 @@
 # The library that the host loads, with its four exports and no more.
 
 set(_library ${CMAKE_CURRENT_BINARY_DIR}/library.cpp)
-if(TAVO_SELF_CONTAINED)
+if(TAVO_SELF_CONTAINED AND TAVO_PLATFORM_FOLDER STREQUAL "posix")
     set(_library ${CMAKE_CURRENT_LIST_DIR}/posix/library.cpp)
 else()
     file(WRITE ${_library} "// The whole of the library is in the archives that it links.\n")
