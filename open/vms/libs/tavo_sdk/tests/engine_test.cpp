@@ -119,6 +119,11 @@ TEST(Integration, tellsAnEngineThatCannotBeMade)
         EXPECT_EQ(*c.message != '\0', told.find("ERROR: ") != told.npos) << told;
         EXPECT_TRUE(told.ends_with(*c.message ? line : "")) << told;
     }
+    testing::internal::CaptureStderr();
+    makePtr<Failing>().reset();
+    const std::string told = testing::internal::GetCapturedStderr();
+    for (const char* const stage : {"] Created IIntegration @", "] Destroyed IIntegration @"})
+        EXPECT_THAT(told, testing::HasSubstr(stage));
     EXPECT_EQ("manifest", test::takeText(kCases[0].integration->manifest()));
     testing::internal::CaptureStderr();
     EXPECT_EQ("", test::takeText(kCases[3].integration->manifest()));
@@ -127,8 +132,12 @@ TEST(Integration, tellsAnEngineThatCannotBeMade)
         testing::HasSubstr("Either manifestString() should be overridden"));
 }
 
-TEST(Error, remarksOnOneThatIsNone)
+TEST(Error, remarksOnOneThatIsNoneAndHasOneThatNeedsNoMemory)
 {
+    const IString* const constant = outOfMemory().errorMessage;
+    EXPECT_EQ(1u, constant->addRef());
+    EXPECT_EQ(1u, constant->releaseRef());
+    EXPECT_STREQ("Not enough memory", constant->str());
     testing::internal::CaptureStderr();
     test::takeMessage(Result<void>(error(ErrorCode::noError, "")));
     const std::string told = testing::internal::GetCapturedStderr();

@@ -92,6 +92,7 @@ TEST(SlotOrder, metadata)
 
     const auto event = makePtr<EventMetadata>();
     event->setTypeId("type");
+    event->addAttribute(attribute);
     event->setCaption("caption");
     event->setDescription("description");
     event->setIsActive(true);
@@ -100,8 +101,9 @@ TEST(SlotOrder, metadata)
     event->setRegionId(Uuid{{3}});
     EXPECT_EQ(text(event.get(), 4), "type");
     EXPECT_EQ(call<float>(event.get(), 5), 1.0F);
-    EXPECT_EQ(call<const IAttribute*>(event.get(), 6, 0), nullptr);
-    EXPECT_EQ(call<int>(event.get(), 7), 0);
+    EXPECT_EQ(Ptr(call<const IAttribute*>(event.get(), 6, 0)), attribute);
+    EXPECT_EQ(call<const IAttribute*>(event.get(), 6, -1), nullptr);
+    EXPECT_EQ(call<int>(event.get(), 7), 1);
     EXPECT_EQ(text(event.get(), 8), "caption");
     EXPECT_EQ(text(event.get(), 9), "description");
     EXPECT_TRUE(call<bool>(event.get(), 10));

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <tavo/sdk/helpers/settings_response.h>
+#include <tavo/sdk/helpers/to_string.h>
+
 #include "host_doubles.h"
 
 namespace tavo::sdk
@@ -50,6 +53,50 @@ TEST(StringMap, convertsOnlyIfItIsWhole)
     EXPECT_EQ(map, (StdMap{{"former", "value"}}));
     EXPECT_TRUE(toStdMap(makePtr<StringMap>(StdMap{{"a", "1"}, {"b", ""}}).get(), &map));
     EXPECT_EQ(map, (StdMap{{"a", "1"}, {"b", ""}}));
+}
+
+TEST(SettingsResponse, hasWhatWasSet)
+{
+    const auto response = makePtr<SettingsResponse>();
+    EXPECT_TRUE(!response->values() && !response->errors() && !response->model());
+    response->setValue("a", "1");
+    response->setValue("b", "2");
+    response->setError("a", "wrong");
+    response->setModel("{}");
+    const Ptr<const IStringMap> values(response->values());
+    EXPECT_STREQ(values->value("a"), "1");
+    EXPECT_EQ(values->count(), 2);
+    EXPECT_STREQ(Ptr(response->errors())->value("a"), "wrong");
+    EXPECT_STREQ(Ptr(response->model())->str(), "{}");
+    response->setValues(StdMap{{"c", "3"}});
+    response->setErrors(makePtr<StringMap>());
+    EXPECT_STREQ(Ptr(response->values())->value("c"), "3");
+    EXPECT_EQ(Ptr(response->errors())->count(), 0);
+    EXPECT_STREQ(values->value("a"), "1") << "the host's own by now";
+}
+
+TEST(ToString, namesCodesAndTakesNull)
+{
+    std::string names;
+    for (const int code : {0, -1, -21, -22, -100, -102, -103, -1000, -1001, 1})
+        names += toString(static_cast<ErrorCode>(code)) + " ";
+    EXPECT_EQ(
+        names,
+        "noError unauthorized notImplemented networkError otherError needMoreData inProgress "
+        "internalError invalidParams <unsupported Error> ");
+    names.clear();
+    for (int level = -1; level < 4; ++level)
+        names += toString(static_cast<IIntegrationDiagnosticEvent::Level>(level)) + " ";
+    EXPECT_EQ(names, "unknown(-1) info warning error unknown(3) ");
+    const auto areNull = []<class... Interfaces>(const Interfaces*... none)
+    { return ((toJsonString(none) == "null") && ...); };
+    using namespace analytics;
+    EXPECT_TRUE(areNull(
+        static_cast<const IDeviceInfo*>(nullptr), static_cast<const IAttribute*>(nullptr),
+        static_cast<const IIntegrationDiagnosticEvent*>(nullptr),
+        static_cast<const IObjectMetadata*>(nullptr), static_cast<const IEventMetadata*>(nullptr),
+        static_cast<const IObjectMetadataPacket*>(nullptr),
+        static_cast<const IEventMetadataPacket*>(nullptr)));
 }
 
 } // namespace

@@ -23,7 +23,6 @@ auto lowerBound(Items& items, std::string_view key)
 
 StringMap::StringMap(const std::map<std::string, std::string>& values)
 {
-    m_items.reserve(values.size());
     for (const auto& [key, value] : values)
         setItem(key, value); // in order, so each goes to the end
 }
