@@ -1,83 +1,29 @@
 #include "utils/process.h"
 
-#include <algorithm>
 #include <vector>
 
-#include <testing/test_program.h>
-
-#include "test_support.h"
+#include "process_tree.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix::test
 {
 namespace
 {
 
-std::vector<std::string> program(std::vector<std::string> steps)
-{
-    steps.insert(steps.begin(), test_support::testProgram());
-    return steps;
-}
-
 ProcessRecord start(std::vector<std::string> steps)
 {
     return process_start(program(std::move(steps)), /*console*/ false);
 }
 
-// The ids of processes that each write theirs to a file.
-class WrittenIds
-{
-public:
-    ~WrittenIds()
-    {
-        for (const std::uint32_t process : m_processes)
-            test_support::endProcess(process); // gone already, unless the test has failed
-    }
-
-    [[nodiscard]] std::string file(int index) const { return m_folder.file(std::to_string(index)); }
-
-    // False if not all of them come.
-    [[nodiscard]] bool waitFor(int count)
-    {
-        for (int i = 0; i < count; ++i)
-        {
-            if (!comesTrue([&] { return contentOf(file(i)).ends_with("\n"); }))
-                return false;
-            m_processes.push_back(static_cast<std::uint32_t>(std::stoul(contentOf(file(i)))));
-        }
-        return true;
-    }
-
-    [[nodiscard]] bool areRunning() const
-    {
-        return std::all_of(m_processes.begin(), m_processes.end(), test_support::isRunning);
-    }
-    [[nodiscard]] bool areGone() const
-    {
-        return std::none_of(m_processes.begin(), m_processes.end(), test_support::isRunning);
-    }
-
-private:
-    TempFolder m_folder;
-    std::vector<std::uint32_t> m_processes;
-};
-
-// What is hardest to find again: a child; one with a session of its own; one whose parent has
-// ended; one that ignores what can be ignored.
 TEST(ProcessTest, aKillReachesTheWholeTree)
 {
     WrittenIds tree;
-    ProcessRecord record = start(
-        {"start", "write-id," + tree.file(0) + ",sleep,1000", "start-apart",
-         "write-id," + tree.file(1) + ",sleep,1000", "start-orphan",
-         "write-id," + tree.file(2) + ",sleep,1000", "start",
-         "ignore-requests-to-end,-,write-id," + tree.file(3) + ",sleep,1000", "write-id",
-         tree.file(4), "sleep", "1000"});
+    ProcessRecord record = process_start(treeProgram(tree), /*console*/ false);
     ASSERT_TRUE(process_started(record));
-    ASSERT_TRUE(tree.waitFor(5));
+    ASSERT_TRUE(tree.waitFor(kTreeSize));
     EXPECT_TRUE(tree.areRunning());
     EXPECT_EQ(9, process_kill(record));
     EXPECT_EQ(9, process_wait(record, 20));
-    EXPECT_TRUE(comesTrue([&] { return tree.areGone(); }));
+    EXPECT_TRUE(tree.allEnd());
 }
 
 TEST(ProcessTest, whatAProcessLeavesRunningEndsWithItsJob)
@@ -92,7 +38,7 @@ TEST(ProcessTest, whatAProcessLeavesRunningEndsWithItsJob)
     EXPECT_EQ(4, exitCode);
     EXPECT_TRUE(left.areRunning());
     record = start({"exit", "0"}); // overwrites the record
-    EXPECT_TRUE(comesTrue([&] { return left.areGone(); }));
+    EXPECT_TRUE(left.allEnd());
 }
 
 TEST(ProcessTest, theEndIsToldOnce)

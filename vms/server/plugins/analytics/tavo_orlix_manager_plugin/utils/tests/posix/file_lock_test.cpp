@@ -1,11 +1,10 @@
 #include "utils/file_lock.h"
 
-#include <csignal>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "../test_support.h"
+#include "forked_process.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix::test
 {
@@ -18,30 +17,21 @@ TEST(FileLockTest, itEndsWithAHolderThatIsKilled)
 {
     const TempFolder folder;
     const std::string path = folder.file("lock");
-    int ends[2];
-    ASSERT_EQ(0, pipe(ends));
-    const pid_t holder = fork();
-    if (holder == 0)
-    {
-        FileLock lock;
-        const char outcome = static_cast<char>(lock.take(path));
-        static_cast<void>(write(ends[1], &outcome, 1));
-        for (;;)
-            pause();
-    }
-    char outcome = -1;
-    ASSERT_EQ(1, read(ends[0], &outcome, 1));
-    EXPECT_EQ(static_cast<char>(Outcome::taken), outcome);
+    ForkedProcess holder(
+        [&]
+        {
+            static FileLock lock;
+            if (lock.take(path) == Outcome::taken)
+                std::ofstream(folder.file("taken")) << "";
+        });
+    ASSERT_TRUE(comesTrue([&] { return std::filesystem::exists(folder.file("taken")); }));
     struct stat status = {};
     ASSERT_EQ(0, stat(path.c_str(), &status));
     EXPECT_EQ(0600u, status.st_mode & 0777u);
     FileLock lock;
     EXPECT_EQ(Outcome::heldByAnother, lock.take(path));
-    kill(holder, SIGKILL);
-    waitpid(holder, nullptr, 0);
+    holder.end(SIGKILL);
     EXPECT_EQ(Outcome::taken, lock.take(path)); // the file that is left is no lock
-    close(ends[0]);
-    close(ends[1]);
 }
 
 // Whatever a stranger has put there.

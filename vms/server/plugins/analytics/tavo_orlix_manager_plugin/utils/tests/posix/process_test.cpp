@@ -1,13 +1,13 @@
 #include "utils/process.h"
 
-#include <algorithm>
 #include <csignal>
 #include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
-#include "test_support.h"
+#include "../process_tree.h"
+#include "forked_process.h"
 #include "utils/files.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix::test
@@ -21,116 +21,29 @@ ProcessRecord startShell(const std::string& script, PipeEnd* errorPipe = nullptr
         std::vector<std::string>{"sh", "-c", script}, /*console*/ false, errorPipe);
 }
 
-// Neither running nor waiting to be collected.
-bool isGone(pid_t process)
-{
-    return kill(process, 0) != 0 && errno == ESRCH;
-}
-
-// A program that starts what is hardest to find again, and tells the ids of all in files: a child;
-// one with a session of its own; a grandchild whose parent has ended, likewise; one that ignores
-// what can be ignored.
-class ProcessTree
-{
-public:
-    ~ProcessTree()
-    {
-        for (const pid_t process : m_processes)
-            kill(process, SIGKILL); // gone already, unless the test has failed
-    }
-
-    [[nodiscard]] std::string script() const
-    {
-        const std::string sleep = "exec sleep 1000";
-        return "echo $$ > " + file(0) + "; sleep 1000 & echo $! > " + file(1) +
-            "; setsid sh -c 'echo $$ > " + file(2) + "; " + sleep + "' & " +
-            "(setsid sh -c 'echo $$ > " + file(3) + "; " + sleep + "' &) ; " +
-            "sh -c 'trap \"\" TERM INT HUP QUIT; echo $$ > " + file(4) +
-            "; while :; do sleep 1; done' & " + sleep;
-    }
-
-    // False if not all of it has come to life.
-    [[nodiscard]] bool waitForLife()
-    {
-        for (int i = 0; i < kProcesses; ++i)
-        {
-            if (!comesTrue([&] { return contentOf(file(i)).ends_with("\n"); }))
-                return false;
-            m_processes.push_back(std::stoi(contentOf(file(i))));
-        }
-        return true;
-    }
-
-    [[nodiscard]] bool endsWhole() const
-    {
-        return comesTrue([this]
-                         { return std::all_of(m_processes.begin(), m_processes.end(), isGone); });
-    }
-
-    // False once the test is over.
-    [[nodiscard]] bool isNeeded() const { return std::filesystem::exists(m_folder.file("")); }
-
-private:
-    static constexpr int kProcesses = 5;
-
-    [[nodiscard]] std::string file(int index) const { return m_folder.file(std::to_string(index)); }
-
-    TempFolder m_folder;
-    std::vector<pid_t> m_processes;
-};
-
-// Runs `body` in a process of its own that stands in for a host; it is gone with the test.
-class StandInHost
-{
-public:
-    explicit StandInHost(const std::function<void()>& body) :
-        m_pid(fork())
-    {
-        if (m_pid == 0)
-        {
-            body();
-            for (;;)
-                pause();
-        }
-    }
-    ~StandInHost() { end(SIGKILL); }
-
-    void end(int signal)
-    {
-        if (m_pid <= 0)
-            return;
-        kill(m_pid, signal);
-        waitpid(m_pid, nullptr, 0);
-        m_pid = 0;
-    }
-
-private:
-    pid_t m_pid;
-};
-
 TEST(PosixProcessTest, noProcessOutlivesItsHost)
 {
     for (const int signal : {SIGKILL, SIGTERM, SIGSEGV})
     {
         SCOPED_TRACE(signal);
-        ProcessTree tree;
+        WrittenIds tree;
         ProcessRecord record;
-        StandInHost host(
+        ForkedProcess host(
             [&]
             {
                 // What the host forks on its own holds copies of all descriptors.
                 if (fork() == 0)
                 {
-                    while (tree.isNeeded())
+                    while (tree.areNeeded())
                         usleep(5000);
                     _exit(0);
                 }
-                record = startShell(tree.script());
+                record = process_start(treeProgram(tree), /*console*/ false);
                 ::signal(SIGSEGV, SIG_DFL); // a sanitizer's handler takes its time
             });
-        ASSERT_TRUE(tree.waitForLife());
+        ASSERT_TRUE(tree.waitFor(kTreeSize));
         host.end(signal);
-        EXPECT_TRUE(tree.endsWhole());
+        EXPECT_TRUE(tree.allEnd());
     }
 }
 
@@ -238,7 +151,7 @@ TEST(PosixProcessTest, noGuardedFileOutlivesAHostThatIsKilledBeforeItStartsAnyth
     const TempFolder folder;
     const std::string file = folder.file("copy");
     ProcessRecord record;
-    StandInHost host(
+    ForkedProcess host(
         [&]
         {
             record = process_prepare({"true"}, /*console*/ false);

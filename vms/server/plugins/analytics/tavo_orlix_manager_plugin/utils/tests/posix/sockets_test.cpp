@@ -11,6 +11,7 @@
 #include <thread>
 #include <unistd.h>
 
+#include "forked_process.h"
 #include "test_support.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix::test
@@ -59,32 +60,6 @@ TEST(SocketPathTest, aSocketIsForItsOwnerWhateverTheUmaskAndTheNeighbours)
     EXPECT_TRUE(std::filesystem::exists(path + "/of somebody"));
 }
 
-// Runs `body` as another user than this process's.
-class Stranger
-{
-public:
-    explicit Stranger(const std::function<void()>& body) :
-        m_pid(fork())
-    {
-        if (m_pid != 0)
-            return;
-        constexpr uid_t kNobody = 65534;
-        if (setresuid(kNobody, kNobody, kNobody) == 0)
-            body();
-        _exit(0);
-    }
-    ~Stranger()
-    {
-        kill(m_pid, SIGKILL);
-        waitpid(m_pid, nullptr, 0);
-    }
-    Stranger(const Stranger&) = delete;
-    Stranger& operator=(const Stranger&) = delete;
-
-private:
-    const pid_t m_pid;
-};
-
 class StrangerTest : public testing::Test
 {
 protected:
@@ -93,6 +68,17 @@ protected:
         if (geteuid() != 0)
             GTEST_SKIP() << "only root can be somebody else";
         std::filesystem::permissions(m_folder.file(""), std::filesystem::perms::all);
+    }
+
+    // As another user than this process's.
+    static auto byStranger(std::function<void()> body)
+    {
+        return [body = std::move(body)]
+        {
+            constexpr uid_t kNobody = 65534;
+            if (setresuid(kNobody, kNobody, kNobody) == 0)
+                body();
+        };
     }
 
     const TempFolder m_folder;
@@ -105,15 +91,14 @@ TEST_F(StrangerTest, isNotListenedTo)
     ASSERT_NE(kInvalidSocket, listening);
     std::filesystem::permissions(m_path, std::filesystem::perms::all); // as by mistake
     {
-        const Stranger stranger(
+        const ForkedProcess stranger(byStranger(
             [&]
             {
                 const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
                 sockaddr_un address = {AF_UNIX, {}};
                 m_path.copy(address.sun_path, sizeof address.sun_path - 1);
-                if (connect(descriptor, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0)
-                    pause();
-            });
+                connect(descriptor, reinterpret_cast<sockaddr*>(&address), sizeof address);
+            }));
         ReceiveBuffer buffer;
         SocketHandle accepted = kInvalidSocket;
         EXPECT_TRUE(comesTrue(
@@ -129,12 +114,8 @@ TEST_F(StrangerTest, isNotListenedTo)
 
 TEST_F(StrangerTest, isSentNothing)
 {
-    const Stranger stranger(
-        [&]
-        {
-            if (socket_listen(m_path) != kInvalidSocket)
-                pause();
-        });
+    const ForkedProcess stranger(
+        byStranger([&] { EXPECT_NE(kInvalidSocket, socket_listen(m_path)); }));
     EXPECT_TRUE(
         comesTrue([&] { return socket_connect(m_path) == kInvalidSocket && errno == EACCES; }));
 }
