@@ -1,24 +1,78 @@
 #pragma once
 
+#include <atomic>
+#include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <tavo/sdk/analytics/i_object_metadata_packet.h>
+#include <tavo/sdk/helpers/string_map.h>
+
+#include "../device_agent/result_message.h"
 #include "base/ini.h"
 #include "core/engine.h"
 #include "core/plugin.h"
 #include "fake_device.h"
 #include "fake_host.h"
 #include "http_server.h"
+#include "inference/protocol.h"
 #include "temporary_folder.h"
 #include "utils/mutex.h"
 #include "utils/platform_names.h"
+#include "utils/sockets.h"
 #include "utils/tests/test_support.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
+
+// A host that counts the packets of all cameras that have it for a handler.
+class PacketCounter : public sdk::RefCountable<sdk::analytics::IDeviceAgent::IHandler>
+{
+public:
+    // IHandler:
+    void handleMetadata(sdk::analytics::IMetadataPacket* packet) override
+    {
+        const sdk::Ptr<sdk::analytics::IMetadataPacket> owned(packet);
+        const bool isObjects{sdk::interfaceCast<sdk::analytics::IObjectMetadataPacket>(owned)};
+        called(isObjects ? "objects" : "events");
+        ++count;
+    }
+    void handleIntegrationDiagnosticEvent(sdk::IIntegrationDiagnosticEvent*) override {}
+    void pushManifest(const sdk::IString*) override { called("manifest"); }
+
+    std::function<void(const std::string&)> called = [](const std::string&) {};
+    std::atomic<int> count{0};
+};
+
+// The cloud's record of a model in one file, and the host's of a device with such models.
+inline std::string modelRecord(
+    const std::string& id, const std::string& url, std::size_t size,
+    const std::string& stamp = "2026-11-03T10:00:00")
+{
+    return R"({"UUID":")" + id + R"(","Name":"Net )" + id +
+        R"(","Downloads":[{"RuntimeArchitecture":"application/x-onnx","Size":)" +
+        std::to_string(size) + R"(,"LastModified":")" + stamp + R"(","Url":")" + url + R"("}]})";
+}
+
+inline std::string deviceRecord(
+    const std::string& id, const std::string& models = "", const std::string& pipelines = "",
+    const std::string& admin = "a")
+{
+    return R"({"id":")" + id + R"(","parameters":{"tavoAI":{"deviceAdmin":")" + admin +
+        R"(","pipelines":[)" + pipelines + R"(],"models":[)" + models + "]}}}";
+}
+
+// As the user's switch in the dialog.
+inline void switchCamera(sdk::analytics::IDeviceAgent& agent, const char* value)
+{
+    const std::map<std::string, std::string> values = {{"deviceActiveSwitch", value}};
+    const sdk::Ptr<const sdk::ISettingsResponse> answer(
+        agent.setSettings(sdk::makePtr<sdk::StringMap>(values).get()).value);
+}
 
 // A cloud that keeps what it is asked to reset, and resets nothing.
 class FakeCloud
@@ -172,6 +226,24 @@ protected:
         const auto device = sdk::makePtr<FakeDevice>(deviceId);
         return sdk::Ptr<sdk::analytics::IDeviceAgent>(
             engine().doObtainDeviceAgent(device.get()).value);
+    }
+
+    // Sends what the application would, once the listener listens.
+    void sendResult(const test::Entries& entries)
+    {
+        MpackGrowableWriter writer;
+        test::map(entries)(writer.writer());
+        ASSERT_EQ(mpack_ok, writer.close());
+        SocketHandle socket = kInvalidSocket;
+        ASSERT_TRUE(test::comesTrue(
+            [&]
+            {
+                socket = socket_connect(m_folder.path(protocol::kPluginSocketFile));
+                return socket != kInvalidSocket;
+            }));
+        EXPECT_TRUE(socket_send_message(
+            socket, writer.bytes().data(), static_cast<std::uint32_t>(writer.bytes().size())));
+        socket_close(socket);
     }
 
     sdk::Ptr<sdk::IPlugin> m_plugin{createTavoPlugin()};

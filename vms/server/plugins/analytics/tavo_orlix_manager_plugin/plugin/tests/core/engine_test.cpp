@@ -2,7 +2,6 @@
 
 #include <stdexcept>
 
-#include <tavo/sdk/helpers/string_map.h>
 #include <testing/kept_file_number.h>
 
 #include "../inference/module_peer.h"
@@ -15,32 +14,12 @@
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
-class CountingHandler : public sdk::RefCountable<sdk::analytics::IDeviceAgent::IHandler>
+// No more than it takes to find its camera.
+test::Entries resultOf(int index)
 {
-public:
-    void handleMetadata(sdk::analytics::IMetadataPacket* packet) override
-    {
-        const sdk::Ptr<sdk::analytics::IMetadataPacket> owned(packet);
-        ++packets;
-    }
-    void handleIntegrationDiagnosticEvent(sdk::IIntegrationDiagnosticEvent*) override {}
-    void pushManifest(const sdk::IString*) override {}
-
-    std::atomic<int> packets{0};
-};
-
-// A result of the application's, which has no more than its timestamp.
-void sendResult(const std::string& socketPath, int index)
-{
-    const std::string message =
-        std::string("\x82\xaaInputIndex") + static_cast<char>(index) + "\xa9Timestamp\x01";
-    // The file is there a moment before it can be connected to.
-    SocketHandle connection = kInvalidSocket;
-    ASSERT_TRUE(test::comesTrue(
-        [&] { return (connection = socket_connect(socketPath)) != kInvalidSocket; }));
-    EXPECT_TRUE(socket_send_message(
-        connection, message.data(), static_cast<std::uint32_t>(message.size())));
-    socket_close(connection);
+    return {
+        {protocol::key::kInputIndex, test::number(static_cast<std::uint64_t>(index))},
+        {protocol::key::kTimestamp, test::number(1)}};
 }
 
 TEST_F(EngineTest, AResultReachesItsAgentAlone)
@@ -48,61 +27,55 @@ TEST_F(EngineTest, AResultReachesItsAgentAlone)
     m_host->setToken("");
     constexpr int kAgents = 3;
     sdk::Ptr<sdk::analytics::IDeviceAgent> agents[kAgents];
-    sdk::Ptr<CountingHandler> handlers[kAgents];
+    sdk::Ptr<PacketCounter> handlers[kAgents];
     for (int i = 0; i < kAgents; ++i)
     {
         agents[i] = obtainAgent(std::to_string(i));
-        handlers[i] = sdk::makePtr<CountingHandler>();
+        handlers[i] = sdk::makePtr<PacketCounter>();
         agents[i]->setHandler(handlers[i].get());
     }
-    const std::string path = m_folder.path(protocol::kPluginSocketFile);
-    ASSERT_TRUE(test::comesTrue([&] { return std::filesystem::exists(path); }));
-    const auto send = [&path](int index) { sendResult(path, index); };
+    const auto send = [this](int index) { sendResult(resultOf(index)); };
     send(1);
-    EXPECT_TRUE(test::comesTrue([&] { return handlers[1]->packets == 1; }));
+    EXPECT_TRUE(test::comesTrue([&] { return handlers[1]->count == 1; }));
     send(2);
     send(0);
     send(2);
     send(kAgents);
     EXPECT_TRUE(comesIntoLog("Device agent not found\n"));
-    EXPECT_EQ(1, handlers[0]->packets);
-    EXPECT_EQ(1, handlers[1]->packets);
-    EXPECT_EQ(2, handlers[2]->packets);
-}
-
-TEST_F(EngineTest, RefusesADeviceWithoutAnId)
-{
-    struct Nameless : FakeDevice
-    {
-        Nameless() :
-            FakeDevice("")
-        {}
-        const char* id() const override { return nullptr; }
-    };
-    const auto null = sdk::Ptr<FakeDevice>();
-    for (const auto& device :
-         {null, sdk::makePtr<FakeDevice>(""), sdk::Ptr<FakeDevice>(new Nameless)})
-    {
-        const auto result = engine().doObtainDeviceAgent(device.get());
-        ASSERT_EQ(sdk::ErrorCode::invalidParams, result.errorCode);
-        EXPECT_STREQ(
-            "The device has no id", sdk::Ptr<const sdk::IString>(result.errorMessage)->str());
-    }
-    obtainAgent("1").reset();
-    EXPECT_EQ(1, logged("Destroying Device Agent 0\n")) << "nobody has its index";
+    EXPECT_EQ(1, handlers[0]->count);
+    EXPECT_EQ(1, handlers[1]->count);
+    EXPECT_EQ(2, handlers[2]->count);
 }
 
 TEST_F(EngineTest, AnAgentThatCannotBeMadeLeavesItsIndex)
 {
+    struct Nameless : FakeDevice
+    {
+        using FakeDevice::FakeDevice;
+        const char* id() const override { return nullptr; }
+    };
     struct Throwing : FakeDevice
     {
         using FakeDevice::FakeDevice;
         const char* name() const override { throw std::runtime_error("no name"); }
     };
-    const auto result = engine().doObtainDeviceAgent(sdk::makePtr<Throwing>("1").get());
-    EXPECT_STREQ("no name", sdk::Ptr(result.errorMessage)->str());
-    obtainAgent("2").reset();
-    EXPECT_EQ(1, logged("Destroying Device Agent 0\n"));
+    const auto null = sdk::Ptr<FakeDevice>();
+    const std::pair<sdk::Ptr<FakeDevice>, const char*> kCases[] = {
+        {null, "The device has no id"},
+        {sdk::makePtr<FakeDevice>(""), "The device has no id"},
+        {sdk::makePtr<Nameless>(""), "The device has no id"},
+        {sdk::makePtr<Throwing>("1"), "no name"}};
+    for (const auto& [device, message] : kCases)
+    {
+        const auto result = engine().doObtainDeviceAgent(device.get());
+        EXPECT_EQ(
+            device == kCases[3].first ? sdk::ErrorCode::internalError
+                                      : sdk::ErrorCode::invalidParams,
+            result.errorCode);
+        EXPECT_STREQ(message, sdk::Ptr<const sdk::IString>(result.errorMessage)->str());
+    }
+    obtainAgent("1").reset();
+    EXPECT_EQ(1, logged("Destroying Device Agent 0\n")) << "nobody has its index";
 }
 
 TEST_F(EngineTest, AtLevelOneWhatComesWithEachResultIsWrittenOnceAMinute)
@@ -113,17 +86,15 @@ TEST_F(EngineTest, AtLevelOneWhatComesWithEachResultIsWrittenOnceAMinute)
     const std::string kIds[] = {
         "00000000-0000-0000-0000-000000000001", "00000000-0000-0000-0000-000000000002"};
     sdk::Ptr<sdk::analytics::IDeviceAgent> agents[2];
-    const auto handler = sdk::makePtr<CountingHandler>();
+    const auto handler = sdk::makePtr<PacketCounter>();
     for (int i = 0; i < 2; ++i)
     {
         agents[i] = obtainAgent(kIds[i]);
         agents[i]->setHandler(handler.get());
     }
-    const std::string path = m_folder.path(protocol::kPluginSocketFile);
-    ASSERT_TRUE(test::comesTrue([&] { return std::filesystem::exists(path); }));
     for (int i = 0; i < kResults; ++i)
-        sendResult(path, i % 2);
-    EXPECT_TRUE(test::comesTrue([&] { return handler->packets == kResults; }));
+        sendResult(resultOf(i % 2));
+    EXPECT_TRUE(test::comesTrue([&] { return handler->count == kResults; }));
     for (auto& agent : agents)
         agent.reset();
     m_engine.reset(); // which closes the log
@@ -201,12 +172,7 @@ TEST_F(EngineTest, TheApplicationRunsWhileACameraIsSwitchedOn)
             return std::string();
         });
     sdk::Ptr<sdk::analytics::IDeviceAgent> agent = obtainAgent(id);
-    const auto switchTo = [&agent](const char* value)
-    {
-        const auto values = sdk::makePtr<sdk::StringMap>(
-            std::map<std::string, std::string>{{"deviceActiveSwitch", value}});
-        const sdk::Ptr<const sdk::ISettingsResponse> answer(agent->setSettings(values.get()).value);
-    };
+    const auto switchTo = [&agent](const char* value) { switchCamera(*agent, value); };
     const auto activity = [this]
     {
         std::string all;
@@ -225,11 +191,7 @@ TEST_F(EngineTest, TheApplicationRunsWhileACameraIsSwitchedOn)
     // A model that is in the cache already.
     const std::string cache = kWorking + "orlix_manager/cache/unencrypted/";
     m_folder.write(cache + "m.bin", "12345");
-    setDeviceRecords(
-        R"([{"id":")" + id +
-        R"(","parameters":{"tavoAI":{"pipelines":[],"models":[{"UUID":"u","Name":"n","Downloads":[)" +
-        R"({"RuntimeArchitecture":"application/x-onnx","Url":"http://127.0.0.1:1/m.bin",)" +
-        R"("LastModified":"2024-01-01T00:00:00","Size":5}]}]}}}])");
+    setDeviceRecords("[" + deviceRecord(id, modelRecord("u", "http://127.0.0.1:1/m.bin", 5)) + "]");
     EXPECT_TRUE(comesIntoLog("Orlix Manager started\n", 2));
     EXPECT_EQ(1, logged("Settings change detected. Restarting runtime\n"));
     EXPECT_EQ("t", activity());
@@ -283,9 +245,7 @@ TEST_F(EngineTest, WhileAnotherHostIsThereNoApplicationIsStarted)
     installManager();
     installRuntime();
     sdk::Ptr<sdk::analytics::IDeviceAgent> agent = obtainAgent("1");
-    const auto values = sdk::makePtr<sdk::StringMap>(
-        std::map<std::string, std::string>{{"deviceActiveSwitch", "true"}});
-    const sdk::Ptr<const sdk::ISettingsResponse> answer(agent->setSettings(values.get()).value);
+    switchCamera(*agent, "true");
     const auto passes = [this] { return m_host->requests("GET /rest/v4/devices?").size(); };
     const auto isOnBoard = [this]
     { return engine().messageBoard().snapshot().contains(board_key::kPluginSocketTaken); };
@@ -332,10 +292,9 @@ protected:
         installRuntime();
     }
 
-    static std::string record(const std::string& id, const std::string& models)
+    static std::string record(const std::string& id, const std::string& models = "")
     {
-        return R"({"id":")" + id + R"(","parameters":{"tavoAI":{"deviceAdmin":"https://)" + id +
-            R"(","pipelines":[{"modelUUID":"u"}],"models":)" + models + "}}}";
+        return deviceRecord(id, models, R"({"modelUUID":"u"})", "https://" + id);
     }
 
     bool isConfigured(const std::string& id) const
@@ -349,7 +308,7 @@ protected:
 
 TEST_F(EngineInService, ACameraMadeWhileTheListStaysIsConfigured)
 {
-    setDeviceRecords("[" + record(kFirst, "[]") + "," + record(kSecond, "[]") + "]");
+    setDeviceRecords("[" + record(kFirst) + "," + record(kSecond) + "]");
     auto first = obtainAgent(kFirst);
     EXPECT_TRUE(isConfigured(kFirst));
     auto second = obtainAgent(kSecond);
@@ -363,7 +322,7 @@ TEST_F(EngineInService, ACameraMadeWhileTheListStaysIsConfigured)
 // As when a host obtains the next before it drops the last.
 TEST_F(EngineInService, AllAgentsOfADeviceAreConfigured)
 {
-    setDeviceRecords("[" + record(kFirst, "[]") + "]");
+    setDeviceRecords("[" + record(kFirst) + "]");
     const auto first = obtainAgent(kFirst);
     const auto second = obtainAgent(kFirst);
     const auto other = obtainAgent(kSecond);
@@ -379,14 +338,7 @@ TEST_F(EngineInService, AllAgentsOfADeviceAreConfigured)
 
 TEST_F(EngineInService, AnErrorInPlaceOfTheListTakesNothingAway)
 {
-    setDeviceRecords(
-        "[" +
-        record(
-            kFirst,
-            R"([{"UUID":"u","Name":"n","UpdatedAt":"1","Downloads":[{"Size":1,)"
-            R"("RuntimeArchitecture":"application/x-onnx","Url":"http://127.0.0.1:1/m",)"
-            R"("LastModified":"2026-11-03T10:00:00"}]}])") +
-        "]");
+    setDeviceRecords("[" + record(kFirst, modelRecord("u", "http://127.0.0.1:1/m", 1)) + "]");
     auto agent = obtainAgent(kFirst);
     const std::string settings = kWorking + "orlix_manager/etc/settings.json";
     const auto hasModel = [&]
@@ -404,9 +356,7 @@ TEST_F(EngineInService, AnApplicationThatMayNotBeStartedAgainIsReportedOnce)
     m_folder.writeProgram(kBin + kManagerExecutable, "exit 7");
     ini().restartOrlixManagerOnCrash = false;
     const auto agent = obtainAgent(kFirst);
-    const std::map<std::string, std::string> settings = {{"deviceActiveSwitch", "true"}};
-    const sdk::Ptr<const sdk::ISettingsResponse> response(
-        agent->setSettings(sdk::makePtr<sdk::StringMap>(settings).get()).value);
+    switchCamera(*agent, "true");
     EXPECT_TRUE(comesIntoLog("Orlix Manager crash detected. Not restarting.\n", 3));
     std::vector<std::string> reports;
     for (const std::string& patch : takeServerPatches())

@@ -2,10 +2,7 @@
 
 #include <chrono>
 #include <future>
-#include <map>
 #include <vector>
-
-#include <tavo/sdk/helpers/string_map.h>
 
 #include "engine_fixture.h"
 #include "gate.h"
@@ -75,10 +72,7 @@ protected:
 
     [[nodiscard]] std::string recordWithModel(const std::string& url) const
     {
-        return R"([{"id":")" + kDevice +
-            R"(","parameters":{"tavoAI":{"deviceAdmin":"a","pipelines":[],"models":[{"UUID":"m","Name":"Net","Downloads":[{"RuntimeArchitecture":"application/x-onnx","Size":)" +
-            std::to_string(kSize) + R"(,"LastModified":"2026-11-03T10:00:00","Url":")" + url +
-            R"("}]}]}}}])";
+        return "[" + deviceRecord(kDevice, modelRecord("m", url, kSize)) + "]";
     }
 
     static constexpr std::size_t kSize = 4; // of all bodies and models
@@ -181,9 +175,7 @@ TEST_F(Shutdown, WaitsForAnApplicationThatDoesNotEnd)
     install();
     m_folder.writeProgram(kBin + kManagerExecutable, "ignore-requests-to-end\nsleep 1000");
     startLoop();
-    const std::map<std::string, std::string> settings = {{"deviceActiveSwitch", "true"}};
-    const sdk::Ptr<const sdk::ISettingsResponse> response(
-        m_agent->setSettings(sdk::makePtr<sdk::StringMap>(settings).get()).value);
+    switchCamera(*m_agent, "true");
     ASSERT_TRUE(comesIntoLog("Orlix Manager started\n"));
     m_folder.write(kCache + "m.bin", std::string(kSize, 'x'));
     setDeviceRecords(recordWithModel("http://127.0.0.1:1/m.bin"));

@@ -14,15 +14,11 @@
 #include <vector>
 
 #include <tavo/sdk/analytics/i_consuming_device_agent.h>
-#include <tavo/sdk/analytics/i_object_metadata_packet.h>
 
-#include "../device_agent/result_message.h"
 #include "button_press.h"
 #include "engine_fixture.h"
 #include "fake_frame.h"
 #include "gate.h"
-#include "inference/protocol.h"
-#include "utils/sockets.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -30,30 +26,6 @@ namespace tavo::vms_server_plugins::analytics::orlix
 using namespace test;
 using sdk::analytics::IConsumingDeviceAgent;
 using Agent = sdk::Ptr<sdk::analytics::IDeviceAgent>;
-
-namespace
-{
-
-// A host that counts the packets of all cameras.
-class PacketCounter : public sdk::RefCountable<sdk::analytics::IDeviceAgent::IHandler>
-{
-public:
-    // IHandler:
-    void handleMetadata(sdk::analytics::IMetadataPacket* packet) override
-    {
-        const sdk::Ptr<sdk::analytics::IMetadataPacket> owned(packet);
-        const bool isObjects{sdk::interfaceCast<sdk::analytics::IObjectMetadataPacket>(owned)};
-        called(isObjects ? "objects" : "events");
-        ++count;
-    }
-    void handleIntegrationDiagnosticEvent(sdk::IIntegrationDiagnosticEvent*) override {}
-    void pushManifest(const sdk::IString*) override { called("manifest"); }
-
-    std::function<void(const std::string&)> called = [](const std::string&) {};
-    std::atomic<int> count{0};
-};
-
-} // namespace
 
 // An engine with its own threads on a machine in service, and a cloud that is slow where the gate
 // is: each test puts it somewhere.
@@ -124,25 +96,13 @@ protected:
     void passResult(int index)
     {
         const int before = m_packets->count;
-        MpackGrowableWriter writer;
-        map(
+        sendResult(
             {{protocol::key::kInputIndex, number(static_cast<std::uint64_t>(index))},
              {protocol::key::kTimestamp, number(1)},
              {protocol::key::kWidth, number(100)},
              {protocol::key::kHeight, number(100)},
-             {protocol::key::kBoxes, map({{"cat", boxes({10, 10, 20, 20})}})}})(writer.writer());
-        ASSERT_EQ(mpack_ok, writer.close());
-        SocketHandle socket = kInvalidSocket; // the listener may have only just begun
-        ASSERT_TRUE(comesTrue(
-            [&]
-            {
-                socket = socket_connect(m_folder.path(protocol::kPluginSocketFile));
-                return socket != kInvalidSocket;
-            }));
-        socket_send_message(
-            socket, writer.bytes().data(), static_cast<std::uint32_t>(writer.bytes().size()));
+             {protocol::key::kBoxes, map({{"cat", boxes({10, 10, 20, 20})}})}});
         EXPECT_TRUE(comesTrue([this, before] { return m_packets->count > before; }));
-        socket_close(socket);
     }
 
     // As the last request told the host.
@@ -178,9 +138,12 @@ TEST_F(NobodyWaits, ForAHostThatCallsStraightBack)
     ini().sendFramesOverride = true;
     const auto record = [](const char* className)
     {
-        return R"([{"id":")" + idOf(1) +
-            R"(","parameters":{"tavoAI":{"deviceAdmin":"a","models":[{"UUID":"m","Name":"M","NamedOutput":[{"Name":"bboxes;0:)" +
-            className + R"("}]}],"pipelines":[{"modelUUID":"m","modelNMS":0.5}]}}}])";
+        const std::string output = R"({"Name":"bboxes;0:)" + std::string(className) + "\"}";
+        return "[" +
+            deviceRecord(
+                   idOf(1), R"({"UUID":"m","Name":"M","NamedOutput":[)" + output + "]}",
+                   R"({"modelUUID":"m","modelNMS":0.5})") +
+            "]";
     };
     const auto useAgents = [this]
     {
@@ -384,9 +347,7 @@ TEST_F(NobodyWaits, ForAModel)
     m_cloudGate->open();
     addAgent(1);
     setDeviceRecords(
-        R"([{"id":")" + idOf(1) +
-        R"(","parameters":{"tavoAI":{"deviceAdmin":"a","pipelines":[],"models":[{"UUID":"m","Name":"Net","Downloads":[{"RuntimeArchitecture":"application/x-onnx","Size":9,"LastModified":"2026-11-03T10:00:00","Url":")" +
-        m_slowCloud.url("/model") + R"("}]}]}}}])");
+        "[" + deviceRecord(idOf(1), modelRecord("m", m_slowCloud.url("/model"), 9)) + "]");
     ASSERT_TRUE(m_storageGate->isReached());
     EXPECT_TRUE(m_storageGate->doesNotHoldUp(
         [this]

@@ -74,6 +74,9 @@ TEST_F(AgentTest, AsksForWhatAButtonSays)
 
 TEST_F(AgentTest, KnowsNoClassesUntilAManifestIsPushed)
 {
+    const std::map<std::string, std::string> wrong = {{"loiterDetectionTimeThreshold", "soon"}};
+    const auto refused = agent->setSettings(sdk::makePtr<sdk::StringMap>(wrong).get());
+    EXPECT_TRUE(sdk::Ptr(refused.errorMessage));
     processParameters(kOnePipeline);
     EXPECT_THAT(handler->takeManifests(), IsEmpty()) << "the user's settings did not come yet";
     const sdk::Ptr<const sdk::IString> manifest(agent->manifest().value);

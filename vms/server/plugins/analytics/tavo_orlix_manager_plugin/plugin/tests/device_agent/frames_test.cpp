@@ -118,8 +118,13 @@ TEST_F(Frames, ArriveWholeOrCroppedOrFail)
     expectInput(0, 24, 8, 4);
     setCropBox("[[0.2, 0.3], [0.49, 0.99]]"); // each corner is cut to a whole pixel
     expectInput(24 + 3, 24, 2, 2);
-    setCropBox("[[0.13, 0], [0.24, 1]]"); // both in the second column
-    EXPECT_EQ("pushUncompressedVideoFrame() failed.", push());
+    // Both in the second column; both in the second row.
+    for (const char* const tooSmall : {"[[0.13, 0], [0.24, 1]]", "[[0, 0.3], [1, 0.45]]"})
+    {
+        setCropBox(tooSmall);
+        EXPECT_EQ("pushUncompressedVideoFrame() failed.", push());
+    }
+    EXPECT_THAT(log.text(), testing::HasSubstr("Error! Crop box too small!\n"));
     setCropBox("[[0.125, 0], [0.25, 1]]");
     expectInput(3, 24, 1, 4);
 }
@@ -172,6 +177,20 @@ TEST_F(Frames, ThatAreNotWholeFailWithOneLine)
         EXPECT_EQ(first, text.rfind("no whole RGB picture: "));
     }
     EXPECT_EQ(1u, inputs(1));
+
+    // One that is whole, and larger than any segment.
+    const CapturedLog log;
+    const auto huge = sdk::makePtr<OddFrame>(
+        [](OddFrame& frame)
+        {
+            frame.columns = 10'000;
+            frame.rows = 7'000;
+            frame.rowSize = 30'000;
+            frame.size = 210'000'000;
+        });
+    EXPECT_EQ("pushUncompressedVideoFrame() failed.", push(*agent, huge));
+    EXPECT_THAT(log.text(), testing::HasSubstr("Warning! Could not create image message.\n"));
+    EXPECT_THAT(log.text(), testing::HasSubstr(" sends frames of 10000x7000\n"));
 }
 
 TEST_F(Frames, ThatAreNotTakenAreNoFailureAndAreNotTimed)

@@ -1,4 +1,3 @@
-#include <future>
 #include <stdexcept>
 #include <vector>
 
@@ -6,36 +5,11 @@
 #include <gtest/gtest.h>
 
 #include "device_agent/outbox.h"
-#include "gate.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
-using test::Gate;
 using testing::ElementsAre;
-
-TEST(Outbox, HandsOnLastWhatWasMadeLast)
-{
-    Outbox<int> outbox;
-    std::vector<int> handedOn;
-    Gate gate;
-    const auto slowly = [&](int value)
-    {
-        gate.pass();
-        handedOn.push_back(value);
-    };
-    outbox.put(1);
-    auto first = std::async(std::launch::async, [&] { outbox.flush(slowly); });
-    ASSERT_TRUE(gate.isReached());
-    for (const int value : {2, 3})
-    {
-        outbox.put(value);
-        EXPECT_TRUE(gate.doesNotHoldUp([&] { outbox.flush(slowly); }));
-    }
-    gate.open();
-    first.get();
-    EXPECT_THAT(handedOn, ElementsAre(1, 3));
-}
 
 TEST(Outbox, GoesOnAfterAFailureAndWhenItIsCalledFromWithin)
 {

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -58,7 +59,7 @@ protected:
     std::string turns()
     {
         m_cameras.clear();
-        return m_turns;
+        return std::exchange(m_turns, {});
     }
 
     ExchangeLine line;
@@ -70,44 +71,34 @@ private:
     std::vector<std::jthread> m_cameras;
 };
 
-TEST_F(ExchangeLineTest, IsInTheOrderOfArrival)
+TEST_F(ExchangeLineTest, IsInTheOrderOfArrivalWhichACameraKeepsForOneTurn)
 {
+    const struct
     {
-        const Turn held(line, holder.place);
-        ASSERT_TRUE(held);
-        for (Camera* const camera : {&c, &a, &b})
-            standInLine(*camera);
-    }
-    EXPECT_EQ("cab", turns());
-}
-
-TEST_F(ExchangeLineTest, KeepsThePlaceOfACameraWhoseFrameGaveUp)
-{
+        const char* name;
+        std::string inVain, there; // in this order
+        const char* turns;
+    } kCases[] = {
+        {"as they come", "", "cab", "cab"},
+        {"those whose frames gave up first, once or twice", "cbc", "abc", "cba"},
+        {"once", "", "ac", "ac"},
+        {"one that is not there holds nobody up", "b", "a", "a"}};
+    const auto camera = [this](char name) -> Camera& {
+        return name == 'a' ? a : name == 'b' ? b : c;
+    };
+    for (const auto& each : kCases)
     {
-        const Turn held(line, holder.place);
-        EXPECT_TRUE(comeInVain(c));
-        EXPECT_TRUE(comeInVain(b));
-        EXPECT_TRUE(comeInVain(c)) << "once more, which moves it nowhere";
-        for (Camera* const camera : {&a, &b, &c})
-            standInLine(*camera);
+        SCOPED_TRACE(each.name);
+        {
+            const Turn held(line, holder.place);
+            ASSERT_TRUE(held);
+            for (const char name : each.inVain)
+                EXPECT_TRUE(comeInVain(camera(name)));
+            for (const char name : each.there)
+                standInLine(camera(name));
+        }
+        EXPECT_EQ(each.turns, turns());
     }
-    EXPECT_EQ("cba", turns());
-    {
-        const Turn held(line, holder.place);
-        for (Camera* const camera : {&a, &c})
-            standInLine(*camera); // a place is for one turn
-    }
-    EXPECT_EQ("cbaac", turns());
-}
-
-TEST_F(ExchangeLineTest, ACameraThatIsNotThereHoldsNobodyUp)
-{
-    {
-        const Turn held(line, holder.place);
-        EXPECT_TRUE(comeInVain(b));
-        standInLine(a);
-    }
-    EXPECT_EQ("a", turns());
     EXPECT_FALSE(comeInVain(b));
 }
 

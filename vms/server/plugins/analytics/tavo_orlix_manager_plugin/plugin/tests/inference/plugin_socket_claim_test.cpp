@@ -1,6 +1,7 @@
 #include "inference/plugin_socket_claim.h"
 
 #include <atomic>
+#include <new>
 #include <optional>
 #include <stop_token>
 #include <thread>
@@ -61,6 +62,20 @@ TEST_F(PluginSocketClaimTest, TheSecondWaitsAndTakesOverWhenTheFirstEnds)
     const std::string log = m_log.text();
     EXPECT_EQ(log.find("Adding warning"), log.rfind("Adding warning")) << log;
     EXPECT_NE(std::string::npos, log.find("taken over"));
+}
+
+TEST_F(PluginSocketClaimTest, WhatIsThrownCostsOneTry)
+{
+    PluginSocketClaim claim(m_board);
+    EXPECT_TRUE(claim.wait(
+        m_socket, m_stop.get_token(),
+        [this]
+        {
+            if (++m_timesAlone == 1)
+                throw std::bad_alloc();
+        }));
+    EXPECT_EQ(2, m_timesAlone);
+    EXPECT_NE(std::string::npos, m_log.text().find("Error in listenerLoop: "));
 }
 
 TEST_F(PluginSocketClaimTest, WhoIsToldToStopWaitsNoLonger)

@@ -165,16 +165,6 @@ TEST_F(PluginSocketListenerTest, SurvivesBrokenMessages)
     EXPECT_TRUE(test::comesTrue([&] { return receiver.results().back().second == 1; }));
 }
 
-TEST_F(PluginSocketListenerTest, DeliversToTheCameraOfTheIndex)
-{
-    startListener();
-    send(result("\x07"s, 2));
-    send(result("\x01"s, 3)); // nobody's
-    send(result("\0"s, 4));
-    EXPECT_TRUE(test::comesTrue([&] { return receiver.results().size() == 2; }));
-    EXPECT_THAT(receiver.results(), ElementsAre(Pair(7, 2), Pair(0, 4)));
-}
-
 TEST_F(PluginSocketListenerTest, ASilentConnectionRepeatsTheMessageBefore)
 {
     m_folder.write(protocol::kPluginSocketFile, "of an earlier run");

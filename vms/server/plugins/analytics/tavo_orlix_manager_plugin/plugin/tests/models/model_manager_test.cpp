@@ -269,6 +269,16 @@ TEST_F(ModelManagerTest, keyAndBodyComeTogetherOrNotAtAll)
     const std::string oldBody = body();
 
     m_key = base64Encode(Bytes(32, 2));
+    std::filesystem::remove(m_files.modelPath); // the update cannot be moved to its place
+    std::filesystem::create_directories(m_files.modelPath + "/in the way");
+    EXPECT_FALSE(ensure(downloads(encrypted)));
+    EXPECT_TRUE(failure().starts_with("Failed to rename file "));
+    EXPECT_EQ(oldKey, key());
+    EXPECT_TRUE(nothingIsLeft());
+    std::filesystem::remove_all(m_files.modelPath);
+    m_folder.write("orlix_manager/cache/encrypted/net.onnx", oldBody);
+
+    m_manager.forgetFailedDownloads();
     m_missing = 1000; // the update breaks off
     m_lastModified = "2026-11-04T10:00:00";
     EXPECT_FALSE(ensure(downloads(encrypted)));

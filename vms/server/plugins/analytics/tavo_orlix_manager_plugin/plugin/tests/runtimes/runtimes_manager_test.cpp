@@ -112,11 +112,18 @@ TEST_F(RuntimesManagerTest, failuresAreToldAndTheNextInstallationTakesThemBack)
         told(), testing::StartsWith("Failed to download the runtime package. The server of "));
     EXPECT_THAT(told(), testing::EndsWith(" answered with status 503."));
 
-    m_manager.install("NVIDIA", m_board, false); // offered by nobody
-    EXPECT_EQ(RuntimeStatus::installFailed, m_manager.status());
-    EXPECT_EQ(3, m_requests);
     m_status = 200;
     makePackage(".");
+    ini().cacheRuntimeArchives = true;
+    m_folder.write("elsewhere.tar.gz", m_package);
+    for (const char* const none : {"NVIDIA", "../elsewhere"}) // of a dialog; offered by nobody
+    {
+        m_manager.install(none, m_board, false);
+        EXPECT_EQ(RuntimeStatus::installFailed, m_manager.status());
+        EXPECT_FALSE(m_folder.has(std::string("bin/") + kRuntimeLibrary));
+    }
+    EXPECT_TRUE(m_folder.has("elsewhere.tar.gz"));
+    EXPECT_EQ(3, m_requests);
     m_manager.install(kCpu, m_board, false);
     EXPECT_EQ("", told());
 }
@@ -162,17 +169,6 @@ TEST_F(RuntimesManagerTest, ofACutPackageNothingStays)
         EXPECT_TRUE(m_folder.has(kept)) << kept;
     EXPECT_FALSE(m_folder.has("bin/runtime.unpacking"));
     EXPECT_FALSE(m_folder.has("bin/stale.txt"));
-}
-
-// The name comes from a dialog.
-TEST_F(RuntimesManagerTest, aRuntimeThatIsNotOfferedHasNoPackage)
-{
-    ini().cacheRuntimeArchives = true;
-    m_folder.write("elsewhere.tar.gz", m_package);
-    m_manager.install("../elsewhere", m_board, false);
-    EXPECT_EQ(RuntimeStatus::installFailed, m_manager.status());
-    EXPECT_FALSE(m_folder.has(std::string("bin/") + kRuntimeLibrary));
-    EXPECT_TRUE(m_folder.has("elsewhere.tar.gz"));
 }
 
 TEST_F(RuntimesManagerTest, aSubfolderIsMadeAnew)

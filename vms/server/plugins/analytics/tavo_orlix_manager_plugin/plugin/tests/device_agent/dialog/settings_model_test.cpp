@@ -87,6 +87,22 @@ TEST(SettingsModel, TellsTheFirstLevelThatIsMissing)
     }
 }
 
+TEST(SettingsModel, HasItsNumbers)
+{
+    DeviceSettings settings = readySettings();
+    settings.processors = {"LineCrossing", "Illegal Dumping", "LoiteringDetection"};
+    const std::string dialog = makeSettingsModel(stateOf(), settings);
+    std::string numbers;
+    const std::regex member(R"re("(\w+)":(-?[0-9.]+))re");
+    for (std::sregex_iterator found(dialog.begin(), dialog.end(), member), end; found != end;
+         ++found)
+        numbers += (*found)[1].str() + "=" + (*found)[2].str() + " ";
+    EXPECT_EQ(
+        "defaultValue=42.0 minValue=1.0 maxValue=100.0 step=5.0 minValue=1 maxValue=1000 "
+        "defaultValue=30 minValue=1 maxValue=1000 defaultValue=15 count=5 minPoints=3 maxPoints=8 ",
+        numbers);
+}
+
 TEST(SettingsModel, OffersCustomWhereItCanBeManaged)
 {
     DialogState state = stateOf();
