@@ -113,9 +113,11 @@ TEST_F(IniConfigTest, tellsWhereEachValueCameFrom)
         return text;
     };
     EXPECT_EQ(told(), "isOn=false text=a b number:7 ! number! nmber! ");
+    const char* const former = options.text;
     write("number=8\n");
     options.reload();
     EXPECT_EQ(told(), "isOn:true text:default number=8 ");
+    EXPECT_STREQ(former, "a b") << "may still be in use";
 }
 
 TEST_F(IniConfigTest, complaintsHaveABound)
@@ -130,33 +132,18 @@ TEST_F(IniConfigTest, complaintsHaveABound)
     EXPECT_EQ(options.complaints().size(), IniConfig::kMaxComplaints);
 }
 
-TEST_F(IniConfigTest, hasDefaultsWithoutAFile)
+TEST_F(IniConfigTest, hasDefaultsWithoutAFileAndReportsAFolderInItsPlace)
 {
-    testing::internal::CaptureStderr();
-    const Options options;
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-    EXPECT_EQ(options.number, 7);
-}
-
-TEST_F(IniConfigTest, reportsAFolderInPlaceOfTheFile)
-{
-    fs::create_directory(m_folder / "options.ini");
-    testing::internal::CaptureStderr();
-    const Options options;
-    EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr("is not a file"));
-    EXPECT_EQ(options.number, 7);
-}
-
-TEST_F(IniConfigTest, reloadsAndKeepsTextsAlive)
-{
-    write("text=first\nnumber=8\n");
-    Options options;
-    const char* const first = options.text;
-    write("text=second\n");
-    options.reload();
-    EXPECT_STREQ(options.text, "second");
-    EXPECT_EQ(options.number, 7);
-    EXPECT_STREQ(first, "first");
+    for (const char* const report : {"", "is not a file"})
+    {
+        testing::internal::CaptureStderr();
+        const Options options;
+        const std::string told = testing::internal::GetCapturedStderr();
+        EXPECT_THAT(told, testing::HasSubstr(report));
+        EXPECT_EQ(told.empty(), *report == '\0');
+        EXPECT_EQ(options.number, 7);
+        fs::create_directory(m_folder / "options.ini");
+    }
 }
 
 } // namespace

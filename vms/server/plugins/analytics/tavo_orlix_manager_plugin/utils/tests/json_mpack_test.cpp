@@ -47,7 +47,13 @@ TEST(JsonToMpackTest, whatHasNoCounterpartFailsTheWhole)
 {
     EXPECT_FALSE(treeOf("{\"a\":[1,null]}"));
     EXPECT_FALSE(json_to_mpack_tree(nullptr));
-    EXPECT_FALSE(treeOf(std::string(100'000, '[') + std::string(100'000, ']')));
+    for (const int depth : {kMaxTreeDepth + 1, kMaxTreeDepth + 2, 100'000})
+    {
+        const auto size = static_cast<std::size_t>(depth);
+        EXPECT_EQ(
+            depth == kMaxTreeDepth + 1,
+            treeOf(std::string(size, '[') + std::string(size, ']')) != nullptr);
+    }
 }
 
 // What no JSON gives: float, bin, nil, extensions.
@@ -64,7 +70,9 @@ TEST(MpackNodeWriteTest, everyKindIsCopiedOrSpoilsTheMessage)
         {"\xc0", mpack_ok, ""},
         {"\x92\x01\xc0", mpack_error_data, ""},
         {"\x81\xa1k\xc0", mpack_error_data, ""},
-        {std::string(kMaxTreeDepth + 2, '\x91') + "\x01", mpack_error_too_big, ""},
+        {std::string(kMaxTreeDepth, '\x91') + "\x01", mpack_ok,
+         std::string(kMaxTreeDepth, '\x91') + "\x01"},
+        {std::string(kMaxTreeDepth + 1, '\x91') + "\x01", mpack_error_too_big, ""},
     };
     for (const auto& c : cases)
     {

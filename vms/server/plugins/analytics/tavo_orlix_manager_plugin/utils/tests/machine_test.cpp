@@ -3,6 +3,7 @@
 #include <testing/scoped_variable.h>
 
 #include "test_support.h"
+#include "utils/platform_names.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix::test
 {
@@ -14,6 +15,24 @@ TEST(MachineTest, environmentIsReadInUtf8)
     const test_support::ScopedVariable variable("ORLIX_TEST_VARIABLE", "/\xC3\xA9\xE2\x82\xAC");
     EXPECT_EQ("/\xC3\xA9\xE2\x82\xAC", machine_environment("ORLIX_TEST_VARIABLE"));
     EXPECT_EQ("", machine_environment("ORLIX_TEST_NO_VARIABLE"));
+}
+
+TEST(MachineTest, filesOfAFolderAreListedWithoutItsFolders)
+{
+    const TempFolder folder;
+    EXPECT_TRUE(list_files(folder.file("none")).empty());
+    std::filesystem::create_directory(pathFromUtf8(folder.file("below")));
+    std::ofstream(pathFromUtf8(folder.file("file"))) << "";
+    EXPECT_EQ(std::vector<std::string>{"file"}, list_files(folder.file("")));
+}
+
+TEST(PathsTest, partsAreJoinedByOneSeparator)
+{
+    const std::string separator(1, kPathSeparator);
+    EXPECT_EQ("a" + separator + "b", path_join({"a", "b"}));
+    EXPECT_EQ("a" + separator + "b", path_join({"a" + separator, "b"}));
+    EXPECT_EQ(separator + "b", path_join({"", "b"}));
+    EXPECT_EQ("a", path_join({"a"}));
 }
 
 TEST(OsReleaseTest, nameIsOneWordAndVersionAsGiven)
