@@ -314,26 +314,8 @@ TEST_F(ModelManagerTest, keyAndBodyComeTogetherOrNotAtAll)
 
 TEST_F(ModelManagerTest, aServerThatTricklesIsLeftAndAnErrorsBodyIsShownInPart)
 {
-    m_server.handlers.Get(
-        "/slow",
-        [](const httplib::Request&, httplib::Response& response)
-        {
-            response.set_header("Content-Digest", "md5=AAAAAAAAAAAAAAAAAAAAAA==");
-            response.set_content_provider(
-                1 << 20, "text/plain",
-                [](std::size_t, std::size_t, httplib::DataSink& sink)
-                {
-                    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-                    return sink.write("x", 1);
-                });
-        });
-    m_server.handlers.Get(
-        "/error",
-        [](const httplib::Request&, httplib::Response& response)
-        {
-            response.status = 500;
-            response.set_content(std::string(1024, 'a') + std::string(10 << 20, 'b'), "text/html");
-        });
+    m_server.trickle("/slow");
+    m_server.failAtLength("/error");
     ModelDownload download;
     download.modelPath = m_folder.path("net");
     download.expectedSize = 1;

@@ -136,13 +136,7 @@ TEST_F(CloudClient, AnAnswerPatchesDevicesAndNothingElseOfTheHost)
 TEST_F(CloudClient, OfAnErrorsBodyTheLogGetsTheBeginning)
 {
     LoopbackHttpServer cloud;
-    cloud.handlers.Get(
-        ".*",
-        [](const httplib::Request&, httplib::Response& response)
-        {
-            response.status = 500;
-            response.set_content(std::string(1024, 'a') + std::string(10 << 20, 'b'), "text/html");
-        });
+    cloud.failAtLength(".*");
     cloud.start();
     useCloud(cloud.url(""));
     EXPECT_THAT(getAvailablePipelines(m_host, "d"), IsEmpty());

@@ -1,6 +1,5 @@
 #include "remote/file_downloader.h"
 
-#include <atomic>
 #include <chrono>
 #include <thread>
 
@@ -104,27 +103,14 @@ TEST_F(FileDownloader, WhatIsNotThereLeavesNoFile)
 
 TEST_F(FileDownloader, AServerThatTricklesIsLeftAndSoIsItsFile)
 {
-    std::atomic<bool> left{false};
-    m_server.handlers.Get(
-        "/file",
-        [&](const httplib::Request&, httplib::Response& response)
-        {
-            response.set_content_provider(
-                1 << 20, "text/plain",
-                [&](size_t, size_t, httplib::DataSink& sink)
-                {
-                    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-                    left = !sink.write("x", 1);
-                    return !left;
-                });
-        });
+    m_server.trickle("/file");
     m_server.start();
     const TransferFloor floor{1024, std::chrono::milliseconds(100)};
     EXPECT_FALSE(downloadFile(
         m_server.url("/file"), m_folder.path("file"), m_board, "KEY", "Downloading it", floor));
     EXPECT_FALSE(m_folder.has("file"));
     EXPECT_THAT(m_board.snapshot(), IsEmpty());
-    EXPECT_TRUE(test::comesTrue([&] { return left.load(); }));
+    EXPECT_TRUE(test::comesTrue([&] { return m_server.isLeft.load(); }));
 }
 
 TEST_F(FileDownloader, AStopEndsItAndLeavesNoFile)

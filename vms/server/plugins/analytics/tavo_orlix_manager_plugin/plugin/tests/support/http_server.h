@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+#include <chrono>
 #include <memory>
 #include <string>
 #include <thread>
@@ -37,6 +39,39 @@ public:
             std::this_thread::yield();
         if (m_base.starts_with("http:"))
             refuseOne();
+    }
+
+    // A byte each 5 ms, of a megabyte.
+    void trickle(const std::string& path)
+    {
+        handlers.Get(
+            path,
+            [this](const httplib::Request&, httplib::Response& response)
+            {
+                response.set_header("Content-Digest", "md5=AAAAAAAAAAAAAAAAAAAAAA==");
+                response.set_content_provider(
+                    1 << 20, "text/plain",
+                    [this](std::size_t, std::size_t, httplib::DataSink& sink)
+                    {
+                        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+                        isLeft = !sink.write("x", 1);
+                        return !isLeft;
+                    });
+            });
+    }
+    std::atomic<bool> isLeft{false}; // by whom it trickled for
+
+    // A failure that is told at length: a kilobyte of one letter, and ten megabytes of another.
+    void failAtLength(const std::string& path)
+    {
+        handlers.Get(
+            path,
+            [](const httplib::Request&, httplib::Response& response)
+            {
+                response.status = 500;
+                response.set_content(
+                    std::string(1024, 'a') + std::string(10 << 20, 'b'), "text/html");
+            });
     }
 
     [[nodiscard]] std::string url(const std::string& path) const { return m_base + path; }
