@@ -1,5 +1,5 @@
-# What goes to a user: the library alone, stripped, or an archive with it and what is to be said of what
-# is in it. scripts/package.sh makes and checks it.
+# What goes to a user: the library and the doctor, stripped, or an archive with them and what is to be said
+# of what is in them. scripts/package.sh makes and checks it.
 #   cmake --install <build> --component plugin --strip --prefix <folder of the host's plugins>
 #   cpack --config <build>/CPackConfig.cmake
 
@@ -9,7 +9,8 @@ if(NOT TAVO_SELF_CONTAINED)
     return()
 endif()
 
-install(TARGETS tavo_orlix_manager_plugin LIBRARY DESTINATION . COMPONENT plugin)
+install(TARGETS tavo_orlix_manager_plugin orlix_doctor
+    LIBRARY DESTINATION . COMPONENT plugin RUNTIME DESTINATION . COMPONENT plugin)
 
 include(TavoParts)
 tavo_list_parts(${CMAKE_BINARY_DIR}/parts)

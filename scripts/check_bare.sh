@@ -3,8 +3,8 @@
 # from this machine's own sources (kept in the cache). The library is unpacked and loaded by a host that
 # needs nothing, up to an agent of a camera that it shows pictures, with no application there. It asks one
 # server whose certificate the system's authorities vouch for, and one for whom nobody does, and goes
-# again with nothing left behind. Needs root, and build/packages of scripts/package.sh. Ends with 77 where
-# the machine does not allow it.
+# again with nothing left behind. The doctor then tells what the system lacks. Needs root, and build/packages
+# of scripts/package.sh. Ends with 77 where the machine does not allow it.
 #
 # usage: check_bare.sh [CODENAME...]   bookworm and trixie otherwise
 # shellcheck disable=SC2317 # called by name or at the end
@@ -90,6 +90,21 @@ run_host()
         exit $status' sh "$kSeconds" || breach "the host ended with $?"
 }
 
+# run_doctor ROOT: what it says of the system at ROOT, where the host has been.
+run_doctor()
+{
+    local line status=0
+    timeout --kill-after=5 90 chroot "$1" /usr/bin/env -i PATH=/usr/bin:/bin HOME=/root TAVO_INI_DIR=/bare \
+        OPENSSL_CONF=/bare/openssl.cnf /bare/orlix_doctor --working-directory /bare/home/tavo_orlix_manager \
+        >"$work/doctor.txt" || status=$?
+    [ "$status" = 2 ] || breach "the doctor ended with $status"
+    for line in '^OpenMP: .* is missing on this system \[bad\]' '^Last crash: none' \
+        '^Storage: https://localhost:.*certificate.*\[bad\]' '^Shared memory: /dev/shm, '; do
+        grep -q "$line" "$work/doctor.txt" || breach "the doctor does not say $line"
+    done
+    cat "$work/doctor.txt"
+}
+
 check_system()
 {
     local root=$work/$1 left
@@ -102,7 +117,7 @@ check_system()
     mkfifo "$root/bare/openssl.cnf"
     cp "$work/known.ca.pem" "$root/etc/ssl/certs/ca-certificates.crt"
 
-    ! chroot "$root" ldd /bare/tavo_orlix_manager_plugin.so 2>/dev/null | grep 'not found' \
+    ! chroot "$root" ldd /bare/tavo_orlix_manager_plugin.so /bare/orlix_doctor 2>/dev/null | grep 'not found' \
         || breach "the system lacks a library"
     : >"$work/known.asked"
     : >"$work/unknown.asked"
@@ -113,6 +128,7 @@ check_system()
     grep -aq 'alert unknown ca' "$work/unknown.asked" \
         || breach "the server that nobody vouches for was not refused"
     ! grep -aq '^GET ' "$work/unknown.asked" || breach "the server that nobody vouches for was asked"
+    run_doctor "$root"
     left=$(ls -A "$root/tmp")
     [ "${left:-orlix_plugin.sock.lock}" = orlix_plugin.sock.lock ] || breach "left in /tmp: $left"
     [ "$failed" = 0 ] || grep -h -v 'received uncompressed' "$root"/bare/home/*/*.log >&2

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# What goes to a user, looked at as it is installed and packed: one file, four names that leave it,
-# nothing asked for but the system's own libraries, on Linux in a version that every supported system has,
+# What goes to a user, looked at as it is installed and packed: a library and a program, four names that leave
+# the library, nothing asked for but the system's own libraries, on Linux in a version that every supported system has,
 # and no folder of the machine that built it. Each breach is one line, and any makes the check fail.
 #
 # usage: check_package.sh BUILD_FOLDER
@@ -47,7 +47,7 @@ check_windows_imports()
     while read -r name; do
         case $kWindowsLibraries in
             *[[:space:]]"$name"[[:space:]]*) ;;
-            *) breach "it asks for $name, which Windows does not bring" ;;
+            *) breach "${1##*/} asks for $name, which Windows does not bring" ;;
         esac
     done < <("$kMingw-objdump" -p "$1" | sed -n 's/^.*DLL Name: \(.*\)$/\L\1/p' \
         | grep -v '^api-ms-win-' | sed 's/\.dll$//')
@@ -100,25 +100,35 @@ check_thread_local_bytes()
     thread_local_bytes=$bytes
 }
 
-# check_library FILE: sets about to what there is to be said of it.
-check_library()
+# check_file FILE: sets about to what there is to be said of it.
+check_file()
 {
-    local found folder
-    found=$(exports "$1" | tr '\n' ' ')
-    [ "$found" = "$kExports " ] || breach "what leaves it is $found"
+    local folder
     for folder in "$(repo_dir)" "$(cache_dir)" "$(realpath "$build")" "${HOME:?}/"; do
-        ! grep -qaF "$folder" "$1" || breach "it names a folder of this machine: $folder"
+        ! grep -qaF "$folder" "$1" || breach "${1##*/} names a folder of this machine: $folder"
     done
     about="$(($(stat -c %s "$1") / 1024)) KiB"
     case $1 in
-        *.dll) check_windows_imports "$1" ;;
+        *.dll | *.exe) check_windows_imports "$1" ;;
         *)
-            check_keeper "$1"
-            check_linux_imports "it" "$1"
-            check_thread_local_bytes "$1"
-            about="$about, symbols up to $newest, $thread_local_bytes bytes of each thread"
+            check_linux_imports "${1##*/}" "$1"
+            about="$about, symbols up to $newest"
             ;;
     esac
+}
+
+# check_library FILE: as check_file.
+check_library()
+{
+    local found
+    found=$(exports "$1" | tr '\n' ' ')
+    [ "$found" = "$kExports " ] || breach "what leaves it is $found"
+    check_file "$1"
+    if [[ $1 == *.so ]]; then
+        check_keeper "$1"
+        check_thread_local_bytes "$1"
+        about="$about, $thread_local_bytes bytes of each thread"
+    fi
 }
 
 if [ -f "$build" ]; then
@@ -126,16 +136,19 @@ if [ -f "$build" ]; then
     exit "$failed"
 fi
 cmake --install "$build" --component plugin --strip --prefix "$scratch/installed" >/dev/null
-mapfile -t files < <(cd "$scratch/installed" && find . -type f)
-[ ${#files[@]} -eq 1 ] || die "it installs ${#files[@]} files: ${files[*]}"
-file=${files[0]#./}
+mapfile -t files < <(cd "$scratch/installed" && find . -type f | sort)
+[[ ${files[*]} =~ ^\./(orlix_doctor(\.exe)?)\ \./(tavo_orlix_manager_plugin\.(so|dll))$ ]] \
+    || die "it installs ${#files[@]} files: ${files[*]}"
+doctor=${BASH_REMATCH[1]} file=${BASH_REMATCH[3]}
+check_file "$scratch/installed/$doctor"
+about_doctor=$about
 check_library "$scratch/installed/$file"
 
 cpack --config "$build/CPackConfig.cmake" -B "$scratch/packed" >/dev/null
 archive=$(compgen -G "$scratch/packed/tavo_orlix_manager_plugin-*[zp]")
 packed=$(cmake -E tar tf "$archive" | sort | tr '\n' ' ')
-[ "$packed" = "LICENSES.txt $file ${file%.*}.spdx.json " ] || breach "the archive holds $packed"
+[ "$packed" = "LICENSES.txt $doctor $file ${file%.*}.spdx.json " ] || breach "the archive holds $packed"
 (cd "$scratch/packed" && sha256sum --check --status ./*.sha256) || breach "the archive has no sum"
 
-[ "$failed" = 0 ] && say "one file, four exports, no folder of this machine: $file, $about"
+[ "$failed" = 0 ] && say "four exports, no folder of this machine: $file, $about; $doctor, $about_doctor"
 exit "$failed"

@@ -11,9 +11,9 @@ here=$(dirname "${BASH_SOURCE[0]}")
 . "$here/lib/common.sh"
 
 case ${1:-linux} in
-    linux) preset=package targets=(tavo_orlix_manager_plugin bare_host) ;;
-    windows) preset=windows targets=(tavo_orlix_manager_plugin) ;;
-    aarch64) preset=aarch64 targets=(tavo_orlix_manager_plugin bare_host) ;;
+    linux) preset=package targets=(tavo_orlix_manager_plugin orlix_doctor bare_host) ;;
+    windows) preset=windows targets=(tavo_orlix_manager_plugin orlix_doctor) ;;
+    aarch64) preset=aarch64 targets=(tavo_orlix_manager_plugin orlix_doctor bare_host) ;;
     *) die "usage: $0 [linux|windows|aarch64]" ;;
 esac
 "$here/setup.sh" "$preset"

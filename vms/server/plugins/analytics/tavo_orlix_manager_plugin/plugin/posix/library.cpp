@@ -1,5 +1,5 @@
-// What the library for users does when it is loaded; the whole rest of it is in the archives that
-// it links.
+// What the library for users does when it is loaded, and the doctor when it starts; the whole rest
+// of the library is in the archives that it links.
 
 #include <openssl/crypto.h>
 

@@ -8,6 +8,7 @@
 #include "base/ini.h"
 #include "core/loop_decisions.h"
 #include "device_agent/device_agent.h"
+#include "diagnosis/checks.h"
 #include "remote/host_rest_client.h"
 #include "remote/text_helpers.h"
 #include "utils/deadline.h"
@@ -42,11 +43,18 @@ RuntimeManagerLoop::RuntimeManagerLoop(
 void RuntimeManagerLoop::run()
 {
     guarded([this] { m_services.hostCustomizationKind = hostCustomizationKind(); });
+    guarded([this] { logSurroundings(); });
     PassEnd end = PassEnd::cutShort;
     while (end != PassEnd::leaveLoop)
         guarded([this, &end] { end = runPass(); });
     log_info("Runtime Manager Loop interrupted.\n");
     guarded([this] { leave(); });
+}
+
+void RuntimeManagerLoop::logSurroundings() const
+{
+    if (!m_services.shuttingDown.stop_requested())
+        checkSurroundings(readSurroundings(m_services.workingDirectory)).log();
 }
 
 template <class Work>

@@ -130,6 +130,7 @@ private:
     void startManager();
     void stopManager();
 
+    void logSurroundings() const;
     template <class Work>
     void guarded(Work work);
     void leave();

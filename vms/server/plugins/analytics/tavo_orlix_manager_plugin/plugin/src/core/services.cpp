@@ -10,7 +10,8 @@
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
-Services::Services(const std::string& workingDirectory, HostSource hostSource) :
+Services::Services(const std::string& folder, HostSource hostSource) :
+    workingDirectory(folder),
     host(std::move(hostSource)),
     pluginSocketPath(pathOfTemporary(protocol::kPluginSocketFile)),
     managerInstallation(workingDirectory, shuttingDown.get_token()),

@@ -26,11 +26,12 @@ struct Services
     using HostSource = std::function<sdk::Ptr<sdk::IUtilityProvider>()>;
 
     // Throws std::filesystem::filesystem_error when the system has no temporary directory.
-    Services(const std::string& workingDirectory, HostSource hostSource);
+    Services(const std::string& folder, HostSource hostSource);
 
     // The one way to the host: a fresh reference for one operation, or null once shutdown began.
     [[nodiscard]] UtilityProviderPtr utilityProvider() const;
 
+    const std::string workingDirectory;
     const HostSource host;
     const std::string pluginSocketPath;
     std::stop_source shuttingDown; // the one shutdown signal; ends every wait of the loop's thread

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "remote/text_helpers.h"
+#include "utils/log.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -19,7 +20,7 @@ const char* wordOf(Verdict verdict)
 
 std::string lineOf(const Finding& finding)
 {
-    return finding.subject + ": " + finding.text + " [" + wordOf(finding.verdict) + "]\n";
+    return finding.subject + ": " + finding.text + " [" + wordOf(finding.verdict) + "]";
 }
 
 } // namespace
@@ -46,8 +47,17 @@ std::string Findings::text() const
 {
     std::string text;
     for (const Finding& finding : m_all)
-        text += lineOf(finding) + (finding.wayOut.empty() ? "" : "    " + finding.wayOut + "\n");
+        text +=
+            lineOf(finding) + (finding.wayOut.empty() ? "\n" : "\n    " + finding.wayOut + "\n");
     return text;
+}
+
+void Findings::log() const
+{
+    for (const Finding& finding : m_all)
+        log_info(
+            "%s%s%s\n", lineOf(finding).c_str(), finding.wayOut.empty() ? "" : " ",
+            finding.wayOut.c_str());
 }
 
 std::string Findings::json() const

@@ -47,6 +47,9 @@ public:
     // A line each, "<subject>: <text> [<verdict>]", with the way out in a line below it.
     [[nodiscard]] std::string text() const;
 
+    // Each into the log, in one line with its way out.
+    void log() const;
+
     // {"verdict": ..., "findings": [{"subject", "text", "verdict", "wayOut"}, ...]}
     [[nodiscard]] std::string json() const;
 

@@ -8,6 +8,7 @@
 #include "diagnosis/redaction.h"
 #include "diagnosis/ways_out.h"
 #include "remote/certificates.h"
+#include "remote/text_helpers.h"
 #include "runtimes/chip.h"
 #include "runtimes/manager_installation.h"
 
@@ -17,33 +18,41 @@ namespace tavo::vms_server_plugins::analytics::orlix
 namespace
 {
 
-// Empty when no answer came.
-std::string ask(const std::string& url, network::ssl::CertificateCheck check)
+struct Answer
+{
+    bool hasCome = false;
+    std::string text; // what came when, or why nothing did
+};
+
+Answer ask(const std::string& url, network::ssl::CertificateCheck check)
 {
     network::http::HttpClient client(check);
     trustConfiguredAuthorities(client);
     client.setAllTimeouts(std::chrono::seconds(ini().HTTPRequestTimeout));
     const auto begun = std::chrono::steady_clock::now();
     if (!client.doGet(Url(url)))
-        return {};
+        return {false, client.failure()};
     const std::chrono::duration<double, std::milli> took = std::chrono::steady_clock::now() - begun;
-    return " answers " + std::to_string(client.response()->statusLine.statusCode) + " after " +
-        std::to_string(static_cast<int>(took.count())) + " ms";
+    return {
+        true,
+        " answers " + std::to_string(client.response()->statusLine.statusCode) + " after " +
+            std::to_string(static_cast<int>(took.count())) + " ms"};
 }
 
 void checkServer(Findings& out, const char* subject, const std::string& url, bool isChecked)
 {
-    std::string answer = ask(url, network::ssl::kDefaultCertificateCheck);
-    const bool isTrusted = !answer.empty();
-    if (!isTrusted)
-        answer = ask(url, network::ssl::kAcceptAnyCertificate);
+    const Answer checked = ask(url, network::ssl::kDefaultCertificateCheck);
     const bool isSecure = url.starts_with("https:");
+    const Answer any =
+        checked.hasCome || !isSecure ? checked : ask(url, network::ssl::kAcceptAnyCertificate);
     out.add(
         subject,
-        Redaction().apply(url) + answer + (isTrusted && isSecure ? ", certificate trusted" : ""),
-        {{answer.empty(), Verdict::bad, "could not be reached", way_out::kReach},
-         {!isTrusted, isChecked ? Verdict::bad : Verdict::attention,
-          "its certificate is not trusted", way_out::kTrust}});
+        Redaction().apply(url) + (any.hasCome ? any.text : "") +
+            (checked.hasCome && isSecure ? ", certificate trusted" : ""),
+        {{!any.hasCome, Verdict::bad, "could not be reached: " + oneLine(checked.text),
+          way_out::kReach},
+         {!checked.hasCome, isChecked ? Verdict::bad : Verdict::attention,
+          "its certificate is not trusted: " + oneLine(checked.text), way_out::kTrust}});
 }
 
 } // namespace

@@ -403,4 +403,18 @@ TEST_F(EngineTest, WithoutAPlaceForItsFilesThereIsNoEngine)
     }
 }
 
+TEST_F(EngineTest, SaysInItsLogWhatItFindsOnThisMachine)
+{
+    engine();
+    EXPECT_EQ(0, logged("Working directory: ")); // nothing of the disks holds the host
+    const auto agent = obtainAgent("a");
+    ASSERT_TRUE(comesIntoLog("Runtime: none, not installed [attention] It is fetched when"));
+    const std::string folder = m_folder.path("home");
+    for (const std::string& line :
+         {std::string("System: "), "Working directory: " + folder,
+          "Temporary folder: " + m_folder.path()})
+        EXPECT_EQ(1, logged(line)) << line;
+    EXPECT_LE(logged(" [good]") + logged(" [attention]") + logged(" [bad]"), 20);
+}
+
 } // namespace tavo::vms_server_plugins::analytics::orlix

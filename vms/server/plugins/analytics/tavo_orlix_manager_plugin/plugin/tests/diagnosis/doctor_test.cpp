@@ -70,11 +70,12 @@ TEST_F(Doctor, FindsEachFault)
         const char* line;
     } kCases[] = {
         {"cloud away", [&] { writeIni("CloudAPI=http://127.0.0.1:1\n"); },
-         "Cloud: http://127.0.0.1:1, could not be reached [bad]"},
-        {"storage away", [&] { writeIni("RuntimesStorageURL=http://127.0.0.1:1\n"); },
-         "Storage: http://127.0.0.1:1/, could not be reached [bad]"},
+         "Cloud: http://127.0.0.1:1, could not be reached: Failed to connect to 127.0.0.1"},
+        {"storage away", // a name that nobody has to be asked for
+         [&] { writeIni("RuntimesStorageURL=http://" + std::string(64, 'x') + "\n"); },
+         "xxx/, could not be reached: Could not resolve host"},
         {"certificate", [&] { writeIni("CloudAPI=" + untrusted.url("") + "\n"); },
-         ", its certificate is not trusted [bad]"},
+         ", its certificate is not trusted: SSL certificate problem"},
         {"word for a number", [&] { writeIni("HTTPRequestTimeout=soon\n"); },
          "needs a whole number, not \"soon\"; 3 is used instead, a mistake [attention]"},
         {"unknown key", [&] { writeIni("HTTPTimeout=3\n"); },
