@@ -18,10 +18,8 @@ set(TAVO_SKIPS
 
 # Not built.
 set(TAVO_NOT_BUILT
-    "HogPeople.imagesBelowTheWindowHoldNobody|built without OpenCV"
-    "NanoDet.aFileThatIsNoModelIsRefused|built without OpenCV"
+    "Detectors.bearWhatIsNoModelAndNoPictureForThem|built without OpenCV"
     "Jpeg.keepsTheColoursAndIsNoWiderThanWanted|built without OpenCV"
-    "Jpeg.whatIsNoneIsNoPicture|built without OpenCV"
     "HostTest.leavesAPortToTheOneThatHasIt|the page is built with OpenCV alone"
     "browser.page|built without OpenCV"
     "browser.four_cameras|built without OpenCV"

@@ -45,10 +45,6 @@ TEST(Jpeg, keepsTheColoursAndIsNoWiderThanWanted)
         EXPECT_LT(right[0], 50);
         EXPECT_GT(right[2], 200);
     }
-}
-
-TEST(Jpeg, whatIsNoneIsNoPicture)
-{
     for (const char* const bytes : {"", "no picture"})
         EXPECT_TRUE(decodeJpeg(bytes).empty()) << bytes;
 }

@@ -1,4 +1,6 @@
 #include "host_fixture.h"
+#include "records/record_store.h"
+#include "records/records.h"
 
 namespace tavo::devkit
 {
@@ -6,53 +8,77 @@ namespace tavo::devkit
 TEST_F(HostTest, takesTheLibraryThroughItsWholeLife)
 {
     EXPECT_EQ(
-        runHost(
-            TAVO_PLUGIN_FILE,
-            "--cameras 2 --seconds 1 --resources --metadata " + m_folder.file("metadata.jsonl")),
-        3)
+        runHost("--cameras 2 --seconds 1 --resources --metadata " + m_folder.path("lines")), 3)
         << m_output;
-    EXPECT_EQ(m_output.find("never released"), std::string::npos) << m_output;
-    EXPECT_NE(m_output.find("total: frames "), std::string::npos) << m_output;
-    EXPECT_EQ(m_output.find("total: frames 0"), std::string::npos) << m_output;
+    EXPECT_FALSE(hasPrinted("never released")) << m_output;
+    EXPECT_TRUE(hasPrinted("total: frames ")) << m_output;
+    EXPECT_FALSE(hasPrinted("total: frames 0")) << m_output;
 
-    auto documents = readMetadata();
-    ASSERT_EQ(documents["integrationManifest"].size(), 1u);
-    EXPECT_NE(documents["integrationManifest"][0].find("\"tavo.orlix\""), std::string::npos);
-    EXPECT_EQ(documents["engineManifest"].size(), 1u);
-    EXPECT_EQ(documents["engineSettingsModel"].size(), 1u);
-    EXPECT_GE(documents["deviceManifest"].size(), 2u);
-    EXPECT_GE(documents["settingsModel"].size(), 2u);
+    const std::string lines = m_folder.read("lines");
+    const auto has = [&](const std::string& kind)
+    { return lines.find(R"("kind":")" + kind + '"') != std::string::npos; };
+    for (const char* const kind :
+         {"integrationManifest", "engineManifest", "engineSettingsModel", "deviceManifest",
+          "settingsModel"})
+        EXPECT_TRUE(has(kind)) << kind << lines;
+}
+
+TEST_F(HostTest, findsItsRecordsAgainAfterARestart)
+{
+    const std::string database = m_folder.path("records.db");
+    m_folder.write("settings.json", R"({"*": {"loiterDetectionObjectClass": "kept"}})");
+    const std::string run = "--seconds 1 --database " + database;
+    EXPECT_EQ(runHost(run + " --settings " + m_folder.path("settings.json")), 3) << m_output;
+    EXPECT_EQ(runHost(run), 3) << m_output;
+
+    const auto store = openDatabaseRecordStore(database);
+    EXPECT_EQ(store->ids(RecordKind::device), (std::vector<std::string>{defaultDeviceId(0)}));
+    const struct
+    {
+        RecordKind kind;
+        std::string id;
+        const char* part;
+    } kParts[] = {
+        {RecordKind::device, defaultDeviceId(0), R"("PluginEnabled":false)"},
+        {RecordKind::device, defaultDeviceId(0), R"("Postprocessor":"LineCrossing")"},
+        {RecordKind::settings, defaultDeviceId(0), R"("loiterDetectionObjectClass":"kept")"},
+        {RecordKind::server, kServerRecordId, R"("pluginVersion":)"},
+    };
+    for (const auto& c : kParts)
+    {
+        const std::string record = store->find(c.kind, c.id).value_or("");
+        EXPECT_NE(record.find(c.part), std::string::npos) << record;
+    }
 }
 
 TEST_F(HostTest, saysWhatIsWrong)
 {
-    EXPECT_EQ(runHost("/no/such/library.so", "--seconds 1"), 2);
-    EXPECT_NE(m_output.find("/no/such/library.so"), std::string::npos) << m_output;
-    EXPECT_EQ(runHost(TAVO_HOST_FILE, "--seconds 1"), 2) << "a file that is no library of ours";
+    EXPECT_EQ(runHost("--seconds 1", "/no/such/library.so"), 2);
+    EXPECT_TRUE(hasPrinted("/no/such/library.so")) << m_output;
+    EXPECT_EQ(runHost("--seconds 1", TAVO_HOST_FILE), 2) << "a file that is no library of ours";
 }
 
 TEST_F(HostTest, refusesNamesThatNoDialogHas)
 {
-    struct Case
+    const struct
     {
         std::string option;
         std::string values; // entered into the dialogs
         std::string said; // empty: the name is right
+    } kCases[] = {
+        {"--press \"*:clearCacheButton@0\"", R"({"*": {"deviceActiveSwitch": true}})", ""},
+        {"--press \"1:clearCasheButton@0\"", "{}", "no dialog had 'clearCasheButton'"},
+        {"--press \"7:clearCacheButton@0\"", "{}", "there is no device 7"},
+        {"", R"({"*": {"loiterObjekt": "car"}})", "no dialog had 'loiterObjekt'"},
     };
-    for (const Case& c : {
-             Case{"--press \"*:clearCacheButton@0\"", R"({"*": {"deviceActiveSwitch": true}})", ""},
-             Case{"--press \"1:clearCasheButton@0\"", "{}", "no dialog had 'clearCasheButton'"},
-             Case{"--press \"7:clearCacheButton@0\"", "{}", "there is no device 7"},
-             Case{"", R"({"*": {"loiterObjekt": "car"}})", "no dialog had 'loiterObjekt'"},
-         })
+    for (const auto& c : kCases)
     {
-        std::ofstream(m_folder.file("settings.json")) << c.values;
+        m_folder.write("settings.json", c.values);
         const int exitCode = runHost(
-            TAVO_PLUGIN_FILE,
-            "--cameras 2 --seconds 0.3 --settings " + m_folder.file("settings.json") + " " +
-                c.option);
+            "--cameras 2 --seconds 0.3 --settings " + m_folder.path("settings.json") + " " +
+            c.option);
         EXPECT_EQ(exitCode, c.said.empty() ? 3 : 2) << m_output;
-        EXPECT_NE(m_output.find(c.said), std::string::npos) << m_output;
+        EXPECT_TRUE(hasPrinted(c.said)) << m_output;
     }
 }
 

@@ -1,19 +1,17 @@
 #include "metadata/latency.h"
 
-#include <fstream>
-
 #include <gtest/gtest.h>
 
-#include "temp_folder.h"
+#include "temporary_folder.h"
 
 namespace tavo::devkit
 {
 
 TEST(Latency, isSplitWhereTheApplicationTellsItsTimes)
 {
-    TempFolder folder;
-    std::ofstream(folder.file("times")) << "1 1000000 1040000\n1 2000000 2050000\n2 1000000 9\n1 3";
-    const ApplicationTimes times(folder.file("times"));
+    const vms_server_plugins::analytics::orlix::TemporaryFolder folder;
+    folder.write("times", "1 1000000 1040000\n1 2000000 2050000\n2 1000000 9\n1 3");
+    const ApplicationTimes times(folder.path("times"));
     EXPECT_EQ(1040000, times.sentUs(1, 1000000));
     EXPECT_EQ(std::nullopt, times.sentUs(1, 3000000));
     EXPECT_EQ(std::nullopt, ApplicationTimes("/no/such/file").sentUs(1, 1000000));

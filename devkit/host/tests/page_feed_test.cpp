@@ -1,7 +1,6 @@
 // What the page is fed from: its streams, the kept minutes, the logs and the ladder.
 
 #include <algorithm>
-#include <filesystem>
 #include <fstream>
 
 #include <gtest/gtest.h>
@@ -12,13 +11,15 @@
 #include "page/viewer.h"
 #include "records/records.h"
 #include "stream_text.h"
-#include "temp_folder.h"
+#include "temporary_folder.h"
 
 namespace tavo::devkit
 {
 
 namespace
 {
+
+using vms_server_plugins::analytics::orlix::TemporaryFolder;
 
 Viewer::Message text(const std::string& json)
 {
@@ -57,18 +58,18 @@ TEST(History, forgetsWhatIsOld)
 
 TEST(LogFollower, givesWholeLinesAndBeginsACutFileAgain)
 {
-    const TempFolder folder;
-    const std::string file = folder.file("a.log");
-    LogFollower follower("a", {file, folder.file("none.log")});
+    const TemporaryFolder folder;
+    const std::string file = folder.path("a.log");
+    LogFollower follower("a", {file, folder.path("none.log")});
     EXPECT_TRUE(follower.takeNew().empty());
 
-    std::ofstream(file, std::ios::binary) << "one\ntw";
+    folder.write("a.log", "one\ntw");
     EXPECT_EQ(follower.takeNew(), (std::vector<std::string>{"one"}));
     std::ofstream(file, std::ios::app | std::ios::binary) << "o\r\nthree\n";
     EXPECT_EQ(follower.takeNew(), (std::vector<std::string>{"two", "three"}));
     EXPECT_TRUE(follower.takeNew().empty());
 
-    std::ofstream(file) << "new\n";
+    folder.write("a.log", "new\n");
     EXPECT_EQ(follower.takeNew(), (std::vector<std::string>{"new"}));
     EXPECT_EQ(follower.recent(), (std::vector<std::string>{"one", "two", "three", "new"}));
 
@@ -79,8 +80,8 @@ TEST(LogFollower, givesWholeLinesAndBeginsACutFileAgain)
 TEST(Ladder, tellsTheRungThatTheMachineStandsOn)
 {
     const auto store = makeMemoryRecordStore();
-    const TempFolder folder;
-    LadderView view{*store, folder.file(""), {}, 0, 0, 0, 0};
+    const TemporaryFolder folder;
+    LadderView view{*store, folder.path(), {}, 0, 0, 0, 0};
     const auto expectCurrent = [&](const char* title, Rung::State state, const char* detail)
     {
         SCOPED_TRACE(title);
@@ -119,18 +120,16 @@ TEST(Ladder, tellsTheRungThatTheMachineStandsOn)
     view.models = {banner("could not be installed")};
     expectCurrent("Inference application", Rung::State::failed, "could not be installed");
 
-    std::filesystem::create_directories(folder.file("bin"));
-    std::filesystem::create_directories(folder.file("etc"));
     for (const char* const executable : {"bin/brunmod", "bin/brund"})
-        const std::ofstream file(folder.file(executable));
+        folder.write(executable, "");
     view.models = {R"({"items":[{"type":"Button","name":"libraryChoiceX"}]})"};
     expectCurrent("AI runtime", Rung::State::waiting, "Choose one in the settings of a camera");
     view.models.clear();
-    std::ofstream(folder.file("bin/installed_runtime.txt")) << "X";
+    folder.write("bin/installed_runtime.txt", "X");
     expectCurrent("Pipelines", Rung::State::working, "0 of 1 camera");
     store->put(RecordKind::device, "d", R"({"parameters":{"tavoAI":{"pipelines":[{}]}}})");
     expectCurrent("Models", Rung::State::working, "None handed to the application yet");
-    std::ofstream(folder.file("etc/settings.json")) << R"([{"Name":"M"}])";
+    folder.write("etc/settings.json", R"([{"Name":"M"}])");
     expectCurrent("Switched on", Rung::State::waiting, "0 of 1 camera");
     view.devicesOn = 1;
     expectCurrent("Frames", Rung::State::working, "0 of 1 camera");

@@ -5,16 +5,16 @@
 #include "records/json_merge.h"
 #include "records/record_store.h"
 #include "records/records.h"
-#include "temp_folder.h"
+#include "temporary_folder.h"
 
 namespace tavo::devkit
 {
 
 TEST(RecordStore, keepsTextsByKindAndIdInTheOrderOfTheirFirstPut)
 {
-    const TempFolder folder;
+    const vms_server_plugins::analytics::orlix::TemporaryFolder folder;
     for (const auto& store :
-         {makeMemoryRecordStore(), openDatabaseRecordStore(folder.file("records.db"))})
+         {makeMemoryRecordStore(), openDatabaseRecordStore(folder.path("records.db"))})
     {
         store->put(RecordKind::device, "b", "1");
         store->put(RecordKind::device, "a", "2");
@@ -30,7 +30,7 @@ TEST(RecordStore, keepsTextsByKindAndIdInTheOrderOfTheirFirstPut)
         EXPECT_EQ(store->find(RecordKind::settings, "b"), "3");
     }
     EXPECT_EQ(
-        openDatabaseRecordStore(folder.file("records.db"))->find(RecordKind::settings, "b"), "3");
+        openDatabaseRecordStore(folder.path("records.db"))->find(RecordKind::settings, "b"), "3");
     EXPECT_THROW((void)openDatabaseRecordStore("/nowhere/at/all/records.db"), std::runtime_error);
 }
 

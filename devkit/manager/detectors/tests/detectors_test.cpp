@@ -5,20 +5,13 @@
 
 namespace tavo::devkit
 {
-namespace
-{
 
-TEST(NanoDet, aFileThatIsNoModelIsRefused)
+TEST(Detectors, bearWhatIsNoModelAndNoPictureForThem)
 {
     EXPECT_THROW(NanoDet("/nonexistent/model.onnx"), cv::Exception);
-}
-
-TEST(HogPeople, imagesBelowTheWindowHoldNobody)
-{
     HogPeople people;
-    EXPECT_TRUE(people.detect(cv::Mat::zeros(127, 300, CV_8UC3)).empty());
-    EXPECT_TRUE(people.detect(cv::Mat::zeros(128, 64, CV_8UC3)).empty());
+    for (const auto& [rows, columns] : {std::pair{127, 300}, {128, 64}}) // below its window
+        EXPECT_TRUE(people.detect(cv::Mat::zeros(rows, columns, CV_8UC3)).empty());
 }
 
-} // namespace
 } // namespace tavo::devkit
