@@ -60,22 +60,26 @@ export async function checkAccessibility(page, what) {
     await page.evaluate(readFileSync(join(tools, 'node_modules/axe-core/axe.min.js'), 'utf8'));
     const {violations} = await page.evaluate(() => window.axe.run(document, {
         resultTypes: ['violations'], rules: {'target-size': {enabled: true}}}));
-    if (process.env.COLLECT) { for (const v of violations) console.log('AXE', what, v.id, v.nodes.map(n => n.html).join(' ').slice(0, 300)); return; }
     assert.deepEqual(violations.map(({id, nodes}) => `${id}: ${nodes.map(node => node.html).join(' ')}`), [], what);
 }
 
-// Runs the steps of a test one after the other, and says which.
-export async function runSteps(steps, onFailure) {
+// Runs the steps of a test one after the other, and says which; then lets all go, with the process's
+// exit code by that. A step that fails has the faults and the host's last words shown.
+export async function runSteps(server, steps, {faults = [], browser, onFailure} = {}) {
+    let hasPassed = true;
     for (const [name, step] of Object.entries(steps)) {
         const beginMs = Date.now();
         try {
             await step();
         } catch (error) {
-            console.log(`FAILED ${name}: ${error.stack}`);
+            console.log(`FAILED ${name}: ${error.stack}`, ...faults);
+            console.log(server.output('host').split('\n').slice(-30).join('\n'));
             await onFailure?.();
-            return false;
+            hasPassed = false;
+            break;
         }
         console.log(`ok ${name} (${((Date.now() - beginMs) / 1000).toFixed(1)} s)`);
     }
-    return true;
+    await browser?.close();
+    process.exitCode = await server.close(hasPassed) ? 0 : 1;
 }

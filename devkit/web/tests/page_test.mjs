@@ -30,31 +30,45 @@ const tab = name => page.click(`#tab-${name}`);
 const setting = name => page.locator(`#panel-settings [data-setting="${name}"]`);
 const nowUs = () => Date.now() * 1000; // the host is on this machine
 
-async function refreshUntil(locator) {
-    await tab('settings');
+// Presses "refresh" or "apply" below the settings, and waits until the dialog is drawn.
+async function dialogAction(action, viewer = page) {
+    await viewer.click(`#panel-settings [data-action=${action}]`);
+    await viewer.waitForSelector('#panel-settings .dialog:not([aria-busy])');
+}
+
+async function refreshUntil(locator, viewer = page) {
+    await viewer.click('#tab-settings');
     await waitFor(`in the dialog: ${locator}`, async () => {
-        await page.click('#panel-settings [data-action=refresh]');
-        await page.waitForSelector('#panel-settings .dialog:not([aria-busy])');
+        await dialogAction('refresh', viewer);
         return locator.isVisible();
     });
 }
 
 async function apply() {
-    await page.click('#panel-settings [data-action=apply]');
-    await page.waitForSelector('#panel-settings .dialog:not([aria-busy])');
+    await dialogAction('apply');
     assert.equal(await page.locator('#panel-settings .dialog > .error').isVisible(), false);
     assert.equal(await page.locator('#panel-settings .actions .hint').textContent(), '');
 }
 
-// Adds one that plays the walking square, and gives its tile.
-async function addCamera(viewer, name) {
+async function fillCamera(viewer, name, source) {
     await viewer.click('#add-camera');
     await viewer.fill('#new-name', name);
-    await viewer.fill('#new-source', server.path('square.y4m'));
+    await viewer.fill('#new-source', server.path(source));
     await viewer.click('#camera-dialog [type=submit]');
-    const added = viewer.locator('.tile', {hasText: name});
+    return viewer.locator('.tile', {hasText: name});
+}
+
+// Adds one that plays the walking square, and gives its tile.
+async function addCamera(viewer, name) {
+    const added = await fillCamera(viewer, name, 'square.y4m');
     await waitFor(`pictures of ${name}`, async () => +(await added.getAttribute('data-shown') ?? 0) > 1);
     return added;
+}
+
+async function removeCamera(name, viewer = page) {
+    await viewer.click(`[aria-label="Remove ${name}"]`);
+    await viewer.click('#confirm-dialog [data-action=remove]');
+    await viewer.locator('.tile', {hasText: name}).waitFor({state: 'detached'});
 }
 
 // Draws on the picture; the points are fractions of it.
@@ -141,6 +155,22 @@ async function restartHost() {
 
 const steps = {
     async 'an empty server'() {
+        server.write('square.y4m', walkingSquare(kWidth, kHeight, 10));
+        server.write('files/motion.bin', 'what a model weighs');
+        server.write('settings.json', '{}');
+        await server.startServices(server.write('catalogue.json', JSON.stringify({
+            models: [{UUID: 'm1', Name: 'motion', File: 'motion.bin', Encrypted: false,
+                RuntimeArchitectures: ['application/x-onnx'], NamedOutput: [{Name: 'bboxes;0:motion'}]}],
+            pipelines: [{uuid: 'p1', name: 'Motion', models: ['m1'], pipelines: [
+                {method: 'detect', modelUUID: 'm1', modelNMS: 0.5, Preprocessor: 'Object Counting',
+                    Postprocessor: 'LineCrossing'}]},
+                {uuid: 'p2', name: 'Dumping', models: ['m1'], pipelines: [
+                    {method: 'detect', modelUUID: 'm1', modelNMS: 0.5, Postprocessor: 'Illegal Dumping'}]}],
+        })));
+        url = await server.startHost('--page', '0', '--settings', server.path('settings.json'), '--records',
+            server.write('records.json', JSON.stringify({cloudSystemId: 'system', cloudAuthToken: 'token',
+                server: {id: 's', parameters: {}}, devices: []})));
+        page = await openPage(browser, url, faults);
         await page.locator('#no-cameras').waitFor();
         await checkAccessibility(page, 'without a camera');
     },
@@ -176,11 +206,7 @@ const steps = {
         await refreshUntil(setting('modelDownloadRetryButton'));
         await server.setFault(null);
         await setting('modelDownloadRetryButton').click();
-        await waitFor('the model', async () => {
-            await page.click('#panel-settings [data-action=refresh]');
-            await page.waitForSelector('#panel-settings .dialog:not([aria-busy])');
-            return await page.locator('#panel-settings .banner.warning').count() === 0;
-        });
+        await refreshUntil(page.locator('#panel-settings .dialog:not(:has(.banner.warning))'));
     },
 
     async 'the application finds the square'() {
@@ -329,26 +355,16 @@ const steps = {
         await clear('polygon1.figure');
         await clear('cropBox');
         assert.equal(await tile().locator('.pending').isVisible(), false);
-        await page.click('[aria-label="Remove Gate"]');
-        await page.click('#confirm-dialog [data-action=remove]');
-        await gate.waitFor({state: 'detached'});
+        await removeCamera('Gate');
         assert.equal(await page.evaluate(() => document.activeElement.textContent), 'Yard');
     },
 
     async 'two people change one camera'() {
         const another = await openPage(browser, url, faults);
         const line = '#panel-settings [data-setting=lineCrossingLine]';
-        const applyOf = async viewer => {
-            await viewer.click('#panel-settings [data-action=apply]');
-            await viewer.waitForSelector('#panel-settings .dialog:not([aria-busy])');
-        };
         const saved = async () => (await (await fetch(`${url}api/cameras`)).json())[0].values;
         await refreshUntil(setting('maskType'));
-        await waitFor('its dialog', async () => {
-            await another.click('#panel-settings [data-action=refresh]');
-            await another.waitForSelector('#panel-settings .dialog:not([aria-busy])');
-            return another.locator(line).isVisible();
-        });
+        await refreshUntil(another.locator(line), another);
         await another.fill(line, '40,0 40,100');
         await another.press(line, 'Tab');
         await setting('maskType').selectOption('exclusive');
@@ -357,7 +373,7 @@ const steps = {
         await apply();
         const before = await saved();
 
-        await applyOf(another);
+        await dialogAction('apply', another);
         const news = another.locator('#panel-settings .news');
         await news.waitFor();
         assert.match(await news.textContent(), /50,0 50,100 → 50,0 50,90; you entered 40,0 40,100/);
@@ -366,13 +382,12 @@ const steps = {
         assert.deepEqual(await saved(), before);
         await checkAccessibility(another, 'news');
         assert.match(faults.splice(0).join(), /^console: [^,]* 412 [^,]*$/); // the browser's own word
-        await applyOf(another);
+        await dialogAction('apply', another);
         await news.waitFor({state: 'hidden'});
         assert.equal((await saved()).lineCrossingLine, '{"figure":{"points":[[0.4000,0.0000],[0.4000,1.0000]]}}');
         assert.equal((await saved()).maskType, 'exclusive');
         await another.context().close();
-        await page.click('#panel-settings [data-action=refresh]');
-        await page.waitForSelector('#panel-settings .dialog:not([aria-busy])');
+        await dialogAction('refresh');
         await setting('maskType').selectOption('inclusive');
         await apply();
     },
@@ -510,11 +525,9 @@ const steps = {
         await page.click('[aria-label="Show Gate large"]');
         await page.click('#back-to-grid');
         await page.click('[aria-label="Remove Gate"]');
-        await page.locator('#confirm-dialog button', {hasText: 'Keep'}).click();
-        await page.click('[aria-label="Remove Gate"]');
         await checkAccessibility(page, 'removing a camera');
-        await page.click('#confirm-dialog [data-action=remove]');
-        await gate.waitFor({state: 'detached'});
+        await page.locator('#confirm-dialog button', {hasText: 'Keep'}).click();
+        await removeCamera('Gate');
         const cameras = await (await fetch(`${url}api/cameras`)).json();
         assert.deepEqual(cameras.map(camera => camera.name), ['Yard']);
     },
@@ -544,17 +557,11 @@ const steps = {
     },
 
     async 'a camera without a picture has no delay'() {
-        await page.click('#add-camera');
-        await page.fill('#new-name', 'Cellar');
-        await page.fill('#new-source', server.path('nothing.mp4'));
-        await page.click('#camera-dialog [type=submit]');
-        const cellar = page.locator('.tile', {hasText: 'Cellar'});
+        const cellar = await fillCamera(page, 'Cellar', 'nothing.mp4');
         await cellar.locator('.trouble:visible').waitFor();
-        await waitFor('its rates', async () => (await cellar.locator('.rates').textContent()) !== '');
+        await waitFor('its rates', async () => await cellar.locator('.rates').textContent() !== '');
         assert.equal(await cellar.locator('.rates').textContent(), 'no picture · 0.0 results/s');
-        await page.click('[aria-label="Remove Cellar"]');
-        await page.click('#confirm-dialog [data-action=remove]');
-        await cellar.waitFor({state: 'detached'});
+        await removeCamera('Cellar');
     },
 
     async 'four cameras and forty, with long names'() {
@@ -596,8 +603,7 @@ const steps = {
         }
         await checkAccessibility(telephone, 'on a telephone');
         assert.ok(await telephone.evaluate(() => document.documentElement.scrollWidth <= window.innerWidth));
-        await telephone.click('[aria-label="Remove Gate"]');
-        await telephone.click('#confirm-dialog [data-action=remove]');
+        await removeCamera('Gate', telephone);
         for (const viewer of viewers)
             await viewer.locator('.tile', {hasText: 'Gate'}).waitFor({state: 'detached'});
         server.signalApplication('SIGCONT');
@@ -629,32 +635,8 @@ const steps = {
     },
 };
 
-let hasPassed = false;
-try {
-    server.write('square.y4m', walkingSquare(kWidth, kHeight, 10));
-    server.write('files/motion.bin', 'what a model weighs');
-    server.write('settings.json', '{}');
-    await server.startServices(server.write('catalogue.json', JSON.stringify({
-        models: [{UUID: 'm1', Name: 'motion', File: 'motion.bin', Encrypted: false,
-            RuntimeArchitectures: ['application/x-onnx'], NamedOutput: [{Name: 'bboxes;0:motion'}]}],
-        pipelines: [{uuid: 'p1', name: 'Motion', models: ['m1'], pipelines: [
-            {method: 'detect', modelUUID: 'm1', modelNMS: 0.5, Preprocessor: 'Object Counting',
-                Postprocessor: 'LineCrossing'}]},
-            {uuid: 'p2', name: 'Dumping', models: ['m1'], pipelines: [
-                {method: 'detect', modelUUID: 'm1', modelNMS: 0.5, Postprocessor: 'Illegal Dumping'}]}],
-    })));
-    url = await server.startHost('--page', '0', '--settings', server.path('settings.json'), '--records',
-        server.write('records.json', JSON.stringify({cloudSystemId: 'system', cloudAuthToken: 'token',
-            server: {id: 's', parameters: {}}, devices: []})));
-    page = await openPage(browser, url, faults);
-    hasPassed = await runSteps(steps, async () => {
-        console.log(faults.join('\n'));
-        console.log(server.output('host').split('\n').slice(-30).join('\n'));
-        console.log((await page.locator('[role=tabpanel]:visible').innerText()).slice(0, 2000));
-        if (process.env.TAVO_FAILURE_SCREENSHOT)
-            await page.screenshot({path: process.env.TAVO_FAILURE_SCREENSHOT});
-    });
-} finally {
-    await browser.close();
-    process.exitCode = await server.close(hasPassed) ? 0 : 1;
-}
+await runSteps(server, steps, {faults, browser, onFailure: async () => {
+    console.log((await page?.locator('[role=tabpanel]:visible').innerText())?.slice(0, 2000));
+    if (process.env.TAVO_FAILURE_SCREENSHOT)
+        await page?.screenshot({path: process.env.TAVO_FAILURE_SCREENSHOT});
+}});

@@ -2,7 +2,7 @@
 // of their own. Where things were built comes from the environment, see devkit/web/CMakeLists.txt.
 
 import {execFileSync, spawn} from 'node:child_process';
-import {createWriteStream, mkdirSync, mkdtempSync, readdirSync, readFileSync, readlinkSync, rmSync,
+import {createWriteStream, existsSync, mkdirSync, mkdtempSync, readdirSync, readFileSync, readlinkSync, rmSync,
     writeFileSync} from 'node:fs';
 import {tmpdir} from 'node:os';
 import {join} from 'node:path';
@@ -85,7 +85,7 @@ export class Server {
     async close(hasPassed) {
         for (const child of this.processes.reverse())
             await stop(child);
-        const isGood = hasPassed && kGoodExits.includes(this.host.exitCode);
+        const isGood = hasPassed && kGoodExits.includes(this.host?.exitCode);
         if (isGood)
             rmSync(this.folder, {recursive: true, force: true});
         else
@@ -94,7 +94,8 @@ export class Server {
     }
 
     output(name) {
-        return readFileSync(this.path(`${name}.log`), 'utf8');
+        const file = this.path(`${name}.log`);
+        return existsSync(file) ? readFileSync(file, 'utf8') : '';
     }
 
     #start(name, program, options) {
