@@ -7,6 +7,8 @@
 namespace tavo::devkit
 {
 
+using namespace std::chrono_literals; // of all roads
+
 // A road through the library that is gone again and again, in one process.
 class Road
 {
@@ -36,7 +38,7 @@ protected:
 // One that begins where results flow.
 class RunningRoad : public Road
 {
-protected:
+public:
     explicit RunningRoad(Findings& findings, const std::vector<std::string>& options = {}) :
         Road(findings),
         m_machine(options)
@@ -45,6 +47,7 @@ protected:
             m_findings.add("there are never any results: " + m_host.dialogText());
     }
 
+protected:
     void expectResults()
     {
         const std::uint64_t before = m_host.results();
@@ -55,11 +58,5 @@ protected:
     Machine m_machine;
     GuardedHost m_host{m_machine, m_findings};
 };
-
-[[nodiscard]] std::unique_ptr<Road> makeLoadRoad(Findings& findings);
-[[nodiscard]] std::unique_ptr<Road> makeInstallRoad(Findings& findings);
-[[nodiscard]] std::unique_ptr<Road> makeFrameRoad(Findings& findings);
-[[nodiscard]] std::unique_ptr<Road> makeSettingsRoad(Findings& findings);
-[[nodiscard]] std::unique_ptr<Road> makeCrashRoad(Findings& findings);
 
 } // namespace tavo::devkit

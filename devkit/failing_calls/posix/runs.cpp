@@ -18,8 +18,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "crash_road.h"
+#include "frame_road.h"
+#include "install_road.h"
+#include "load_road.h"
 #include "process_state.h"
-#include "road.h"
+#include "settings_road.h"
 
 namespace tavo::devkit
 {
@@ -27,14 +31,20 @@ namespace tavo::devkit
 namespace
 {
 
-using namespace std::chrono_literals;
-
 constexpr long kSleepMs = 5;
 constexpr auto kLongestStep = 60s;
 constexpr char kStuck[] = "it was stuck";
 constexpr int kMostWorkers = 50;
+
+template <class Made>
+std::unique_ptr<Road> make(Findings& findings)
+{
+    return std::make_unique<Made>(findings);
+}
+
+// In the order of kRoadNames.
 constexpr std::unique_ptr<Road> (*kMakeRoad[])(Findings&) = {
-    makeLoadRoad, makeInstallRoad, makeFrameRoad, makeSettingsRoad, makeCrashRoad};
+    make<LoadRoad>, make<InstallRoad>, make<FrameRoad>, make<SettingsRoad>, make<CrashRoad>};
 
 template <class Names>
 std::size_t indexOf(const Names& names, const std::string& name)

@@ -404,6 +404,7 @@ const steps = {
         await setting('deSelectAllButton').click();
         await waitFor('the class is not chosen', async () => !await setting('visualise_motion').isChecked());
         await setting('selectAllButton').click();
+        await waitFor('the class is chosen again', () => setting('visualise_motion').isChecked());
         await apply();
     },
 

@@ -1,31 +1,16 @@
-// A user chooses another pipeline, moves a sensitivity and draws a line; the application gets the
-// other model.
+#pragma once
 
 #include "road.h"
 
 namespace tavo::devkit
 {
 
-namespace
-{
-
-using namespace std::chrono_literals;
-
-struct Choice
-{
-    const char* pipeline;
-    const char* model;
-    const char* copy; // of the model's file
-};
-
-constexpr Choice kChoices[] = {{"p1", "m1", "motion.bin"}, {"p2", "m2", "other.bin"}};
-
+// A user chooses another pipeline, moves a sensitivity and draws a line; the application gets the
+// other model.
 class SettingsRoad : public RunningRoad
 {
 public:
-    explicit SettingsRoad(Findings& findings) :
-        RunningRoad(findings)
-    {}
+    using RunningRoad::RunningRoad;
 
     void attempt() override
     {
@@ -51,6 +36,15 @@ public:
     }
 
 private:
+    struct Choice
+    {
+        const char* pipeline;
+        const char* model;
+        const char* copy; // of the model's file
+    };
+
+    static constexpr Choice kChoices[] = {{"p1", "m1", "motion.bin"}, {"p2", "m2", "other.bin"}};
+
     [[nodiscard]] const Choice& choice() const { return kChoices[m_change % 2]; }
 
     void enter()
@@ -84,12 +78,5 @@ private:
     int m_change = 0;
     bool m_wasTaken = true;
 };
-
-} // namespace
-
-std::unique_ptr<Road> makeSettingsRoad(Findings& findings)
-{
-    return std::make_unique<SettingsRoad>(findings);
-}
 
 } // namespace tavo::devkit

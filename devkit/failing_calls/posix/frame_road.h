@@ -1,4 +1,4 @@
-// A frame goes to the application, and its result comes back.
+#pragma once
 
 #include "played_application.h"
 #include "road.h"
@@ -6,11 +6,7 @@
 namespace tavo::devkit
 {
 
-namespace
-{
-
-using namespace std::chrono_literals;
-
+// A frame goes to the application, and its result comes back.
 class FrameRoad : public RunningRoad
 {
 public:
@@ -58,12 +54,5 @@ private:
     std::unique_ptr<PlayedApplication> m_application;
     int m_step = 0;
 };
-
-} // namespace
-
-std::unique_ptr<Road> makeFrameRoad(Findings& findings)
-{
-    return std::make_unique<FrameRoad>(findings);
-}
 
 } // namespace tavo::devkit

@@ -1,4 +1,4 @@
-// The application is killed, told of, and started again.
+#pragma once
 
 #include <testing/platform.h>
 
@@ -7,17 +7,11 @@
 namespace tavo::devkit
 {
 
-namespace
-{
-
-using namespace std::chrono_literals;
-
+// The application is killed, told of, and started again.
 class CrashRoad : public RunningRoad
 {
 public:
-    explicit CrashRoad(Findings& findings) :
-        RunningRoad(findings)
-    {}
+    using RunningRoad::RunningRoad;
 
     void attempt() override
     {
@@ -44,12 +38,5 @@ public:
             m_findings.add("not one application is running");
     }
 };
-
-} // namespace
-
-std::unique_ptr<Road> makeCrashRoad(Findings& findings)
-{
-    return std::make_unique<CrashRoad>(findings);
-}
 
 } // namespace tavo::devkit

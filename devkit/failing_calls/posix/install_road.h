@@ -1,4 +1,4 @@
-// From a machine with nothing on it to the first result.
+#pragma once
 
 #include <optional>
 
@@ -7,11 +7,7 @@
 namespace tavo::devkit
 {
 
-namespace
-{
-
-using namespace std::chrono_literals;
-
+// From a machine with nothing on it to the first result.
 class InstallRoad : public Road
 {
 public:
@@ -79,12 +75,5 @@ private:
     std::optional<GuardedHost> m_host;
     bool m_isUp = false;
 };
-
-} // namespace
-
-std::unique_ptr<Road> makeInstallRoad(Findings& findings)
-{
-    return std::make_unique<InstallRoad>(findings);
-}
 
 } // namespace tavo::devkit

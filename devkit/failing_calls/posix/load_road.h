@@ -1,13 +1,11 @@
-// The library is loaded, asked what a host asks when nothing is installed yet, and unloaded.
+#pragma once
 
 #include "road.h"
 
 namespace tavo::devkit
 {
 
-namespace
-{
-
+// The library is loaded, asked what a host asks when nothing is installed yet, and unloaded.
 class LoadRoad : public Road
 {
 public:
@@ -47,12 +45,5 @@ private:
     // Without an ini file: the parser of such loses memory where it is refused some.
     Sandbox m_sandbox{{"Gate"}, /*token*/ ""};
 };
-
-} // namespace
-
-std::unique_ptr<Road> makeLoadRoad(Findings& findings)
-{
-    return std::make_unique<LoadRoad>(findings);
-}
 
 } // namespace tavo::devkit
