@@ -25,94 +25,79 @@ void writeText(mpack_writer_t* writer, const std::string& text)
     mpack_write_str(writer, text.data(), sizeOf(text));
 }
 
-void writeBoxes(mpack_writer_t* writer, const Result& result)
-{
-    mpack_write_cstr(writer, key::kBoxes);
-    mpack_start_map(writer, sizeOf(result.objects));
-    for (const auto& [className, objects] : result.objects)
-    {
-        writeText(writer, className);
-        mpack_start_bin(writer, sizeOf(objects) * std::uint32_t(orlix::protocol::kBoxBytes));
-        for (const ResultObject& object : objects)
-        {
-            const std::array<float, 4> corners = {
-                object.box.x, object.box.y, object.box.right(), object.box.bottom()};
-            mpack_write_bytes(
-                writer, reinterpret_cast<const char*>(corners.data()), sizeof corners);
-        }
-        mpack_finish_bin(writer);
-    }
-    mpack_finish_map(writer);
-}
-
-// One of the two names of an attribute list: names with `member` first, values with second.
-template <typename Member>
-void writeAttributes(
-    mpack_writer_t* writer, const char* name, const std::vector<ResultObject>& objects,
-    Member member)
+// A map by name, or a list, under a key; `write` writes a value of it.
+void writeMap(mpack_writer_t* writer, const char* name, const auto& values, auto write)
 {
     mpack_write_cstr(writer, name);
-    mpack_start_array(writer, sizeOf(objects));
+    mpack_start_map(writer, sizeOf(values));
+    for (const auto& [valueName, value] : values)
+    {
+        writeText(writer, valueName);
+        write(value);
+    }
+    mpack_finish_map(writer);
+}
+
+void writeList(mpack_writer_t* writer, const auto& values, auto write)
+{
+    mpack_start_array(writer, sizeOf(values));
+    for (const auto& value : values)
+        write(value);
+    mpack_finish_array(writer);
+}
+
+void writeBoxes(mpack_writer_t* writer, const std::vector<ResultObject>& objects)
+{
+    mpack_start_bin(writer, sizeOf(objects) * std::uint32_t(orlix::protocol::kBoxBytes));
     for (const ResultObject& object : objects)
     {
-        mpack_start_array(writer, sizeOf(object.attributes));
-        for (const auto& attribute : object.attributes)
-            writeText(writer, attribute.*member);
-        mpack_finish_array(writer);
+        const std::array<float, 4> corners = {
+            object.box.x, object.box.y, object.box.right(), object.box.bottom()};
+        mpack_write_bytes(writer, reinterpret_cast<const char*>(corners.data()), sizeof corners);
     }
-    mpack_finish_array(writer);
+    mpack_finish_bin(writer);
 }
 
-void writeIds(mpack_writer_t* writer, const Result& result)
+void writeMetaData(mpack_writer_t* writer, const std::vector<ResultObject>& objects)
 {
+    // Of all attributes the names, which are first, or the values.
+    const auto writeAttributes = [&](const char* name, auto member)
+    {
+        mpack_write_cstr(writer, name);
+        writeList(
+            writer, objects,
+            [&](const ResultObject& object)
+            {
+                writeList(
+                    writer, object.attributes,
+                    [&](const auto& attribute) { writeText(writer, attribute.*member); });
+            });
+    };
     using Attribute = std::pair<std::string, std::string>;
 
-    mpack_write_cstr(writer, key::kObjectsMetaData);
-    mpack_start_map(writer, sizeOf(result.objects));
-    for (const auto& [className, objects] : result.objects)
-    {
-        writeText(writer, className);
-        mpack_start_map(writer, 3);
-        mpack_write_cstr(writer, key::kObjectIds);
-        mpack_start_array(writer, sizeOf(objects));
-        for (const ResultObject& object : objects)
-            mpack_write_bin(writer, object.id.data(), sizeOf(object.id));
-        mpack_finish_array(writer);
-        writeAttributes(writer, key::kAttributeKeys, objects, &Attribute::first);
-        writeAttributes(writer, key::kAttributeValues, objects, &Attribute::second);
-        mpack_finish_map(writer);
-    }
+    mpack_start_map(writer, 3);
+    mpack_write_cstr(writer, key::kObjectIds);
+    writeList(
+        writer, objects,
+        [&](const ResultObject& object)
+        { mpack_write_bin(writer, object.id.data(), sizeOf(object.id)); });
+    writeAttributes(key::kAttributeKeys, &Attribute::first);
+    writeAttributes(key::kAttributeValues, &Attribute::second);
     mpack_finish_map(writer);
 }
 
-void writeCounts(mpack_writer_t* writer, const Result& result)
+void writeEvent(mpack_writer_t* writer, const ResultEvent& event)
 {
-    mpack_write_cstr(writer, key::kCounts);
-    mpack_start_map(writer, sizeOf(result.counts));
-    for (const auto& [className, count] : result.counts)
+    mpack_start_map(writer, 3);
+    for (const auto& [name, text] :
+         {std::pair(key::kEventId, &event.id),
+          {key::kEventCaption, &event.caption},
+          {key::kEventDescription, &event.description}})
     {
-        writeText(writer, className);
-        mpack_write_u64(writer, count);
+        mpack_write_cstr(writer, name);
+        writeText(writer, *text);
     }
     mpack_finish_map(writer);
-}
-
-void writeEvents(mpack_writer_t* writer, const Result& result)
-{
-    mpack_write_cstr(writer, key::kEvents);
-    mpack_start_array(writer, sizeOf(result.events));
-    for (const ResultEvent& event : result.events)
-    {
-        mpack_start_map(writer, 3);
-        mpack_write_cstr(writer, key::kEventId);
-        writeText(writer, event.id);
-        mpack_write_cstr(writer, key::kEventCaption);
-        writeText(writer, event.caption);
-        mpack_write_cstr(writer, key::kEventDescription);
-        writeText(writer, event.description);
-        mpack_finish_map(writer);
-    }
-    mpack_finish_array(writer);
 }
 
 } // namespace
@@ -133,13 +118,18 @@ std::vector<char> encodeResult(const Result& result)
     mpack_write_i64(writer, result.imageSize.width);
     mpack_write_cstr(writer, key::kHeight);
     mpack_write_i64(writer, result.imageSize.height);
-    writeBoxes(writer, result);
+    const auto write = [&](auto writeValue)
+    { return [=](const auto& value) { writeValue(writer, value); }; };
+    writeMap(writer, key::kBoxes, result.objects, write(writeBoxes));
     if (result.hasIds)
-        writeIds(writer, result);
+        writeMap(writer, key::kObjectsMetaData, result.objects, write(writeMetaData));
     if (hasCounts)
-        writeCounts(writer, result);
+        writeMap(writer, key::kCounts, result.counts, write(mpack_write_u64));
     if (hasEvents)
-        writeEvents(writer, result);
+    {
+        mpack_write_cstr(writer, key::kEvents);
+        writeList(writer, result.events, write(writeEvent));
+    }
     mpack_finish_map(writer);
     if (growable.close() != mpack_ok)
         return {};
