@@ -2,6 +2,8 @@
 
 #include <stdexcept>
 
+#include <testing/comes_true.h>
+
 #include "common/json.h"
 
 namespace tavo::devkit
@@ -88,16 +90,10 @@ void RoadTest::startFromNothing(bool encryptedModel)
 
 void RoadTest::waitFor(const char* what, const std::function<bool()>& isSo)
 {
-    const auto end = std::chrono::steady_clock::now() + 30s;
-    while (!isSo())
-    {
-        if (std::chrono::steady_clock::now() > end)
-        {
-            ADD_FAILURE() << what << ": did not come about.\n" << m_host->dialog();
-            throw std::runtime_error(what);
-        }
-        std::this_thread::sleep_for(20ms);
-    }
+    if (test_support::comesTrue(isSo))
+        return;
+    ADD_FAILURE() << what << ": did not come about.\n" << m_host->dialog();
+    throw std::runtime_error(what);
 }
 
 void RoadTest::waitForDialog(const std::string& text)
@@ -115,25 +111,23 @@ void RoadTest::switchFault(const std::string& path, const std::string& kind)
 {
     JsonMaker fault;
     fault.add("path", path).add("kind", kind);
-    const auto result = httplib::Client("127.0.0.1", m_sandbox.port())
-                            .Post("/control/faults", fault.text(), "application/json");
+    const auto result = services().Post("/control/faults", fault.text(), "application/json");
     ASSERT_TRUE(result && result->status == 204);
 }
 
 void RoadTest::clearFaults()
 {
-    ASSERT_TRUE(httplib::Client("127.0.0.1", m_sandbox.port()).Delete("/control/faults"));
+    ASSERT_TRUE(services().Delete("/control/faults"));
 }
 
 void RoadTest::touchModels(const std::string& updatedAt)
 {
-    ASSERT_TRUE(httplib::Client("127.0.0.1", m_sandbox.port())
-                    .Post("/control/updated-at", updatedAt, "text/plain"));
+    ASSERT_TRUE(services().Post("/control/updated-at", updatedAt, "text/plain"));
 }
 
 std::string RoadTest::requests() const
 {
-    const auto result = httplib::Client("127.0.0.1", m_sandbox.port()).Get("/control/requests");
+    const auto result = services().Get("/control/requests");
     return result ? result->body : "";
 }
 

@@ -68,6 +68,10 @@ protected:
         return m_sandbox.settingsRecord(RunningHost::kMovingCamera);
     }
 
+    [[nodiscard]] httplib::Client services() const
+    {
+        return httplib::Client("127.0.0.1", m_sandbox.port());
+    }
     void switchFault(const std::string& path, const std::string& kind);
     void clearFaults();
     void touchModels(const std::string& updatedAt);

@@ -1,6 +1,7 @@
 // The built library driven as a host drives it, with real services, the real application and real
 // processes: from a machine with nothing on it to objects, and through what a user can do.
 
+#include <testing/comes_true.h>
 #include <testing/platform.h>
 #include <testing/programs.h>
 
@@ -35,12 +36,9 @@ std::size_t countOf(const std::string& text, const std::string& part)
 TEST_F(RoadTest, anEncryptedModelGoesFromTheCloudToObjectsAndLeavesNothingInTheClear)
 {
     startFromNothing(/*encryptedModel*/ true);
-    EXPECT_TRUE(contains(m_sandbox.serverRecord(), R"("pluginVersion":"4.6.66")"))
-        << m_sandbox.serverRecord();
-    EXPECT_TRUE(contains(m_sandbox.serverRecord(), R"("name":"Generic CPU")"))
-        << m_sandbox.serverRecord();
-    EXPECT_TRUE(contains(m_sandbox.serverRecord(), R"("siteID":"system")"))
-        << m_sandbox.serverRecord();
+    for (const char* const part :
+         {R"("pluginVersion":"4.6.66")", R"("name":"Generic CPU")", R"("siteID":"system")"})
+        EXPECT_TRUE(contains(m_sandbox.serverRecord(), part)) << m_sandbox.serverRecord();
     waitFor(
         "runtimeActive",
         [&]() { return contains(m_sandbox.serverRecord(), R"("runtimeActive":true)"); });
@@ -181,10 +179,7 @@ TEST_F(RoadTest, aKilledHostTakesTheApplicationAlong)
     test_support::LoneProgram host(
         {TAVO_HOST_FILE, "--plugin", TAVO_PLUGIN_FILE, "--work-dir", m_folder.path("home"),
          "--video", kGeneratedVideo, "--records", m_folder.path(kRecordsFile)});
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (processes("brund").empty() && std::chrono::steady_clock::now() < end)
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    EXPECT_FALSE(processes("brund").empty());
+    EXPECT_TRUE(test_support::comesTrue([&]() { return !processes("brund").empty(); }));
     EXPECT_TRUE(m_folder.has("tmp/motion.bin"));
     host.end();
 
@@ -193,9 +188,8 @@ TEST_F(RoadTest, aKilledHostTakesTheApplicationAlong)
         return processes("brunmod").empty() && processes("brund").empty() &&
             !(orlix::kFilesEndWithJobs && m_folder.has("tmp/motion.bin"));
     };
-    while (!isGone() && std::chrono::steady_clock::now() < end)
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    EXPECT_TRUE(isGone()) << "a process or the decrypted model outlived its host";
+    EXPECT_TRUE(test_support::comesTrue(isGone))
+        << "a process or the decrypted model outlived its host";
 
     startHost(); // over whatever sockets are left
     waitForObjects();

@@ -19,7 +19,7 @@ public:
         for (const std::uint32_t process : running)
             test_support::endProcess(process);
         std::uint64_t before = 0;
-        static_cast<void>(comesAbout(
+        static_cast<void>(comesTrue(
             [&]
             {
                 const auto now = m_machine.processes("brunmod");

@@ -17,7 +17,7 @@ public:
         SettingValues values = UserSettings::defaults().valuesFor("");
         values["deviceActiveSwitch"] = "false";
         if (!m_host.apply(values) ||
-            !comesAbout([this] { return m_machine.processes("brunmod").empty(); }))
+            !comesTrue([this] { return m_machine.processes("brunmod").empty(); }))
         {
             m_findings.add("the application does not end");
         }
@@ -37,7 +37,7 @@ public:
         // Also what was attached meanwhile is let go of, one with each frame.
         for (int i = 0; i < 3; ++i)
         {
-            if (!comesAbout([this] { return goes(1s); }))
+            if (!comesTrue([this] { return goes(1s); }))
                 m_findings.add("no result comes any more");
         }
     }
@@ -47,8 +47,7 @@ private:
     bool goes(std::chrono::milliseconds limit)
     {
         const std::uint64_t before = m_host.results();
-        return m_host.push(m_step++) &&
-            comesAbout([&] { return m_host.results() > before; }, limit);
+        return m_host.push(m_step++) && comesTrue([&] { return m_host.results() > before; }, limit);
     }
 
     std::unique_ptr<PlayedApplication> m_application;

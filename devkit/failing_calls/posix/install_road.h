@@ -19,19 +19,19 @@ public:
     {
         m_machine.makeNew();
         start();
-        static_cast<void>(comesAbout([this] { return hasResults(); }, 4s));
+        static_cast<void>(comesTrue([this] { return hasResults(); }, 4s));
     }
 
     void recover() override
     {
         if (!m_host)
             start();
-        if (!comesAbout([this] { return hasResults(); }, 10s))
+        if (!comesTrue([this] { return hasResults(); }, 10s))
             restart();
         m_host.reset();
         checkWhatIsLeft();
         start(); // with what is there
-        if (!comesAbout([this] { return hasResults(); }))
+        if (!comesTrue([this] { return hasResults(); }))
             m_findings.add("the next start brings no results: " + m_host->dialogText());
         m_host.reset();
         checkWhatIsLeft();
@@ -56,7 +56,7 @@ private:
             m_findings.add("it never comes to results: " + dialog);
         m_host.reset();
         start();
-        if (!comesAbout([this] { return hasResults(); }))
+        if (!comesTrue([this] { return hasResults(); }))
             m_findings.add("not even a restart brings results: " + m_host->dialogText());
     }
 
@@ -64,7 +64,7 @@ private:
     {
         for (const char* const program : {"brunmod", "brund"})
         {
-            if (!comesAbout([&] { return m_machine.processes(program).empty(); }, 5s))
+            if (!comesTrue([&] { return m_machine.processes(program).empty(); }, 5s))
                 m_findings.add(std::string(program) + " outlives the library");
         }
         if (const std::string names = m_machine.temporaryFiles(); !names.empty())

@@ -1,7 +1,5 @@
 #include "machine.h"
 
-#include <thread>
-
 namespace tavo::devkit
 {
 
@@ -23,18 +21,6 @@ constexpr struct
 };
 
 } // namespace
-
-bool comesAbout(const std::function<bool()>& isSo, std::chrono::milliseconds limit)
-{
-    const auto end = std::chrono::steady_clock::now() + limit;
-    while (!isSo())
-    {
-        if (std::chrono::steady_clock::now() > end)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return true;
-}
 
 Machine::Machine(const std::vector<std::string>& options) :
     Sandbox({"Gate"})
@@ -65,7 +51,7 @@ bool Machine::helpToResults(GuardedHost& host, std::uint64_t before)
 bool Machine::bringUp(GuardedHost& host)
 {
     return host.load() && host.apply(UserSettings::defaults().valuesFor("")) &&
-        comesAbout([&] { return helpToResults(host, 0); });
+        comesTrue([&] { return helpToResults(host, 0); });
 }
 
 bool Machine::logContains(const std::string& text) const

@@ -1,19 +1,16 @@
 #pragma once
 
-#include <chrono>
-#include <functional>
 #include <string>
 #include <vector>
+
+#include <testing/comes_true.h>
 
 #include "guarded_host.h"
 
 namespace tavo::devkit
 {
 
-// Waits, polling. False if it does not come about in that time.
-[[nodiscard]] bool comesAbout(
-    const std::function<bool()>& isSo,
-    std::chrono::milliseconds limit = std::chrono::milliseconds(20'000));
+using test_support::comesTrue;
 
 // A sandbox with one camera and two encrypted models, each in a pipeline of its own.
 class Machine : public Sandbox

@@ -51,7 +51,7 @@ protected:
     void expectResults()
     {
         const std::uint64_t before = m_host.results();
-        if (!comesAbout([&] { return m_machine.helpToResults(m_host, before); }))
+        if (!comesTrue([&] { return m_machine.helpToResults(m_host, before); }))
             m_findings.add("no results come any more: " + m_host.dialogText());
     }
 

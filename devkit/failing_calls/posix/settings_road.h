@@ -16,7 +16,7 @@ public:
     {
         ++m_change;
         enter();
-        static_cast<void>(comesAbout([this] { return hasArrived(); }, 2s));
+        static_cast<void>(comesTrue([this] { return hasArrived(); }, 2s));
     }
 
     void recover() override
@@ -26,7 +26,7 @@ public:
             enter();
         if (!m_wasTaken)
             m_findings.add("settings are not taken any more");
-        if (!comesAbout([this] { return hasArrived(); }))
+        if (!comesTrue([this] { return hasArrived(); }))
         {
             m_findings.add(
                 "the change never arrives: " + m_host.dialogText() + m_machine.deviceRecord(0) +

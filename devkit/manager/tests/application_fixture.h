@@ -1,17 +1,15 @@
 #pragma once
 
-#include <chrono>
 #include <cstring>
 #include <filesystem>
-#include <functional>
 #include <optional>
 #include <set>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <testing/comes_true.h>
 #include <testing/programs.h>
 
 #include "inference/input_message.h"
@@ -28,18 +26,7 @@ namespace tavo::devkit
 
 namespace orlix = vms_server_plugins::analytics::orlix;
 
-// Asks again and again until the answer is yes, for half a minute at most.
-[[nodiscard]] inline bool comesTrue(const std::function<bool()>& condition)
-{
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (!condition())
-    {
-        if (std::chrono::steady_clock::now() > deadline)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return true;
-}
+using test_support::comesTrue;
 
 // What tests look at of a result, whose one class is "mover".
 struct ReceivedResult
