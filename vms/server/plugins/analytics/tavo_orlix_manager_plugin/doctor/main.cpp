@@ -84,6 +84,7 @@ int run(int count, char** arguments)
         readSurroundings(workingDirectory.empty() ? defaultWorkingDirectory() : workingDirectory);
     const Findings findings = checkAll(surroundings);
     std::fputs((asJson ? findings.json() + "\n" : findings.text()).c_str(), stdout);
+    std::fflush(stdout); // before what is told on standard error
     return bundle.empty() ? findings.exitCode() : pack(bundle, surroundings, findings);
 }
 

@@ -6,6 +6,8 @@ namespace tavo::vms_server_plugins::analytics::orlix::manager_files
 {
 
 inline constexpr char kRootFolder[] = "/orlix_manager"; // in the working directory
+inline constexpr char kRemovalMark[] =
+    "/orlix_manager.removal"; // beside it, until all of it is gone
 inline constexpr char kBinFolder[] = "/bin";
 inline constexpr char kSettings[] = "/etc/settings.json";
 inline constexpr char kModuleLog[] = "/etc/brunmod_start.log";

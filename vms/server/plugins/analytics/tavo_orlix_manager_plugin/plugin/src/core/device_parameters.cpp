@@ -11,6 +11,7 @@
 #include "core/runtime_manager_loop.h"
 #include "device_agent/device_agent.h"
 #include "remote/cloud_client.h"
+#include "remote/file_helpers.h"
 #include "remote/host_rest_client.h"
 #include "remote/text_helpers.h"
 #include "utils/json.h"
@@ -47,6 +48,7 @@ bool RuntimeManagerLoop::serveClearCache()
     if (!m_requests.takeClearCache())
         return true;
     m_state.removal.emplace();
+    static_cast<void>(replaceFile(m_removalMark, ""));
     static_cast<void>(finishRemoval());
     return false;
 }
@@ -72,6 +74,7 @@ bool RuntimeManagerLoop::finishRemoval()
         return false;
     }
     m_state.removal.reset();
+    deleteFile(m_removalMark);
     m_services.messageBoard.removeMessage(board_key::kClearCacheFailed);
     runtimes.forgetInstalledRuntime(m_services.messageBoard);
     m_state.lastDevicesParameters.clear();

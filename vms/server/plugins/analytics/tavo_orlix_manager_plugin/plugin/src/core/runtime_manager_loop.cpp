@@ -6,9 +6,11 @@
 #include <vector>
 
 #include "base/ini.h"
+#include "base/manager_files.h"
 #include "core/loop_decisions.h"
 #include "device_agent/device_agent.h"
 #include "diagnosis/checks.h"
+#include "remote/file_helpers.h"
 #include "remote/host_rest_client.h"
 #include "remote/text_helpers.h"
 #include "utils/deadline.h"
@@ -37,8 +39,12 @@ RuntimeManagerLoop::RuntimeManagerLoop(
     Services& services, Requests& requests, std::chrono::milliseconds pause) :
     m_services(services),
     m_requests(requests),
-    m_pause(pause)
-{}
+    m_pause(pause),
+    m_removalMark(services.workingDirectory + manager_files::kRemovalMark)
+{
+    if (fileExists(m_removalMark))
+        m_state.removal.emplace();
+}
 
 void RuntimeManagerLoop::run()
 {

@@ -35,8 +35,8 @@ class DeviceAgent;
 //      7  runtime reselection            15  start and stop decision
 //      8  runtime selection              16  start of the manager
 //
-// A removal that step 10 could not finish is gone on with before step 5, and nothing else until
-// then.
+// A removal that step 10 could not finish is gone on with before step 5, also after a restart of
+// the host, and nothing else until then.
 //
 // Requests to the host and the cloud and downloads hold the thread until they end, and nobody else:
 // no lock is held meanwhile. The shutdown ends every wait but that for the application's end, which
@@ -138,6 +138,8 @@ private:
     Services& m_services;
     Requests& m_requests;
     const std::chrono::milliseconds m_pause;
+    const std::string
+        m_removalMark; // a file: what one run of the host began, the next goes on with
     State m_state;
 };
 

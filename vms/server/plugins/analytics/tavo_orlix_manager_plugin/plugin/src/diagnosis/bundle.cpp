@@ -7,7 +7,6 @@
 #include "diagnosis/redaction.h"
 #include "remote/file_helpers.h"
 #include "utils/command.h"
-#include "utils/files.h"
 #include "utils/folders.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -25,13 +24,6 @@ std::string nameOf(const std::string& path)
     return utf8FromPath(pathFromUtf8(path).filename());
 }
 
-bool writePrivate(const std::string& path, const std::string& content)
-{
-    const FileStream file(file_open_private(path.c_str()));
-    return file && std::fwrite(content.data(), 1, content.size(), file.get()) == content.size() &&
-        std::fflush(file.get()) == 0;
-}
-
 void fill(
     Bundle& bundle, const std::string& folder, const Surroundings& surroundings,
     const std::string& report)
@@ -40,7 +32,8 @@ void fill(
     const auto add = [&](const std::string& name, const std::string& content)
     {
         const std::string path = path_join(folder, name);
-        if (!writePrivate(path, redaction.apply(content)))
+        const std::string clean = redaction.apply(content);
+        if (writeFile(path, clean.data(), clean.size()) != 0)
             bundle.failure = "could not write " + path;
         bundle.files.push_back(name);
     };

@@ -1,7 +1,6 @@
 #include "diagnosis/redaction.h"
 
 #include <algorithm>
-#include <vector>
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -21,11 +20,15 @@ constexpr std::string_view kBase64 =
 constexpr std::size_t kLongestKey = 64; // of JSON, or of a line
 constexpr std::size_t kShortestKey = 40; // characters of base64: 30 bytes
 
-struct Range
+constexpr const char* kKinds[] = {"", "token", "key", "name", "password", "address"};
+enum Kind : char
 {
-    std::size_t begin;
-    std::size_t end;
-    const char* kind;
+    kKept,
+    kToken,
+    kKey,
+    kName,
+    kPassword,
+    kAddress,
 };
 
 bool isWord(char c)
@@ -33,49 +36,40 @@ bool isWord(char c)
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
 }
 
-// Where each thing is that is to be taken out of one text.
+// What of one text is to be taken out.
 class Search
 {
 public:
     explicit Search(std::string_view text) :
         m_text(text),
-        m_lower(text)
+        m_lower(text),
+        m_kinds(text.size(), kKept)
     {
         std::ranges::transform(
             m_lower, m_lower.begin(),
             [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
         for (const std::string_view word : kSecrets)
-            findValues(word, word == "key" || word == "sig" ? "key" : "token", false);
+            findValues(word, word == "key" || word == "sig" ? kKey : kToken, false);
         for (const std::string_view word : kNames)
-            findValues(word, "name", true);
+            findValues(word, kName, true);
         findAddresses();
         findKeys();
     }
 
-    // In order, none within another.
-    [[nodiscard]] std::vector<Range> ranges()
-    {
-        std::ranges::sort(m_ranges, {}, &Range::begin);
-        std::vector<Range> whole;
-        for (const Range& range : m_ranges)
-        {
-            if (whole.empty() || range.begin >= whole.back().end)
-                whole.push_back(range);
-            else
-                whole.back().end = std::max(whole.back().end, range.end);
-        }
-        return whole;
-    }
+    // Of each character.
+    [[nodiscard]] const std::string& kinds() const { return m_kinds; }
 
 private:
-    void add(std::size_t begin, std::size_t end, const char* kind)
+    void add(std::size_t begin, std::size_t end, Kind kind)
     {
-        if (begin < end)
-            m_ranges.push_back({begin, std::min(end, m_text.size()), kind});
+        std::replace(
+            m_kinds.begin() + begin,
+            m_kinds.begin() + std::max(begin, std::min(end, m_text.size())), char{kKept},
+            char{kind});
     }
 
     // What stands behind a key: in quotes, which may be escaped, or up to a separator.
-    void findValues(std::string_view word, const char* kind, bool isWhole)
+    void findValues(std::string_view word, Kind kind, bool isWhole)
     {
         for (std::size_t at = 0; (at = m_lower.find(word, at)) != std::string::npos;)
         {
@@ -134,9 +128,9 @@ private:
             if (sign == std::string_view::npos)
                 continue;
             if (scheme < sign)
-                add(at + scheme + 3, at + sign, "password");
+                add(at + scheme + 3, at + sign, kPassword);
             else
-                add(at, end, "address");
+                add(at, end, kAddress);
         }
     }
 
@@ -145,7 +139,7 @@ private:
         for (std::size_t at = 0; (at = m_text.find("-----BEGIN", at)) != std::string::npos;)
         {
             const std::size_t end = m_text.find("-----END", at);
-            add(at, end, "key");
+            add(at, end, kKey);
             at = std::min(end, m_text.size());
         }
         for (std::size_t at = 0; (at = m_text.find_first_of(kBase64, at)) != std::string::npos;)
@@ -158,29 +152,31 @@ private:
                 std::ranges::any_of(run, [](char c) { return c >= '0' && c <= '9'; }) &&
                 std::ranges::count(run, '/') < 5;
             if (isKey)
-                add(at, end, "key");
+                add(at, end, kKey);
             at = end;
         }
     }
 
     const std::string_view m_text;
     std::string m_lower;
-    std::vector<Range> m_ranges;
+    std::string m_kinds;
 };
 
 } // namespace
 
 std::string Redaction::apply(std::string_view text)
 {
+    const std::string kinds = Search(text).kinds();
     std::string result;
-    std::size_t kept = 0;
-    for (const Range& range : Search(text).ranges())
+    for (std::size_t at = 0, end = 0; at < text.size(); at = end)
     {
-        ++m_counts[range.kind];
-        result.append(text.substr(kept, range.begin - kept)).append("<").append(range.kind) += '>';
-        kept = range.end;
+        end = std::min(kinds.find_first_not_of(kinds[at], at), text.size());
+        const char* const kind = kKinds[static_cast<std::size_t>(kinds[at])];
+        if (*kind)
+            ++m_counts[kind];
+        result += *kind ? std::string("<") + kind + ">" : std::string(text.substr(at, end - at));
     }
-    return result.append(text.substr(kept));
+    return result;
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

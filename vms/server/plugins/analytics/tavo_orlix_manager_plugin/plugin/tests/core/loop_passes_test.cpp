@@ -384,6 +384,22 @@ TEST_F(DeviceParameters, ARemovalThatFailsIsToldAndTriedAgain)
     EXPECT_LT(looks, logged("Checking installation\n"));
 }
 
+TEST_F(DeviceParameters, ARemovalThatFailsIsGoneOnWithAfterARestart)
+{
+    std::filesystem::remove(m_folder.path(kBin + kRuntimeLibrary));
+    m_folder.write(kBin + kRuntimeLibrary + "/kept", ""); // which is no file to be removed
+    requests().requestClearCache();
+    pass();
+    startAnew();
+    installManager(); // as if it had been left
+    pass();
+    EXPECT_FALSE(m_folder.has(kBin + kManagerExecutable));
+    startAnew();
+    installManager();
+    pass();
+    EXPECT_TRUE(m_folder.has(kBin + kManagerExecutable));
+}
+
 TEST_F(DeviceParameters, DevicesOfTheWrongKindHarmNobody)
 {
     const struct

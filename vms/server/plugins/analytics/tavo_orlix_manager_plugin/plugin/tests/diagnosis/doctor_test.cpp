@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <testing/programs.h>
 
 #include "base/manager_files.h"
 #include "diagnosis/checks.h"
@@ -43,7 +44,7 @@ protected:
 
     [[nodiscard]] static CommandResult run(const std::string& options = "")
     {
-        return runCommand("\"" TAVO_ORLIX_DOCTOR "\" " + options);
+        return runCommand("\"" TAVO_ORLIX_DOCTOR "\" " + options, kUnpackLimit);
     }
 
     const TemporaryFolder m_folder;
@@ -126,6 +127,15 @@ TEST_F(Doctor, FindsEachFault)
         c.make();
         EXPECT_THAT(run().output, HasSubstr(c.line));
     }
+}
+
+TEST_F(Doctor, CutsAToolThatHangs)
+{
+    m_folder.writeProgram("dxrt-cli", "sleep 1000");
+    const test_support::ScopedVariable path{"PATH", test_support::pathWith(m_folder.path())};
+    const std::string tool = m_folder.path(test_support::programFile("dxrt-cli"));
+    EXPECT_THAT(run().output, HasSubstr("30 seconds and is killed: dxrt-cli --status"));
+    EXPECT_TRUE(test_support::runningPrograms(tool).empty());
 }
 
 TEST_F(Doctor, TellsTheWorstByItsExitCodeAndAsJson)
