@@ -171,7 +171,7 @@ std::string Redaction::apply(std::string_view text)
     for (std::size_t at = 0, end = 0; at < text.size(); at = end)
     {
         end = std::min(kinds.find_first_not_of(kinds[at], at), text.size());
-        const char* const kind = kKinds[static_cast<std::size_t>(kinds[at])];
+        const char* const kind = kKinds[static_cast<unsigned char>(kinds[at])];
         if (*kind)
             ++m_counts[kind];
         result += *kind ? std::string("<") + kind + ">" : std::string(text.substr(at, end - at));
