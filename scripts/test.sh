@@ -86,6 +86,10 @@ esac
 status=0
 "${runner[@]}" ctest --preset "$preset" -j "$jobs" "${selection[@]}" --no-tests=error --output-junit "$report" \
     || status=$?
+if [ "$status" != 0 ] && [ -n "${TAVO_LEFT_OUT:-}" ]; then
+    rm -f "$report"
+    cannot "the tests of '$preset' do not count: what fails may want a program for ARM that cannot start here"
+fi
 unset TAVO_LEFT_OUT
 case $preset in
     windows) print_coverage windows cmake/wine/skips.cmake ;;

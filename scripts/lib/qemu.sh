@@ -42,7 +42,7 @@ start_arm_program()
 # What needs that, by name.
 readonly kStartsPrograms="(ApplicationTest|CameraInService|Doctor|DriverProbeTest|HostTest|LockOrderDeathTest\
 |ManagerInstallationTest|ManagerProcessTest|PosixProcessTest|ProcessTest|RoadTest|RunCommandTest\
-|RuntimesManagerTest|SmallDiskForCopies|guide)\..*\
+|RuntimesManagerTest|ShortageTest|SmallDiskForCopies|guide)\..*\
 |DeviceParameters.WhatIsReplacedDoesNotRun\
 |EngineInService.AnApplicationThatMayNotBeStartedAgainIsReportedOnce\
 |EngineTest.(TheApplicationRunsWhileACameraIsSwitchedOn|WhileAnotherHostIsThereNoApplicationIsStarted)\
