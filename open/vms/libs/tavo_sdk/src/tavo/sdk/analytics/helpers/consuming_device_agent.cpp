@@ -6,7 +6,6 @@
 #include <tavo/sdk/analytics/i_event_metadata_packet.h>
 #include <tavo/sdk/analytics/i_object_metadata_packet.h>
 #include <tavo/sdk/helpers/error.h>
-#include <tavo/sdk/helpers/integration_diagnostic_event.h>
 #include <tavo/sdk/helpers/string.h>
 #include <tavo/sdk/helpers/string_map.h>
 #include <tavo/sdk/helpers/to_string.h>
@@ -57,11 +56,8 @@ Result<const ISettingsResponse*> ConsumingDeviceAgent::setSettings(const IString
     return atBorder(
         [&]() -> Result<const ISettingsResponse*>
         {
-            std::map<std::string, std::string> newSettings;
-            if (!toStdMap(settings, &newSettings))
+            if (!m_hostState.setSettings(settings))
                 return error(ErrorCode::invalidParams, "Settings are invalid");
-
-            m_hostState.setSettings(std::move(newSettings));
             return settingsReceived();
         });
 }
@@ -133,21 +129,6 @@ Result<const ISettingsResponse*> ConsumingDeviceAgent::settingsReceived()
     return {};
 }
 
-std::map<std::string, std::string> ConsumingDeviceAgent::currentSettings() const
-{
-    return m_hostState.settings();
-}
-
-std::string ConsumingDeviceAgent::settingValue(const std::string& name) const
-{
-    std::optional<std::string> value = m_hostState.setting(name);
-    if (value)
-        return std::move(*value);
-    m_output.printAlways(
-        "ERROR: Requested setting " + name + " is missing; implying empty string.");
-    return {};
-}
-
 void ConsumingDeviceAgent::pushMetadataPacket(Ptr<IMetadataPacket> metadataPacket) const
 {
     processMetadataPacket(std::move(metadataPacket), /*position*/ 0);
@@ -169,19 +150,10 @@ void ConsumingDeviceAgent::pushManifest(const std::string& manifest) const
 void ConsumingDeviceAgent::pushIntegrationDiagnosticEvent(
     IIntegrationDiagnosticEvent::Level level, std::string caption, std::string description) const
 {
-    const Ptr<IDeviceAgent::IHandler> hostHandler = handler();
-    if (!hostHandler)
-    {
-        m_output.printAlways("pushIntegrationDiagnosticEvent(): INTERNAL ERROR: "
-                             "setHandler() was not called; ignoring Integration Diagnostic Event.");
-        return;
-    }
-
-    const auto event =
-        makePtr<IntegrationDiagnosticEvent>(level, std::move(caption), std::move(description));
-    if (m_output.isPrinting())
-        m_output.print("Producing Integration Diagnostic Event:\n" + toJsonString(event.get()));
-    atBorder([&] { hostHandler->handleIntegrationDiagnosticEvent(event.get()); });
+    m_hostState.pushDiagnosticEvent(
+        level, std::move(caption), std::move(description), m_output,
+        "pushIntegrationDiagnosticEvent(): INTERNAL ERROR: "
+        "setHandler() was not called; ignoring Integration Diagnostic Event.");
 }
 
 Result<void> ConsumingDeviceAgent::push(IDataPacket* dataPacket)

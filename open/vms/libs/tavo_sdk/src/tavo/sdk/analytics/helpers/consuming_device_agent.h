@@ -70,10 +70,13 @@ protected:
     // Called after new settings were stored; read them with settingValue or currentSettings.
     virtual Result<const ISettingsResponse*> settingsReceived();
 
-    std::map<std::string, std::string> currentSettings() const;
+    std::map<std::string, std::string> currentSettings() const { return m_hostState.settings(); }
 
     // The empty text, with an error logged, for a name that is not there.
-    std::string settingValue(const std::string& name) const;
+    std::string settingValue(const std::string& name) const
+    {
+        return m_hostState.setting(name, m_output);
+    }
 
     // Hands a packet to the host at any time; needs the handler.
     void pushMetadataPacket(Ptr<IMetadataPacket> metadataPacket) const;

@@ -4,7 +4,6 @@
 
 #include <tavo/kit/debug.h>
 #include <tavo/sdk/helpers/error.h>
-#include <tavo/sdk/helpers/integration_diagnostic_event.h>
 #include <tavo/sdk/helpers/string.h>
 #include <tavo/sdk/helpers/string_map.h>
 #include <tavo/sdk/helpers/to_string.h>
@@ -61,11 +60,8 @@ Result<const ISettingsResponse*> Engine::setSettings(const IStringMap* settings)
     return atBorder(
         [&]() -> Result<const ISettingsResponse*>
         {
-            std::map<std::string, std::string> newSettings;
-            if (!toStdMap(settings, &newSettings))
+            if (!m_hostState.setSettings(settings))
                 return error(ErrorCode::invalidParams, "Unable to convert the input string map");
-
-            m_hostState.setSettings(std::move(newSettings));
             return settingsReceived();
         });
 }
@@ -126,39 +122,12 @@ Result<const IActionResponse*> Engine::getSettingsOnActiveSettingChange(
     return {};
 }
 
-std::map<std::string, std::string> Engine::currentSettings() const
-{
-    return m_hostState.settings();
-}
-
-std::string Engine::settingValue(const std::string& name) const
-{
-    std::optional<std::string> value = m_hostState.setting(name);
-    if (value)
-        return std::move(*value);
-    m_output.printAlways(
-        "ERROR: Requested setting " + name + " is missing; implying empty string.");
-    return {};
-}
-
 void Engine::pushIntegrationDiagnosticEvent(
     IIntegrationDiagnosticEvent::Level level, std::string caption, std::string description) const
 {
-    const Ptr<IEngine::IHandler> hostHandler = handler();
-    if (!hostHandler)
-    {
-        m_output.printAlways(
-            "pushIntegrationDiagnosticEvent(): INTERNAL ERROR: setHandler() was not called; ignoring the Integration Diagnostic Event.");
-        return;
-    }
-
-    const auto event =
-        makePtr<IntegrationDiagnosticEvent>(level, std::move(caption), std::move(description));
-    if (m_output.isPrinting())
-    {
-        m_output.print("Producing Integration Diagnostic Event:\n" + toJsonString(event.get()));
-    }
-    atBorder([&] { hostHandler->handleIntegrationDiagnosticEvent(event.get()); });
+    m_hostState.pushDiagnosticEvent(
+        level, std::move(caption), std::move(description), m_output,
+        "pushIntegrationDiagnosticEvent(): INTERNAL ERROR: setHandler() was not called; ignoring the Integration Diagnostic Event.");
 }
 
 } // namespace tavo::sdk::analytics

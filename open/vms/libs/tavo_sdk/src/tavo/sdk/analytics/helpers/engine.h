@@ -53,10 +53,13 @@ protected:
     virtual Result<const IActionResponse*> getSettingsOnActiveSettingChange(
         Ptr<const IAction> action, const std::map<std::string, std::string>& params);
 
-    std::map<std::string, std::string> currentSettings() const;
+    std::map<std::string, std::string> currentSettings() const { return m_hostState.settings(); }
 
     // The empty text, with an error logged, for a name that is not there.
-    std::string settingValue(const std::string& name) const;
+    std::string settingValue(const std::string& name) const
+    {
+        return m_hostState.setting(name, m_output);
+    }
 
     // Tells the people who run the server something; needs the handler.
     void pushIntegrationDiagnosticEvent(

@@ -3,21 +3,18 @@
 
 #include <string>
 #include <utility>
-#include <vector>
 
+#include <tavo/kit/debug.h>
+#include <tavo/sdk/analytics/helpers/metadata_base.h>
 #include <tavo/sdk/analytics/i_event_metadata.h>
-#include <tavo/sdk/helpers/ref_countable.h>
-#include <tavo/sdk/ptr.h>
 
 namespace tavo::sdk::analytics
 {
 
-class EventMetadata : public RefCountable<IEventMetadata>
+class EventMetadata : public AttributedMetadata<IEventMetadata>
 {
 public:
     void setTypeId(std::string typeId) { m_typeId = std::move(typeId); }
-    void setConfidence(float confidence) { m_confidence = confidence; }
-    void addAttribute(Ptr<const IAttribute> attribute);
     void setCaption(std::string caption) { m_caption = std::move(caption); }
     void setDescription(std::string description) { m_description = std::move(description); }
     void setIsActive(bool isActive) { m_isActive = isActive; }
@@ -27,20 +24,19 @@ public:
 
     // IEventMetadata:
     const char* typeId() const override { return m_typeId.c_str(); }
-    float confidence() const override { return m_confidence; }
-    const IAttribute* attribute(int index) const override;
-    int attributeCount() const override { return static_cast<int>(m_attributes.size()); }
     const char* caption() const override { return m_caption.c_str(); }
     const char* description() const override { return m_description.c_str(); }
     bool isActive() const override { return m_isActive; }
-    void getTrackId(Uuid* outValue) const override;
+    void getTrackId(Uuid* outValue) const override
+    {
+        if (kit::verify(outValue, "outValue"))
+            *outValue = m_trackId;
+    }
     const char* key() const override { return m_key.c_str(); }
     TAVO_RETURNS_CONST_OVERRIDE(Uuid, regionId) { return m_regionId; }
 
 private:
     std::string m_typeId;
-    float m_confidence = 1.0F;
-    std::vector<Ptr<const IAttribute>> m_attributes;
     std::string m_caption;
     std::string m_description;
     bool m_isActive = false;

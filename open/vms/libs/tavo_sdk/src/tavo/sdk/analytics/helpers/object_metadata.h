@@ -4,23 +4,21 @@
 #include <memory>
 #include <string>
 #include <utility>
-#include <vector>
 
+#include <tavo/sdk/analytics/helpers/metadata_base.h>
 #include <tavo/sdk/analytics/i_object_metadata.h>
-#include <tavo/sdk/helpers/ref_countable.h>
-#include <tavo/sdk/ptr.h>
 
 namespace tavo::sdk::analytics
 {
 
-class ObjectMetadata : public RefCountable<IObjectMetadata>
+class ObjectMetadata : public AttributedMetadata<IObjectMetadata>
 {
 public:
     ObjectMetadata() = default;
 
     // A part of `whole`, which references to it are references to.
     explicit ObjectMetadata(const IRefCountable* whole) :
-        RefCountable(whole)
+        AttributedMetadata(whole)
     {}
 
     // Objects of a type may share its id.
@@ -29,25 +27,18 @@ public:
     {
         m_typeId = std::make_shared<const std::string>(std::move(typeId));
     }
-    void setConfidence(float confidence) { m_confidence = confidence; }
-    void addAttribute(Ptr<const IAttribute> attribute);
     void setTrackId(const Uuid& trackId) { m_trackId = trackId; }
     void setSubtype(std::string subtype) { m_subtype = std::move(subtype); }
     void setBoundingBox(const Rect& boundingBox) { m_boundingBox = boundingBox; }
 
     // IObjectMetadata:
     const char* typeId() const override { return m_typeId ? m_typeId->c_str() : ""; }
-    float confidence() const override { return m_confidence; }
-    const IAttribute* attribute(int index) const override;
-    int attributeCount() const override { return static_cast<int>(m_attributes.size()); }
     TAVO_RETURNS_CONST_OVERRIDE(Uuid, trackId) { return m_trackId; }
     const char* subtype() const override { return m_subtype.c_str(); }
     TAVO_RETURNS_CONST_OVERRIDE(Rect, boundingBox) { return m_boundingBox; }
 
 private:
     std::shared_ptr<const std::string> m_typeId;
-    float m_confidence = 1.0F;
-    std::vector<Ptr<const IAttribute>> m_attributes;
     Uuid m_trackId;
     std::string m_subtype;
     Rect m_boundingBox;
