@@ -4,6 +4,7 @@
 
 #include <map>
 #include <string>
+#include <utility>
 
 #include <tavo/sdk/helpers/string.h>
 #include <tavo/sdk/helpers/string_map.h>
@@ -16,17 +17,18 @@ namespace tavo::sdk
 class SettingsResponse : public RefCountable<ISettingsResponse>
 {
 public:
-    void setValue(const std::string& name, std::string value); // adds or replaces
-    void setValues(Ptr<StringMap> values); // replaces all
-    void setValues(const std::map<std::string, std::string>& values);
-    void setError(const std::string& name, std::string text); // adds or replaces
-    void setErrors(Ptr<StringMap> errors); // replaces all
-    void setModel(std::string model); // a JSON text
+    void setValues(Ptr<StringMap> values) { m_values = std::move(values); }
+    void setValues(const std::map<std::string, std::string>& values)
+    {
+        m_values = makePtr<StringMap>(values);
+    }
+    void setErrors(Ptr<StringMap> errors) { m_errors = std::move(errors); }
+    void setModel(std::string model) { m_model = makePtr<String>(std::move(model)); } // JSON
 
     // ISettingsResponse:
-    const IStringMap* values() const override;
-    const IStringMap* errors() const override;
-    const IString* model() const override;
+    const IStringMap* values() const override { return Ptr(m_values).releasePtr(); }
+    const IStringMap* errors() const override { return Ptr(m_errors).releasePtr(); }
+    const IString* model() const override { return Ptr(m_model).releasePtr(); }
 
 private:
     Ptr<StringMap> m_values;

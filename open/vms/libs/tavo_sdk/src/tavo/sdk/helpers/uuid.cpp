@@ -1,6 +1,7 @@
 #include <tavo/sdk/helpers/uuid.h>
 
 #include <array>
+#include <charconv>
 #include <cstring>
 #include <mutex>
 
@@ -16,17 +17,6 @@ constexpr size_t kMinTextSize = 32;
 
 // The letter r stands where one would expect the carriage return, as in the host.
 constexpr std::string_view kSkipped = "\t\n r-{}";
-
-int hexDigit(char c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
-}
 
 // Asks the system for many bytes at once: new ids are made on the road of a result, where a system
 // call for each would be the larger part of the work.
@@ -73,11 +63,9 @@ Uuid uuidFromText(std::string_view text)
             continue;
         if (byteCount == sizeof result.bytes || i + 1 == text.size())
             return {};
-        const int high = hexDigit(text[i]);
-        const int low = hexDigit(text[++i]);
-        if (high < 0 || low < 0)
+        const char* const pair = text.data() + i++;
+        if (std::from_chars(pair, pair + 2, result.bytes[byteCount++], 16).ptr != pair + 2)
             return {};
-        result.bytes[byteCount++] = static_cast<std::uint8_t>(high * 16 + low);
     }
     return byteCount == sizeof result.bytes ? result : Uuid{};
 }
