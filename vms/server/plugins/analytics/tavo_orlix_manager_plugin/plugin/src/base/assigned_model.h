@@ -14,7 +14,8 @@ struct AssignedModel
     std::string updatedAt; // change stamp, compared as text
     std::string modelPath; // the file in the cache
     std::string keyPath; // where the model's symmetric key is kept
-    std::string runtimePath; // the file that the application loads; a decrypted copy if encrypted
+    std::string runtimePath =
+        {}; // the file that the application loads; a decrypted copy if encrypted
     bool encrypted = false; // the file at modelPath is stored encrypted
 };
 

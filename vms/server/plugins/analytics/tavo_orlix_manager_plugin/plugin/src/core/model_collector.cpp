@@ -66,8 +66,7 @@ void ModelCollector::add(yyjson_val* model)
     assigned.keyPath = files.keyPath;
     assigned.runtimePath = files.runtimePath;
     assigned.encrypted = files.encrypted;
-    const ModelToEnsure toEnsure{assigned.id, assigned.name, assigned.modelPath, assigned.keyPath};
-    if (m_modelManager.ensureModel(downloads, m_mimeType, toEnsure, m_cloudToken()))
+    if (m_modelManager.ensureModel(downloads, m_mimeType, assigned, m_cloudToken()))
         m_downloaded = true;
     appendToList(model, assigned);
     m_models.emplace(assigned.id, std::move(assigned));

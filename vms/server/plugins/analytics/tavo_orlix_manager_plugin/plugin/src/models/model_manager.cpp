@@ -1,6 +1,5 @@
 #include "models/model_manager.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <system_error>
 #include <utility>
@@ -90,7 +89,7 @@ ModelFiles ModelManager::selectDownload(
 }
 
 bool ModelManager::ensureModel(
-    yyjson_val* downloads, const std::string& mimeType, const ModelToEnsure& model,
+    yyjson_val* downloads, const std::string& mimeType, const AssignedModel& model,
     const std::string& cloudToken)
 {
     ensureDirectories();
@@ -139,7 +138,7 @@ void ModelManager::keepReports(std::set<std::string> modelIds)
 }
 
 std::optional<ModelManager::Offer> ModelManager::readOffer(
-    yyjson_val* download, const ModelToEnsure& model) const
+    yyjson_val* download, const AssignedModel& model) const
 {
     Offer offer;
     offer.url = textMember(download, "Url");
@@ -167,7 +166,7 @@ std::optional<ModelManager::Offer> ModelManager::readOffer(
 }
 
 ModelManager::Verdict ModelManager::ensureOffer(
-    const Offer& offer, const ModelToEnsure& model, const std::string& cloudToken)
+    const Offer& offer, const AssignedModel& model, const std::string& cloudToken)
 {
     finishInterruptedDownload(model.modelPath, model.keyPath);
     if (fileStands(offer, model))
@@ -175,7 +174,7 @@ ModelManager::Verdict ModelManager::ensureOffer(
         m_metadataTimes[model.id] = offer.lastModified;
         return Verdict::standing;
     }
-    if (hasFailed(model.id))
+    if (m_failedModels.contains(model.id))
         return Verdict::next;
 
     ModelDownload download;
@@ -194,7 +193,7 @@ ModelManager::Verdict ModelManager::ensureOffer(
     {
         log_info(
             "Warning! Failed to download model: %s will ignore in the future.\n", model.id.c_str());
-        m_failedModels.push_back(model.id);
+        m_failedModels.insert(model.id);
         return Verdict::failed;
     }
     if (fileTime)
@@ -202,7 +201,7 @@ ModelManager::Verdict ModelManager::ensureOffer(
     return Verdict::downloaded;
 }
 
-bool ModelManager::fileStands(const Offer& offer, const ModelToEnsure& model) const
+bool ModelManager::fileStands(const Offer& offer, const AssignedModel& model) const
 {
     const auto metadataTime = m_metadataTimes.find(model.id);
     const auto fileTime = m_fileTimes.find(model.id);
@@ -250,11 +249,6 @@ bool ModelManager::fileStands(const Offer& offer, const ModelToEnsure& model) co
         "File exists: %d Correct size: %d Model file newer: %d : Metadata updated: %d\n", exists,
         correctSize, metadataNewer, metadataUpdated);
     return exists && (correctSize || metadataNewer) && !metadataUpdated;
-}
-
-bool ModelManager::hasFailed(const std::string& modelId) const
-{
-    return std::find(m_failedModels.begin(), m_failedModels.end(), modelId) != m_failedModels.end();
 }
 
 void ModelManager::forgetFailedDownloads()

@@ -7,10 +7,10 @@
 #include <stop_token>
 #include <string>
 #include <unordered_map>
-#include <vector>
 
 #include <yyjson.h>
 
+#include "base/assigned_model.h"
 #include "base/message_board.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -23,15 +23,6 @@ struct ModelFiles
     std::string runtimePath; // the file that the manager application loads
     std::string keyPath; // where the model's symmetric key is kept
     std::string modelPath; // the downloaded file in the cache
-};
-
-// What identifies a model and its files in the operations below.
-struct ModelToEnsure
-{
-    std::string id;
-    std::string name; // for people
-    std::string modelPath;
-    std::string keyPath;
 };
 
 // The disk cache of AI models. Everything runs on the runtime loop's thread, and a download holds
@@ -52,7 +43,7 @@ public:
     // Makes sure that the cached file is right, and downloads it if not. True if a new file came.
     // A model whose download failed is left alone until forgetFailedDownloads.
     [[nodiscard]] bool ensureModel(
-        yyjson_val* downloads, const std::string& mimeType, const ModelToEnsure& model,
+        yyjson_val* downloads, const std::string& mimeType, const AssignedModel& model,
         const std::string& cloudToken);
 
     // Tells the user of a model without a download for this mime type. ensureModel takes it back
@@ -91,17 +82,16 @@ private:
     void ensureDirectories() const;
 
     [[nodiscard]] std::optional<Offer> readOffer(
-        yyjson_val* download, const ModelToEnsure& model) const;
+        yyjson_val* download, const AssignedModel& model) const;
     [[nodiscard]] Verdict ensureOffer(
-        const Offer& offer, const ModelToEnsure& model, const std::string& cloudToken);
-    [[nodiscard]] bool fileStands(const Offer& offer, const ModelToEnsure& model) const;
-    [[nodiscard]] bool hasFailed(const std::string& modelId) const;
+        const Offer& offer, const AssignedModel& model, const std::string& cloudToken);
+    [[nodiscard]] bool fileStands(const Offer& offer, const AssignedModel& model) const;
 
     const std::string m_root;
     const std::string m_unencryptedFolder;
     const std::string m_encryptedFolder;
     const std::string m_keysFolder;
-    std::vector<std::string> m_failedModels; // ids
+    std::set<std::string> m_failedModels; // ids
     std::set<std::string> m_incompatibleModels; // ids
     std::unordered_map<std::string, std::time_t> m_metadataTimes; // by id, as of the last check
     std::unordered_map<std::string, std::time_t> m_fileTimes; // by id, of the last download

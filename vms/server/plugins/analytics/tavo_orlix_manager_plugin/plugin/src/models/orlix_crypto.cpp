@@ -76,16 +76,9 @@ CipherContext startDecryption(const unsigned char* key, Envelope& envelope)
     return context;
 }
 
-enum class Step
-{
-    done,
-    notRead, // or ended by the stop
-    notWritten,
-};
-
-Step decryptStream(
+Outcome decryptStream(
     EVP_CIPHER_CTX* context, std::uint64_t remaining, std::FILE* input, std::FILE* output,
-    const std::stop_token& stop)
+    const std::string& outputPath, const std::stop_token& stop)
 {
     Bytes ciphertext(kCipherBlockSize);
     Bytes plaintext(kCipherBlockSize);
@@ -99,14 +92,14 @@ Step decryptStream(
                 context, plaintext.data(), &written, ciphertext.data(), static_cast<int>(size)) !=
                 1)
         {
-            return Step::notRead;
+            return Outcome::failed("The model's file could not be read.");
         }
         const auto count = static_cast<std::size_t>(written);
         if (std::fwrite(plaintext.data(), 1, count, output) != count)
-            return Step::notWritten;
+            return Outcome::failedAt(outputPath);
         remaining -= size;
     }
-    return Step::done;
+    return {};
 }
 
 std::optional<Bytes> failed(const char* text)
@@ -150,17 +143,12 @@ Outcome decryptModelFile(
     if (!context)
         return Outcome::failed("There is no memory for it.");
 
+    const Outcome decrypted = decryptStream(
+        context.get(), envelope.ciphertextSize, input.get(), output, outputPath, stop);
+    if (!decrypted)
+        return decrypted;
     std::array<unsigned char, EVP_MAX_BLOCK_LENGTH> rest{}; // stays empty in this mode
     int restSize = 0;
-    switch (decryptStream(context.get(), envelope.ciphertextSize, input.get(), output, stop))
-    {
-        case Step::notRead:
-            return Outcome::failed("The model's file could not be read.");
-        case Step::notWritten:
-            return Outcome::failedAt(outputPath);
-        case Step::done:
-            break;
-    }
     if (EVP_DecryptFinal_ex(context.get(), rest.data(), &restSize) <= 0)
         return Outcome::failed("The model's file and its key do not belong together.");
     return std::fflush(output) == 0 ? Outcome() : Outcome::failedAt(outputPath);

@@ -81,7 +81,7 @@ protected:
         yyjson_val* const root = yyjson_doc_get_root(document.get());
         m_files = m_manager.selectDownload(root, kMimeType, "model-id");
         const bool downloaded = m_manager.ensureModel(
-            root, kMimeType, {"model-id", "Net", m_files.modelPath, m_files.keyPath}, "token");
+            root, kMimeType, {"model-id", "Net", "", m_files.modelPath, m_files.keyPath}, "token");
         (void)m_requests.load(); // the server's thread is done with what it read
         return downloaded;
     }
@@ -155,7 +155,7 @@ TEST_F(ModelManagerTest, fetchesOnceAndAgainWhenTheCloudOrTheDiskChanged)
     const JsonDocument document = parseJson(downloads());
     EXPECT_FALSE(next.ensureModel(
         yyjson_doc_get_root(document.get()), kMimeType,
-        {"model-id", "Net", m_files.modelPath, m_files.keyPath}, "token"));
+        {"model-id", "Net", "", m_files.modelPath, m_files.keyPath}, "token"));
     EXPECT_EQ(5, m_requests);
     EXPECT_TRUE(m_board.snapshot().empty());
 }
