@@ -72,4 +72,13 @@ void requireWhole(const yyjson_mut_doc* document)
         throw std::bad_alloc();
 }
 
+std::optional<std::string> writeJson(const yyjson_mut_doc* document, yyjson_write_flag flags)
+{
+    requireWhole(document);
+    std::size_t size = 0;
+    const std::unique_ptr<char, decltype(&std::free)> text(
+        yyjson_mut_write(document, flags, &size), &std::free);
+    return text ? std::optional(std::string(text.get(), size)) : std::nullopt;
+}
+
 } // namespace tavo::vms_server_plugins::analytics::orlix

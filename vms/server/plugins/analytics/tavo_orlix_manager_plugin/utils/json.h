@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -34,6 +35,10 @@ using MutableJsonDocument = std::unique_ptr<yyjson_mut_doc, JsonDeleter>;
 // To be called before a document of newJsonDocument is used: throws std::bad_alloc if something of
 // it was left out.
 void requireWhole(const yyjson_mut_doc* document);
+
+// The text of a document, which is looked at likewise. Nothing when it cannot be told.
+[[nodiscard]] std::optional<std::string> writeJson(
+    const yyjson_mut_doc* document, yyjson_write_flag flags = YYJSON_WRITE_NOFLAG);
 
 // The text of a string value; empty for null and for every other type. Valid while its document is.
 [[nodiscard]] inline std::string_view jsonText(yyjson_val* value)

@@ -1,6 +1,3 @@
-#include <cstdlib>
-#include <memory>
-
 #include <tavo/sdk/helpers/error.h>
 #include <tavo/sdk/helpers/settings_response.h>
 
@@ -29,10 +26,7 @@ std::string settingsModel()
     yyjson_mut_obj_add_str(json, link, "caption", "Orlix Manager documentation");
     yyjson_mut_obj_add_str(json, link, "url", kDocumentationLink);
 
-    requireWhole(json);
-    const std::unique_ptr<char, decltype(&std::free)> text(
-        yyjson_mut_write(json, YYJSON_WRITE_NOFLAG, nullptr), &std::free);
-    return text ? text.get() : "";
+    return writeJson(json).value_or("");
 }
 
 } // namespace

@@ -1,11 +1,7 @@
-#include <cstdlib>
 #include <filesystem>
-#include <memory>
-#include <string_view>
 #include <utility>
 
 #include "base/manager_files.h"
-#include "inference/model_changes.h"
 #include "inference/orlix_manager_interface.h"
 #include "remote/file_helpers.h"
 #include "utils/log.h"
@@ -17,27 +13,25 @@ namespace tavo::vms_server_plugins::analytics::orlix
 namespace
 {
 
-struct TextDeleter
-{
-    void operator()(char* text) const { std::free(text); }
-};
-
-} // namespace
-
-ModelChange findModelChange(const ModelStamps& known, const AssignedModels& assignedModels)
+// Why the settings file is to be written anew: a line for the log, or "", as operators know it.
+// Null if it is not. By model id, `known` has the change stamps that it was written with.
+const char* changeSince(
+    const std::unordered_map<std::string, std::string>& known, const AssignedModels& assignedModels)
 {
     if (known.size() != assignedModels.size())
-        return ModelChange::count;
+        return "";
     for (const auto& [id, updatedAt] : known)
     {
         const auto model = assignedModels.find(id);
         if (model == assignedModels.end())
-            return ModelChange::assignment;
+            return "Detected new model assignment\n";
         if (model->second.updatedAt != updatedAt)
-            return ModelChange::update;
+            return "Detected model update\n";
     }
-    return ModelChange::none;
+    return nullptr;
 }
+
+} // namespace
 
 bool OrlixManagerInterface::updateSettings(
     MutableJsonDocument document, const AssignedModels& assignedModels, bool force)
@@ -45,34 +39,26 @@ bool OrlixManagerInterface::updateSettings(
     requireWhole(document.get());
     if (!force)
     {
-        switch (findModelChange(m_changeTable, assignedModels))
+        const char* const change = changeSince(m_changeTable, assignedModels);
+        if (!change)
         {
-            case ModelChange::none:
-                log_info("Runtime settings has not changed.\n");
-                return false;
-            case ModelChange::count:
-                break; // silent, as operators know it
-            case ModelChange::assignment:
-                log_info("Detected new model assignment\n");
-                break;
-            case ModelChange::update:
-                log_info("Detected model update\n");
-                break;
+            log_info("Runtime settings has not changed.\n");
+            return false;
         }
+        if (*change)
+            log_info("%s", change);
     }
     m_changeTable.clear();
     for (const auto& [id, model] : assignedModels)
         m_changeTable.emplace(model.id, model.updatedAt);
 
-    std::size_t size = 0;
-    const std::unique_ptr<char, TextDeleter> text(
-        yyjson_mut_write(document.get(), YYJSON_WRITE_PRETTY, &size));
+    std::optional<std::string> text = writeJson(document.get(), YYJSON_WRITE_PRETTY);
     if (!text)
     {
         log_info("Warning! Failed to create json string.\n");
         return true;
     }
-    m_unwrittenSettings.emplace(text.get(), size);
+    m_unwrittenSettings = std::move(text);
     m_settingsPause = {};
     return writeSettings();
 }

@@ -8,6 +8,7 @@
 #include <stop_token>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 #include "base/assigned_model.h"
 #include "base/message_board.h"
@@ -16,7 +17,6 @@
 #include "inference/exchange_line.h"
 #include "inference/manager_state.h"
 #include "inference/message_buffer.h"
-#include "inference/model_changes.h"
 #include "inference/small_message.h"
 #include "remote/host_rest_client.h"
 #include "utils/clock.h"
@@ -139,7 +139,8 @@ private:
     bool m_hasCrashed = false; // since the last deliberate stop
     std::set<std::string> m_decryptedCopies; // paths; deleted by the job too, if this dies
     std::uint64_t m_startTimeMs = 0; // wall clock of the last successful start
-    ModelStamps m_changeTable; // as of the last update of the settings
+    // By model id, the change stamp as of the last update of the settings.
+    std::unordered_map<std::string, std::string> m_changeTable;
     std::optional<std::string> m_unwrittenSettings; // the text
     RetryPause m_settingsPause;
     bool m_settingsFailureTold = false;

@@ -37,16 +37,11 @@ std::string_view withoutBraces(std::string_view text)
 
 std::string compactJson(const yyjson_mut_doc* document)
 {
-    requireWhole(document);
-    std::size_t size = 0;
-    const std::unique_ptr<char, decltype(&std::free)> text(
-        yyjson_mut_write(document, YYJSON_WRITE_NOFLAG, &size), &std::free);
-    if (!text)
-    {
-        log_info("Error creating settings model string\n");
-        return "{}";
-    }
-    return std::string(text.get(), size);
+    std::optional<std::string> text = writeJson(document);
+    if (text)
+        return std::move(*text);
+    log_info("Error creating settings model string\n");
+    return "{}";
 }
 
 std::string jsonToText(MutableJsonDocument document)
