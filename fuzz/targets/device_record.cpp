@@ -109,7 +109,7 @@ void checkModelFiles(yyjson_val* models)
 void tavo::fuzz::run(std::string_view text)
 {
     for (const auto& ids :
-         {devicesWithConfiguration(text), devicesWithoutConfiguration(text), cloudUserIds(text)})
+         {activatedDevices(text, true), activatedDevices(text, false), cloudUserIds(text)})
     {
         for (const std::string& id : ids)
             FUZZ_CHECK(ids.size() < text.size() && id.size() < text.size());

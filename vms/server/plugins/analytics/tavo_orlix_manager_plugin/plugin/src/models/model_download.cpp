@@ -19,6 +19,7 @@
 #include "models/orlix_crypto.h"
 #include "remote/answer_body.h"
 #include "remote/certificates.h"
+#include "remote/file_downloader.h"
 #include "remote/file_helpers.h"
 #include "remote/stoppable_client.h"
 #include "utils/files.h"
@@ -153,19 +154,15 @@ private:
             return failedToPlace(outcome);
         }
         std::uint64_t received = 0;
-        TransferPace pace(m_download.floor);
-        while (m_received && !m_client.eof())
-        {
-            const auto buffer = m_client.fetchMessageBodyBuffer();
-            received += buffer.size();
-            if (std::fwrite(buffer.data(), 1, buffer.size(), file.get()) != buffer.size())
-                m_received = Outcome::failedAt(m_temporaryPath);
-            else if (!pace.keepsUp(buffer.size()))
-                m_received = Outcome::failed("The download came too slowly.");
-            postProgress(
-                " (" + std::to_string(received * 100 / m_download.expectedSize) +
-                "%)\nClick on the 'Refresh' button to see updated progress.");
-        }
+        m_received = receiveFile(
+            m_client, file.get(), m_temporaryPath, m_download.floor,
+            [&](std::uint64_t total)
+            {
+                received = total;
+                postProgress(
+                    " (" + std::to_string(received * 100 / m_download.expectedSize) +
+                    "%)\nClick on the 'Refresh' button to see updated progress.");
+            });
         if (std::fclose(file.release()) != 0 && m_received)
             m_received = Outcome::failedAt(m_temporaryPath);
         if (m_received && received < std::strtoull(header("Content-Length").c_str(), nullptr, 10))
@@ -207,10 +204,8 @@ private:
     {
         if (!m_download.encrypted)
             return true;
-        FileStream file(file_open_private(m_temporaryKeyPath.c_str()));
-        const bool written =
-            file && std::fwrite(m_key.data(), 1, m_key.size(), file.get()) == m_key.size();
-        if (file && std::fclose(file.release()) == 0 && written)
+        const std::string_view key(reinterpret_cast<const char*>(m_key.data()), m_key.size());
+        if (writeAndClose(FileStream(file_open_private(m_temporaryKeyPath.c_str())), key))
             return true;
         return keyFailed(Outcome::failedAt(m_temporaryKeyPath));
     }

@@ -1,7 +1,5 @@
 #include "remote/answer_body.h"
 
-#include <charconv>
-
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
@@ -11,17 +9,6 @@ namespace
 using network::http::HttpClient;
 
 constexpr std::size_t kExcerptSize = 1024;
-
-// Whether the head names another length than the body has. Without one the end of the connection
-// is the end of the body.
-bool isCut(const HttpClient& client, std::size_t size)
-{
-    const std::string text =
-        network::http::getHeaderValue(client.response()->headers, "Content-Length");
-    std::size_t length = 0;
-    const std::errc error = std::from_chars(text.data(), text.data() + text.size(), length).ec;
-    return error == std::errc{} && length != size;
-}
 
 } // namespace
 
@@ -57,7 +44,7 @@ std::optional<std::string> fetchBody(HttpClient& client, const TransferFloor& fl
         if (body.size() > HttpClient::kMaxEntireBodySize || !pace.keepsUp(buffer.size()))
             return std::nullopt;
     }
-    return isCut(client, body.size()) ? std::nullopt : std::optional(std::move(body));
+    return client.failure().empty() ? std::optional(std::move(body)) : std::nullopt;
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

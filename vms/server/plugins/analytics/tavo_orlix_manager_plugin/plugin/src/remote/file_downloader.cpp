@@ -64,11 +64,11 @@ private:
     const std::string& m_key;
 };
 
-// Pulls the body into the file, which lies at `path`.
-Outcome receiveBody(
-    HttpClient& client, std::FILE* file, const std::string& path, std::uint64_t length,
-    const std::string& title, const TransferFloor& floor, ScopedEntry& progress,
-    const std::stop_token& stop)
+} // namespace
+
+Outcome receiveFile(
+    HttpClient& client, std::FILE* file, const std::string& path, const TransferFloor& floor,
+    const std::function<void(std::uint64_t)>& progress)
 {
     std::uint64_t total = 0;
     TransferPace pace(floor);
@@ -80,14 +80,10 @@ Outcome receiveBody(
             return Outcome::failedAt(path);
         if (!pace.keepsUp(buffer.size()))
             return Outcome::failed("The download came too slowly.");
-        progress.post(progressText(title, total, length));
+        progress(total);
     }
-    if (stop.stop_requested())
-        return Outcome::failed("This server is shutting down.");
     return std::fflush(file) == 0 ? Outcome() : Outcome::failedAt(path);
 }
-
-} // namespace
 
 Outcome downloadFile(
     const std::string& url, const std::string& filePath, MessageBoard& board,
@@ -120,8 +116,11 @@ Outcome downloadFile(
     const std::uint64_t length = contentLength(*client.response(), url);
 
     ScopedEntry progress(board, key);
-    Outcome outcome =
-        receiveBody(client, file.get(), filePath, length, title, floor, progress, stop);
+    Outcome outcome = receiveFile(
+        client, file.get(), filePath, floor,
+        [&](std::uint64_t total) { progress.post(progressText(title, total, length)); });
+    if (outcome && stop.stop_requested())
+        outcome = Outcome::failed("This server is shutting down.");
     if (outcome)
         return outcome;
     log_info("Error! Gave up the download of %s: %s\n", url.c_str(), outcome.why().c_str());

@@ -24,19 +24,6 @@ namespace
 // A call of the host's may be waiting.
 constexpr std::chrono::milliseconds kReplacePatience{50};
 
-bool writeAll(std::FILE* file, const char* data, std::size_t size)
-{
-    std::size_t written = 0;
-    while (written < size)
-    {
-        const std::size_t count = std::fwrite(data + written, 1, size - written, file);
-        if (count == 0)
-            return false;
-        written += count;
-    }
-    return true;
-}
-
 } // namespace
 
 bool fileExists(const std::string& path)
@@ -89,6 +76,14 @@ std::unique_ptr<char[]> readFile(const std::string& path, std::size_t* size)
     return buffer;
 }
 
+bool writeAndClose(FileStream file, std::string_view content)
+{
+    const std::size_t size = content.size();
+    const bool isWritten = file && std::fwrite(content.data(), 1, size, file.get()) == size;
+    // Closing writes what the stream still holds, so a full disk may show only there.
+    return file && std::fclose(file.release()) == 0 && isWritten;
+}
+
 int writeFile(const std::string& path, const char* data, std::size_t size)
 {
     log_info("Writing size: %zu\n", size);
@@ -98,9 +93,7 @@ int writeFile(const std::string& path, const char* data, std::size_t size)
         log_info("Error opening file\n");
         return 1;
     }
-    // Closing writes what the stream still holds, so a full disk may show only there.
-    const bool written = writeAll(file.get(), data, size);
-    if (std::fclose(file.release()) != 0 || !written)
+    if (!writeAndClose(std::move(file), {data, size}))
     {
         log_info("Error writing file\n");
         return 1;
@@ -129,9 +122,8 @@ bool replaceFile(const std::string& path, std::string_view content)
     FileStream file(file_open_write(draft.c_str()));
     if (!file)
         return false;
-    const bool written = writeAll(file.get(), content.data(), content.size());
     std::error_code error;
-    if (std::fclose(file.release()) == 0 && written)
+    if (writeAndClose(std::move(file), content))
         rename_entry(draft, path, kReplacePatience, error);
     else
         error = std::make_error_code(std::errc::io_error);

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "utils/files.h"
 #include "utils/paths.h"
 
 // Small helpers for files; paths are UTF-8. No state. Nothing throws but for want of memory. A
@@ -26,6 +27,9 @@ bool deleteFile(const std::string& path);
 // The file's bytes, or null if it cannot be opened, which is told on standard error and not in the
 // log, or held. `size` is what the buffer holds, less than the file has when reading it breaks off.
 [[nodiscard]] std::unique_ptr<char[]> readFile(const std::string& path, std::size_t* size);
+
+// False, silently and with the reason in errno, when not all could be written; also without a file.
+[[nodiscard]] bool writeAndClose(FileStream file, std::string_view content);
 
 // Replaces what is there. 0 on success; 1 on failure, which leaves the file cut short.
 int writeFile(const std::string& path, const char* data, std::size_t size);

@@ -136,6 +136,15 @@ std::string patch(
     return doRequest(path, "PATCH", kJsonMimeType, body, provider);
 }
 
+// The host's list; empty, with a line in the log, when there is none.
+std::string devicesToChange(const UtilityProviderPtr& provider)
+{
+    std::string devices = getDevicesParameters(provider);
+    if (devices.empty())
+        log_info("Warning! Could not patch default device parameters.\n");
+    return devices;
+}
+
 // Makes {"parameters":{"tavoAI":content}} the whole document.
 void wrapAsParameters(yyjson_mut_doc* document, yyjson_mut_val* content)
 {
@@ -208,25 +217,12 @@ std::vector<std::string> getCloudUserIds(const UtilityProviderPtr& provider)
 
 std::vector<std::string> getDevicesWithConfiguration(const UtilityProviderPtr& provider)
 {
-    const std::string devices = getDevicesParameters(provider);
-    if (devices.empty())
-    {
-        log_info("Warning! Could not patch default device parameters.\n");
-        return {};
-    }
-    return devicesWithConfiguration(devices);
+    return activatedDevices(devicesToChange(provider), /*withConfiguration*/ true);
 }
 
 std::vector<std::string> getDevicesWithoutConfiguration(const UtilityProviderPtr& provider)
 {
-    const std::string devices = getDevicesParameters(provider);
-    if (devices.empty())
-    {
-        // The same words as above, as operators know it.
-        log_info("Warning! Could not patch default device parameters.\n");
-        return {};
-    }
-    return devicesWithoutConfiguration(devices);
+    return activatedDevices(devicesToChange(provider), /*withConfiguration*/ false);
 }
 
 void patchRuntimeInformation(

@@ -7,62 +7,26 @@
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
-namespace
+std::vector<std::string> activatedDevices(std::string_view devices, bool withConfiguration)
 {
-
-// Calls `visit(id, ours)` for each activated device; `ours` is what the plugin keeps on its record,
-// of any type.
-template <class Visit>
-void forEachActivatedDevice(std::string_view devices, Visit visit)
-{
+    std::vector<std::string> ids;
     const JsonDocument document = parseJson(devices);
     yyjson_arr_iter iterator = yyjson_arr_iter_with(yyjson_doc_get_root(document.get()));
     while (yyjson_val* const device = yyjson_arr_iter_next(&iterator))
     {
         const std::string id(jsonText(jsonMember(device, "id")));
-        if (yyjson_val* const ours = pluginParameters(device))
-            visit(id, ours);
-        else
+        yyjson_val* const ours = pluginParameters(device);
+        const bool hasModels = jsonMember(ours, "models");
+        const bool hasPipelines = jsonMember(ours, "pipelines");
+        if (!ours)
             log_debug("Device %s not activated yet. Ignoring.\n", id.c_str());
+        else if (withConfiguration && !hasModels && !hasPipelines)
+            log_debug("Device %s has no configuration. Ignoring.\n", id.c_str());
+        else if (!withConfiguration && hasModels && hasPipelines)
+            log_debug("Device %s has configuration. Ignoring.\n", id.c_str());
+        else if (!id.empty())
+            ids.push_back(id);
     }
-}
-
-// A record without an id cannot be asked for by it.
-void appendId(std::vector<std::string>& ids, const std::string& id)
-{
-    if (!id.empty())
-        ids.push_back(id);
-}
-
-} // namespace
-
-std::vector<std::string> devicesWithConfiguration(std::string_view devices)
-{
-    std::vector<std::string> ids;
-    forEachActivatedDevice(
-        devices,
-        [&ids](const std::string& id, yyjson_val* ours)
-        {
-            if (jsonMember(ours, "models") || jsonMember(ours, "pipelines"))
-                appendId(ids, id);
-            else
-                log_debug("Device %s has no configuration. Ignoring.\n", id.c_str());
-        });
-    return ids;
-}
-
-std::vector<std::string> devicesWithoutConfiguration(std::string_view devices)
-{
-    std::vector<std::string> ids;
-    forEachActivatedDevice(
-        devices,
-        [&ids](const std::string& id, yyjson_val* ours)
-        {
-            if (jsonMember(ours, "models") && jsonMember(ours, "pipelines"))
-                log_debug("Device %s has configuration. Ignoring.\n", id.c_str());
-            else
-                appendId(ids, id);
-        });
     return ids;
 }
 

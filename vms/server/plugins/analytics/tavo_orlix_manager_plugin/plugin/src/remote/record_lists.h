@@ -10,11 +10,10 @@
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
-// Ids of the activated devices that have models or pipelines.
-[[nodiscard]] std::vector<std::string> devicesWithConfiguration(std::string_view devices);
-
-// Ids of the activated devices that lack models or pipelines.
-[[nodiscard]] std::vector<std::string> devicesWithoutConfiguration(std::string_view devices);
+// Ids of the activated devices that have models or pipelines, or of those that lack one of the two.
+// A record without an id cannot be asked for by it.
+[[nodiscard]] std::vector<std::string> activatedDevices(
+    std::string_view devices, bool withConfiguration);
 
 // Ids of the users of type "cloud".
 [[nodiscard]] std::vector<std::string> cloudUserIds(std::string_view users);

@@ -43,13 +43,10 @@ ManagerInstallation::ManagerInstallation(
 
 ManagerInstallState ManagerInstallation::checkInstallation()
 {
-    if (m_state.load() == ManagerInstallState::installed)
-        return ManagerInstallState::installed;
-    const std::string manager = path_join(m_installationDirectory, "bin", kManagerExecutable);
-    const std::string engine = path_join(m_installationDirectory, "bin", kEngineExecutable);
     const ManagerInstallState state = m_state.load();
     if ((state == ManagerInstallState::notInstalled || state == ManagerInstallState::failed) &&
-        fileExists(manager) && fileExists(engine))
+        fileExists(path_join(m_installationDirectory, "bin", kManagerExecutable)) &&
+        fileExists(path_join(m_installationDirectory, "bin", kEngineExecutable)))
     {
         m_state.store(ManagerInstallState::installed);
     }
@@ -187,25 +184,19 @@ Outcome ManagerInstallation::logVersion() const
 bool ManagerInstallation::remove()
 {
     log_info("Removing Orlix Manager at %s\n", m_installationDirectory.c_str());
-    try
+    for (const char* const entry : kInstallationEntries)
     {
-        for (const char* const entry : kInstallationEntries)
+        const std::string path = path_join(m_installationDirectory, entry);
+        log_debug("Removing path: %s\n", path.c_str());
+        std::error_code error;
+        remove_tree(path, error);
+        if (error)
         {
-            const std::string path = path_join(m_installationDirectory, entry);
-            log_debug("Removing path: %s\n", path.c_str());
-            std::error_code error;
-            remove_tree(path, error);
-            if (error)
-            {
-                throw std::filesystem::filesystem_error(
-                    "cannot remove all", pathFromUtf8(path), error);
-            }
+            const std::filesystem::filesystem_error failure(
+                "cannot remove all", pathFromUtf8(path), error);
+            log_info("Failed to remove cache!\n%s\n", failure.what());
+            return false;
         }
-    }
-    catch (const std::filesystem::filesystem_error& error)
-    {
-        log_info("Failed to remove cache!\n%s\n", error.what());
-        return false;
     }
     m_state.store(ManagerInstallState::notInstalled);
     return true;

@@ -61,8 +61,8 @@ TEST(RecordLists, TakeWhatIsAListOfDevicesAndLeaveTheRest)
     for (const auto& c : kCases)
     {
         SCOPED_TRACE(c.name);
-        EXPECT_EQ(c.with, devicesWithConfiguration(c.devices));
-        EXPECT_EQ(c.without, devicesWithoutConfiguration(c.devices));
+        EXPECT_EQ(c.with, activatedDevices(c.devices, true));
+        EXPECT_EQ(c.without, activatedDevices(c.devices, false));
     }
 }
 
