@@ -1,5 +1,7 @@
 #include "utils/process.h"
 
+#include <algorithm>
+
 #include "utils/log.h"
 #include "utils/process_calls.h"
 #include "utils/system_error.h"
@@ -12,44 +14,18 @@ namespace
 constexpr std::size_t kMaxArguments = 1024;
 
 // Logs what is wrong.
-bool areUsable(const char* const* arguments)
+bool areUsable(const std::vector<std::string>& arguments)
 {
-    std::size_t count = 0;
-    bool hasText = false;
-    for (; arguments[count]; ++count)
+    if (arguments.size() >= kMaxArguments)
     {
-        hasText = hasText || *arguments[count] != '\0';
-        if (count + 1 == kMaxArguments)
-        {
-            log_info("Too many input arguments! Array needs to be terminated with a NULL "
-                     "pointer.\n");
-            return false;
-        }
+        log_info("Too many input arguments! Array needs to be terminated with a NULL pointer.\n");
+        return false;
     }
+    const bool hasText = std::ranges::any_of(
+        arguments, [](const std::string& argument) { return !argument.empty(); });
     if (!hasText)
         log_info("Error! Argument string length is 0.\n");
     return hasText;
-}
-
-ProcessRecord prepare(const char* const* arguments, bool console, PipeEnd* errorPipe)
-{
-    if (errorPipe)
-        *errorPipe = {};
-    ProcessRecord record;
-    if (areUsable(arguments))
-        record.job = process_make_job(arguments, console, errorPipe);
-    return record;
-}
-
-// Ended by a null pointer.
-std::vector<const char*> pointersTo(const std::vector<std::string>& arguments)
-{
-    std::vector<const char*> pointers;
-    pointers.reserve(arguments.size() + 1);
-    for (const std::string& argument : arguments)
-        pointers.push_back(argument.c_str());
-    pointers.push_back(nullptr);
-    return pointers;
 }
 
 // A process whose end was told cannot be looked at any more.
@@ -79,24 +55,35 @@ void ProcessJobCloser::operator()(ProcessJob* job) const
     delete job;
 }
 
-ProcessRecord process_start(const char* const* arguments, bool console, PipeEnd* errorPipe)
+ProcessRecord process_start(
+    const std::vector<std::string>& arguments, bool console, PipeEnd* errorPipe)
 {
-    ProcessRecord record = prepare(arguments, console, errorPipe);
+    ProcessRecord record = process_prepare(arguments, console, errorPipe);
     if (record.job && !process_run(record) && errorPipe)
         *errorPipe = {};
     return record;
 }
 
-ProcessRecord process_start(
-    const std::vector<std::string>& arguments, bool console, PipeEnd* errorPipe)
-{
-    return process_start(pointersTo(arguments).data(), console, errorPipe);
-}
-
 ProcessRecord process_prepare(
     const std::vector<std::string>& arguments, bool console, PipeEnd* errorPipe)
 {
-    return prepare(pointersTo(arguments).data(), console, errorPipe);
+    if (errorPipe)
+        *errorPipe = {};
+    ProcessRecord record;
+    if (!areUsable(arguments))
+        return record;
+    StartFailure failure;
+    record.job = process_make_job(arguments, console, errorPipe, failure);
+    if (!record.job)
+    {
+        const SystemErrorText error(failure.systemError);
+        log_info(
+            failure.stage == StartFailure::noJob
+                ? "Error: Could not create job object for process: %.*s\n"
+                : "Error: Could not set information for job object: %.*s\n",
+            error.length(), error.c_str());
+    }
+    return record;
 }
 
 bool process_run(ProcessRecord& record)

@@ -51,14 +51,12 @@ inline constexpr int kProcessKilled = 9;
 inline constexpr ExitCode kProcessWaitFailed = -1;
 inline constexpr ExitCode kProcessWaitTimeout = -2;
 
-// Starts `arguments`, ended by a null pointer, of which the first is the program; it is searched
-// for where it holds no separator. The child has this process's environment and current directory,
-// and its standard output only with `console`. With `errorPipe`, where a platform gives it to the
-// child, its last words, which are the last 64 KiB at most of what it writes to its standard error,
-// can be read from that pipe once its end was seen; it may write as much as it likes, and nobody
-// need read. On failure the record's pid is kProcessNotStarted and `errorPipe` is blank.
-[[nodiscard]] ProcessRecord process_start(
-    const char* const* arguments, bool console, PipeEnd* errorPipe = nullptr);
+// Starts `arguments`, of which the first is the program; it is searched for where it holds no
+// separator. The child has this process's environment and current directory, and its standard
+// output only with `console`. With `errorPipe`, where a platform gives it to the child, its last
+// words, which are the last 64 KiB at most of what it writes to its standard error, can be read
+// from that pipe once its end was seen; it may write as much as it likes, and nobody need read. On
+// failure the record's pid is kProcessNotStarted and `errorPipe` is blank.
 [[nodiscard]] ProcessRecord process_start(
     const std::vector<std::string>& arguments, bool console, PipeEnd* errorPipe = nullptr);
 

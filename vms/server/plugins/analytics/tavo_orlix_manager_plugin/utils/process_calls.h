@@ -10,6 +10,21 @@
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
+// Why a program was not started.
+struct StartFailure
+{
+    enum Stage
+    {
+        none,
+        noJob, // nothing that could hold it
+        noLimits, // that cannot be told to end it
+        noProgram,
+    };
+
+    Stage stage = none;
+    int systemError = 0;
+};
+
 // What holds a program and all that it starts, which end with it. One thread at a time.
 class ProcessJob
 {
@@ -40,10 +55,11 @@ public:
     bool endWasTold = false;
 };
 
-// A job for arguments that were looked at. Null, with the reason logged, on failure. Without an
-// error pipe, which may fail too, `errorPipe` stays blank.
+// A job for arguments that were looked at. Null, with the reason in `failure`, if there is none.
+// Without an error pipe, which may fail too, `errorPipe` stays blank.
 [[nodiscard]] std::unique_ptr<ProcessJob, ProcessJobCloser> process_make_job(
-    const char* const* arguments, bool console, PipeEnd* errorPipe);
+    const std::vector<std::string>& arguments, bool console, PipeEnd* errorPipe,
+    StartFailure& failure);
 
 // What the system says of an id that nobody has.
 extern const int kNoSuchProcess;

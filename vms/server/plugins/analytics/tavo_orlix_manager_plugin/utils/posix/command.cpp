@@ -93,11 +93,6 @@ CommandResult runCommand(
         return {};
     }
     const std::vector<std::string> words = splitCommandLine(commandLine);
-    std::vector<const char*> arguments;
-    arguments.reserve(words.size() + 1);
-    for (const std::string& word : words)
-        arguments.push_back(word.c_str());
-    arguments.push_back(nullptr);
     StartFailure failure{StartFailure::noProgram, ENOENT};
     if (words.empty())
     {
@@ -106,7 +101,7 @@ CommandResult runCommand(
     }
     const ProgramStream both{ProgramStream::descriptor, writeEnd.get()};
     const Deadline deadline(static_cast<int>(std::chrono::milliseconds(limit).count()));
-    KeptProgram program = KeptProgram::prepare(arguments.data(), both, both, failure);
+    KeptProgram program = KeptProgram::prepare(words, both, both, failure);
     writeEnd.reset();
     if (failure.stage == StartFailure::none)
         failure = program.run();

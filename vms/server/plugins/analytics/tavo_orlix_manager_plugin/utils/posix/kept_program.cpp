@@ -10,7 +10,6 @@
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
-#include <vector>
 
 #include "utils/deadline.h"
 #include "utils/posix/keeper/protocol.h"
@@ -139,13 +138,13 @@ bool ask(int socket, std::string_view request, int descriptor = -1)
 }
 
 std::vector<char*> keeperArguments(
-    const std::string& host, const char* errors, const char* const* arguments)
+    const std::string& host, const char* errors, const std::vector<std::string>& arguments)
 {
     std::vector<char*> all{
         const_cast<char*>("orlix_keeper"), const_cast<char*>(host.c_str()),
         const_cast<char*>(errors)};
-    for (; *arguments; ++arguments)
-        all.push_back(const_cast<char*>(*arguments));
+    for (const std::string& argument : arguments)
+        all.push_back(const_cast<char*>(argument.c_str()));
     all.push_back(nullptr);
     return all;
 }
@@ -153,7 +152,8 @@ std::vector<char*> keeperArguments(
 } // namespace
 
 KeptProgram KeptProgram::prepare(
-    const char* const* arguments, ProgramStream output, ProgramStream errors, StartFailure& failure)
+    const std::vector<std::string>& arguments, ProgramStream output, ProgramStream errors,
+    StartFailure& failure)
 {
     KeptProgram program;
     if (program.spawnKeeper(arguments, output, errors, failure))
@@ -164,14 +164,15 @@ KeptProgram KeptProgram::prepare(
 StartFailure KeptProgram::run()
 {
     if (!ask(m_socket.get(), {&kStart, 1}))
-        return {StartFailure::noKeeper, errno};
+        return {StartFailure::noJob, errno};
     return takeAnswer(kKeeperStarted);
 }
 
 bool KeptProgram::spawnKeeper(
-    const char* const* arguments, ProgramStream output, ProgramStream errors, StartFailure& failure)
+    const std::vector<std::string>& arguments, ProgramStream output, ProgramStream errors,
+    StartFailure& failure)
 {
-    failure = {StartFailure::noKeeper, 0};
+    failure = {StartFailure::noJob, 0};
     int ends[2];
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0)
     {
@@ -212,16 +213,16 @@ StartFailure KeptProgram::takeAnswer(std::uint32_t wanted)
 {
     KeeperMessage message = {};
     if (!isReadable(m_socket.get(), kAnswerMs))
-        return {StartFailure::noKeeper, ETIMEDOUT};
+        return {StartFailure::noJob, ETIMEDOUT};
     if (!receive(m_socket.get(), message))
-        return {StartFailure::noKeeper, ECHILD};
+        return {StartFailure::noJob, ECHILD};
     if (message.event == wanted)
     {
         m_program = message.value; // 0 while there is none
         return {};
     }
     return {
-        message.event == kKeeperNoJob ? StartFailure::noJob : StartFailure::noProgram,
+        message.event == kKeeperNoJob ? StartFailure::noLimits : StartFailure::noProgram,
         message.value};
 }
 

@@ -4,8 +4,10 @@
 #include <optional>
 #include <string>
 #include <sys/types.h>
+#include <vector>
 
 #include "utils/posix/unique_descriptor.h"
+#include "utils/process_calls.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -25,31 +27,16 @@ struct ProgramStream
     int number = -1;
 };
 
-// Why a program was not started.
-struct StartFailure
-{
-    enum Stage
-    {
-        none,
-        noKeeper, // nothing that could hold it
-        noJob, // the keeper cannot
-        noProgram,
-    };
-
-    Stage stage = none;
-    int systemError = 0;
-};
-
 // A program under a keeper, which ends the program and all that it has started at the end of this
 // object, or of this process. Knows the program's end without the help of SIGCHLD. One thread at a
 // time.
 class KeptProgram
 {
 public:
-    // The keeper alone, which waits for run(). `arguments` ends with a null pointer. `errors` may
-    // be for last words. Only a result without a failure may be used.
+    // The keeper alone, which waits for run(). `errors` may be for last words. Only a result
+    // without a failure may be used.
     [[nodiscard]] static KeptProgram prepare(
-        const char* const* arguments, ProgramStream output, ProgramStream errors,
+        const std::vector<std::string>& arguments, ProgramStream output, ProgramStream errors,
         StartFailure& failure);
 
     // Starts the program, once.
@@ -80,7 +67,7 @@ public:
 
 private:
     [[nodiscard]] bool spawnKeeper(
-        const char* const* arguments, ProgramStream output, ProgramStream errors,
+        const std::vector<std::string>& arguments, ProgramStream output, ProgramStream errors,
         StartFailure& failure);
     [[nodiscard]] StartFailure takeAnswer(std::uint32_t wanted);
     void endKeeper();

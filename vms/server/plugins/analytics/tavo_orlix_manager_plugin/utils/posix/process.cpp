@@ -5,12 +5,10 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "utils/log.h"
 #include "utils/posix/keeper/protocol.h"
 #include "utils/posix/keeper_file.h"
 #include "utils/posix/kept_program.h"
 #include "utils/process_calls.h"
-#include "utils/system_error.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -71,7 +69,8 @@ bool createErrorPipe(UniqueDescriptor& readEnd, UniqueDescriptor& writeEnd)
 } // namespace
 
 std::unique_ptr<ProcessJob, ProcessJobCloser> process_make_job(
-    const char* const* arguments, bool console, PipeEnd* errorPipe)
+    const std::vector<std::string>& arguments, bool console, PipeEnd* errorPipe,
+    StartFailure& failure)
 {
     const ProgramStream output{console ? ProgramStream::inherited : ProgramStream::nowhere};
     ProgramStream errors = output;
@@ -79,18 +78,9 @@ std::unique_ptr<ProcessJob, ProcessJobCloser> process_make_job(
     UniqueDescriptor writeEnd;
     if (errorPipe && createErrorPipe(readEnd, writeEnd))
         errors = {ProgramStream::lastWords, writeEnd.get()};
-    StartFailure failure;
     KeptProgram program = KeptProgram::prepare(arguments, output, errors, failure);
     if (failure.stage != StartFailure::none)
-    {
-        const SystemErrorText error(failure.systemError);
-        log_info(
-            failure.stage == StartFailure::noKeeper
-                ? "Error: Could not create job object for process: %.*s\n"
-                : "Error: Could not set information for job object: %.*s\n",
-            error.length(), error.c_str());
         return nullptr;
-    }
     if (errorPipe && readEnd)
         *errorPipe = PipeEnd(readEnd.release());
     return std::unique_ptr<ProcessJob, ProcessJobCloser>(new KeeperJob(std::move(program)));

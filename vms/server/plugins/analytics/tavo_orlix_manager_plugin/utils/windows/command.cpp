@@ -105,7 +105,7 @@ CommandResult runCommand(
     writeEnd = {};
     if (failure.stage != StartFailure::none)
     {
-        log_info("Error creating process: %d\n", static_cast<int>(failure.systemError));
+        log_info("Error creating process: %d\n", failure.systemError);
         return {};
     }
     CommandResult result;

@@ -13,6 +13,11 @@ namespace
 
 constexpr int kEndMs = 2'000; // for what takes a few milliseconds
 
+StartFailure failedAt(StartFailure::Stage stage)
+{
+    return {stage, static_cast<int>(GetLastError())};
+}
+
 // Names the handles that a program inherits. Without it, it would get all that are inheritable in
 // this process, other people's too.
 class InheritedHandles
@@ -87,7 +92,7 @@ StartFailure KeptProgram::createJob()
 {
     m_job = UniqueHandle(CreateJobObjectA(nullptr, nullptr));
     if (!m_job)
-        return {StartFailure::noJob, GetLastError()};
+        return failedAt(StartFailure::noJob);
     JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits = {};
     limits.BasicLimitInformation.LimitFlags =
         JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE | JOB_OBJECT_LIMIT_BREAKAWAY_OK;
@@ -95,7 +100,7 @@ StartFailure KeptProgram::createJob()
     if (!SetInformationJobObject(
             m_job.get(), JobObjectExtendedLimitInformation, &limits, sizeof limits))
     {
-        return {StartFailure::noLimits, GetLastError()};
+        return failedAt(StartFailure::noLimits);
     }
     return {};
 }
@@ -105,12 +110,12 @@ StartFailure KeptProgram::run(
 {
     PROCESS_INFORMATION created = {};
     if (!createSuspended(wideText(commandLine), startup, streams, created))
-        return {StartFailure::noProgram, GetLastError()};
+        return failedAt(StartFailure::noProgram);
     const UniqueHandle thread(created.hThread);
     m_process = UniqueHandle(created.hProcess);
     if (!AssignProcessToJobObject(m_job.get(), m_process.get()))
     {
-        const StartFailure failure{StartFailure::noProgram, GetLastError()};
+        const StartFailure failure = failedAt(StartFailure::noProgram);
         TerminateProcess(m_process.get(), 0);
         return failure;
     }

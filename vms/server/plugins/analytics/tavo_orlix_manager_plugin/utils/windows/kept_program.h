@@ -4,25 +4,11 @@
 #include <span>
 #include <string>
 
+#include "utils/process_calls.h"
 #include "utils/windows/unique_handle.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
-
-// Why a program was not started.
-struct StartFailure
-{
-    enum Stage
-    {
-        none,
-        noJob,
-        noLimits, // the job cannot be told to end with its last handle
-        noProgram,
-    };
-
-    Stage stage = none;
-    DWORD systemError = 0;
-};
 
 // A program in a job, which ends the program and all that it has started at the end of this object,
 // or of this process, when the system closes the job's handle. One thread at a time.

@@ -2,9 +2,7 @@
 
 #include <csignal>
 
-#include "utils/log.h"
 #include "utils/process_calls.h"
-#include "utils/system_error.h"
 #include "utils/windows/kept_program.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -14,11 +12,11 @@ namespace
 {
 
 // Not escaped: an argument has no double quote, and the last one does not end in a backslash.
-std::string commandLineOf(const char* const* arguments)
+std::string commandLineOf(const std::vector<std::string>& arguments)
 {
     std::string line;
-    for (; *arguments; ++arguments)
-        line += std::string("\"") + *arguments + "\" ";
+    for (const std::string& argument : arguments)
+        line += "\"" + argument + "\" ";
     line.pop_back();
     return line;
 }
@@ -54,7 +52,7 @@ public:
             m_commandLine,
             startupOf(m_console, hasPipe ? reinterpret_cast<HANDLE>(errors.handle) : nullptr),
             /*streams*/ {});
-        systemError = static_cast<int>(failure.systemError);
+        systemError = failure.systemError;
         return failure.stage == StartFailure::none ? m_program.pid() : 0;
     }
 
@@ -89,20 +87,12 @@ private:
 } // namespace
 
 std::unique_ptr<ProcessJob, ProcessJobCloser> process_make_job(
-    const char* const* arguments, bool console, PipeEnd* errorPipe)
+    const std::vector<std::string>& arguments, bool console, PipeEnd* errorPipe,
+    StartFailure& failure)
 {
-    StartFailure failure;
     KeptProgram job = KeptProgram::prepare(failure);
     if (failure.stage != StartFailure::none)
-    {
-        const SystemErrorText error(static_cast<int>(failure.systemError));
-        log_info(
-            failure.stage == StartFailure::noJob
-                ? "Error: Could not create job object for process: %.*s\n"
-                : "Error: Could not set information for job object: %.*s\n",
-            error.length(), error.c_str());
         return nullptr;
-    }
     PipeEnd readEnd;
     PipeEnd writeEnd;
     if (errorPipe && pipe_create(readEnd.handle, writeEnd.handle))
