@@ -184,25 +184,14 @@ bool RuntimeManagerLoop::startOrStopManager(const Pass& pass)
             patchRuntimeActive(m_services.utilityProvider(), false);
         return true;
     }
-    if (action != ManagerAction::none)
-        m_state.isReportedDead = false;
-    switch (action)
-    {
-        case ManagerAction::none:
-            break;
-        case ManagerAction::start:
-            startManager();
-            patchRuntimeActive(m_services.utilityProvider(), true);
-            break;
-        case ManagerAction::startReportedInactive:
-            startManager();
-            patchRuntimeActive(m_services.utilityProvider(), false);
-            break;
-        case ManagerAction::stop:
-            stopManager();
-            patchRuntimeActive(m_services.utilityProvider(), false);
-            break;
-    }
+    if (action == ManagerAction::none)
+        return true;
+    m_state.isReportedDead = false;
+    if (isStart(action))
+        startManager();
+    else
+        stopManager();
+    patchRuntimeActive(m_services.utilityProvider(), action == ManagerAction::start);
     return true;
 }
 
