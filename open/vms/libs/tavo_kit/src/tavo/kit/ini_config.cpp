@@ -136,24 +136,30 @@ void IniConfig::reload()
     apply(content);
 }
 
+// The descriptions are for the reader of the code that registers.
 void IniConfig::regBoolParam(
-    bool* field, bool defaultValue, std::string name, std::string description)
+    bool* field, bool defaultValue, std::string name, std::string /*description*/)
 {
-    *field = defaultValue;
-    m_params.push_back({std::move(name), std::move(description), BoolParam{field, defaultValue}});
+    reg(field, defaultValue, std::move(name));
 }
 
-void IniConfig::regIntParam(int* field, int defaultValue, std::string name, std::string description)
+void IniConfig::regIntParam(
+    int* field, int defaultValue, std::string name, std::string /*description*/)
 {
-    *field = defaultValue;
-    m_params.push_back({std::move(name), std::move(description), IntParam{field, defaultValue}});
+    reg(field, defaultValue, std::move(name));
 }
 
 void IniConfig::regStringParam(
-    const char** field, const char* defaultValue, std::string name, std::string description)
+    const char** field, const char* defaultValue, std::string name, std::string /*description*/)
 {
-    *field = keepText(defaultValue);
-    m_params.push_back({std::move(name), std::move(description), StringParam{field, *field}});
+    reg(field, keepText(defaultValue), std::move(name));
+}
+
+template <class Value>
+void IniConfig::reg(Value* field, Value defaultValue, std::string name)
+{
+    *field = defaultValue;
+    m_params.push_back({std::move(name), Target<Value>{field, defaultValue}});
 }
 
 const char* IniConfig::keepText(std::string_view text)
@@ -243,12 +249,12 @@ void IniConfig::applyValue(std::string_view name, std::string_view value)
         param->isFromFile = true;
     };
 
-    if (const auto* const boolParam = std::get_if<BoolParam>(&param->target))
-        take(boolParam->field, parseBool(value), "true or false");
-    else if (const auto* const intParam = std::get_if<IntParam>(&param->target))
-        take(intParam->field, parseInt(value), "a whole number");
-    else if (const auto* const stringParam = std::get_if<StringParam>(&param->target))
-        take(stringParam->field, std::optional(keepText(value)), "");
+    if (const auto* const flag = std::get_if<Target<bool>>(&param->target))
+        take(flag->field, parseBool(value), "true or false");
+    else if (const auto* const number = std::get_if<Target<int>>(&param->target))
+        take(number->field, parseInt(value), "a whole number");
+    else if (const auto* const text = std::get_if<Target<const char*>>(&param->target))
+        take(text->field, std::optional(keepText(value)), "");
 }
 
 // In UTF-8. A folder whose name is no text, as Windows may have one, is left out.

@@ -69,32 +69,22 @@ protected:
         const char** field, const char* defaultValue, std::string name, std::string description);
 
 private:
-    struct BoolParam
+    template <class Value>
+    struct Target
     {
-        bool* field;
-        bool defaultValue;
-    };
-
-    struct IntParam
-    {
-        int* field;
-        int defaultValue;
-    };
-
-    struct StringParam
-    {
-        const char** field;
-        const char* defaultValue; // in m_texts
+        Value* field;
+        Value defaultValue; // a text is in m_texts
     };
 
     struct Param
     {
         std::string name;
-        std::string description;
-        std::variant<BoolParam, IntParam, StringParam> target;
+        std::variant<Target<bool>, Target<int>, Target<const char*>> target;
         bool isFromFile = false;
     };
 
+    template <class Value>
+    void reg(Value* field, Value defaultValue, std::string name);
     const char* keepText(std::string_view text);
     void setToDefaults();
     void apply(const std::string& content);
