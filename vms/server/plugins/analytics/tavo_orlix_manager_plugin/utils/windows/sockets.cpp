@@ -74,13 +74,6 @@ const sockaddr* generic(const sockaddr_un& address)
     return reinterpret_cast<const sockaddr*>(&address);
 }
 
-// The thread's last error, which logging may change.
-struct SocketError
-{
-    const int code = WSAGetLastError();
-    const SystemErrorText text{code};
-};
-
 // Signalled by a connection to a listening socket, or by its end.
 class AcceptEvent
 {
@@ -254,11 +247,12 @@ SocketHandle socket_accept(SocketHandle listeningSocket, MessagePlace /*place*/)
 {
     const auto fail = [](const char* what)
     {
-        const SocketError error;
-        log_warning(what, "Error: %s: %.*s\n", what, error.text.length(), error.text.c_str());
-        if (error.code != WSAECONNRESET)
+        const int error = WSAGetLastError(); // which logging may change
+        const SystemErrorText text(error);
+        log_warning(what, "Error: %s: %.*s\n", what, text.length(), text.c_str());
+        if (error != WSAECONNRESET)
             Sleep(kSocketTimeoutMs);
-        WSASetLastError(error.code);
+        WSASetLastError(error);
         return kInvalidSocket;
     };
     errno = EINVAL;
