@@ -65,6 +65,14 @@ MutableJsonDocument newJsonDocument()
     return document;
 }
 
+std::pair<MutableJsonDocument, yyjson_mut_val*> newJsonObject()
+{
+    MutableJsonDocument document = newJsonDocument();
+    yyjson_mut_val* const root = yyjson_mut_obj(document.get());
+    yyjson_mut_doc_set_root(document.get(), root);
+    return {std::move(document), root};
+}
+
 void requireWhole(const yyjson_mut_doc* document)
 {
     const auto* const memory = static_cast<const DocumentMemory*>(document->alc.ctx);

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include <yyjson.h>
 
@@ -31,6 +32,9 @@ using MutableJsonDocument = std::unique_ptr<yyjson_mut_doc, JsonDeleter>;
 // Throws std::bad_alloc. Later on what there is no memory for is left out, without a word: see
 // requireWhole.
 [[nodiscard]] MutableJsonDocument newJsonDocument();
+
+// A new document that is an empty object, and that object, which lives as long as it.
+[[nodiscard]] std::pair<MutableJsonDocument, yyjson_mut_val*> newJsonObject();
 
 // To be called before a document of newJsonDocument is used: throws std::bad_alloc if something of
 // it was left out.

@@ -3,6 +3,7 @@
 
 #include "base/deployment.h"
 #include "core/engine.h"
+#include "device_agent/dialog/dialog_items.h"
 #include "utils/json.h"
 #include "utils/log.h"
 
@@ -15,18 +16,12 @@ namespace
 // The dialog of the engine itself; empty when it cannot be told.
 std::string settingsModel()
 {
-    const MutableJsonDocument document = newJsonDocument();
-    yyjson_mut_doc* const json = document.get();
-    yyjson_mut_val* const model = yyjson_mut_obj(json);
-    yyjson_mut_doc_set_root(json, model);
-    yyjson_mut_obj_add_str(json, model, "type", "Settings");
-    yyjson_mut_val* const items = yyjson_mut_obj_add_arr(json, model, "items");
-    yyjson_mut_val* const link = yyjson_mut_arr_add_obj(json, items);
-    yyjson_mut_obj_add_str(json, link, "type", "Link");
-    yyjson_mut_obj_add_str(json, link, "caption", "Orlix Manager documentation");
-    yyjson_mut_obj_add_str(json, link, "url", kDocumentationLink);
-
-    return writeJson(json).value_or("");
+    const auto [document, root] = newJsonObject();
+    Item(document.get(), root)
+        .text("type", "Settings")
+        .items()
+        .addLink("Orlix Manager documentation", kDocumentationLink);
+    return writeJson(document.get()).value_or("");
 }
 
 } // namespace

@@ -8,6 +8,7 @@
 #include "base/ini.h"
 #include "base/plugin_version.h"
 #include "core/engine.h"
+#include "device_agent/dialog/dialog_items.h"
 #include "remote/text_helpers.h"
 #include "utils/paths.h"
 
@@ -55,20 +56,16 @@ sdk::Result<sdk::analytics::IEngine*> Plugin::doObtainEngine()
 
 std::string Plugin::manifestString() const
 {
-    MutableJsonDocument document = newJsonDocument();
-    yyjson_mut_doc* const json = document.get();
-    yyjson_mut_val* const manifest = yyjson_mut_obj(json);
-    yyjson_mut_doc_set_root(json, manifest);
-    yyjson_mut_obj_add_str(json, manifest, "id", "tavo.orlix");
-    yyjson_mut_obj_add_str(json, manifest, "name", "Tavo Orlix Manager");
-    yyjson_mut_obj_add_str(json, manifest, "description", kDescription);
-    yyjson_mut_obj_add_str(json, manifest, "vendor", "Tavo Systems.");
-    yyjson_mut_obj_add_str(json, manifest, "version", kPluginVersion);
+    auto [document, root] = newJsonObject();
+    Item manifest(document.get(), root);
+    manifest.text("id", "tavo.orlix")
+        .text("name", "Tavo Orlix Manager")
+        .text("description", kDescription)
+        .text("vendor", "Tavo Systems.")
+        .text("version", kPluginVersion);
 
     // What the host shows until there is an engine to ask.
-    yyjson_mut_val* const model = yyjson_mut_obj_add_obj(json, manifest, "engineSettingsModel");
-    yyjson_mut_obj_add_str(json, model, "type", "Settings");
-    yyjson_mut_obj_add_arr(json, model, "items");
+    manifest.object("engineSettingsModel").text("type", "Settings").items();
     return jsonToText(std::move(document));
 }
 

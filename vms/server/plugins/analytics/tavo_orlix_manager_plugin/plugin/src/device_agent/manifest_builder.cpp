@@ -4,6 +4,7 @@
 #include <string_view>
 #include <utility>
 
+#include "device_agent/dialog/dialog_items.h"
 #include "device_agent/pipelines/processors.h"
 #include "device_agent/type_ids.h"
 #include "remote/text_helpers.h"
@@ -78,20 +79,14 @@ std::string externalObjectTypeId(std::string id)
 
 std::string engineManifestBuilder()
 {
-    MutableJsonDocument document = newJsonDocument();
-    yyjson_mut_doc* const doc = document.get();
-    yyjson_mut_val* const root = yyjson_mut_obj(doc);
-    yyjson_mut_doc_set_root(doc, root);
-    yyjson_mut_obj_add_str(doc, root, "capabilities", "needUncompressedVideoFrames_rgb");
-    yyjson_mut_obj_add_str(doc, root, "preferredStream", "secondary");
-    yyjson_mut_val* const model = yyjson_mut_obj_add_obj(doc, root, "deviceAgentSettingsModel");
-    yyjson_mut_obj_add_str(doc, model, "type", "Settings");
-    yyjson_mut_val* const items = yyjson_mut_obj_add_arr(doc, model, "items");
-    yyjson_mut_val* const banner = yyjson_mut_arr_add_obj(doc, items);
-    yyjson_mut_obj_add_str(doc, banner, "type", "Banner");
-    yyjson_mut_obj_add_str(doc, banner, "icon", "info");
-    yyjson_mut_obj_add_str(
-        doc, banner, "text", "Enable the plugin and press Apply to start working with the plugin.");
+    auto [document, root] = newJsonObject();
+    Item manifest(document.get(), root);
+    manifest.text("capabilities", "needUncompressedVideoFrames_rgb")
+        .text("preferredStream", "secondary");
+    manifest.object("deviceAgentSettingsModel")
+        .text("type", "Settings")
+        .items()
+        .addBanner("info", "Enable the plugin and press Apply to start working with the plugin.");
 
     std::string text = jsonToText(std::move(document));
     log_info("Engine manifest string: %s\n", text.c_str());
@@ -100,11 +95,8 @@ std::string engineManifestBuilder()
 
 std::string makeDeviceManifest(const DeviceSettings& settings, yyjson_val* externalPostprocessors)
 {
-    MutableJsonDocument document = newJsonDocument();
+    auto [document, root] = newJsonObject();
     yyjson_mut_doc* const doc = document.get();
-    yyjson_mut_val* const root = yyjson_mut_obj(doc);
-    yyjson_mut_doc_set_root(doc, root);
-
     yyjson_mut_val* const eventTypes = yyjson_mut_obj_add_arr(doc, root, "eventTypes");
     for (const TypeDeclaration& type : kEventTypes)
         addType(doc, eventTypes, type.id, type.name);

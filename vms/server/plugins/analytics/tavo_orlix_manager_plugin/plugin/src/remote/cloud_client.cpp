@@ -56,9 +56,7 @@ bool succeeded(
 std::string resetRequestBody(
     const UtilityProviderPtr& provider, const std::vector<std::string>& deviceIds)
 {
-    MutableJsonDocument document = newJsonDocument();
-    yyjson_mut_val* const root = yyjson_mut_obj(document.get());
-    yyjson_mut_doc_set_root(document.get(), root);
+    auto [document, root] = newJsonObject();
     if (const std::optional<std::string> id = cloudSystemId(provider))
         yyjson_mut_obj_add_strncpy(document.get(), root, "SystemId", id->data(), id->size());
     if (const char* const id = provider->serverId())

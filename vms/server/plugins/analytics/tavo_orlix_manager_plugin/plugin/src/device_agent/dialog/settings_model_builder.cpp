@@ -31,9 +31,7 @@ std::string settingsModelBuilder(
 
 std::string makeSettingsModel(const DialogState& state, const DeviceSettings& settings)
 {
-    MutableJsonDocument document = newJsonDocument();
-    yyjson_mut_val* const root = yyjson_mut_obj(document.get());
-    yyjson_mut_doc_set_root(document.get(), root);
+    auto [document, root] = newJsonObject();
     SettingsModel model{
         state, settings, Item(document.get(), root).text("type", "Settings").items()};
 
