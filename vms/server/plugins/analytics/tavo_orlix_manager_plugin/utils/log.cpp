@@ -93,20 +93,6 @@ private:
     va_end(arguments);
 }
 
-// Straight to the stream, without a buffer of our own. Gives the bytes written.
-[[ORLIX_PRINTF(4, 0)]] std::uint64_t writeTo(
-    std::FILE* stream, const std::string& prefix, const LineTime& time, const char* format,
-    std::va_list arguments, bool& hasFailed)
-{
-    const int head = std::fprintf(
-        stream, "%s%llu %09llu: ", prefix.c_str(), static_cast<unsigned long long>(time.nowMs),
-        static_cast<unsigned long long>(time.sinceLastUs));
-    const int text = std::vfprintf(stream, format, arguments);
-    hasFailed = head < 0 || text < 0;
-    return static_cast<std::uint64_t>(head < 0 ? 0 : head) +
-        static_cast<std::uint64_t>(text < 0 ? 0 : text);
-}
-
 FileStream openLog(const std::string& path, bool append)
 {
     FileStream file(append ? file_open_append(path.c_str()) : file_open_write(path.c_str()));
@@ -126,8 +112,7 @@ public:
 
     [[nodiscard]] std::string prefix() EXCLUDES(m_mutex);
 
-    [[ORLIX_PRINTF(3, 0)]] void writeLine(
-        const LineTime& time, const char* format, std::va_list arguments) EXCLUDES(m_mutex);
+    void writeLine(const LineTime& time, std::string_view text) EXCLUDES(m_mutex);
 
 private:
     void closeStreams() REQUIRES(m_mutex);
@@ -198,7 +183,7 @@ std::string LogFiles::prefix()
     return m_prefix;
 }
 
-void LogFiles::writeLine(const LineTime& time, const char* format, std::va_list arguments)
+void LogFiles::writeLine(const LineTime& time, std::string_view text)
 {
     const MutexLock lock(m_mutex);
     if (!m_isOpen || !logToFile.load(std::memory_order_relaxed))
@@ -206,9 +191,14 @@ void LogFiles::writeLine(const LineTime& time, const char* format, std::va_list 
     std::FILE* const stream = streamForLine();
     if (!stream)
         return;
-    bool hasFailed = false;
-    m_bytes += writeTo(stream, m_prefix, time, format, arguments, hasFailed);
-    if (hasFailed)
+    const int count = std::fprintf(
+        stream, "%s%llu %09llu: %.*s", m_prefix.c_str(),
+        static_cast<unsigned long long>(time.nowMs),
+        static_cast<unsigned long long>(time.sinceLastUs), static_cast<int>(text.size()),
+        text.data());
+    if (count >= 0)
+        m_bytes += static_cast<std::uint64_t>(count);
+    else
         tellOnce(ConsoleStream::output, "Failed to write to log file!\n");
     if (logVerbosity.load(std::memory_order_relaxed) >= 2)
         std::fflush(stream);
@@ -280,31 +270,27 @@ LogFiles& logFiles()
     return *files;
 }
 
-// With one write, so that lines of several threads stay whole.
-[[ORLIX_PRINTF(2, 0)]] void printLine(
-    const LineTime& time, const char* format, std::va_list arguments)
-{
-    const FormattedText text(format, arguments);
-    printTo(
-        ConsoleStream::output, "%s%llu %09llu: %.*s", logFiles().prefix().c_str(),
-        static_cast<unsigned long long>(time.nowMs),
-        static_cast<unsigned long long>(time.sinceLastUs), static_cast<int>(text.text().size()),
-        text.text().data());
-}
-
-[[ORLIX_PRINTF(1, 0)]] void writeLine(const char* format, std::va_list arguments)
+void writeText(std::string_view text)
 {
     if (logVerbosity.load(std::memory_order_relaxed) == 0)
         return;
     const LineTime time = nextLineTime();
     if (logToConsole.load(std::memory_order_relaxed))
     {
-        std::va_list copy;
-        va_copy(copy, arguments);
-        printLine(time, format, copy);
-        va_end(copy);
+        // With one write, so that lines of several threads stay whole.
+        printTo(
+            ConsoleStream::output, "%s%llu %09llu: %.*s", logFiles().prefix().c_str(),
+            static_cast<unsigned long long>(time.nowMs),
+            static_cast<unsigned long long>(time.sinceLastUs), static_cast<int>(text.size()),
+            text.data());
     }
-    logFiles().writeLine(time, format, arguments);
+    logFiles().writeLine(time, text);
+}
+
+[[ORLIX_PRINTF(1, 0)]] void writeLine(const char* format, std::va_list arguments)
+{
+    if (logVerbosity.load(std::memory_order_relaxed) != 0)
+        writeText(FormattedText(format, arguments).text());
 }
 
 // Those of a verbosity that leaves none out are not looked at.
@@ -421,12 +407,10 @@ void log_error(const char* format, ...)
 {
     std::va_list arguments;
     va_start(arguments, format);
-    std::va_list copy;
-    va_copy(copy, arguments);
-    printTo(ConsoleStream::error, format, copy);
-    va_end(copy);
-    writeLine(format, arguments);
+    const FormattedText text(format, arguments);
     va_end(arguments);
+    console_write(ConsoleStream::error, text.text());
+    writeText(text.text());
 }
 
 void print_out(const char* format, ...)
