@@ -11,6 +11,19 @@
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
+namespace
+{
+
+bool isValid(KeySelection selection)
+{
+    if (selection == KeySelection::privateKey || selection == KeySelection::publicKey)
+        return true;
+    log_error("Invalid 'selection' value.\n");
+    return false;
+}
+
+} // namespace
+
 void KeyDeleter::operator()(evp_pkey_st* key) const
 {
     EVP_PKEY_free(key);
@@ -23,21 +36,13 @@ Key generateEcKey()
 
 Key loadKey(const Bytes& der, KeySelection selection)
 {
+    if (!isValid(selection))
+        return nullptr;
     const unsigned char* at = der.data();
     const auto size = static_cast<long>(der.size());
-    EVP_PKEY* key = nullptr;
-    switch (selection)
-    {
-        case KeySelection::privateKey:
-            key = d2i_PrivateKey(EVP_PKEY_EC, nullptr, &at, size);
-            break;
-        case KeySelection::publicKey:
-            key = d2i_PUBKEY(nullptr, &at, size);
-            break;
-        default:
-            log_error("Invalid 'selection' value.\n");
-            return nullptr;
-    }
+    EVP_PKEY* const key = selection == KeySelection::privateKey
+        ? d2i_PrivateKey(EVP_PKEY_EC, nullptr, &at, size)
+        : d2i_PUBKEY(nullptr, &at, size);
     if (!key)
         log_error("Failed to load key.\n");
     return Key(key);
@@ -45,11 +50,8 @@ Key loadKey(const Bytes& der, KeySelection selection)
 
 std::optional<Bytes> encodeKey(const Key& key, KeySelection selection)
 {
-    if (selection != KeySelection::privateKey && selection != KeySelection::publicKey)
-    {
-        log_error("Invalid 'selection' value.\n");
+    if (!isValid(selection))
         return std::nullopt;
-    }
     const auto encode = selection == KeySelection::privateKey ? &i2d_PrivateKey : &i2d_PUBKEY;
     unsigned char* der = nullptr;
     const int size = key ? encode(key.get(), &der) : -1;

@@ -67,22 +67,13 @@ ModelFiles ModelManager::selectDownload(
         ModelFiles files;
         files.encrypted = yyjson_is_true(jsonMember(download, "Encrypted"));
         files.keyPath = path_join(m_keysFolder, modelId + kKeySuffix);
-        if (files.encrypted)
-        {
-            files.modelPath = path_join(m_encryptedFolder, fileName);
-            files.runtimePath = pathOfTemporary(fileName);
-            log_debug(
-                "Using runtime filepath for encrypted model %s : %s\n", modelId.c_str(),
-                files.runtimePath.c_str());
-        }
-        else
-        {
-            files.modelPath = path_join(m_unencryptedFolder, fileName);
-            files.runtimePath = files.modelPath;
-            log_debug(
-                "Using runtime filepath for non-encrypted model %s : %s\n", modelId.c_str(),
-                files.runtimePath.c_str());
-        }
+        files.modelPath =
+            path_join(files.encrypted ? m_encryptedFolder : m_unencryptedFolder, fileName);
+        files.runtimePath = files.encrypted ? pathOfTemporary(fileName) : files.modelPath;
+        log_debug(
+            files.encrypted ? "Using runtime filepath for encrypted model %s : %s\n"
+                            : "Using runtime filepath for non-encrypted model %s : %s\n",
+            modelId.c_str(), files.runtimePath.c_str());
         return files;
     }
     return {};
