@@ -17,6 +17,16 @@ namespace tavo::sdk
 class SettingsResponse : public RefCountable<ISettingsResponse>
 {
 public:
+    // Each adds or replaces one.
+    void setValue(const std::string& name, std::string value)
+    {
+        setItem(&m_values, name, std::move(value));
+    }
+    void setError(const std::string& name, std::string text)
+    {
+        setItem(&m_errors, name, std::move(text));
+    }
+
     void setValues(Ptr<StringMap> values) { m_values = std::move(values); }
     void setValues(const std::map<std::string, std::string>& values)
     {
@@ -31,6 +41,13 @@ public:
     const IString* model() const override { return Ptr(m_model).releasePtr(); }
 
 private:
+    static void setItem(Ptr<StringMap>* map, const std::string& key, std::string value)
+    {
+        if (!*map)
+            *map = makePtr<StringMap>();
+        (*map)->setItem(key, std::move(value));
+    }
+
     Ptr<StringMap> m_values;
     Ptr<StringMap> m_errors;
     Ptr<String> m_model;
