@@ -16,12 +16,12 @@ namespace
 {
 
 // The file that a process runs. Of a program for another processor that is in the command line of
-// qemu.
+// qemu, whose own file may be gone since it was registered.
 std::string fileOf(const std::filesystem::path& process)
 {
     std::error_code ignored; // of other users, or gone by now
     std::string file = std::filesystem::read_symlink(process / "exe", ignored).string();
-    if (file.ends_with("/qemu-aarch64"))
+    if (file.find("/qemu-aarch64") != std::string::npos)
     {
         std::ifstream line(process / "cmdline");
         for (int i = 0; i < 2; ++i)
