@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/manager_files.h"
 #include "core/model_collector.h"
 #include "core/runtime_manager_loop.h"
 #include "device_agent/device_agent.h"
@@ -48,14 +49,25 @@ bool RuntimeManagerLoop::serveClearCache()
     if (!m_requests.takeClearCache())
         return true;
     m_state.removal.emplace();
-    static_cast<void>(replaceFile(m_removalMark, ""));
+    static_cast<void>(replaceFile(removalMark(), ""));
     static_cast<void>(finishRemoval());
     return false;
+}
+
+std::string RuntimeManagerLoop::removalMark() const
+{
+    return m_services.workingDirectory + manager_files::kRemovalMark;
 }
 
 // Until all is gone nothing is installed: what is left would look like an installation.
 bool RuntimeManagerLoop::finishRemoval()
 {
+    if (!m_state.isRemovalLookedFor)
+    {
+        if (fileExists(removalMark()))
+            m_state.removal.emplace();
+        m_state.isRemovalLookedFor = true;
+    }
     if (!m_state.removal)
         return true;
     if (m_requests.takeClearCache())
@@ -74,7 +86,7 @@ bool RuntimeManagerLoop::finishRemoval()
         return false;
     }
     m_state.removal.reset();
-    deleteFile(m_removalMark);
+    deleteFile(removalMark());
     m_services.messageBoard.removeMessage(board_key::kClearCacheFailed);
     runtimes.forgetInstalledRuntime(m_services.messageBoard);
     m_state.lastDevicesParameters.clear();

@@ -6,11 +6,9 @@
 #include <vector>
 
 #include "base/ini.h"
-#include "base/manager_files.h"
 #include "core/loop_decisions.h"
 #include "device_agent/device_agent.h"
 #include "diagnosis/checks.h"
-#include "remote/file_helpers.h"
 #include "remote/host_rest_client.h"
 #include "remote/text_helpers.h"
 #include "utils/deadline.h"
@@ -39,12 +37,8 @@ RuntimeManagerLoop::RuntimeManagerLoop(
     Services& services, Requests& requests, std::chrono::milliseconds pause) :
     m_services(services),
     m_requests(requests),
-    m_pause(pause),
-    m_removalMark(services.workingDirectory + manager_files::kRemovalMark)
-{
-    if (fileExists(m_removalMark))
-        m_state.removal.emplace();
-}
+    m_pause(pause)
+{}
 
 void RuntimeManagerLoop::run()
 {

@@ -79,6 +79,7 @@ private:
         std::string lastDevicesParameters; // as they were last applied, whole
         bool isRestartDue = false; // of the manager application, for what was applied meanwhile
         bool areFilesAskedFor = false; // those without which the application did not start; once
+        bool isRemovalLookedFor = false; // one that an earlier run of the host has begun
         std::optional<RetryPause> removal; // of all that was installed, as long as it is under way
         bool isReportedDead = false; // the manager application, which may not be started again
     };
@@ -112,6 +113,7 @@ private:
 
     // Parts of steps.
     bool finishRemoval(); // of all that was installed; false while something is left
+    [[nodiscard]] std::string removalMark() const; // a file, as long as the removal is under way
     bool configureServer();
 
     // Writes what other clients of the host need to know about this installation to the server's
@@ -138,8 +140,6 @@ private:
     Services& m_services;
     Requests& m_requests;
     const std::chrono::milliseconds m_pause;
-    const std::string
-        m_removalMark; // a file: what one run of the host began, the next goes on with
     State m_state;
 };
 
