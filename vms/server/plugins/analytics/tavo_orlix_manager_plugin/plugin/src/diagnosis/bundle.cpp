@@ -32,8 +32,7 @@ void fill(
     const auto add = [&](const std::string& name, const std::string& content)
     {
         const std::string path = path_join(folder, name);
-        const std::string clean = redaction.apply(content);
-        if (writeFile(path, clean.data(), clean.size()) != 0)
+        if (!writeAndClose(FileStream(file_open_private(path.c_str())), redaction.apply(content)))
             bundle.failure = "could not write " + path;
         bundle.files.push_back(name);
     };
