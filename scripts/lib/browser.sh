@@ -17,7 +17,7 @@ fetch_browser_tools()
 {
     local folder=$1/browser
     mkdir "$folder"
-    npm install --silent --no-save --no-package-lock --ignore-scripts --prefix "$folder" \
+    npm install --loglevel=error --no-save --no-package-lock --ignore-scripts --prefix "$folder" \
         "${kBrowserTools[@]}" >/dev/null || die "npm could not install: ${kBrowserTools[*]}"
     printf '%s\n' "${kBrowserTools[*]}" >"$folder/versions"
     rm -rf "$(browser_tools_dir)"
