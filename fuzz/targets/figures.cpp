@@ -38,7 +38,6 @@ bool areFinite(const Figure& figure)
 // The figures that a user draws, as the host hands them out.
 void tavo::fuzz::run(std::string_view text)
 {
-
     const Figure polygon = parsePolygon(text);
     FUZZ_CHECK(polygon.coordinates.size() % 2 == 0);
     FUZZ_CHECK(polygon.outcome == FigureOutcome::parsed || polygon.coordinates.empty());

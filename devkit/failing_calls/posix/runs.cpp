@@ -32,7 +32,7 @@ namespace
 {
 
 constexpr long kSleepMs = 5;
-constexpr auto kLongestStep = 60s;
+constexpr auto kLongestStep = 120s; // three waits of comesTrue, and what is between them
 constexpr char kStuck[] = "it was stuck";
 constexpr int kMostWorkers = 50;
 

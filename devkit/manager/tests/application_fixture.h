@@ -139,7 +139,8 @@ protected:
         result.width = mpack_node_int(at(root, key::kWidth));
         const mpack_node_t boxes = at(at(root, key::kBoxes), "mover");
         const std::size_t size = mpack_node_is_missing(boxes) ? 0 : mpack_node_bin_size(boxes);
-        for (std::size_t offset = 0; offset < size; offset += orlix::protocol::kBoxBytes)
+        for (std::size_t offset = 0; offset + orlix::protocol::kBoxBytes <= size;
+             offset += orlix::protocol::kBoxBytes)
         {
             float corners[4];
             std::memcpy(corners, mpack_node_bin_data(boxes) + offset, sizeof corners);
@@ -149,7 +150,9 @@ protected:
         const mpack_node_t count = at(at(root, key::kCounts), "mover");
         result.count = mpack_node_is_missing(count) ? 0 : mpack_node_u64(count);
         const mpack_node_t ids = at(at(at(root, key::kObjectsMetaData), "mover"), key::kObjectIds);
-        result.idCount = mpack_node_is_missing(ids) ? 0 : mpack_node_array_length(ids);
+        const std::size_t idCount = mpack_node_is_missing(ids) ? 0 : mpack_node_array_length(ids);
+        for (std::size_t i = 0; i < idCount; ++i)
+            result.idCount += mpack_node_bin_size(mpack_node_array_at(ids, i)) == 16;
         return true;
     }
 

@@ -66,7 +66,16 @@ export async function checkAccessibility(page, what) {
 // Runs the steps of a test one after the other, and says which; then lets all go, with the process's
 // exit code by that. A step that fails has the faults and the host's last words shown.
 export async function runSteps(server, steps, {faults = [], browser, onFailure} = {}) {
-    let hasPassed = true;
+    let hasPassed = false;
+    try {
+        hasPassed = await runAll(server, steps, faults, onFailure);
+    } finally {
+        await browser?.close();
+        process.exitCode = await server.close(hasPassed) ? 0 : 1;
+    }
+}
+
+async function runAll(server, steps, faults, onFailure) {
     for (const [name, step] of Object.entries(steps)) {
         const beginMs = Date.now();
         try {
@@ -75,11 +84,9 @@ export async function runSteps(server, steps, {faults = [], browser, onFailure} 
             console.log(`FAILED ${name}: ${error.stack}`, ...faults);
             console.log(server.output('host').split('\n').slice(-30).join('\n'));
             await onFailure?.();
-            hasPassed = false;
-            break;
+            return false;
         }
         console.log(`ok ${name} (${((Date.now() - beginMs) / 1000).toFixed(1)} s)`);
     }
-    await browser?.close();
-    process.exitCode = await server.close(hasPassed) ? 0 : 1;
+    return true;
 }

@@ -117,6 +117,9 @@ TEST_F(IniConfigTest, tellsWhereEachValueCameFrom)
     write("number=8\n");
     options.reload();
     EXPECT_EQ(told(), "isOn:true text:default number=8 ");
+    write("text=other\n");
+    options.reload();
+    EXPECT_STREQ(options.text, "other");
     EXPECT_STREQ(former, "a b") << "may still be in use";
 }
 

@@ -1,16 +1,14 @@
 #pragma once
 
 #include <atomic>
-#include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <sstream>
 #include <string>
 #include <system_error>
-#include <thread>
 
 #include <gtest/gtest.h>
+#include <testing/comes_true.h>
 #include <testing/platform.h>
 
 #include "utils/log.h"
@@ -85,17 +83,6 @@ private:
     const std::string m_path = m_folder.file("start.log");
 };
 
-// Waits for what another thread or process brings about; false if it has not come in 20 seconds.
-inline bool comesTrue(const std::function<bool()>& condition)
-{
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (!condition())
-    {
-        if (std::chrono::steady_clock::now() > end)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
-}
+using test_support::comesTrue;
 
 } // namespace tavo::vms_server_plugins::analytics::orlix::test

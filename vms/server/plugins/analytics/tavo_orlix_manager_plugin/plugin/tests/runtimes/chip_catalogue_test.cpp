@@ -190,7 +190,7 @@ TEST(ChipFamiliesTest, areDetectedInOneOrderAndToldInAnother)
         const char* const ambarella = enabled ? "AMBARELLA" : "";
         MessageBoard board;
         std::vector<std::string> detected;
-        std::vector<std::string> told(chipFamilies().size());
+        std::vector<std::string> told(chipFamilies().size(), "nobody");
         for (const ChipFamily& family : chipFamilies())
         {
             detected.push_back(detectChip(family, kArmWindows, board).chipName);

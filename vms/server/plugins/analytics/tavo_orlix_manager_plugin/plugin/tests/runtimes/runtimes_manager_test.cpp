@@ -118,6 +118,7 @@ TEST_F(RuntimesManagerTest, failuresAreToldAndTheNextInstallationTakesThemBack)
     m_folder.write("elsewhere.tar.gz", m_package);
     for (const char* const none : {"NVIDIA", "../elsewhere"}) // of a dialog; offered by nobody
     {
+        m_manager.setStatus(RuntimeStatus::waitingForChoice);
         m_manager.install(none, m_board, false);
         EXPECT_EQ(RuntimeStatus::installFailed, m_manager.status());
         EXPECT_FALSE(m_folder.has(std::string("bin/") + kRuntimeLibrary));

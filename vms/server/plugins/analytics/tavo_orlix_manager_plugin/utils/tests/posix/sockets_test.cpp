@@ -114,8 +114,7 @@ TEST_F(StrangerTest, isNotListenedTo)
 
 TEST_F(StrangerTest, isSentNothing)
 {
-    const ForkedProcess stranger(
-        byStranger([&] { EXPECT_NE(kInvalidSocket, socket_listen(m_path)); }));
+    const ForkedProcess stranger(byStranger([&] { static_cast<void>(socket_listen(m_path)); }));
     EXPECT_TRUE(
         comesTrue([&] { return socket_connect(m_path) == kInvalidSocket && errno == EACCES; }));
 }
