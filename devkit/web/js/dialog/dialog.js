@@ -20,7 +20,8 @@ export class Dialog {
         this.errors = {};
         this.figures = [];
         this.earlier = []; // [name, value] of figures, before each change
-        this.requests = 0;
+        this.waiting = 0; // requests that are not answered yet
+        this.last = Promise.resolve(); // the answer to the last of them
 
         this.items = element('div', {class: 'items'});
         this.news = element('div', {class: 'news', role: 'alert', hidden: true});
@@ -40,9 +41,11 @@ export class Dialog {
     }
 
     async apply() {
-        const sent = new Map(this.changed);
-        const answer = await this.#ask(() => this.door.apply(Object.fromEntries(this.#all()), this.version),
-            taken => this.#takeValues(taken, !taken.isOutdated));
+        let sent;
+        const answer = await this.#ask(() => {
+            sent = new Map(this.changed);
+            return this.door.apply(Object.fromEntries(this.#all()), this.version);
+        }, taken => this.#takeValues(taken, !taken.isOutdated));
         if (answer?.isOutdated)
             await this.refresh(); // for the model of what is so now
         if (!answer || answer.isOutdated)
@@ -135,29 +138,32 @@ export class Dialog {
         return all;
     }
 
-    // Gives the answer, or null when there was none. One that another request has overtaken only
-    // counts for what it was asked for.
-    async #ask(request, take) {
-        const number = ++this.requests;
+    // Gives the answer, or null when there was none. Requests go one after the other: what a button's
+    // answer enters is a part of what is applied next.
+    #ask(request, take) {
+        ++this.waiting;
         this.root.setAttribute('aria-busy', 'true');
+        this.last = this.last.then(() => this.#answer(request, take));
+        return this.last;
+    }
+
+    async #answer(request, take) {
         try {
             const answer = await request();
             if (answer.failure)
                 throw new Error(answer.failure);
-            if (number === this.requests) {
-                this.failure.hidden = true;
-                this.errors = answer.errors;
-                this.model = answer.model ?? this.model;
-                take(answer);
-                this.#draw();
-            }
+            this.failure.hidden = true;
+            this.errors = answer.errors;
+            this.model = answer.model ?? this.model;
+            take(answer);
+            this.#draw();
             return answer;
         } catch (error) {
             this.failure.textContent = error.message;
             this.failure.hidden = false;
             return null;
         } finally {
-            if (number === this.requests)
+            if (--this.waiting === 0)
                 this.root.removeAttribute('aria-busy');
         }
     }
