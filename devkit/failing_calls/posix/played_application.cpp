@@ -41,14 +41,20 @@ PlayedApplication::PlayedApplication(const std::string& folder) :
     m_thread(
         [this, folder]
         {
-            orlix::socket_serve(
-                folder + "/" + orlix::protocol::kModuleSocketFile,
-                [this](auto message, SocketHandle connection)
-                {
-                    if (!message.empty())
-                        takeFrame(connection);
-                },
-                m_stop);
+            const std::string path = folder + "/" + orlix::protocol::kModuleSocketFile;
+            const SocketHandle listening = orlix::socket_listen(path);
+            orlix::ReceiveBuffer buffer;
+            while (!m_stop && listening != orlix::kInvalidSocket)
+            {
+                const SocketHandle connection = orlix::socket_accept_message(listening, buffer);
+                if (connection == orlix::kInvalidSocket)
+                    continue;
+                if (!buffer.message().empty())
+                    takeFrame(connection);
+                orlix::socket_close(connection);
+            }
+            orlix::socket_close(listening);
+            orlix::socket_unlink(path);
         })
 {}
 

@@ -1,6 +1,8 @@
 // Calls through the tables of virtual operations by number, as a host does that was built long
 // before this library. Numbers count the destructor as one slot.
 
+#include <type_traits>
+
 #include <gtest/gtest.h>
 
 #include <tavo/sdk/analytics/helpers/event_metadata.h>
@@ -22,10 +24,18 @@ namespace
 using namespace analytics;
 using test::call;
 
-std::string text(const IRefCountable* object, int slot)
+// What the operations from that slot on give.
+template <class... Values>
+void expectSlots(const IRefCountable* object, int slot, Values... expected)
 {
-    const char* const result = call<const char*>(object, slot);
-    return result ? result : "";
+    const auto expectNext = [&](auto value)
+    {
+        if constexpr (std::is_same_v<decltype(value), const char*>)
+            EXPECT_STREQ(call<const char*>(object, slot++), value);
+        else
+            EXPECT_EQ(call<decltype(value)>(object, slot++), value);
+    };
+    (expectNext(expected), ...);
 }
 
 // What the last call was.
@@ -57,61 +67,49 @@ TEST(SlotOrder, rootsAndTexts)
 {
     const auto map = makePtr<StringMap>(test::StdMap{{"a", "1"}, {"b", "2"}});
     EXPECT_EQ(call<IRefCountable*>(map.get(), 1, "tavo::sdk::IStringMap"), map.get());
-    EXPECT_EQ(call<std::uint32_t>(map.get(), 2), 3u);
-    EXPECT_EQ(call<std::uint32_t>(map.get(), 3), 2u);
-    EXPECT_EQ(call<std::uint32_t>(map.get(), 3), 1u);
-    EXPECT_EQ(call<int>(map.get(), 4), 2);
+    expectSlots(map.get(), 2, 3u, 2u);
+    expectSlots(map.get(), 3, 1u, 2);
     EXPECT_STREQ(call<const char*>(map.get(), 5, 1), "b");
     EXPECT_STREQ(call<const char*>(map.get(), 6, "a"), "1");
     EXPECT_STREQ(call<const char*>(map.get(), 7, 1), "2");
+    expectSlots(makePtr<Attribute>("name", "value", 0.5F, 3).get(), 4, 3, "name", "value", 0.5F);
+}
 
-    const auto attribute = makePtr<Attribute>("name", "value", 0.5F, 3);
-    EXPECT_EQ(call<int>(attribute.get(), 4), 3);
-    EXPECT_EQ(text(attribute.get(), 5), "name");
-    EXPECT_EQ(text(attribute.get(), 6), "value");
-    EXPECT_EQ(call<float>(attribute.get(), 7), 0.5F);
+// Looks at the slots that all metadata has.
+template <class Metadata>
+Ptr<Metadata> makeMetadata()
+{
+    const auto metadata = makePtr<Metadata>();
+    const auto attribute = makePtr<Attribute>("name", "value");
+    metadata->setTypeId("type");
+    metadata->addAttribute(attribute);
+    metadata->setTrackId(Uuid{{1}});
+    expectSlots(metadata.get(), 4, "type", 1.0F);
+    EXPECT_EQ(Ptr(call<const IAttribute*>(metadata.get(), 6, 0)), attribute);
+    for (const int outside : {-1, 1})
+        EXPECT_EQ(call<const IAttribute*>(metadata.get(), 6, outside), nullptr);
+    expectSlots(metadata.get(), 7, 1);
+    return metadata;
 }
 
 TEST(SlotOrder, metadata)
 {
-    const auto object = makePtr<ObjectMetadata>();
-    object->setTypeId("type");
-    const auto attribute = makePtr<Attribute>("name", "value");
-    object->addAttribute(attribute);
-    object->setTrackId(Uuid{{1}});
+    const auto object = makeMetadata<ObjectMetadata>();
     object->setSubtype("subtype");
     object->setBoundingBox({1, 2, 3, 4});
-    EXPECT_EQ(text(object.get(), 4), "type");
-    EXPECT_EQ(call<float>(object.get(), 5), 1.0F);
-    EXPECT_EQ(Ptr(call<const IAttribute*>(object.get(), 6, 0)), attribute);
-    EXPECT_EQ(call<const IAttribute*>(object.get(), 6, 1), nullptr);
-    EXPECT_EQ(call<int>(object.get(), 7), 1);
-    EXPECT_EQ(call<Uuid>(object.get(), 8), Uuid{{1}});
-    EXPECT_EQ(text(object.get(), 9), "subtype");
-    EXPECT_EQ(call<Rect>(object.get(), 10), (Rect{1, 2, 3, 4}));
+    expectSlots(object.get(), 8, Uuid{{1}}, "subtype", Rect{1, 2, 3, 4});
 
-    const auto event = makePtr<EventMetadata>();
-    event->setTypeId("type");
-    event->addAttribute(attribute);
+    const auto event = makeMetadata<EventMetadata>();
     event->setCaption("caption");
     event->setDescription("description");
     event->setIsActive(true);
-    event->setTrackId(Uuid{{2}});
     event->setKey("key");
     event->setRegionId(Uuid{{3}});
-    EXPECT_EQ(text(event.get(), 4), "type");
-    EXPECT_EQ(call<float>(event.get(), 5), 1.0F);
-    EXPECT_EQ(Ptr(call<const IAttribute*>(event.get(), 6, 0)), attribute);
-    EXPECT_EQ(call<const IAttribute*>(event.get(), 6, -1), nullptr);
-    EXPECT_EQ(call<int>(event.get(), 7), 1);
-    EXPECT_EQ(text(event.get(), 8), "caption");
-    EXPECT_EQ(text(event.get(), 9), "description");
-    EXPECT_TRUE(call<bool>(event.get(), 10));
+    expectSlots(event.get(), 8, "caption", "description", true);
     Uuid trackId;
     call<void>(event.get(), 11, &trackId);
-    EXPECT_EQ(trackId, Uuid{{2}});
-    EXPECT_EQ(text(event.get(), 12), "key");
-    EXPECT_EQ(call<Uuid>(event.get(), 13), Uuid{{3}});
+    EXPECT_EQ(trackId, Uuid{{1}});
+    expectSlots(event.get(), 12, "key", Uuid{{3}});
 }
 
 template <class Packet, class Item>
@@ -123,13 +121,11 @@ void checkPacketSlots()
     packet->setDurationUs(6);
     packet->addItem(item);
     packet->setFlags(7);
-    EXPECT_EQ(call<std::int64_t>(packet.get(), 4), 5);
-    EXPECT_EQ(call<std::int64_t>(packet.get(), 5), 6);
-    EXPECT_EQ(call<int>(packet.get(), 6), 1);
+    expectSlots(packet.get(), 4, std::int64_t{5}, std::int64_t{6}, 1);
     EXPECT_EQ(Ptr(call<const Item*>(packet.get(), 7, 0)), item);
     EXPECT_EQ(call<const Item*>(packet.get(), 7, 1), nullptr);
     EXPECT_EQ(test::refCount(item.get()), 2u);
-    EXPECT_EQ(call<std::uint32_t>(packet.get(), 8), 7u);
+    expectSlots(packet.get(), 8, 7u);
 }
 
 TEST(SlotOrder, packets)
@@ -138,10 +134,9 @@ TEST(SlotOrder, packets)
     checkPacketSlots<EventMetadataPacket, EventMetadata>();
 
     const auto frame = makePtr<test::Frame>(5);
-    EXPECT_EQ(call<std::int64_t>(frame.get(), 4), 5);
+    expectSlots(frame.get(), 4, std::int64_t{5});
     EXPECT_STREQ(call<const char*>(frame.get(), 5, 0), "RGBrgb");
-    EXPECT_EQ(call<int>(frame.get(), 6), 2);
-    EXPECT_EQ(call<int>(frame.get(), 7), 1);
+    expectSlots(frame.get(), 6, 2, 1);
     EXPECT_EQ(call<int>(frame.get(), 8, 0), 6);
 }
 

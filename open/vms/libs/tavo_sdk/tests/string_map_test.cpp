@@ -41,15 +41,21 @@ TEST(StringMap, convertsOnlyIfItIsWhole)
     class Broken : public RefCountable<IStringMap>
     {
     public:
-        int count() const override { return 2; }
-        const char* key(int index) const override { return index == 0 ? "a" : nullptr; }
+        bool hasKey = false; // else a value
+        int count() const override { return 1; }
+        const char* key(int) const override { return hasKey ? "a" : nullptr; }
         const char* value(const char*) const override { return nullptr; }
-        const char* valueAt(int) const override { return "x"; }
+        const char* valueAt(int) const override { return hasKey ? nullptr : "x"; }
     };
 
     StdMap map = {{"former", "value"}};
     EXPECT_FALSE(toStdMap(nullptr, &map));
-    EXPECT_FALSE(toStdMap(makePtr<Broken>().get(), &map));
+    const auto broken = makePtr<Broken>();
+    for (const bool hasKey : {false, true})
+    {
+        broken->hasKey = hasKey;
+        EXPECT_FALSE(toStdMap(broken.get(), &map));
+    }
     EXPECT_EQ(map, (StdMap{{"former", "value"}}));
     EXPECT_TRUE(toStdMap(makePtr<StringMap>(StdMap{{"a", "1"}, {"b", ""}}).get(), &map));
     EXPECT_EQ(map, (StdMap{{"a", "1"}, {"b", ""}}));

@@ -270,51 +270,6 @@ void socket_send_once(const std::string& path, const void* data, std::uint32_t s
     socket_close(socket);
 }
 
-std::uint32_t socket_request(
-    const std::string& path, const void* data, std::uint32_t size, ReceiveBuffer& buffer)
-{
-    const SocketHandle socket = socket_connect(path);
-    if (socket == kInvalidSocket)
-    {
-        errno = socket_error_to_errno(last_socket_error());
-        return 0;
-    }
-    buffer.setAnnouncedSize(0);
-    errno = 0;
-    if (socket_send_message(socket, data, size))
-        socket_receive_message(socket, buffer, MessagePlace::sole);
-    const int error = socket_error_to_errno(last_socket_error());
-    socket_close(socket);
-    errno = error;
-    return static_cast<std::uint32_t>(buffer.message().size());
-}
-
-int socket_serve(
-    const std::string& path, const SocketCallback& callback, const std::atomic<bool>& stop)
-{
-    SocketFile file;
-    const SocketHandle listeningSocket = socket_listen(path, &file);
-    if (listeningSocket == kInvalidSocket)
-    {
-        errno = socket_error_to_errno(last_socket_error());
-        return 1;
-    }
-    ReceiveBuffer buffer;
-    while (!stop)
-    {
-        const SocketHandle connection = socket_accept_message(listeningSocket, buffer);
-        if (connection == kInvalidSocket)
-            continue;
-        if (!stop)
-            callback(buffer.message(), connection);
-        if (socket_close(connection) != 0)
-            log_info("Warning: Sender socket close error!\n");
-    }
-    socket_close(listeningSocket);
-    socket_unlink(path, file);
-    return 0;
-}
-
 void socket_unlink(const std::string& path, const SocketFile& own)
 {
     if (!own.isBlank() && socket_file_at(path) == own)

@@ -1,10 +1,8 @@
 #pragma once
 
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <functional>
 #include <memory>
 #include <span>
 #include <string>
@@ -131,21 +129,6 @@ bool socket_send_message(SocketHandle socket, const void* data, std::uint32_t si
 
 // Sends one message on a connection of its own. Fire and forget: the caller learns nothing.
 void socket_send_once(const std::string& path, const void* data, std::uint32_t size);
-
-// This and socket_serve are for other programs that use these utilities; nothing here calls them.
-// Sends one message on a connection of its own and receives one. Gives the size of the answer as
-// buffer.message() has it, or 0 with errno set.
-std::uint32_t socket_request(
-    const std::string& path, const void* data, std::uint32_t size, ReceiveBuffer& buffer);
-
-// Handles one connection of socket_serve, which closes it afterwards.
-using SocketCallback = std::function<void(std::span<const char> message, SocketHandle connection)>;
-
-// Listens at `path` and hands each connection to `callback`, on the calling thread, until `stop`
-// is set; that is seen within a second. The message is the previous one if none came. Gives 0, or 1
-// with errno set when it cannot listen.
-int socket_serve(
-    const std::string& path, const SocketCallback& callback, const std::atomic<bool>& stop);
 
 // Gives the system's result: 0, or -1.
 int socket_close(SocketHandle socket);

@@ -1,47 +1,18 @@
 // What nothing in the library calls: it is there for other programs that use these utilities.
 
-#include <atomic>
 #include <cstdio>
 #include <string>
-#include <thread>
 
 #include "test_support.h"
 #include "utils/json.h"
 #include "utils/json_mpack.h"
 #include "utils/pipes.h"
 #include "utils/shm.h"
-#include "utils/sockets.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix::test
 {
 namespace
 {
-
-TEST(OtherUsersTest, aRequestIsServedAndAnswered)
-{
-    const TempFolder folder;
-    const std::string path = folder.file("server.sock");
-    std::atomic<bool> stop{false};
-    std::thread server(
-        [&]
-        {
-            const auto answer = [](std::span<const char> message, SocketHandle connection)
-            {
-                const std::string text = "re: " + std::string(message.data(), message.size());
-                socket_send_message(
-                    connection, text.data(), static_cast<std::uint32_t>(text.size()));
-            };
-            EXPECT_EQ(0, socket_serve(path, answer, stop));
-        });
-    ReceiveBuffer buffer;
-    std::uint32_t size = 0;
-    EXPECT_TRUE(comesTrue([&] { return (size = socket_request(path, "hello", 5, buffer)) != 0; }));
-    EXPECT_EQ("re: hello", std::string(buffer.data(), size));
-    stop = true;
-    server.join();
-    EXPECT_EQ(0u, socket_request(path, "hello", 5, buffer)) << "nobody serves any more";
-    EXPECT_EQ(1, socket_serve(folder.file("none/sock"), {}, stop));
-}
 
 TEST(OtherUsersTest, handlesAreReadFromTheirText)
 {

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdio>
 #include <limits>
+#include <memory>
 
 #include <openssl/evp.h>
 
@@ -203,19 +204,6 @@ std::string base64Encode(const Bytes& bytes)
         reinterpret_cast<unsigned char*>(text.data()), bytes.data(),
         static_cast<int>(bytes.size()));
     text.resize(static_cast<std::size_t>(size));
-    return text;
-}
-
-std::string hexEncode(const Bytes& bytes)
-{
-    static constexpr char kDigits[] = "0123456789abcdef";
-    std::string text;
-    text.reserve(bytes.size() * 2);
-    for (const std::uint8_t byte : bytes)
-    {
-        text += kDigits[byte >> 4];
-        text += kDigits[byte & 0xF];
-    }
     return text;
 }
 

@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <memory>
 #include <optional>
 #include <stop_token>
 #include <string>
@@ -15,8 +14,6 @@
 // Decrypting and hashing of model files and their texts, over libcrypto. No state, no key is kept.
 // Failures go to standard error and to the log; nothing throws. Memory does not depend on a file's
 // size. Where there is a `stop`, its request is a failure.
-
-struct evp_pkey_st;
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -46,31 +43,5 @@ inline constexpr std::size_t kMd5Size = 16;
 // zeros: a 44-character key text gives 33 bytes. Nothing for a text that is no base64.
 [[nodiscard]] std::optional<Bytes> base64Decode(std::string_view text);
 [[nodiscard]] std::string base64Encode(const Bytes& bytes);
-
-// In lower case.
-[[nodiscard]] std::string hexEncode(const Bytes& bytes);
-
-struct KeyDeleter
-{
-    void operator()(evp_pkey_st* key) const;
-};
-using Key = std::unique_ptr<evp_pkey_st, KeyDeleter>;
-
-// Which half of a key pair is encoded.
-enum class KeySelection : int
-{
-    privateKey = 1,
-    publicKey = 2,
-};
-
-// A new P-256 key, or null.
-[[nodiscard]] Key generateEcKey();
-
-// DER both ways; null or nothing on failure.
-[[nodiscard]] Key loadKey(const Bytes& der, KeySelection selection);
-[[nodiscard]] std::optional<Bytes> encodeKey(const Key& key, KeySelection selection);
-
-// An ECDSA signature over SHA-256, in DER.
-[[nodiscard]] std::optional<Bytes> signSha256(const Key& privateKey, std::string_view data);
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -103,6 +103,8 @@ TEST(ChipCatalogueTest, aFamilyOffersItsRuntimeToMachinesThatRunIt)
         MachineInfo machine;
         const char* mimeType; // null: not offered
         const char* tail;
+        int hailoType = 0; // which of its models it runs
+        bool isFit = true;
     } cases[] = {
         {"NVIDIA", kDebian, "application/x-onnx", "NVIDIA/x86_64/Debian/library-1.2.tar.gz"},
         {"NVIDIA", armServer, nullptr, ""},
@@ -127,58 +129,33 @@ TEST(ChipCatalogueTest, aFamilyOffersItsRuntimeToMachinesThatRunIt)
          "EDGE CORTIX/aarch64/Ubuntu/22.04/library-1.2.tar.gz"},
         {"EdgeCortix", kArmWindows, nullptr, ""},
         {"EdgeCortix", armServer, nullptr, ""},
+        {"Hailo", kUbuntu, "application/x-hailo8", "HAILO/x86_64/Ubuntu/library-1.2.tar.gz", 1},
+        {"Hailo", kArmUbuntu, "application/x-hailo8l", "HAILO/aarch64/Ubuntu/library-1.2.tar.gz",
+         2},
+        {"Hailo", kUbuntu, nullptr, "", 0},
+        {"Hailo", kUbuntu, nullptr, "", 1, false},
+        {"Hailo", armServer, nullptr, "", 1},
     };
+    static int hailoType;
+    static bool isFit;
     for (const auto& c : cases)
     {
         SCOPED_TRACE(std::string(c.runtime) + " on " + c.machine.getOsName());
+        hailoType = c.hailoType;
+        isFit = c.isFit;
         const Chip chip = detect(
             c.runtime, c.machine,
             [](Chip& record, const MachineInfo&, MessageBoard&)
             {
                 record.driverVersion = "1.2";
-                record.correctlyInstalled = true;
+                record.hailoType = hailoType;
+                record.correctlyInstalled = isFit;
             });
         ASSERT_EQ(c.mimeType ? 1u : 0u, chip.runtimes.size());
         if (!c.mimeType)
             continue;
         EXPECT_EQ(c.mimeType, chip.getFirstMimeType(c.runtime));
         EXPECT_EQ(kBuiltInBase + c.tail, chip.getDownloadLink(c.runtime));
-    }
-}
-
-TEST(ChipCatalogueTest, aHailoDevicesTypeChoosesTheModelsItRuns)
-{
-    const struct
-    {
-        int type;
-        bool fit;
-        const char* mimeType; // null: not offered
-    } cases[] = {
-        {1, true, "application/x-hailo8"},
-        {2, true, "application/x-hailo8l"},
-        {0, true, nullptr},
-        {1, false, nullptr}};
-    static int type;
-    static bool fit;
-    for (const auto& c : cases)
-    {
-        type = c.type;
-        fit = c.fit;
-        const Chip chip = detect(
-            "Hailo", kUbuntu,
-            [](Chip& record, const MachineInfo&, MessageBoard&)
-            {
-                record.driverVersion = "4.18.0";
-                record.hailoType = type;
-                record.correctlyInstalled = fit;
-            });
-        ASSERT_EQ(c.mimeType ? 1u : 0u, chip.runtimes.size());
-        if (!c.mimeType)
-            continue;
-        EXPECT_EQ(c.mimeType, chip.getFirstMimeType("Hailo"));
-        EXPECT_EQ(
-            kBuiltInBase + "HAILO/x86_64/Ubuntu/library-4.18.0.tar.gz",
-            chip.getDownloadLink("Hailo"));
     }
 }
 

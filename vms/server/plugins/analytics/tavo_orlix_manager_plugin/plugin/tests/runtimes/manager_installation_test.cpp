@@ -1,4 +1,4 @@
-#include "manager_installation_fixture.h"
+#include "storage_fixtures.h"
 
 #include <gmock/gmock.h>
 
@@ -9,14 +9,16 @@ namespace tavo::vms_server_plugins::analytics::orlix
 
 TEST_F(ManagerInstallationTest, installsOnceAndAgainAfterARemoval)
 {
-    makeArchive(/*engine*/ true, "4.6.1");
+    m_folder.write("content/orlix_manager/VERSION", "4.6.1");
+    writeManager("content");
+    pack("content", "orlix_manager");
     ManagerInstallation installation(m_folder.path("work"));
     ASSERT_EQ(ManagerInstallState::notInstalled, installation.checkInstallation());
     installation.install(m_board);
     EXPECT_EQ(ManagerInstallState::installed, installation.managerInstallState());
     EXPECT_EQ("4.6.1", m_folder.read("work/orlix_manager/VERSION"));
     EXPECT_FALSE(m_folder.has("orlix_manager.tgz"));
-    EXPECT_TRUE(m_board.snapshot().empty());
+    EXPECT_EQ("", told());
 
     ManagerInstallation afterRestart(m_folder.path("work"));
     EXPECT_EQ(ManagerInstallState::notInstalled, afterRestart.managerInstallState());
@@ -35,17 +37,11 @@ TEST_F(ManagerInstallationTest, installsOnceAndAgainAfterARemoval)
 
 TEST_F(ManagerInstallationTest, ofACutArchiveNothingCountsAndAnApplicationPutThereDoes)
 {
-    makeArchive(/*engine*/ true, "4.6.1");
-    // Behind all that is looked for.
+    m_folder.write("content/orlix_manager/VERSION", "4.6.1");
     m_folder.write("content/orlix_manager/lib/engine.so", incompressible(300'000));
-    ASSERT_EQ(
-        0,
-        runCommand(
-            "tar czf " + m_folder.path("archive.tgz") + " -C " + m_folder.path("content") +
-            " orlix_manager/bin/" + kManagerExecutable + " orlix_manager/bin/" + kEngineExecutable +
-            " orlix_manager/VERSION orlix_manager/lib/engine.so")
-            .exitCode);
-    m_archive = m_folder.read("archive.tgz");
+    writeManager("content");
+    // Behind all that is looked for.
+    pack("content", "orlix_manager/bin orlix_manager/VERSION orlix_manager/lib/engine.so");
     m_archive.resize(m_archive.size() / 2);
     ManagerInstallation installation(m_folder.path("work"));
     installation.install(m_board);
@@ -54,40 +50,41 @@ TEST_F(ManagerInstallationTest, ofACutArchiveNothingCountsAndAnApplicationPutThe
     EXPECT_FALSE(m_folder.has("work/orlix_manager/bin"));
     EXPECT_FALSE(m_folder.has("work/orlix_manager.unpacking"));
 
-    m_folder.write(std::string("work/orlix_manager/bin/") + kManagerExecutable, "");
-    m_folder.write(std::string("work/orlix_manager/bin/") + kEngineExecutable, "");
+    writeManager("work");
     EXPECT_EQ(ManagerInstallState::installed, installation.checkInstallation());
 }
 
 TEST_F(ManagerInstallationTest, aFailureStaysUntilARemoval)
 {
+    const std::string incomplete = "The archive does not hold all that belongs to it.";
     const struct
     {
         const char* name;
-        bool engine;
+        bool hasEngine;
         const char* version;
-        ManagerInstallState result;
+        std::string why; // empty: it is installed
     } cases[] = {
-        {"no engine", false, "4.6.1", ManagerInstallState::failed},
-        {"no version", true, nullptr, ManagerInstallState::failed},
-        {"empty version", true, "", ManagerInstallState::installed},
+        {"no engine", false, "4.6.1", incomplete},
+        {"no version", true, nullptr, incomplete},
+        {"empty version", true, "", ""},
     };
     for (const auto& c : cases)
     {
         SCOPED_TRACE(c.name);
-        std::filesystem::remove_all(m_folder.path("work/orlix_manager"));
-        makeArchive(c.engine, c.version);
+        for (const char* const folder : {"work/orlix_manager", "content"})
+            std::filesystem::remove_all(m_folder.path(folder));
+        writeManager("content", c.hasEngine);
+        if (c.version)
+            m_folder.write("content/orlix_manager/VERSION", c.version);
+        pack("content", "orlix_manager");
         ManagerInstallation installation(m_folder.path("work"));
         installation.install(m_board);
-        EXPECT_EQ(c.result, installation.managerInstallState());
-        EXPECT_EQ(
-            c.result == ManagerInstallState::installed
-                ? ""
-                : "Failed to install the Orlix Manager. The archive does not hold all that belongs "
-                  "to it.",
-            told());
+        const auto state =
+            c.why.empty() ? ManagerInstallState::installed : ManagerInstallState::failed;
+        EXPECT_EQ(state, installation.managerInstallState());
+        EXPECT_EQ(c.why.empty() ? "" : m_failed + c.why, told());
         m_folder.write(std::string("work/orlix_manager/bin/") + kEngineExecutable, "");
-        EXPECT_EQ(c.result, installation.checkInstallation());
+        EXPECT_EQ(state, installation.checkInstallation());
         installation.remove();
         EXPECT_EQ(ManagerInstallState::notInstalled, installation.managerInstallState());
     }
@@ -96,21 +93,14 @@ TEST_F(ManagerInstallationTest, aFailureStaysUntilARemoval)
     ManagerInstallation broken(m_folder.path("work"));
     broken.install(m_board);
     EXPECT_EQ(ManagerInstallState::failed, broken.managerInstallState());
-    EXPECT_THAT(
-        told(),
-        testing::StartsWith(
-            "Failed to install the Orlix Manager. The archive is damaged or was cut: "));
+    EXPECT_THAT(told(), testing::StartsWith(m_failed + "The archive is damaged or was cut: "));
 
-    m_storage = m_server.url("/missing");
-    ini().OrlixManagerStorageURL = m_storage.c_str();
-    ManagerInstallation missing(m_folder.path("work"));
-    missing.install(m_board);
-    EXPECT_EQ(ManagerInstallState::failed, missing.managerInstallState());
+    m_status = 404;
+    broken.install(m_board);
+    EXPECT_EQ(ManagerInstallState::failed, broken.managerInstallState());
     EXPECT_FALSE(m_folder.has("orlix_manager.tgz"));
     EXPECT_EQ(
-        "Failed to install the Orlix Manager. The server of " + managerArchiveUrl() +
-            " answered with status 404.",
-        told());
+        m_failed + "The server of " + managerArchiveUrl() + " answered with status 404.", told());
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix
