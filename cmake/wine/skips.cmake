@@ -16,7 +16,6 @@ set(TAVO_NOT_BUILT
     "ShmTest.holesAreBackedBeforeTheyAreTouched|it makes a file for a segment"
     "PosixProcessTest.aFileIsGoneWithItsJobAndNoOtherOfItsName|a job does not delete files; the next run does"
     "PosixProcessTest.noGuardedFileOutlivesAHostThatIsKilledBeforeItStartsAnything|a job does not delete files; the next run does"
-    "PosixProcessTest.aSignalShowsInTheExitCode|of signals"
     "PosixProcessTest.theHostsWayWithItsChildrenDoesNotMatter|of signals"
     "PosixProcessTest.theChildHasACleanStart|of signals and descriptors"
     "PosixProcessTest.lastWordsAreKeptHoweverManyCameBefore|standard error is not inherited there"

@@ -29,6 +29,8 @@ TEST(AuthoritiesTest, areThoseOfTheEnvironmentElseOfTheFirstPlaceThatHoldsAny)
         std::ofstream(path) << "authority";
         EXPECT_EQ(authoritiesFile(root), path);
     }
+    const bool isPosix = std::filesystem::path::preferred_separator == '/';
+    EXPECT_EQ(authoritiesFile(root), isPosix ? root + "/etc/ssl/certs/ca-certificates.crt" : "");
     std::filesystem::remove_all(root);
     const test_support::ScopedVariable named("SSL_CERT_FILE", "mine.pem");
     EXPECT_EQ(authoritiesFile(root), "mine.pem");

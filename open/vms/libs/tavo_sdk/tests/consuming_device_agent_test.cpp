@@ -185,8 +185,16 @@ TEST(ConsumingDeviceAgent, handsMetadataOverWithItsReference)
     testing::internal::CaptureStderr();
     Result<void> result;
     agent->doPushDataPacket(&result, makePtr<test::Frame>(1).get());
+    agent->pushMetadataPacket(nullptr);
     const std::string told = testing::internal::GetCapturedStderr();
-    EXPECT_THAT(told, HasSubstr("(): WARNING: Null metadata packet 1 found; discarded.\n"));
+    for (const char* const position : {"0", "1"})
+    {
+        EXPECT_THAT(
+            told,
+            HasSubstr(
+                std::string("(): WARNING: Null metadata packet ") + position +
+                " found; discarded.\n"));
+    }
     EXPECT_NE(told.npos, told.find("ASSERTION FAILED"));
     EXPECT_EQ(told.find("ASSERTION FAILED"), told.rfind("ASSERTION FAILED")) << told;
     EXPECT_EQ(handler->packets.size(), 2u); // the strange time is only remarked on

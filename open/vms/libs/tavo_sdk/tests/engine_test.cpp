@@ -75,6 +75,7 @@ TEST(Engine, tellsItsLife)
 TEST(Engine, saysWhatFailed)
 {
     const auto engine = makePtr<TestEngine>();
+    EXPECT_TRUE(engine->isCompatible(nullptr));
     EXPECT_EQ(
         "Unable to convert the input string map", test::takeMessage(engine->setSettings(nullptr)));
     Result<const IActionResponse*> result;

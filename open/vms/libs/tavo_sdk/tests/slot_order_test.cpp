@@ -246,6 +246,13 @@ TEST(SlotOrder, deviceAgent)
     Result<void> pushed;
     call<void>(agent.get(), 9, &pushed, null);
     EXPECT_EQ(test::takeMessage(pushed), "dataPacket is null; discarding it.");
+    for (const Ptr<IDataPacket>& packet : std::initializer_list<Ptr<IDataPacket>>{
+             makePtr<test::CompressedPacket>(), makePtr<test::Frame>(),
+             makePtr<test::CustomPacket>()})
+    {
+        agent->doPushDataPacket(&pushed, packet.get());
+        EXPECT_EQ(test::takeMessage(pushed), "pullMetadataPackets() failed."); // so it was taken
+    }
     expectCall<void>("finalize", agent.get(), 10);
     expectCall<void>("active", agent.get(), 11, null, null);
     if (test::baseClassesHaveNumbers)

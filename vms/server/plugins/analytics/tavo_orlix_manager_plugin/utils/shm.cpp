@@ -65,7 +65,7 @@ void shm_create_random(
     const std::function<std::uint32_t()>& nextNumber)
 {
     segment = {};
-    for (int attempt = 0; attempt < kRandomNames && !shm_is_valid(segment); ++attempt)
+    for (int attempt = 0; attempt < kRandomNames; ++attempt)
     {
         segment.name = log_format_alloc(64, "%s%08X", kRandomShmPrefix, nextNumber());
         segment.handle = ShmCalls::create(segment.name, /*mustBeNew*/ true);

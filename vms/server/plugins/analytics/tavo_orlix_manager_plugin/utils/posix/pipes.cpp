@@ -81,7 +81,7 @@ Result PipeCalls::waitForAny(std::span<PipeEnd* const> ends, int timeoutMs)
                 timeoutMs == kForever ? kForever : deadline.remainingMs());
         });
     for (std::size_t i = 0; i < ends.size(); ++i)
-        ends[i]->dataReady = ready > 0 && polled[i].revents != 0;
+        ends[i]->dataReady = polled[i].revents != 0;
     return ready > 0 ? Result::data : ready == 0 ? Result::nothing : Result::waitFailed;
 }
 

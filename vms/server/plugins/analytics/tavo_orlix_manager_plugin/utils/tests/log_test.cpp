@@ -90,36 +90,6 @@ TEST_F(LogTest, filesRotate)
     EXPECT_EQ(1, std::count(told.begin(), told.end(), '\n')) << told;
 }
 
-TEST_F(LogTest, linesSurviveOpeningAndClosingOnOtherThreads)
-{
-    std::atomic<bool> end{false};
-    std::thread writers[3];
-    for (std::thread& writer : writers)
-    {
-        writer = std::thread(
-            [&end]
-            {
-                while (!end)
-                {
-                    log_info("a line\n");
-                    log_debug("another\n");
-                }
-            });
-    }
-    for (int i = 0; i < 300; ++i)
-    {
-        open(i % 3);
-        log_close();
-    }
-    open(1);
-    end = true;
-    for (std::thread& writer : writers)
-        writer.join();
-    log_info("last\n");
-    log_close();
-    EXPECT_TRUE(contentOf(m_startPath).ends_with(": last\n"));
-}
-
 TEST_F(LogTest, theConsoleGetsWholeLinesAndTheirHeads)
 {
     log_init(m_startPath, m_mainPath, "P: ", /*console*/ true, /*file*/ false, 1);

@@ -15,6 +15,7 @@ TEST(MachineTest, environmentIsReadInUtf8)
     const test_support::ScopedVariable variable("ORLIX_TEST_VARIABLE", "/\xC3\xA9\xE2\x82\xAC");
     EXPECT_EQ("/\xC3\xA9\xE2\x82\xAC", machine_environment("ORLIX_TEST_VARIABLE"));
     EXPECT_EQ("", machine_environment("ORLIX_TEST_NO_VARIABLE"));
+    EXPECT_EQ(kPathSeparator != '/', machine_has_library("libnone_of_that_name.so"));
 }
 
 TEST(MachineTest, filesOfAFolderAreListedWithoutItsFolders)

@@ -21,6 +21,10 @@ TEST(ProcessTest, aKillReachesTheWholeTree)
     ASSERT_TRUE(process_started(record));
     ASSERT_TRUE(tree.waitFor(kTreeSize));
     EXPECT_TRUE(tree.areRunning());
+    ExitCode exitCode = 0;
+    EXPECT_TRUE(process_is_running(record, exitCode));
+    EXPECT_EQ(259, exitCode);
+    EXPECT_EQ(-2, process_wait(record, 0));
     EXPECT_EQ(9, process_kill(record));
     EXPECT_EQ(9, process_wait(record, 20));
     EXPECT_TRUE(tree.allEnd());
@@ -86,18 +90,7 @@ TEST(ProcessTest, whatCannotBeAProcessIsNotStartedAndToldWhy)
     }
 }
 
-TEST(ProcessTest, aProcessThatRunsIsStillActive)
-{
-    ProcessRecord record = start({"sleep", "1000"});
-    ExitCode exitCode = 0;
-    EXPECT_TRUE(process_is_running(record, exitCode));
-    EXPECT_EQ(259, exitCode);
-    EXPECT_EQ(-2, process_wait(record, 0));
-    EXPECT_EQ(9, process_kill(record));
-    EXPECT_EQ(9, process_wait(record, 20));
-}
-
-TEST(ProcessTest, nothingIsLeftOfAProcessThatHasEnded)
+TEST(ProcessTest, nothingIsLeftOfAProcessThatHasEndedOrOfAJobThatIsNeverRun)
 {
     const auto run = []
     {
@@ -105,6 +98,15 @@ TEST(ProcessTest, nothingIsLeftOfAProcessThatHasEnded)
         ProcessRecord record = process_start(program({"exit", "0"}), /*console*/ false, &errors);
         EXPECT_EQ(0, process_wait(record, 20));
         EXPECT_FALSE(process_started(process_start(std::vector<std::string>{"/none"}, false)));
+
+        const ProcessRecord job =
+            process_prepare(program({"sleep", "1000"}), /*console*/ false, &errors);
+        EXPECT_TRUE(job.job);
+        EXPECT_FALSE(process_started(job));
+        EXPECT_EQ(-1, process_kill(job));
+        ProcessRecord none = process_prepare({"/none"}, /*console*/ false);
+        EXPECT_FALSE(process_run(none));
+        EXPECT_FALSE(none.job);
     };
     run(); // what a system keeps from the first time on
     const auto before = test_support::openHandles();
@@ -112,26 +114,6 @@ TEST(ProcessTest, nothingIsLeftOfAProcessThatHasEnded)
         run();
     EXPECT_EQ(before, test_support::openHandles());
     EXPECT_FALSE(test_support::hasChildren()); // not even an ended one
-}
-
-TEST(ProcessTest, aJobThatIsNeverRunLeavesNothing)
-{
-    const auto prepare = []
-    {
-        PipeEnd errors;
-        const ProcessRecord record =
-            process_prepare(program({"sleep", "1000"}), /*console*/ false, &errors);
-        EXPECT_TRUE(record.job);
-        EXPECT_FALSE(process_started(record));
-        EXPECT_EQ(-1, process_kill(record));
-        ProcessRecord none = process_prepare({"/none"}, /*console*/ false);
-        EXPECT_FALSE(process_run(none));
-        EXPECT_FALSE(none.job);
-    };
-    prepare(); // what a system keeps from the first time on
-    const auto before = test_support::openHandles();
-    prepare();
-    EXPECT_EQ(before, test_support::openHandles());
 }
 
 } // namespace

@@ -94,6 +94,8 @@ TEST_F(SocketsTest, messagesFollowOneAnotherOnAConnection)
     EXPECT_EQ(0, std::memcmp("first", m_buffer.data(), 5)); // untouched
     socket_receive_message(server, m_buffer);
     EXPECT_EQ(std::string(20'000, 'x'), textOf(m_buffer));
+    for (const SocketHandle socket : {m_listening, client, server})
+        EXPECT_FALSE(test_support::isInherited(static_cast<std::intptr_t>(socket)));
 }
 
 TEST_F(SocketsTest, aLargeMessageTravelsInParts)
@@ -216,13 +218,6 @@ TEST_F(SocketsTest, aSendToOneWhoDoesNotReadIsGivenUp)
     const std::string large(100'000'000, 'x'); // is kept by no system
     for (const SocketHandle sender : {client, accept()})
         EXPECT_FALSE(send(sender, large));
-}
-
-TEST_F(SocketsTest, noChildInheritsASocket)
-{
-    const SocketHandle client = connected();
-    for (const SocketHandle socket : {m_listening, client, accept()})
-        EXPECT_FALSE(test_support::isInherited(static_cast<std::intptr_t>(socket)));
 }
 
 TEST(SocketPathTest, longPathsAreCutAlikeOnBothSidesAndFilesReplaced)

@@ -174,7 +174,6 @@ bool HttpClient::Transfer::setOptions(const Url& url, const PostBody* body)
     m_requestHeaders.reset();
     if (body)
     {
-        set(CURLOPT_POST, 1L);
         set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body->bytes.size()));
         set(CURLOPT_COPYPOSTFIELDS, body->bytes.data());
         append(&m_requestHeaders, "Expect:"); // a server that does not know it costs a second

@@ -39,10 +39,8 @@ void tavoSetUnitTestOptions(const tavo::sdk::IStringMap* options)
     tavo::sdk::atBorder(
         [&]
         {
-            std::map<std::string, std::string> values;
-            if (!tavo::sdk::toStdMap(options, &values))
-                values.clear(); // a host without options
-
+            std::map<std::string, std::string> values; // stay none of a host without options
+            static_cast<void>(tavo::sdk::toStdMap(options, &values));
             const std::lock_guard lock(tavo::sdk::options().mutex);
             tavo::sdk::options().values.swap(values);
         });

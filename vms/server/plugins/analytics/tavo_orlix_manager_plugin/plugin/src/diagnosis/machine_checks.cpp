@@ -33,7 +33,6 @@ public:
     ~CapturedLog()
     {
         std::error_code error;
-        log_close();
         remove_tree(m_folder, error);
     }
     CapturedLog(const CapturedLog&) = delete;

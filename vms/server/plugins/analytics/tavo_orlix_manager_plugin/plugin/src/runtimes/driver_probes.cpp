@@ -26,6 +26,35 @@ std::vector<int> versionPieces(const std::string& version)
     return pieces;
 }
 
+// A value of Chip::hailoType.
+int identifyHailoDevice()
+{
+    const CommandResult result = runCommand("hailortcli fw-control identify");
+    if (result.exitCode != 0)
+    {
+        log_info("Notice: Failed to run: 'hailortcli fw-control identify'\n");
+        log_info("stdout/stderr: %s\n", beginningOf(result.output).c_str());
+        return 0;
+    }
+    return hailoTypeIn(result.output);
+}
+
+// Empty, with the reason logged, if it cannot be told.
+std::string readHailoDriverVersion()
+{
+    const CommandResult result = runCommand("hailortcli -v");
+    if (result.exitCode != 0)
+    {
+        log_info("Notice: Failed to run: 'hailortcli -v'\n");
+        log_info("stdout/stderr: %s\n", beginningOf(result.output).c_str());
+        return {};
+    }
+    std::string version = hailoVersionIn(result.output);
+    if (version.empty())
+        log_info("Notice: Failed to parse the driver version from the output of 'hailortcli -v'\n");
+    return version;
+}
+
 } // namespace
 
 int compareVersions(const std::string& a, const std::string& b)
@@ -57,8 +86,6 @@ const char* findSupportedVersion(std::span<const char* const> supported, const s
 
 void probeDeepxDriver(Chip& chip)
 {
-    chip.detected = false;
-    chip.correctlyInstalled = false;
     if (runCommand("dxrt-cli --status").exitCode != 0)
     {
         log_info("DEEPX driver not installed or there are no DEEPX chips detected.\n");
@@ -90,49 +117,16 @@ void probeDeepxDriver(Chip& chip)
     chip.correctlyInstalled = true;
 }
 
-void probeHailoDriver(Chip& chip)
+void probeHailoDriver(Chip& chip, const std::string& deviceFolder)
 {
-    const std::vector<std::string> devices = listHailoDevices();
-    chip.detected = !devices.empty();
-    chip.numberOfChips = static_cast<int>(devices.size());
+    chip.numberOfChips = static_cast<int>(list_files(deviceFolder).size());
+    chip.detected = chip.numberOfChips > 0;
     if (!chip.detected)
         return;
     chip.hailoType = identifyHailoDevice();
     chip.driverVersion = readHailoDriverVersion();
     chip.correctlyInstalled =
         findSupportedVersion(kHailoSupportedVersions, chip.driverVersion) != nullptr;
-}
-
-std::vector<std::string> listHailoDevices()
-{
-    return list_files(kHailoDeviceFolder);
-}
-
-int identifyHailoDevice()
-{
-    const CommandResult result = runCommand("hailortcli fw-control identify");
-    if (result.exitCode != 0)
-    {
-        log_info("Notice: Failed to run: 'hailortcli fw-control identify'\n");
-        log_info("stdout/stderr: %s\n", beginningOf(result.output).c_str());
-        return 0;
-    }
-    return hailoTypeIn(result.output);
-}
-
-std::string readHailoDriverVersion()
-{
-    const CommandResult result = runCommand("hailortcli -v");
-    if (result.exitCode != 0)
-    {
-        log_info("Notice: Failed to run: 'hailortcli -v'\n");
-        log_info("stdout/stderr: %s\n", beginningOf(result.output).c_str());
-        return {};
-    }
-    std::string version = hailoVersionIn(result.output);
-    if (version.empty())
-        log_info("Notice: Failed to parse the driver version from the output of 'hailortcli -v'\n");
-    return version;
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -3,10 +3,10 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "base/message_board.h"
 #include "runtimes/chip.h"
+#include "utils/platform_names.h"
 
 // Probes that tell whether an accelerator is there and its driver fit for use. They run the
 // vendors' tools, block until those end, throw nothing, and end with a record as far as they got.
@@ -23,7 +23,7 @@ void probeNvidiaDriver(Chip& chip, MessageBoard& messageBoard);
 void probeNvidiaTools(Chip& chip, MessageBoard& messageBoard);
 
 // Fit for use when a device is there and its driver is of a supported version.
-void probeHailoDriver(Chip& chip);
+void probeHailoDriver(Chip& chip, const std::string& deviceFolder = kHailoDeviceFolder);
 
 // 1 when version `a` is newer, -1 when `b` is, 0 when equal; a missing piece counts as 0. A piece
 // that is no decimal number throws std::invalid_argument, one too large std::out_of_range.
@@ -41,15 +41,6 @@ inline constexpr const char* kOtherReservedSupportedVersions[] = {"2.1.0"};
 // numbers, is not supported.
 [[nodiscard]] const char* findSupportedVersion(
     std::span<const char* const> supported, const std::string& version);
-
-// A value of Chip::hailoType.
-[[nodiscard]] int identifyHailoDevice();
-
-// Empty, with the reason logged, if it cannot be told.
-[[nodiscard]] std::string readHailoDriverVersion();
-
-// Names of the Hailo devices that the system has.
-[[nodiscard]] std::vector<std::string> listHailoDevices();
 
 // Whether there is a device of the vendor at all. Says on the standard streams what it found.
 [[nodiscard]] bool findNvidiaPciDevice();

@@ -185,8 +185,6 @@ std::string cudaDriverTag(const std::string& version)
 
 void probeNvidiaDriver(Chip& chip, MessageBoard& messageBoard)
 {
-    chip.detected = false;
-    chip.correctlyInstalled = false;
     if (!findNvidiaPciDevice())
     {
         log_info("NVIDIA GPU not found.\n");

@@ -1,6 +1,6 @@
 // The program as an administrator runs it, on machines with one fault each.
 
-#include <functional>
+#include <map>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,6 +10,7 @@
 
 #include "base/manager_files.h"
 #include "diagnosis/checks.h"
+#include "encrypted_model.h"
 #include "http_server.h"
 #include "inference/protocol.h"
 #include "temporary_folder.h"
@@ -61,71 +62,46 @@ TEST_F(Doctor, FindsEachFault)
     const std::string model =
         R"([{"UUID": "7", "Name": "People", "MimeType": "m", "Downloads": [{"RuntimeArchitecture": "m",
             "Url": "http://x/people.bin", "Encrypted": true}]}])";
+    const std::string key(32, 'k');
     const TestCertificate certificate;
     LoopbackHttpsServer untrusted(certificate);
     untrusted.handlers.Get(".*", [](const httplib::Request&, httplib::Response&) {});
     untrusted.start();
-    FileLock otherHost;
     const struct
     {
         const char* name;
-        std::function<void()> make;
+        std::string file; // is written; empty: these are lines of the ini file
+        std::string content;
         const char* line;
         const char* end = ""; // of that line, where words of others stand before it
     } kCases[] = {
-        {"cloud away", [&] { writeIni("CloudAPI=http://127.0.0.1:1\n"); },
+        {"cloud away", "", "CloudAPI=http://127.0.0.1:1\n",
          "Cloud: http://127.0.0.1:1, could not be reached: Failed to connect to 127.0.0.1",
          "[bad]"},
-        {"storage away", // a name that nobody has to be asked for
-         [&] { writeIni("RuntimesStorageURL=http://" + std::string(64, 'x') + "\n"); },
+        // A name that nobody has to be asked for.
+        {"storage away", "", "RuntimesStorageURL=http://" + std::string(64, 'x') + "\n",
          "xxx/, could not be reached: Could not resolve host", "[bad]"},
-        {"certificate", [&] { writeIni("CloudAPI=" + untrusted.url("") + "\n"); },
+        {"certificate", "", "CloudAPI=" + untrusted.url("") + "\n",
          ", its certificate is not trusted: SSL certificate problem", "[bad]"},
-        {"certificate that is not checked",
-         [&] { writeIni("RuntimesStorageURL=" + untrusted.url("") + "\n"); },
+        {"certificate that is not checked", "", "RuntimesStorageURL=" + untrusted.url("") + "\n",
          ", its certificate is not trusted: SSL certificate problem", "[attention]"},
-        {"word for a number", [&] { writeIni("HTTPRequestTimeout=soon\n"); },
+        {"word for a number", "", "HTTPRequestTimeout=soon\n",
          "needs a whole number, not \"soon\"; 3 is used instead, a mistake [attention]"},
-        {"unknown key", [&] { writeIni("HTTPTimeout=3\n"); },
+        {"unknown key", "", "HTTPTimeout=3\n",
          "unknown option HTTPTimeout; ignored, a mistake [attention]"},
-        {"no line", [&] { writeIni("just words\n"); },
-         "is no option: just words, a mistake [attention]"},
-        {"set", [&] { writeIni("logVerbosityLevel=2\n"); },
-         "Option: logVerbosityLevel=2, set [good]"},
-        {"key missing",
-         [&]
-         {
-             m_folder.write(etc + manager_files::kSettings, model);
-             m_folder.write(etc + "/cache/encrypted/people.bin", "12345");
-         },
-         "Model: People (7) 5 bytes, its key is missing [bad]"},
-        {"key of another", [&] { m_folder.write(etc + "/cache/keys/7.tvc", std::string(32, 'k')); },
-         "Model: People (7) 5 bytes, does not decrypt [bad]"},
-        {"left copy", [&] { m_folder.write("people.bin", "open"); },
-         "people.bin, of a run [attention]"},
-        {"crash",
-         [&]
-         {
-             m_folder.write(
-                 "w/orlix_plugin_start.log",
-                 "P: 1 2: Detected Orlix Manager crash Exit status: 139 Error: \nlast words\n");
-         },
+        {"no line", "", "just words\n", "is no option: just words, a mistake [attention]"},
+        {"set", "", "logVerbosityLevel=2\n", "Option: logVerbosityLevel=2, set [good]"},
+        {"model missing", etc + manager_files::kSettings, model,
+         "Model: People (7) , its file is missing [bad]"},
+        {"key missing", etc + "/cache/encrypted/people.bin", test::encryptedModel("12345", key),
+         "Model: People (7) 33 bytes, its key is missing [bad]"},
+        {"key of another", etc + "/cache/keys/7.tvc", std::string(32, 'x'),
+         "Model: People (7) 33 bytes, does not decrypt [bad]"},
+        {"key", etc + "/cache/keys/7.tvc", key, "Model: People (7) 33 bytes, decrypts [good]"},
+        {"left copy", "people.bin", "open", "people.bin, of a run [attention]"},
+        {"crash", "w/orlix_plugin_start.log",
+         "P: 1 2: Detected Orlix Manager crash Exit status: 139 Error: \nlast words\n",
          "Last crash: Detected Orlix Manager crash Exit status: 139 Error: ?last words"},
-        {"a host",
-         [&]
-         {
-             ASSERT_EQ(
-                 FileLock::Outcome::taken,
-                 otherHost.take(m_folder.path(protocol::kPluginSocketFile) + ".lock"));
-         },
-         "Lock of the sockets: a host has it"},
-        {"a second host",
-         [&]
-         {
-             m_folder.write(
-                 "w/orlix_plugin_start.log", "P: 1 2: Adding warning: PLUGIN_SOCKET_TAKEN : x\n");
-         },
-         ", a second host waits for it [bad]"},
     };
     for (const auto& c : kCases)
     {
@@ -139,8 +115,29 @@ TEST_F(Doctor, FindsEachFault)
                     .ends_with(c.end);
         };
         EXPECT_THAT(run().output, testing::Not(testing::Truly(isTold)));
-        c.make();
+        if (c.file.empty())
+            writeIni(c.content);
+        else
+            m_folder.write(c.file, c.content);
         EXPECT_THAT(run().output, testing::Truly(isTold));
+    }
+}
+
+TEST_F(Doctor, TellsAHostAndAnotherThatWaits)
+{
+    FileLock host;
+    ASSERT_EQ(
+        FileLock::Outcome::taken, host.take(m_folder.path(protocol::kPluginSocketFile) + ".lock"));
+    const std::string waits = "Adding warning: PLUGIN_SOCKET_TAKEN : x\n";
+    const std::string has = "The plugin socket is free and taken over.\n";
+    for (const auto& [log, isWaiting] : std::map<std::string, bool>{
+             {has, false}, {waits, true}, {has + waits, true}, {waits + has, false}})
+    {
+        m_folder.write("w/orlix_plugin_start.log", log);
+        const std::string output = run().output;
+        EXPECT_THAT(output, HasSubstr("Lock of the sockets: a host has it"));
+        EXPECT_EQ(
+            isWaiting, output.find(", a second host waits for it [bad]") != std::string::npos);
     }
 }
 
@@ -155,6 +152,18 @@ TEST_F(Doctor, CutsAToolThatHangs)
 
 TEST_F(Doctor, TellsTheWorstByItsExitCodeAndAsJson)
 {
+    const CommandResult fresh = run();
+    EXPECT_EQ(1, fresh.exitCode);
+    for (const char* const line :
+         {" free of 2048 MiB needed [good]", " free of 512 MiB needed [good]",
+          "orlix_manager , not installed [attention]", "Runtime: none, not installed [attention]",
+          "Generic CPU: offered; Checking for supported CPU; Download link: http://127.0.0.1:",
+          "SiMa: none here", " offered [good]", "Models: 0 assigned [good]",
+          "tavo_orlix_manager_plugin.ini [good]", "Option: caBundle=, by default [good]",
+          "Last crash: none in the logs [good]", ".sock is not there [good]",
+          "Lock of the sockets: free: no host runs with this temporary folder [good]"})
+        EXPECT_THAT(fresh.output, HasSubstr(line));
+
     writeIni("CloudAPI=http://127.0.0.1:1\n");
     const CommandResult result = run("--json");
     EXPECT_EQ(2, result.exitCode);
@@ -228,6 +237,9 @@ TEST(DoctorsEye, SeesAMachineAndAFolderThatAreNoGood)
     checkFolder(out, "Closed", "/c", place, 0);
     checkSocket(out, "/s", place);
     EXPECT_EQ(2, out.exitCode());
+    Findings good;
+    checkMachine(good, MachineInfo("Debian", "12", CpuArchitecture::X86_64), true, true);
+    EXPECT_EQ(0, good.exitCode());
     for (const char* line :
          {"Processor: x86_64, lacks AVX2", "OpenMP: libgomp, is missing on this system [bad]",
           "Full: /f, 1 MiB free of 2 MiB needed, full disk [bad]",

@@ -162,6 +162,7 @@ TEST_F(ModelManagerTest, fetchesOnceAndAgainWhenTheCloudOrTheDiskChanged)
 
 TEST_F(ModelManagerTest, aFailedDownloadIsToldAndLeavesTheOldFileAndNothingElse)
 {
+    const test::CapturedLog log;
     const std::string right = m_digest;
     const struct
     {
@@ -193,6 +194,8 @@ TEST_F(ModelManagerTest, aFailedDownloadIsToldAndLeavesTheOldFileAndNothingElse)
         EXPECT_FALSE(ensure(downloads()));
         EXPECT_EQ("old", cached());
         EXPECT_NE(std::string::npos, failure().find(c.text)) << failure();
+        const std::string line = failure().substr(0, failure().find('\n'));
+        EXPECT_NE(std::string::npos, log.text().find("Error! " + line));
         EXPECT_EQ(
             c.missing != 0, failure().ends_with(". The connection ended before the file did."));
         EXPECT_FALSE(std::filesystem::exists(m_files.modelPath + ".tmp"));
@@ -397,6 +400,11 @@ TEST_F(ModelManagerTest, offersThatMakeNoSenseAreToldApart)
             "Model Net is not compatible with this runtime: application/x-onnx",
             warning("NO_COMPATIBLE_RUNTIME_model-id"));
     }
+    m_manager.keepReports({"model-id"});
+    EXPECT_NE("", warning("NO_COMPATIBLE_RUNTIME_model-id"));
+    m_manager.keepReports({});
+    EXPECT_EQ("", warning("NO_COMPATIBLE_RUNTIME_model-id"));
+    EXPECT_FALSE(ensure("[]"));
     EXPECT_TRUE(ensure(downloads()));
     EXPECT_EQ("", warning("NO_COMPATIBLE_RUNTIME_model-id"));
     EXPECT_EQ(1, m_requests);

@@ -84,40 +84,51 @@ TEST_F(DriverProbeTest, deepxIsFitWithASupportedVersionOnly)
     }
 }
 
-TEST_F(DriverProbeTest, hailoToolsTellTypeAndVersion)
+TEST_F(DriverProbeTest, hailoIsFitWithASupportedVersionOnly)
 {
-    EXPECT_EQ(0, identifyHailoDevice());
-    EXPECT_EQ("", readHailoDriverVersion());
-
     const struct
     {
+        int devices;
         const char* steps;
         int type;
-    } types[] = {
-        {"print Device Architecture: HAILO8", 1},
-        {"print Device Architecture: HAILO8L", 2},
-        {"print Device Architecture: HAILO15\nprint Device Architecture: HAILO8L", 2},
-        {"print nothing", 0}};
-    for (const auto& c : types)
+        bool fit;
+        const char* driverVersion;
+    } cases[] = {
+        {0, "print Device Architecture: HAILO8\nprint HailoRT-CLI version 4.18.0", 0, false, ""},
+        {1, "print Device Architecture: HAILO8\nprint HailoRT-CLI version 4.18.0", 1, true,
+         "4.18.0"},
+        {2,
+         "print Device Architecture: HAILO15\nprint Device Architecture: HAILO8L\n"
+         "print HailoRT-CLI version 4.16.0",
+         2, false, "4.16.0"},
+        {1, "print HailoRT-CLI version 4.18.0\nprint HailoRT-CLI version 4.19.0", 0, false, ""},
+        {1, "exit 1", 0, false, ""}};
+    for (const auto& c : cases)
     {
+        SCOPED_TRACE(c.steps);
+        std::filesystem::remove_all(m_folder.path("devices"));
+        for (int i = 0; i < c.devices; ++i)
+            m_folder.write("devices/hailo" + std::to_string(i), "");
         m_folder.writeProgram("hailortcli", c.steps);
-        EXPECT_EQ(c.type, identifyHailoDevice()) << c.steps;
+        Chip chip;
+        probeHailoDriver(chip, m_folder.path("devices"));
+        EXPECT_EQ(c.devices, chip.numberOfChips);
+        EXPECT_EQ(c.devices > 0, chip.detected);
+        EXPECT_EQ(c.type, chip.hailoType);
+        EXPECT_EQ(c.fit, chip.correctlyInstalled);
+        EXPECT_EQ(c.driverVersion, chip.driverVersion);
     }
-
-    m_folder.writeProgram("hailortcli", "print HailoRT-CLI version 4.18.0");
-    EXPECT_EQ("4.18.0", readHailoDriverVersion());
-    m_folder.writeProgram(
-        "hailortcli", "print HailoRT-CLI version 4.18.0\nprint HailoRT-CLI version 4.19.0");
-    EXPECT_EQ("", readHailoDriverVersion());
 }
 
 TEST_F(DriverProbeTest, theLogHasTheBeginningOfWhatAToolSaid)
 {
     const test::CapturedLog log;
+    m_folder.write("devices/hailo0", "");
     m_folder.writeProgram(
         "hailortcli",
         "print " + std::string(4000, 'a') + "\nprint " + std::string(200, 'b') + "\nexit 1");
-    EXPECT_EQ("", readHailoDriverVersion());
+    Chip chip;
+    probeHailoDriver(chip, m_folder.path("devices"));
     const std::string text = log.text();
     EXPECT_NE(std::string::npos, text.find(std::string(4000, 'a')));
     EXPECT_NE(std::string::npos, text.find("bbb"));
@@ -197,9 +208,9 @@ TEST(CudaVersionTest, isThatOfTheLastFolderThatLooksLikeOne)
     const std::pair<const char*, const char*> cases[] = {
         {"C:\\CUDA\\v13.0\\bin", "13.0"},
         {"C:\\CUDA", ""},
-        {"/var/lib/cuda/v12.4", "12.4"},
-        {"/opt/v1/cuda/v12.4/", "12.4"},
-        {"/opt/cuda/v12.4/vendor/v", "12.4"},
+        {"/var/lib/cuda/v9.4", "9.4"},
+        {"/opt/v1/cuda/v0.4/", "0.4"},
+        {"/opt/cuda/v12.4/x64/v", "12.4"},
         {"/var/vault/cuda", ""},
         {"", ""},
     };

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "incompressible.h"
+#include "utils/tests/test_support.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -14,6 +15,8 @@ TEST_F(ManagerInstallationTest, installsOnceAndAgainAfterARemoval)
     pack("content", "orlix_manager");
     ManagerInstallation installation(m_folder.path("work"));
     ASSERT_EQ(ManagerInstallState::notInstalled, installation.checkInstallation());
+    m_meanwhile = [&]
+    { EXPECT_EQ(ManagerInstallState::downloading, installation.managerInstallState()); };
     installation.install(m_board);
     EXPECT_EQ(ManagerInstallState::installed, installation.managerInstallState());
     EXPECT_EQ("4.6.1", m_folder.read("work/orlix_manager/VERSION"));
@@ -56,6 +59,9 @@ TEST_F(ManagerInstallationTest, ofACutArchiveNothingCountsAndAnApplicationPutThe
 
 TEST_F(ManagerInstallationTest, aFailureStaysUntilARemoval)
 {
+    const test::CapturedLog log;
+    const auto isLogged = [&log](const std::string& text)
+    { return log.text().find("Error! " + text) != std::string::npos; };
     const std::string incomplete = "The archive does not hold all that belongs to it.";
     const struct
     {
@@ -89,18 +95,32 @@ TEST_F(ManagerInstallationTest, aFailureStaysUntilARemoval)
         EXPECT_EQ(ManagerInstallState::notInstalled, installation.managerInstallState());
     }
 
+    EXPECT_FALSE(isLogged("Failed to unpack Orlix Manager: "));
     m_archive = "no archive at all"; // tar starts, and fails
     ManagerInstallation broken(m_folder.path("work"));
     broken.install(m_board);
     EXPECT_EQ(ManagerInstallState::failed, broken.managerInstallState());
     EXPECT_THAT(told(), testing::StartsWith(m_failed + "The archive is damaged or was cut: "));
 
+    EXPECT_TRUE(isLogged("Failed to unpack Orlix Manager: "));
+
+    EXPECT_FALSE(isLogged("Could not download"));
     m_status = 404;
     broken.install(m_board);
     EXPECT_EQ(ManagerInstallState::failed, broken.managerInstallState());
     EXPECT_FALSE(m_folder.has("orlix_manager.tgz"));
     EXPECT_EQ(
         m_failed + "The server of " + managerArchiveUrl() + " answered with status 404.", told());
+    EXPECT_TRUE(isLogged("Could not download Orlix Manager file from " + managerArchiveUrl()));
+
+    EXPECT_FALSE(isLogged("Could not move"));
+    m_status = 200;
+    pack("content", "orlix_manager");
+    m_folder.write(std::string("work/orlix_manager/bin/") + kManagerExecutable + "/in the way", "");
+    broken.install(m_board);
+    EXPECT_EQ(ManagerInstallState::failed, broken.managerInstallState());
+    EXPECT_THAT(told(), testing::HasSubstr(kManagerExecutable));
+    EXPECT_TRUE(isLogged("Could not move Orlix Manager into place: "));
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 #include <gtest/gtest.h>
 
 #include "base/ini.h"
@@ -25,6 +27,7 @@ protected:
             paths,
             [this](const httplib::Request& request, httplib::Response& response)
             {
+                m_meanwhile();
                 ++m_requests;
                 m_requested = request.matches[1];
                 response.status = m_status;
@@ -64,6 +67,7 @@ protected:
     TemporaryFolder m_folder;
     std::string m_archive = "no archive";
     int m_status = 200;
+    std::function<void()> m_meanwhile = [] {}; // while a client waits for its answer
     std::atomic<int> m_requests{0};
     std::string m_requested;
     LoopbackHttpServer m_server;

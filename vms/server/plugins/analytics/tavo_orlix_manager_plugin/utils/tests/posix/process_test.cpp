@@ -47,12 +47,6 @@ TEST(PosixProcessTest, noProcessOutlivesItsHost)
     }
 }
 
-TEST(PosixProcessTest, aSignalShowsInTheExitCode)
-{
-    ProcessRecord record = startShell("kill -SEGV $$");
-    EXPECT_EQ(128 + SIGSEGV, process_wait(record, 20));
-}
-
 TEST(PosixProcessTest, theHostsWayWithItsChildrenDoesNotMatter)
 {
     using Handler = void (*)(int);
