@@ -110,7 +110,7 @@ class Finder:
             was = self.source(cursor)
             others = ("1",) if was == "0" else ("0", f"({was} * 10)", f"({was} + 1)")
             # A name of the system's, as O_CLOEXEC, is forgotten, not miscounted; this one is 0.
-            for becomes in others if was[0].isdigit() else others[:was != "O_RDONLY"]:
+            for becomes in others if was[:1].isdigit() else others[:was not in ("", "O_RDONLY")]:
                 self.add(cursor, f"constant: {becomes} for", f"(::mutant(@) ? {becomes} : {was})")
         elif kind == CursorKind.DECL_REF_EXPR and re.match("k(?!Invalid|No[A-Z])", cursor.spelling):
             self.look_at_constant(cursor)
