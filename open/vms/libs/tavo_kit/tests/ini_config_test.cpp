@@ -1,19 +1,15 @@
 #include <tavo/kit/ini_config.h>
 
-#include <filesystem>
-#include <fstream>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <testing/scoped_variable.h>
+#include <testing/temporary_folder.h>
 
 namespace tavo::kit
 {
 
 namespace
 {
-
-namespace fs = std::filesystem;
 
 struct Options : IniConfig
 {
@@ -34,18 +30,10 @@ struct Options : IniConfig
 class IniConfigTest : public ::testing::Test
 {
 protected:
-    IniConfigTest() { fs::create_directories(m_folder); }
+    void write(const std::string& content) const { m_folder.write("options.ini", content); }
 
-    ~IniConfigTest() override { fs::remove_all(m_folder); }
-
-    void write(const std::string& content) const
-    {
-        std::ofstream(m_folder / "options.ini", std::ios::binary) << content;
-    }
-
-    const fs::path m_folder = fs::temp_directory_path() /
-        ("ini_config_test_" + std::to_string(test_support::ownProcessId()));
-    const test_support::ScopedVariable m_variable{"TAVO_INI_DIR", m_folder.string()};
+    const test_support::TemporaryFolder m_folder;
+    const test_support::ScopedVariable m_variable{"TAVO_INI_DIR", m_folder.path()};
 };
 
 TEST_F(IniConfigTest, readsWhatMakesSenseAndReportsWhatDoesNot)
@@ -145,7 +133,7 @@ TEST_F(IniConfigTest, hasDefaultsWithoutAFileAndReportsAFolderInItsPlace)
         EXPECT_THAT(told, testing::HasSubstr(report));
         EXPECT_EQ(told.empty(), *report == '\0');
         EXPECT_EQ(options.number, 7);
-        fs::create_directory(m_folder / "options.ini");
+        m_folder.write("options.ini/x", "");
     }
 }
 

@@ -98,6 +98,7 @@ TEST(ConsumingDeviceAgent, sortsPacketsAndSaysWhatFailed)
         bool pullResult;
         const char* calls;
         const char* message;
+        bool isThrowing = false;
     } kCases[] = {
         {makePtr<test::CompressedPacket>(), true, true, true, "cp", ""},
         {makePtr<test::Frame>(0), true, true, true, "up", ""},
@@ -113,7 +114,8 @@ TEST(ConsumingDeviceAgent, sortsPacketsAndSaysWhatFailed)
         {makePtr<test::CustomPacket>(), true, false, true, "m",
          "pushCustomMetadataPacket() failed."},
         {makePtr<test::Frame>(), false, true, true, "u", "setHandler() was not called."},
-        {makePtr<test::Frame>(), true, true, false, "up", "pullMetadataPackets() failed."}};
+        {makePtr<test::Frame>(), true, true, false, "up", "pullMetadataPackets() failed."},
+        {makePtr<test::Frame>(), true, true, true, "u", "lock failed", true}};
     for (const auto& c : kCases)
     {
         SCOPED_TRACE(testing::Message() << c.calls << " " << c.message);
@@ -123,6 +125,7 @@ TEST(ConsumingDeviceAgent, sortsPacketsAndSaysWhatFailed)
             agent->setHandler(handler.get());
         agent->pushResult = c.pushResult;
         agent->pullResult = c.pullResult;
+        agent->isThrowing = c.isThrowing;
         agent->packetsToPull.push_back(makePacket(1));
 
         Result<void> result;
@@ -130,21 +133,10 @@ TEST(ConsumingDeviceAgent, sortsPacketsAndSaysWhatFailed)
         EXPECT_EQ(agent->calls, c.calls);
         EXPECT_EQ(result.isOk(), *c.message == '\0');
         EXPECT_EQ(test::takeMessage(result), c.message);
+        EXPECT_TRUE(!c.isThrowing || result.errorCode == ErrorCode::internalError);
         EXPECT_EQ(handler->packets.size(), result.isOk() ? 1u : 0u);
         EXPECT_TRUE(!c.packet || test::refCount(c.packet.get()) == 1u);
     }
-}
-
-TEST(ConsumingDeviceAgent, anExceptionIsAFailureAndTheFrameGoes)
-{
-    const auto agent = makePtr<TestAgent>();
-    agent->isThrowing = true;
-    const auto frame = makePtr<test::Frame>(1);
-    Result<void> result;
-    agent->doPushDataPacket(&result, frame.get());
-    EXPECT_EQ(test::refCount(frame.get()), 1u);
-    EXPECT_EQ(result.errorCode, ErrorCode::internalError);
-    EXPECT_EQ(test::takeMessage(result), "lock failed");
 }
 
 TEST(ConsumingDeviceAgent, goesOnAfterAHandlerThatThrows)

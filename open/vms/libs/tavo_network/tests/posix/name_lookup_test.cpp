@@ -1,4 +1,3 @@
-#include <atomic>
 #include <dlfcn.h>
 #include <future>
 #include <netdb.h>

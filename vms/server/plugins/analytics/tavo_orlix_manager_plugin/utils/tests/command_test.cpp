@@ -50,8 +50,8 @@ TEST(RunCommandTest, outputAndErrorsComeAsTheyWereWritten)
 
 TEST(RunCommandTest, itEndsWithItsProgramAndTakesAlongWhatThatLeft)
 {
-    const TempFolder folder;
-    const std::string file = folder.file("id");
+    const TemporaryFolder folder;
+    const std::string file = folder.path("id");
     const auto begin = std::chrono::steady_clock::now();
     const CommandResult result = runCommand(
         program("start write-id," + file + ",sleep,1000 wait-for " + file + " print done exit 4"));
@@ -78,8 +78,8 @@ TEST(RunCommandTest, oneThatHangsIsEndedAndFails)
 
 TEST(RunCommandTest, aStopEndsIt)
 {
-    const TempFolder folder;
-    const std::string file = folder.file("id");
+    const TemporaryFolder folder;
+    const std::string file = folder.path("id");
     const auto begin = std::chrono::steady_clock::now();
     std::stop_source stop;
     const std::jthread stopper(
@@ -97,9 +97,9 @@ TEST(RunCommandTest, aStopEndsIt)
 TEST(RunCommandTest, whatCannotBeStartedGivesMinusOne)
 {
     const CapturedLog log;
-    const TempFolder folder;
+    const TemporaryFolder folder;
     for (const std::string& line :
-         {std::string("no_such_program -v"), std::string(), folder.file("")})
+         {std::string("no_such_program -v"), std::string(), folder.path()})
         EXPECT_EQ(-1, runCommand(line).exitCode) << line;
     const std::string text = log.text();
     EXPECT_EQ(3, std::ranges::count(text, '\n')) << text; // a line each

@@ -1,8 +1,6 @@
 #include "utils/copy_choice.h"
 
 #include <algorithm>
-#include <cstdint>
-#include <cstdlib>
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,6 @@
 #include "utils/copy_to_shared.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <random>
 #include <vector>
 

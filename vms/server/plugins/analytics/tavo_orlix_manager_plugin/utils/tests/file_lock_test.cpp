@@ -11,39 +11,35 @@ namespace
 
 using Outcome = FileLock::Outcome;
 
-bool exists(const std::string& path)
-{
-    return std::filesystem::exists(pathFromUtf8(path));
-}
-
 TEST(FileLockTest, oneHolderAtATimeAndTheFileGoesWithTheLock)
 {
-    const TempFolder folder;
-    const std::string path = folder.file("\xC3\xA4 lock");
+    const TemporaryFolder folder;
+    const std::string name = "\xC3\xA4 lock";
+    const std::string path = folder.path(name);
     {
         FileLock first;
         FileLock second;
         ASSERT_EQ(Outcome::taken, first.take(path));
-        EXPECT_TRUE(exists(path));
+        EXPECT_TRUE(folder.has(name));
         EXPECT_EQ(Outcome::heldByAnother, second.take(path));
         first.release();
-        EXPECT_FALSE(exists(path));
+        EXPECT_FALSE(folder.has(name));
         EXPECT_EQ(Outcome::taken, second.take(path));
         EXPECT_EQ(Outcome::heldByAnother, first.take(path));
-        EXPECT_EQ(Outcome::taken, second.take(folder.file("other")));
+        EXPECT_EQ(Outcome::taken, second.take(folder.path("other")));
         EXPECT_EQ(Outcome::taken, first.take(path)) << "who takes another lets go of the first";
     }
-    EXPECT_FALSE(exists(path));
-    EXPECT_FALSE(exists(folder.file("other")));
+    EXPECT_FALSE(folder.has(name));
+    EXPECT_FALSE(folder.has("other"));
     FileLock lock;
-    EXPECT_EQ(Outcome::failed, lock.take(folder.file("no such folder/lock")));
+    EXPECT_EQ(Outcome::failed, lock.take(folder.path("no such folder/lock")));
 }
 
 // Whoever had it deletes the file, which others have open by then.
 TEST(FileLockTest, thoseWhoTryAgainAndAgainNeverHaveItTogether)
 {
-    const TempFolder folder;
-    const std::string path = folder.file("lock");
+    const TemporaryFolder folder;
+    const std::string path = folder.path("lock");
     std::atomic<int> holders{0};
     std::atomic<int> turns{0};
     std::atomic<bool> together{false};

@@ -29,8 +29,8 @@ bool makeLink(bool isSymbolic, const std::string& target, const std::string& pat
 
 TEST(FilesTest, whatIsThereIsCutOrWrittenOnAndReadAsItIs)
 {
-    const TempFolder folder;
-    const std::string path = folder.file("\xE5\xBA\x93 \xC3\xBC");
+    const TemporaryFolder folder;
+    const std::string path = folder.path("\xE5\xBA\x93 \xC3\xBC");
     const struct
     {
         Open open;
@@ -61,23 +61,20 @@ TEST(FilesTest, whatIsThereIsCutOrWrittenOnAndReadAsItIs)
 
 TEST(FilesTest, aFailureToOpenTellsWhy)
 {
-    const TempFolder folder;
-    errno = 0;
-    EXPECT_FALSE(FileStream(file_open_read(folder.file("none").c_str())));
-    EXPECT_EQ(ENOENT, errno);
-    for (const Open open : {file_open_write, file_open_append, file_open_private})
+    const TemporaryFolder folder;
+    for (const Open open : {file_open_read, file_open_write, file_open_append, file_open_private})
     {
         errno = 0;
-        EXPECT_FALSE(FileStream(open(folder.file("none/file").c_str())));
+        EXPECT_FALSE(FileStream(open(folder.path("none/file").c_str())));
         EXPECT_EQ(ENOENT, errno);
     }
 }
 
 TEST(FilesTest, aPrivateFileIsNewWhateverHasItsName)
 {
-    const TempFolder folder;
-    const std::string path = folder.file("file");
-    const std::string victim = folder.file("victim");
+    const TemporaryFolder folder;
+    const std::string path = folder.path("file");
+    const std::string victim = folder.path("victim");
     std::ofstream(victim) << "untouched";
 
     // A stranger has made it before, and holds it open.

@@ -26,9 +26,9 @@ protected:
         log_init(m_startPath, m_mainPath, "ORLIX Plugin: ", /*console*/ false, true, verbosity);
     }
 
-    TempFolder m_folder;
-    const std::string m_startPath = m_folder.file("start.log");
-    const std::string m_mainPath = m_folder.file("main.log");
+    TemporaryFolder m_folder;
+    const std::string m_startPath = m_folder.path("start.log");
+    const std::string m_mainPath = m_folder.path("main.log");
 };
 
 TEST_F(LogTest, aLineHasItsHead)
@@ -155,11 +155,11 @@ TEST(LogRepetitionsTest, aKindPassesAtOnceAndThenOnceAnIntervalWithItsCount)
 
 TEST(LogFailureTest, isToldOnce)
 {
-    const TempFolder folder;
+    const TemporaryFolder folder;
     const auto told = [&folder]
     {
         testing::internal::CaptureStderr();
-        log_init(folder.file("none/start.log"), folder.file("none/main.log"), "", false, true, 1);
+        log_init(folder.path("none/start.log"), folder.path("none/main.log"), "", false, true, 1);
         for (int i = 0; i < 100; ++i)
             log_info("a line\n");
         log_close();
@@ -173,12 +173,12 @@ TEST(StandardStreamTest, aStandardStreamThatNobodyReadsDoesNoHarm)
 {
     using test_support::BrokenStream;
     using Stream = BrokenStream::Stream;
-    const TempFolder folder;
-    const std::string path = folder.file("start.log");
+    const TemporaryFolder folder;
+    const std::string path = folder.path("start.log");
     const std::string longer(5000, 'x');
     for (const auto stream : {Stream::output, Stream::error})
     {
-        log_init(path, folder.file("main.log"), "", stream == Stream::output, /*file*/ true, 2);
+        log_init(path, folder.path("main.log"), "", stream == Stream::output, /*file*/ true, 2);
         const BrokenStream broken(stream);
         if (stream == Stream::output)
             print_out("%s\n", longer.c_str());

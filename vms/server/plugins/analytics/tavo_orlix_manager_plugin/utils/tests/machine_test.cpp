@@ -20,11 +20,11 @@ TEST(MachineTest, environmentIsReadInUtf8)
 
 TEST(MachineTest, filesOfAFolderAreListedWithoutItsFolders)
 {
-    const TempFolder folder;
-    EXPECT_TRUE(list_files(folder.file("none")).empty());
-    std::filesystem::create_directory(pathFromUtf8(folder.file("below")));
-    std::ofstream(pathFromUtf8(folder.file("file"))) << "";
-    EXPECT_EQ(std::vector<std::string>{"file"}, list_files(folder.file("")));
+    const TemporaryFolder folder;
+    EXPECT_TRUE(list_files(folder.path("none")).empty());
+    std::filesystem::create_directory(pathFromUtf8(folder.path("below")));
+    folder.write("file", "");
+    EXPECT_EQ(std::vector<std::string>{"file"}, list_files(folder.path()));
 }
 
 TEST(PathsTest, partsAreJoinedByOneSeparator)

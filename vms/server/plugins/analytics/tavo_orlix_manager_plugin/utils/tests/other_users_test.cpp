@@ -1,7 +1,6 @@
 // What nothing in the library calls: it is there for other programs that use these utilities.
 
 #include <cstdio>
-#include <string>
 
 #include "test_support.h"
 #include "utils/json.h"

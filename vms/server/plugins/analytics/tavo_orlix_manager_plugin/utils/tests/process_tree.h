@@ -29,7 +29,7 @@ public:
             test_support::endProcess(process); // gone already, unless the test has failed
     }
 
-    [[nodiscard]] std::string file(int index) const { return m_folder.file(std::to_string(index)); }
+    [[nodiscard]] std::string file(int index) const { return m_folder.path(std::to_string(index)); }
 
     // False if not all of them come.
     [[nodiscard]] bool waitFor(int count)
@@ -56,11 +56,11 @@ public:
     // False once the test is over.
     [[nodiscard]] bool areNeeded() const
     {
-        return std::filesystem::exists(pathFromUtf8(m_folder.file("")));
+        return std::filesystem::exists(pathFromUtf8(m_folder.path()));
     }
 
 private:
-    TempFolder m_folder;
+    TemporaryFolder m_folder;
     std::vector<std::uint32_t> m_processes;
 };
 

@@ -3,7 +3,6 @@
 #include <cstring>
 #include <utility>
 
-#include "large_segment.h"
 #include "own_segment.h"
 #include "utils/system_error.h"
 
@@ -86,8 +85,6 @@ TEST(ShmTest, nothingGoesBeyondTheReserve)
     const OwnSegment segment(0);
     EXPECT_FALSE(shm_resize(segment, kShmReservedSize - 3));
     EXPECT_LT(shm_size(segment), kFull); // nothing of it
-    const LargeSegment large(2 * kShmReservedSize);
-    EXPECT_EQ(kShmReservedSize, attachByName(large.name).committedSize());
 }
 
 TEST(ShmTest, aViewOutlivesNameAndHandleAndLeavesNoDescriptor)

@@ -75,8 +75,8 @@ protected:
         ASSERT_EQ(message, textOf(m_buffer));
     }
 
-    TempFolder m_folder;
-    const std::string m_path = m_folder.file("sock");
+    TemporaryFolder m_folder;
+    const std::string m_path = m_folder.path("sock");
     const SocketHandle m_listening;
     std::vector<SocketHandle> m_opened;
     ReceiveBuffer m_buffer;
@@ -190,7 +190,7 @@ TEST_F(SocketsTest, aConnectionLeavesNothingBehindNorDoesAWaitForNone)
         EXPECT_TRUE(send(client, "x"));
         socket_close(socket_accept_message(m_listening, m_buffer));
         socket_close(client);
-        EXPECT_EQ(kInvalidSocket, socket_connect(m_folder.file("none")));
+        EXPECT_EQ(kInvalidSocket, socket_connect(m_folder.path("none")));
     };
     meet(); // what a system keeps from the first time on
     const auto before = test_support::openHandles();
@@ -222,8 +222,8 @@ TEST_F(SocketsTest, aSendToOneWhoDoesNotReadIsGivenUp)
 
 TEST(SocketPathTest, longPathsAreCutAlikeOnBothSidesAndFilesReplaced)
 {
-    const TempFolder folder;
-    const std::string cut = folder.file(std::string(200, 'p')).substr(0, 107);
+    const TemporaryFolder folder;
+    const std::string cut = folder.path(std::string(200, 'p')).substr(0, 107);
     std::ofstream(cut) << "in the way";
     for (const std::size_t extra : {0, 1, 100})
     {
@@ -242,8 +242,8 @@ TEST(SocketPathTest, longPathsAreCutAlikeOnBothSidesAndFilesReplaced)
 
 TEST(SocketPathTest, onlyAFileOfTheirOwnIsUnlinked)
 {
-    const TempFolder folder;
-    const std::string path = folder.file("sock");
+    const TemporaryFolder folder;
+    const std::string path = folder.path("sock");
     SocketFile firstFile;
     SocketFile secondFile;
     const SocketHandle first = socket_listen(path, &firstFile);

@@ -1,9 +1,5 @@
 #include "models/orlix_crypto.h"
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-
 #include <gtest/gtest.h>
 
 #include "encrypted_model.h"

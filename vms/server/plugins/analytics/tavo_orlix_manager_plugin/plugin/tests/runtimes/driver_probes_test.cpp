@@ -25,9 +25,7 @@ protected:
 
     [[nodiscard]] std::string boardText() const
     {
-        const auto entries = m_board.snapshot();
-        const auto entry = entries.find(board_key::kNvidiaGpuSdk);
-        return entry == entries.end() ? "" : entry->second.text;
+        return m_board.snapshot()[board_key::kNvidiaGpuSdk].text;
     }
 
     TemporaryFolder m_folder;

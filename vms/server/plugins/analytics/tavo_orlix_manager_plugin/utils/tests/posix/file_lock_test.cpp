@@ -15,16 +15,16 @@ using Outcome = FileLock::Outcome;
 
 TEST(FileLockTest, itEndsWithAHolderThatIsKilled)
 {
-    const TempFolder folder;
-    const std::string path = folder.file("lock");
+    const TemporaryFolder folder;
+    const std::string path = folder.path("lock");
     ForkedProcess holder(
         [&]
         {
             static FileLock lock;
             if (lock.take(path) == Outcome::taken)
-                std::ofstream(folder.file("taken")) << "";
+                folder.write("taken", "");
         });
-    ASSERT_TRUE(comesTrue([&] { return std::filesystem::exists(folder.file("taken")); }));
+    ASSERT_TRUE(comesTrue([&] { return folder.has("taken"); }));
     struct stat status = {};
     ASSERT_EQ(0, stat(path.c_str(), &status));
     EXPECT_EQ(0600u, status.st_mode & 0777u);
@@ -37,19 +37,19 @@ TEST(FileLockTest, itEndsWithAHolderThatIsKilled)
 // Whatever a stranger has put there.
 TEST(FileLockTest, whatIsThereIsNeitherFollowedNorWaitedFor)
 {
-    const TempFolder folder;
-    const std::string link = folder.file("link");
-    const std::string target = folder.file("target");
+    const TemporaryFolder folder;
+    const std::string link = folder.path("link");
+    const std::string target = folder.path("target");
     ASSERT_EQ(0, symlink(target.c_str(), link.c_str()));
     FileLock lock;
     EXPECT_EQ(Outcome::heldByAnother, lock.take(link));
     EXPECT_FALSE(std::filesystem::exists(target));
-    const std::string fifo = folder.file("fifo");
+    const std::string fifo = folder.path("fifo");
     ASSERT_EQ(0, mkfifo(fifo.c_str(), 0600));
     EXPECT_EQ(Outcome::taken, lock.take(fifo));
     if (geteuid() != 0)
         return;
-    const std::string strange = folder.file("strange");
+    const std::string strange = folder.path("strange");
     std::ofstream(strange) << "a stranger's";
     ASSERT_EQ(0, chown(strange.c_str(), 12345, 12345));
     EXPECT_EQ(Outcome::heldByAnother, lock.take(strange)); // is made anew

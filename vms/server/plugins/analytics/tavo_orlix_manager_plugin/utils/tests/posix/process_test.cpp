@@ -119,8 +119,8 @@ void writeGuarded(const ProcessRecord& record, const std::string& path)
 TEST(PosixProcessTest, aFileIsGoneWithItsJobAndNoOtherOfItsName)
 {
     constexpr int kFiles = 200;
-    const TempFolder folder;
-    const auto path = [&](int index) { return folder.file(std::to_string(index)); };
+    const TemporaryFolder folder;
+    const auto path = [&](int index) { return folder.path(std::to_string(index)); };
     {
         const ProcessRecord record = process_prepare({"true"}, /*console*/ false);
         for (int i = 0; i < kFiles; ++i)
@@ -142,8 +142,8 @@ TEST(PosixProcessTest, aFileIsGoneWithItsJobAndNoOtherOfItsName)
 
 TEST(PosixProcessTest, noGuardedFileOutlivesAHostThatIsKilledBeforeItStartsAnything)
 {
-    const TempFolder folder;
-    const std::string file = folder.file("copy");
+    const TemporaryFolder folder;
+    const std::string file = folder.path("copy");
     ProcessRecord record;
     ForkedProcess host(
         [&]
@@ -158,8 +158,8 @@ TEST(PosixProcessTest, noGuardedFileOutlivesAHostThatIsKilledBeforeItStartsAnyth
 
 TEST(PosixProcessTest, theChildHasACleanStart)
 {
-    const TempFolder folder;
-    const std::string file = folder.file("state");
+    const TemporaryFolder folder;
+    const std::string file = folder.path("state");
     struct sigaction before = {};
     struct sigaction ignore = {};
     ignore.sa_handler = SIG_IGN;

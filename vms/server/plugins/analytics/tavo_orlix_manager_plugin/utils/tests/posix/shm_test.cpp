@@ -19,6 +19,8 @@ TEST(ShmTest, aSegmentCutByTheOtherSideDoesNotEndThisProcess)
     const OwnSegment segment(100'000);
     ShmView view = attachByName(segment.name);
     ASSERT_TRUE(write(view, std::string(100'000, 'x')));
+    ASSERT_EQ(0, ftruncate(static_cast<int>(segment.handle), 2L * kShmReservedSize));
+    EXPECT_EQ(kShmReservedSize, attachByName(segment.name).committedSize());
     ASSERT_EQ(0, ftruncate(static_cast<int>(segment.handle), 8));
     std::uint32_t size = 0;
     const char* data = nullptr;

@@ -1,6 +1,5 @@
 // What a process has when its descriptors run out, at each place where one is asked for.
 
-#include <algorithm>
 #include <functional>
 #include <sys/resource.h>
 
@@ -18,8 +17,8 @@ namespace
 
 TEST(ShortageTest, ofDescriptorsFailsTheOperationAloneWithAWordAndLeavesNone)
 {
-    const TempFolder folder;
-    const std::string path = folder.file("sock");
+    const TemporaryFolder folder;
+    const std::string path = folder.path("sock");
     const SocketHandle listening = socket_listen(path);
     ShmSegment segment;
     shm_create_named(segment, uniqueName("shm"), 1, 10);
@@ -55,7 +54,7 @@ TEST(ShortageTest, ofDescriptorsFailsTheOperationAloneWithAWordAndLeavesNone)
              return isThere;
          }},
         {"connection", [&] { return socket_close(socket_connect(path)) == 0; }},
-        {"server", [&] { return socket_close(socket_listen(folder.file("other"))) == 0; }}};
+        {"server", [&] { return socket_close(socket_listen(folder.path("other"))) == 0; }}};
     for (const auto& c : cases)
     {
         SCOPED_TRACE(c.name);

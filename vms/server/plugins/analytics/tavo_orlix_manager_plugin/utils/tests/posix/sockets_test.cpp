@@ -21,8 +21,8 @@ namespace
 
 TEST(ListeningSocketTest, aShutdownEndsTheWaitForConnections)
 {
-    const TempFolder folder;
-    const SocketHandle listening = socket_listen(folder.file("sock"));
+    const TemporaryFolder folder;
+    const SocketHandle listening = socket_listen(folder.path("sock"));
     ReceiveBuffer buffer;
     std::atomic<int> ends{0};
     std::thread waiting(
@@ -43,8 +43,8 @@ TEST(ListeningSocketTest, aShutdownEndsTheWaitForConnections)
 
 TEST(SocketPathTest, aSocketIsForItsOwnerWhateverTheUmaskAndTheNeighbours)
 {
-    const TempFolder folder;
-    const std::string path = folder.file("sock");
+    const TemporaryFolder folder;
+    const std::string path = folder.path("sock");
     std::filesystem::create_directory(path); // in its place
     const mode_t former = umask(0);
     const SocketHandle listening = socket_listen(path);
@@ -67,7 +67,7 @@ protected:
     {
         if (geteuid() != 0)
             GTEST_SKIP() << "only root can be somebody else";
-        std::filesystem::permissions(m_folder.file(""), std::filesystem::perms::all);
+        std::filesystem::permissions(m_folder.path(), std::filesystem::perms::all);
     }
 
     // As another user than this process's.
@@ -81,8 +81,8 @@ protected:
         };
     }
 
-    const TempFolder m_folder;
-    const std::string m_path = m_folder.file("sock");
+    const TemporaryFolder m_folder;
+    const std::string m_path = m_folder.path("sock");
 };
 
 TEST_F(StrangerTest, isNotListenedTo)

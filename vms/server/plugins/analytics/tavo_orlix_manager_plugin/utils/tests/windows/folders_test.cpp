@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <thread>
 
 #include <windows.h>
@@ -18,11 +17,6 @@ namespace
 
 using namespace std::chrono_literals;
 using namespace test;
-
-void write(const std::string& path, const std::string& text)
-{
-    std::ofstream(pathFromUtf8(path)) << text;
-}
 
 void makeReadOnly(const std::string& path)
 {
@@ -41,18 +35,18 @@ HANDLE hold(const std::string& path)
 
 TEST(FoldersTest, aRenameWaitsForThoseWhoHaveTheFileOpen)
 {
-    const TempFolder folder;
-    const std::string target = folder.file("b");
+    const TemporaryFolder folder;
+    const std::string target = folder.path("b");
     for (const char* const held : {"a", "b"})
     {
-        write(folder.file("a"), "new");
-        write(target, "old");
-        const HANDLE handle = hold(folder.file(held));
+        folder.write("a", "new");
+        folder.write("b", "old");
+        const HANDLE handle = hold(folder.path(held));
         ASSERT_NE(handle, INVALID_HANDLE_VALUE);
         std::error_code error;
-        rename_entry(folder.file("a"), target, 10ms, error);
+        rename_entry(folder.path("a"), target, 10ms, error);
         EXPECT_TRUE(error) << "patience has an end";
-        EXPECT_EQ(contentOf(target), "old");
+        EXPECT_EQ(folder.read("b"), "old");
 
         std::thread holder(
             [handle]
@@ -60,50 +54,49 @@ TEST(FoldersTest, aRenameWaitsForThoseWhoHaveTheFileOpen)
                 Sleep(100);
                 CloseHandle(handle);
             });
-        rename_entry(folder.file("a"), target, 30s, error);
+        rename_entry(folder.path("a"), target, 30s, error);
         holder.join();
         EXPECT_FALSE(error) << error.message();
-        EXPECT_EQ(contentOf(target), "new");
+        EXPECT_EQ(folder.read("b"), "new");
     }
 }
 
 TEST(FoldersTest, aFolderNeverReplacesAFileNorAFileAFolder)
 {
-    const TempFolder folder;
-    std::filesystem::create_directories(pathFromUtf8(folder.file("folder")));
-    write(folder.file("file"), "kept");
+    const TemporaryFolder folder;
+    std::filesystem::create_directories(pathFromUtf8(folder.path("folder")));
+    folder.write("file", "kept");
     std::error_code error;
-    rename_entry(folder.file("folder"), folder.file("file"), 0ms, error);
+    rename_entry(folder.path("folder"), folder.path("file"), 0ms, error);
     EXPECT_TRUE(error);
-    rename_entry(folder.file("file"), folder.file("folder"), 0ms, error);
+    rename_entry(folder.path("file"), folder.path("folder"), 0ms, error);
     EXPECT_TRUE(error);
-    EXPECT_EQ(contentOf(folder.file("file")), "kept");
-    EXPECT_TRUE(is_folder_itself(folder.file("folder")));
+    EXPECT_EQ(folder.read("file"), "kept");
+    EXPECT_TRUE(is_folder_itself(folder.path("folder")));
 }
 
 TEST(FoldersTest, readOnlyFilesAreReplacedAndRemoved)
 {
-    const TempFolder folder;
-    const std::string target = folder.file("b");
+    const TemporaryFolder folder;
+    const std::string target = folder.path("b");
     std::error_code error;
-    write(folder.file("a"), "new");
-    write(target, "old");
+    folder.write("a", "new");
+    folder.write("b", "old");
     makeReadOnly(target);
-    rename_entry(folder.file("a"), target, 0ms, error);
+    rename_entry(folder.path("a"), target, 0ms, error);
     EXPECT_FALSE(error) << error.message();
-    EXPECT_EQ(contentOf(target), "new");
+    EXPECT_EQ(folder.read("b"), "new");
 
     makeReadOnly(target);
     EXPECT_TRUE(FileStream(file_open_private(target.c_str())));
 
-    std::filesystem::create_directories(pathFromUtf8(folder.file("tree/below")));
-    write(folder.file("tree/below/c"), "");
-    makeReadOnly(folder.file("tree/below/c"));
-    makeReadOnly(folder.file("tree/below"));
-    remove_tree(folder.file("tree"), error);
+    folder.write("tree/below/c", "");
+    makeReadOnly(folder.path("tree/below/c"));
+    makeReadOnly(folder.path("tree/below"));
+    remove_tree(folder.path("tree"), error);
     EXPECT_FALSE(error) << error.message();
-    EXPECT_FALSE(std::filesystem::exists(pathFromUtf8(folder.file("tree"))));
-    remove_tree(folder.file("tree"), error);
+    EXPECT_FALSE(folder.has("tree"));
+    remove_tree(folder.path("tree"), error);
     EXPECT_FALSE(error) << "what is not there: " << error.message();
 }
 

@@ -36,9 +36,9 @@ TEST(ProcessUserTest, onlyWhoIsKnownToBeOfThisUserOrTheSystemIsTrusted)
 
 TEST(ProcessUserTest, theOwnersOfFoldersAreTold)
 {
-    const test::TempFolder folder;
-    EXPECT_TRUE(isOfTrustedOwner(pathFromUtf8(folder.file("")).wstring()));
-    EXPECT_FALSE(isOfTrustedOwner(pathFromUtf8(folder.file("none")).wstring()));
+    const test::TemporaryFolder folder;
+    EXPECT_TRUE(isOfTrustedOwner(pathFromUtf8(folder.path()).wstring()));
+    EXPECT_FALSE(isOfTrustedOwner(pathFromUtf8(folder.path("none")).wstring()));
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

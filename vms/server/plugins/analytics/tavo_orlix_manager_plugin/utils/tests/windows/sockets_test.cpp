@@ -37,8 +37,8 @@ namespace
 
 TEST(SocketShortageTest, costsATickAndNoMore)
 {
-    const TempFolder folder;
-    const std::string path = folder.file("listening.sock");
+    const TemporaryFolder folder;
+    const std::string path = folder.path("listening.sock");
     const CapturedLog log;
     const SocketHandle listening = socket_listen(path);
     const SocketHandle connection = socket_connect(path);
