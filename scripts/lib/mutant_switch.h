@@ -4,8 +4,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <fcntl.h>
-#include <unistd.h>
+#include <sys/stat.h>
 
 // Whether this process has the fault; where notes are asked for, that it came by. Allocates
 // nothing, changes no errno, may be called from wherever the product's code may run.
@@ -20,9 +19,7 @@ inline bool mutant(int number) noexcept
         const int kept = errno;
         char name[512];
         std::snprintf(name, sizeof(name), "%s/%d", notes, number);
-        const int file = open(name, O_CREAT | O_WRONLY | O_CLOEXEC, 0666);
-        if (file >= 0)
-            close(file);
+        mkdir(name, 0777); // which takes no descriptor, where none is left
         errno = kept;
     }
     return active && std::atoi(active) == number;

@@ -95,6 +95,7 @@ TEST_F(ManagerInstallationTest, aFailureStaysUntilARemoval)
         EXPECT_EQ(ManagerInstallState::notInstalled, installation.managerInstallState());
     }
 
+    EXPECT_TRUE(isLogged("Could not install Orlix Manager: " + incomplete));
     EXPECT_FALSE(isLogged("Failed to unpack Orlix Manager: "));
     m_archive = "no archive at all"; // tar starts, and fails
     ManagerInstallation broken(m_folder.path("work"));
