@@ -31,7 +31,10 @@ TEST(MessageBoard, KeepsWhatNobodyTookAway)
     board.removeMessage("A");
     board.removeMessage("nobody's");
     EXPECT_EQ(Texts{"B2"}, texts());
-    EXPECT_EQ(0u, log.text().find("Adding warning: A : 1\n"));
+    EXPECT_EQ(
+        "Adding warning: A : 1\nAdding message: B : 2\nAdding warning: C : 3\n"
+        "Adding message: A : 4\nClearing all warning messages.\nRemoved message: A \n",
+        log.text());
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

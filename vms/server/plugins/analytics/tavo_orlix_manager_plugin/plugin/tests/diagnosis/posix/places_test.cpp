@@ -10,6 +10,7 @@
 #include "inference/protocol.h"
 #include "posix/small_disk.h"
 #include "temporary_folder.h"
+#include "utils/file_lock.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -33,10 +34,16 @@ TEST(DoctorsPlaces, AreSeenWithTheirRightsAndTheirRoom)
     Findings out;
     checkFolders(
         out,
-        {folder.path(), folder.path(),
+        {folder.path(), folder.path("none"),
          "P: 1 2: Device {7} sends frames of 1x1\nP: 1 2: Device {7} sends frames of "
          "2048x1024\nP: 1 2: Device {8} sends frames of 600000x600000\n"});
     EXPECT_TRUE(checkSockets(out, {folder.path(), folder.path(), ""}));
+    FileLock host;
+    ASSERT_EQ(FileLock::Outcome::taken, host.take(socket + ".lock"));
+    EXPECT_FALSE(checkSockets(out, {folder.path(), folder.path(), ""}));
+    EXPECT_THAT(out.text(), HasSubstr("a host has it, process " + std::to_string(getpid())));
+    EXPECT_THAT(
+        out.text(), HasSubstr("none, 0 MiB free of 512 MiB needed, there is no such folder [bad]"));
     EXPECT_THAT(out.text(), HasSubstr("wrong rights [bad]"));
     EXPECT_THAT(out.text(), HasSubstr(" free of 3089922 MiB needed, full disk [bad]"));
     EXPECT_THAT(
