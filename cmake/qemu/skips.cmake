@@ -18,7 +18,6 @@ set(TAVO_SKIPS
 
 # Not built.
 set(TAVO_NOT_BUILT
-    "Detectors.bearWhatIsNoModelAndNoPictureForThem|built without OpenCV"
     "Jpeg.keepsTheColoursAndIsNoWiderThanWanted|built without OpenCV"
     "HostTest.leavesAPortToTheOneThatHasIt|the page is built with OpenCV alone"
     "browser.page|built without OpenCV"

@@ -39,7 +39,6 @@ set(TAVO_NOT_BUILT
     "failing_calls.frame|calls are made to fail by standing before those of Linux"
     "failing_calls.settings|calls are made to fail by standing before those of Linux"
     "failing_calls.crash|calls are made to fail by standing before those of Linux"
-    "Detectors.bearWhatIsNoModelAndNoPictureForThem|built without OpenCV"
     "Jpeg.keepsTheColoursAndIsNoWiderThanWanted|built without OpenCV"
     "HostTest.leavesAPortToTheOneThatHasIt|the page is built with OpenCV alone"
     "browser.page|built without OpenCV"

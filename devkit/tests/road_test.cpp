@@ -1,6 +1,8 @@
 // The built library driven as a host drives it, with real services, the real application and real
 // processes: from a machine with nothing on it to objects, and through what a user can do.
 
+#include <sstream>
+
 #include <testing/comes_true.h>
 #include <testing/platform.h>
 #include <testing/programs.h>
@@ -9,6 +11,8 @@
 #include "new_server.h"
 #include "road_fixture.h"
 #include "utils/process.h"
+#include "utils/shm.h"
+#include "utils/sockets.h"
 
 namespace tavo::devkit
 {
@@ -29,6 +33,15 @@ std::size_t countOf(const std::string& text, const std::string& part)
     for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
         ++count;
     return count;
+}
+
+bool segmentExists(const std::string& name)
+{
+    orlix::ShmSegment segment;
+    orlix::shm_from_name(segment, name);
+    const bool isOpen = orlix::shm_open(segment);
+    orlix::shm_close(segment);
+    return isOpen;
 }
 
 } // namespace
@@ -161,13 +174,51 @@ TEST_F(RoadTest, aServiceThatFailsIsToldAndComesBackWhenItDoes)
 TEST_F(RoadTest, aKilledApplicationIsReportedAndRunsAgain)
 {
     startFromNothing(/*encryptedModel*/ true);
+    for (const char* const program : {"brunmod", "brund"}) // which says so, where it can
+    {
+        SCOPED_TRACE(program);
+        const std::vector<std::uint32_t> running = processes("brunmod");
+        ASSERT_EQ(1u, running.size());
+        std::istringstream segments(m_folder.read(Sandbox::inManager("etc/brunmod_segments.txt")));
+        test_support::endProcess(processes(program).front());
+        waitForDialog("warning: Detected Orlix Manager crash.");
+        waitForObjects();
+        EXPECT_NE(running, processes("brunmod"));
+        for (std::string name; std::getline(segments, name);)
+            EXPECT_FALSE(segmentExists(name)) << name;
+    }
+    EXPECT_TRUE(contains(
+        m_folder.read(Sandbox::inManager("etc/brunmod_crash.log")),
+        "Error! The engine has ended: exit code"));
+}
+
+TEST_F(RoadTest, peersThatSendWhatTheyShouldNotCostNobodyElse)
+{
+    startFromNothing(/*encryptedModel*/ false);
     const std::vector<std::uint32_t> running = processes("brunmod");
-    ASSERT_EQ(1u, running.size());
-    test_support::endProcess(running.front());
-    waitForDialog("warning: Detected Orlix Manager crash.");
+    std::vector<orlix::SocketHandle> peers;
+    const auto connect = [&]
+    {
+        return peers.emplace_back(
+            orlix::socket_connect(m_folder.path("tmp/orlix_manager.sock")));
+    };
+    for (int i = 0; i < 200; ++i) // more than are kept
+        connect();
+    for (const std::string& body :
+         {std::string(), std::string("\xc1"), std::string("\x81"), std::string(60'000, '\x91'),
+          // An announcement, and no more.
+          std::string("\x83\xabmessageType\x00\xaaInputIndex\x00\xa4Size\xcd\x10\x00", 34)})
+    {
+        orlix::socket_send_message(connect(), body.data(), static_cast<std::uint32_t>(body.size()));
+    }
+    // A size beyond any bound, and one whose body never comes.
+    for (const std::string size : {std::string(4, '\xff'), std::string("d\0\0\0", 4)})
+        EXPECT_TRUE(test_support::sendBytes(connect(), size));
+
     waitForObjects();
-    EXPECT_NE(running, processes("brunmod"));
-    EXPECT_TRUE(m_folder.has(Sandbox::inManager("etc/brunmod_crash.log")));
+    EXPECT_EQ(running, processes("brunmod"));
+    for (const orlix::SocketHandle peer : peers)
+        orlix::socket_close(peer);
 }
 
 TEST_F(RoadTest, aKilledHostTakesTheApplicationAlong)
