@@ -198,10 +198,7 @@ TEST_F(RoadTest, peersThatSendWhatTheyShouldNotCostNobodyElse)
     const std::vector<std::uint32_t> running = processes("brunmod");
     std::vector<orlix::SocketHandle> peers;
     const auto connect = [&]
-    {
-        return peers.emplace_back(
-            orlix::socket_connect(m_folder.path("tmp/orlix_manager.sock")));
-    };
+    { return peers.emplace_back(orlix::socket_connect(m_folder.path("tmp/orlix_manager.sock"))); };
     for (int i = 0; i < 200; ++i) // more than are kept
         connect();
     for (const std::string& body :
@@ -212,7 +209,7 @@ TEST_F(RoadTest, peersThatSendWhatTheyShouldNotCostNobodyElse)
         orlix::socket_send_message(connect(), body.data(), static_cast<std::uint32_t>(body.size()));
     }
     // A size beyond any bound, and one whose body never comes.
-    for (const std::string size : {std::string(4, '\xff'), std::string("d\0\0\0", 4)})
+    for (const std::string& size : {std::string(4, '\xff'), std::string("d\0\0\0", 4)})
         EXPECT_TRUE(test_support::sendBytes(connect(), size));
 
     waitForObjects();

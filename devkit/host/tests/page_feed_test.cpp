@@ -1,51 +1,16 @@
-// What the page is fed from: its streams, the kept minutes, the logs and the ladder.
+// What the page is fed from: the kept minutes and the ladder.
 
 #include <algorithm>
-#include <fstream>
 
 #include <gtest/gtest.h>
 
 #include "page/history.h"
 #include "page/ladder.h"
-#include "page/log_follower.h"
-#include "page/viewer.h"
 #include "records/records.h"
-#include "stream_text.h"
 #include "temporary_folder.h"
 
 namespace tavo::devkit
 {
-
-namespace
-{
-
-using vms_server_plugins::analytics::orlix::TemporaryFolder;
-
-Viewer::Message text(const std::string& json)
-{
-    return std::make_shared<const std::string>(streamMessage(json));
-}
-
-} // namespace
-
-TEST(Viewer, losesItsOldestPicturesFirstAndSaysWhatElseItLost)
-{
-    Viewer viewer({PictureSize::small, {}});
-    viewer.offer(text("kept"));
-    for (int i = 0; i < 6; ++i)
-        viewer.offerPicture("a", text("a" + std::to_string(i)));
-    viewer.offerPicture("b", text("b0"));
-    for (const char* const expected : {"kept", "a2", "a3", "a4", "a5", "b0"})
-        EXPECT_EQ(jsonOf(viewer.take()), expected);
-
-    for (int i = 0; i < 2003; ++i)
-        viewer.offer(text(std::to_string(i)));
-    EXPECT_EQ(jsonOf(viewer.take()), R"({"kind":"lost","messages":3})");
-    EXPECT_EQ(jsonOf(viewer.take()), "3");
-
-    viewer.close();
-    EXPECT_EQ(viewer.take(), nullptr);
-}
 
 TEST(History, forgetsWhatIsOld)
 {
@@ -56,31 +21,10 @@ TEST(History, forgetsWhatIsOld)
     EXPECT_EQ(history.lines("a", {0, 400'000'000}).size(), 301u);
 }
 
-TEST(LogFollower, givesWholeLinesAndBeginsACutFileAgain)
-{
-    const TemporaryFolder folder;
-    const std::string file = folder.path("a.log");
-    LogFollower follower("a", {file, folder.path("none.log")});
-    EXPECT_TRUE(follower.takeNew().empty());
-
-    folder.write("a.log", "one\ntw");
-    EXPECT_EQ(follower.takeNew(), (std::vector<std::string>{"one"}));
-    std::ofstream(file, std::ios::app | std::ios::binary) << "o\r\nthree\n";
-    EXPECT_EQ(follower.takeNew(), (std::vector<std::string>{"two", "three"}));
-    EXPECT_TRUE(follower.takeNew().empty());
-
-    folder.write("a.log", "new\n");
-    EXPECT_EQ(follower.takeNew(), (std::vector<std::string>{"new"}));
-    EXPECT_EQ(follower.recent(), (std::vector<std::string>{"one", "two", "three", "new"}));
-
-    std::ofstream(file, std::ios::app) << std::string(100'000, 'x') << "\nlast\n";
-    EXPECT_EQ(follower.takeNew(), (std::vector<std::string>{"last"}));
-}
-
 TEST(Ladder, tellsTheRungThatTheMachineStandsOn)
 {
     const auto store = makeMemoryRecordStore();
-    const TemporaryFolder folder;
+    const vms_server_plugins::analytics::orlix::TemporaryFolder folder;
     LadderView view{*store, folder.path(), {}, 0, 0, 0, 0};
     const auto expectCurrent = [&](const char* title, Rung::State state, const char* detail)
     {

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include "common/json.h"
 #include "common/shown_address.h"
 #include "records/json_merge.h"
 #include "records/record_store.h"
@@ -126,29 +125,6 @@ TEST(SeedRecords, refusesWhatIsOfNoUse)
         SCOPED_TRACE(text);
         EXPECT_THROW(seedRecords(*makeMemoryRecordStore(), text, 1), std::runtime_error);
     }
-}
-
-// The plugin processes such a device's parameters without asking the cloud for anything.
-TEST(DefaultRecords, describeADeviceThatTheCloudHasConfigured)
-{
-    const auto store = makeMemoryRecordStore();
-    seedRecords(*store, {}, 1);
-    const JsonDocument device =
-        parseJson(store->find(RecordKind::device, defaultDeviceId(0)).value_or(""));
-    const auto at = [&](const char* pointer) { return yyjson_doc_ptr_get(device.get(), pointer); };
-    EXPECT_STREQ(
-        yyjson_get_str(at("/parameters/tavoAI/models/0/NamedOutput/0/Name")),
-        "bboxes-format:xyxy;0:person");
-    EXPECT_TRUE(yyjson_is_arr(at("/parameters/tavoAI/models/0/Downloads")));
-    EXPECT_TRUE(yyjson_equals(
-        at("/parameters/tavoAI/models/0/UUID"), at("/parameters/tavoAI/pipelines/0/modelUUID")));
-    EXPECT_TRUE(yyjson_is_str(at("/parameters/tavoAI/deviceAdmin")));
-
-    const JsonDocument server =
-        parseJson(store->find(RecordKind::server, kServerRecordId).value_or(""));
-    EXPECT_EQ(
-        yyjson_get_str(yyjson_doc_ptr_get(server.get(), "/parameters/tavoAI/siteID")),
-        readIdentity(*store).cloudSystemId);
 }
 
 } // namespace tavo::devkit

@@ -21,8 +21,7 @@ TEST(Brunmod, namesAModelThatCannotBeLoaded)
         '"' + folder.path("bin/") + orlix::kManagerExecutable + "\" -i \"" + folder.path("in") +
         "\" -o \"" + folder.path("out") + '"');
     EXPECT_EQ(result.exitCode, 1);
-    EXPECT_NE(
-        result.output.find("Model Faces cannot be loaded from /none.onnx"), std::string::npos)
+    EXPECT_NE(result.output.find("Model Faces cannot be loaded from /none.onnx"), std::string::npos)
         << result.output;
 }
 
