@@ -107,6 +107,17 @@ void RoadTest::waitForObjects()
     waitFor("objects", [&]() { return m_host->takeObjects(); });
 }
 
+void RoadTest::waitForRestart(const std::vector<std::uint32_t>& running)
+{
+    waitFor(
+        "restart",
+        [&]()
+        {
+            const auto now = processes("brunmod");
+            return !now.empty() && now != running;
+        });
+}
+
 void RoadTest::switchFault(const std::string& path, const std::string& kind)
 {
     JsonMaker fault;

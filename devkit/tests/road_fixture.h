@@ -58,6 +58,7 @@ protected:
     void waitFor(const char* what, const std::function<bool()>& isSo);
     void waitForDialog(const std::string& text);
     void waitForObjects();
+    void waitForRestart(const std::vector<std::uint32_t>& running);
 
     [[nodiscard]] std::string deviceRecord() const
     {

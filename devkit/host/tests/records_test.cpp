@@ -1,67 +1,11 @@
 #include <gtest/gtest.h>
 
 #include "common/shown_address.h"
-#include "records/json_merge.h"
 #include "records/record_store.h"
 #include "records/records.h"
-#include "temporary_folder.h"
 
 namespace tavo::devkit
 {
-
-TEST(RecordStore, keepsTextsByKindAndIdInTheOrderOfTheirFirstPut)
-{
-    const vms_server_plugins::analytics::orlix::TemporaryFolder folder;
-    for (const auto& store :
-         {makeMemoryRecordStore(), openDatabaseRecordStore(folder.path("records.db"))})
-    {
-        store->put(RecordKind::device, "b", "1");
-        store->put(RecordKind::device, "a", "2");
-        store->put(RecordKind::settings, "b", "3");
-        store->put(RecordKind::device, "b", R"({"t":"'; zwölf"})");
-        EXPECT_EQ(store->find(RecordKind::device, "b"), R"({"t":"'; zwölf"})");
-        EXPECT_EQ(store->find(RecordKind::server, "b"), std::nullopt);
-        EXPECT_EQ(store->ids(RecordKind::device), (std::vector<std::string>{"b", "a"}));
-
-        store->remove(RecordKind::device, "b");
-        store->remove(RecordKind::device, "c");
-        EXPECT_EQ(store->ids(RecordKind::device), (std::vector<std::string>{"a"}));
-        EXPECT_EQ(store->find(RecordKind::settings, "b"), "3");
-    }
-    EXPECT_EQ(
-        openDatabaseRecordStore(folder.path("records.db"))->find(RecordKind::settings, "b"), "3");
-    EXPECT_THROW((void)openDatabaseRecordStore("/nowhere/at/all/records.db"), std::runtime_error);
-}
-
-TEST(JsonMerge, appliesAPatchMemberByMember)
-{
-    const struct
-    {
-        const char* name;
-        const char* original;
-        const char* patch;
-        const char* expected;
-    } kCases[] = {
-        {"adds", R"({"a":1})", R"({"b":2})", R"({"a":1,"b":2})"},
-        {"replaces in place", R"({"a":1,"b":2})", R"({"a":{"x":[1]}})", R"({"a":{"x":[1]},"b":2})"},
-        {"null removes", R"({"a":1,"b":2})", R"({"a":null,"c":null})", R"({"b":2})"},
-        {"goes deep", R"({"p":{"t":{"x":1,"y":2}}})", R"({"p":{"t":{"x":null,"z":3}}})",
-         R"({"p":{"t":{"y":2,"z":3}}})"},
-        {"an array is a value", R"({"a":[1,2,3]})", R"({"a":[4]})", R"({"a":[4]})"},
-        {"an object replaces what is none", R"({"a":"x"})", R"({"a":{"b":1,"c":null}})",
-         R"({"a":{"b":1}})"},
-        {"no change, no byte", R"({"a":1,"b":{"c":0.5}})", R"({"b":{"c":0.5}})",
-         R"({"a":1,"b":{"c":0.5}})"},
-        {"a patch that is no object replaces all", R"({"a":1})", R"([7])", R"([7])"},
-    };
-    for (const auto& c : kCases)
-    {
-        SCOPED_TRACE(c.name);
-        EXPECT_EQ(mergePatch(c.original, c.patch), c.expected);
-    }
-    EXPECT_EQ(mergePatch("{}", "{"), std::nullopt);
-    EXPECT_EQ(mergePatch("", "{}"), std::nullopt);
-}
 
 TEST(SeedRecords, makesWhatIsMissingAndKeepsWhatIsThere)
 {
@@ -116,15 +60,6 @@ TEST(ShownAddress, hasStarsForWhatIsSecret)
     };
     for (const auto& c : kCases)
         EXPECT_EQ(shownAddress(c.address), c.shown);
-}
-
-TEST(SeedRecords, refusesWhatIsOfNoUse)
-{
-    for (const char* text : {"{", "[]", R"({"devices": [{"name": "no id"}]})"})
-    {
-        SCOPED_TRACE(text);
-        EXPECT_THROW(seedRecords(*makeMemoryRecordStore(), text, 1), std::runtime_error);
-    }
 }
 
 } // namespace tavo::devkit
