@@ -25,9 +25,6 @@ extern const char* const kTemporaryFolderVariable;
 
 extern const char kPathListSeparator; // between the folders of PATH
 
-// Whether named shared memory stays until somebody removes it, or goes with its last user.
-extern const bool kSegmentsOutliveTheirUsers;
-
 // Whether a program that this process starts may get a descriptor or handle with all others.
 [[nodiscard]] bool isInherited(std::intptr_t handle);
 

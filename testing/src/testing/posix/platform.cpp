@@ -17,7 +17,6 @@ namespace tavo::test_support
 
 const char* const kTemporaryFolderVariable = "TMPDIR";
 const char kPathListSeparator = ':';
-const bool kSegmentsOutliveTheirUsers = true;
 const bool kOpenFilesCanBeReplaced = true;
 
 std::uint32_t ownProcessId()

@@ -46,7 +46,6 @@ std::string narrow(const std::wstring& text)
 
 const char* const kTemporaryFolderVariable = "TMP";
 const char kPathListSeparator = ';';
-const bool kSegmentsOutliveTheirUsers = false;
 const bool kOpenFilesCanBeReplaced = false;
 
 std::uint32_t ownProcessId()
