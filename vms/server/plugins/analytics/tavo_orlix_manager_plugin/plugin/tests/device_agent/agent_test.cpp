@@ -35,6 +35,7 @@ TEST_F(AgentTest, TellsTheHostOfItsLife)
 
 TEST_F(AgentTest, AsksForWhatAButtonSays)
 {
+    processParameters(kOnePipeline);
     const std::pair<const char*, std::string> kCases[] = {
         {"resetSingleDeviceButton", std::string("resetDevice ") + kDeviceId},
         {"resetAllDevicesButton", "resetDevices"},
@@ -62,7 +63,10 @@ TEST_F(AgentTest, AsksForWhatAButtonSays)
         const sdk::ISettingsResponse* const settings = response->settingsResponse();
         ASSERT_EQ(button == std::string("manageDevice"), settings == nullptr);
         if (!settings)
+        {
+            EXPECT_STREQ("https://admin", sdk::Ptr(response->actionResponse())->actionUrl());
             continue;
+        }
         const std::string car = button == std::string("selectAllButton") ? "true"
             : button == std::string("deSelectAllButton")                 ? "false"
                                                                          : "x";
@@ -192,8 +196,11 @@ TEST_F(PipelineChoice, IsTakenAtOnce)
         R"({"parameters":{"tavoAI":{"deviceAdmin":"https://admin",)"
         R"("pipelines":{"modelUUID":"m1","modelNMS":0.5},"selectedPipeline":"u1"}}})",
         patches().back().body);
-    for (const char* const unchangedOrUnknown : {"u1", "nobody offers this"})
-        setSettings({{"selectedPipeline", unchangedOrUnknown}});
+    const CapturedLog log;
+    for (const char* const present : {"u1", ""})
+        setSettings({{"selectedPipeline", present}});
+    EXPECT_THAT(log.text(), Not(HasSubstr("Detected change in pipeline selection.")));
+    setSettings({{"selectedPipeline", "nobody offers this"}});
     EXPECT_THAT(patches(), SizeIs(before + 1));
 }
 
@@ -306,13 +313,20 @@ TEST_F(AgentTest, ShowsNoPipelineBeforeOneWasReadAndLosesNone)
     EXPECT_EQ("u1", shown().at("selectedPipeline"));
 }
 
-TEST_F(AgentTest, AnActionWithoutItsPartsIsRefused)
+TEST_F(AgentTest, IsManagedWhereTheInstallationSays)
 {
+    ini().DeviceAdminOverride = "https://elsewhere";
+    processParameters("{}");
+    ini().DeviceAdminOverride = "";
+    const auto response = press("manageDevice");
+    EXPECT_EQ(
+        "https://elsewhere/system/site-1/device/" + std::string(kDeviceId),
+        sdk::Ptr(response->actionResponse())->actionUrl());
+
     sdk::Result<const sdk::IActiveSettingChangedResponse*> result;
     agent->getSettingsOnActiveSettingChange(&result, nullptr);
     EXPECT_EQ(sdk::ErrorCode::invalidParams, result.errorCode);
-    const sdk::Ptr<const sdk::IString> message(result.errorMessage);
-    EXPECT_STREQ("Action is null", message->str());
+    EXPECT_STREQ("Action is null", sdk::Ptr(result.errorMessage)->str());
     agent->getSettingsOnActiveSettingChange(nullptr, nullptr);
 }
 

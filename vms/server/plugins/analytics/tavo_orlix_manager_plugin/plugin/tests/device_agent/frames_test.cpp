@@ -138,6 +138,10 @@ struct OddFrame : FakeFrame
     {
         return isMapped ? FakeFrame::data(plane) : nullptr;
     }
+    std::int64_t timestampUs() const override
+    {
+        return static_cast<std::int64_t>(time_now_us()) - ageUs;
+    }
     int width() const override { return columns; }
     int height() const override { return rows; }
     int lineSize(int) const override { return rowSize; }
@@ -146,14 +150,25 @@ struct OddFrame : FakeFrame
 
     PixelFormat format = PixelFormat::rgb;
     bool isMapped = true;
+    std::int64_t ageUs = 0;
     int columns = 8, rows = 4, rowSize = 32, size = 3 * 32 + 24;
 };
 
 TEST_F(Frames, ThatAreNotWholeFailWithOneLine)
 {
     processParameters(kPipelines);
-    EXPECT_EQ("", push(*agent, sdk::makePtr<OddFrame>([](OddFrame&) {})));
-    EXPECT_EQ(1u, inputs(1));
+    std::size_t whole = 0;
+    const auto isCalledOld = [&](std::int64_t ageUs)
+    {
+        const CapturedLog log;
+        ++whole;
+        EXPECT_EQ("", push(*agent, sdk::makePtr<OddFrame>([=](OddFrame& f) { f.ageUs = ageUs; })));
+        return log.text().find("Frame age over 500ms") != std::string::npos;
+    };
+    while (isCalledOld(100'000)) // as long as a busy machine makes it so
+        ASSERT_GT(100u, whole);
+    EXPECT_TRUE(isCalledOld(600'000));
+    EXPECT_EQ(whole, inputs(whole));
     const std::pair<std::string, std::function<void(OddFrame&)>> kCases[] = {
         {"format 0, 8x4, 32 bytes a row, 120",
          [](OddFrame& frame) { frame.format = OddFrame::PixelFormat::yuv420; }},
@@ -176,7 +191,7 @@ TEST_F(Frames, ThatAreNotWholeFailWithOneLine)
         EXPECT_NE(std::string::npos, first) << text;
         EXPECT_EQ(first, text.rfind("no whole RGB picture: "));
     }
-    EXPECT_EQ(1u, inputs(1));
+    EXPECT_EQ(whole, inputs(whole));
 
     // One that is whole, and larger than any segment.
     const CapturedLog log;
@@ -332,9 +347,9 @@ TEST_F(Frames, HoldUpNobodyElseWhileTheApplicationHangs)
 }
 
 // All of them are there whenever a turn ends, so each has every sixteenth.
-TEST_F(Frames, OfManyCamerasShareASlowApplicationAndNeverGrowOld)
+TEST_F(Frames, OfManyCamerasShareASlowApplication)
 {
-    using namespace std::chrono;
+    using std::chrono::milliseconds;
     constexpr std::size_t kCameras = 16;
     constexpr std::size_t kRounds = 6;
     ExchangeLine& line = services().managerInterface().line();
@@ -347,7 +362,6 @@ TEST_F(Frames, OfManyCamerasShareASlowApplicationAndNeverGrowOld)
             return encodedReply(segment.name);
         });
     std::vector<sdk::Ptr<DeviceAgent>> cameras;
-    std::vector<std::vector<milliseconds>> times(kCameras); // each camera's calls
     for (std::size_t i = 0; i < kCameras; ++i)
     {
         startAgent(i);
@@ -364,12 +378,7 @@ TEST_F(Frames, OfManyCamerasShareASlowApplicationAndNeverGrowOld)
                 [&, i]
                 {
                     while (!stop)
-                    {
-                        const auto begin = steady_clock::now();
                         EXPECT_EQ("", push(*cameras[i]));
-                        times[i].push_back(
-                            duration_cast<milliseconds>(steady_clock::now() - begin));
-                    }
                 });
         }
         for (const std::string& message : application.messages(2 * kRounds * kCameras))
@@ -384,40 +393,6 @@ TEST_F(Frames, OfManyCamerasShareASlowApplicationAndNeverGrowOld)
     const auto [least, most] = std::ranges::minmax(shares);
     EXPECT_LE(kRounds - 1, least) << testing::PrintToString(shares);
     EXPECT_GE(kRounds + 1, most) << testing::PrintToString(shares);
-    // 200 ms and an exchange, but for those that a busy machine kept from going on.
-    std::vector<milliseconds> all;
-    for (const auto& ofCamera : times)
-        all.insert(all.end(), ofCamera.begin(), ofCamera.end());
-    std::ranges::sort(all);
-    EXPECT_GT(milliseconds(300), all.at(all.size() * 3 / 4));
-}
-
-TEST_F(Frames, GoOnWhileResultsSettingsAndPipelinesChange)
-{
-    processParameters(kPipelines);
-    std::atomic<bool> stop{false};
-    std::vector<std::jthread> others;
-    for (const std::function<void()>& action :
-         std::initializer_list<std::function<void()>>{
-             [&]() {
-                 handleResult({{"Timestamp", number(5)}, {"Scores", map({})}});
-             },
-             [&]() { setCropBox("[[0, 0], [0.5, 1]]"); }, [&]() { processParameters(kPipelines); },
-             [&]() { readAnswer(agent->pluginSideSettings().value); }})
-    {
-        others.emplace_back(
-            [&stop, action]()
-            {
-                // With one of them there all the time, no frame would have the lock.
-                for (; !stop; std::this_thread::sleep_for(std::chrono::milliseconds(1)))
-                    action();
-            });
-    }
-    for (int i = 0; i < 50; ++i)
-        EXPECT_EQ("", push());
-    stop = true;
-    others.clear();
-    EXPECT_EQ(50u, inputs(50));
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

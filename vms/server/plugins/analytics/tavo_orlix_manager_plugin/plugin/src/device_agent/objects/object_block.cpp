@@ -5,15 +5,16 @@ namespace tavo::vms_server_plugins::analytics::orlix
 
 using sdk::analytics::ObjectMetadata;
 
+static_assert(alignof(ObjectMetadata) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__);
+
 ObjectBlock::ObjectBlock(std::size_t room) :
-    m_room(room),
-    m_objects(std::allocator<ObjectMetadata>().allocate(room))
+    m_memory(std::make_unique_for_overwrite<std::byte[]>(room * sizeof(ObjectMetadata))),
+    m_objects(reinterpret_cast<ObjectMetadata*>(m_memory.get()))
 {}
 
 ObjectBlock::~ObjectBlock()
 {
     std::destroy_n(m_objects, m_count);
-    std::allocator<ObjectMetadata>().deallocate(m_objects, m_room);
 }
 
 sdk::Ptr<ObjectMetadata> ObjectBlock::add()

@@ -35,8 +35,8 @@ public:
     }
 
 private:
-    const std::size_t m_room;
-    sdk::analytics::ObjectMetadata* const m_objects; // as many as m_count are constructed
+    const std::unique_ptr<std::byte[]> m_memory;
+    sdk::analytics::ObjectMetadata* const m_objects; // in it; m_count are constructed
     std::size_t m_count = 0;
     std::deque<std::string> m_typeIds; // stay where they are
 };

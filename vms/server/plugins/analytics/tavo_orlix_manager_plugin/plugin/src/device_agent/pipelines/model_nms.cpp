@@ -59,7 +59,7 @@ MutableJsonDocument makeNmsPatch(
     {
         yyjson_mut_val* const copy = yyjson_val_mut_copy(doc, current);
         const auto value = newValues.find(std::string(jsonText(jsonMember(current, "modelUUID"))));
-        if (yyjson_mut_is_obj(copy) && value != newValues.end())
+        if (value != newValues.end()) // what is no object stays as it is
         {
             yyjson_mut_obj_remove_key(copy, "modelNMS");
             yyjson_mut_obj_add_real(doc, copy, "modelNMS", static_cast<double>(value->second));

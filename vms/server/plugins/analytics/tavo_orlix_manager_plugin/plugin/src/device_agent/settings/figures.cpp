@@ -57,7 +57,6 @@ Figure parsePolygon(std::string_view text)
     if (parsed.outcome != FigureOutcome::parsed)
         return figure;
 
-    figure.coordinates.reserve(2 * yyjson_arr_size(parsed.points));
     yyjson_arr_iter points = yyjson_arr_iter_with(parsed.points);
     while (yyjson_val* const point = yyjson_arr_iter_next(&points))
     {
@@ -93,7 +92,7 @@ Figure parseBox(std::string_view text)
     if (yyjson_arr_size(parsed.points) != 2)
         return {FigureOutcome::wrongShape, {}};
 
-    Figure figure;
+    std::vector<float> corners;
     yyjson_arr_iter points = yyjson_arr_iter_with(parsed.points);
     while (yyjson_val* const point = yyjson_arr_iter_next(&points))
     {
@@ -102,14 +101,12 @@ Figure parseBox(std::string_view text)
         for (const std::size_t index : {0u, 1u})
         {
             const float value = anyNumber(yyjson_arr_get(point, index));
-            figure.coordinates.push_back(std::clamp(value, 0.0f, 1.0f));
+            corners.push_back(std::clamp(value, 0.0f, 1.0f));
         }
     }
-    if (figure.coordinates[0] > figure.coordinates[2])
-        std::swap(figure.coordinates[0], figure.coordinates[2]);
-    if (figure.coordinates[1] > figure.coordinates[3])
-        std::swap(figure.coordinates[1], figure.coordinates[3]);
-    return figure;
+    const auto [left, right] = std::minmax({corners[0], corners[2]});
+    const auto [top, bottom] = std::minmax({corners[1], corners[3]});
+    return {FigureOutcome::parsed, {left, top, right, bottom}};
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -83,17 +83,16 @@ void DeviceAgent::applySettings()
     std::vector<std::string> patches;
     {
         const MutexLock lock(settingsLock());
-        const SettingValues current = currentSettings();
+        SettingValues current = currentSettings();
         checkSettingValues(current); // throws before anything of the call is kept
         for (const auto& [name, value] : current)
             m_settingsValues[name] = value;
         m_valuesToSave.put(m_settingsValues);
-        const auto selected = current.find(setting::kSelectedPipeline);
-        if (selected != current.end() && !selected->second.empty() &&
-            selected->second != m_settings.selectedPipeline)
+        const std::string& selected = current[setting::kSelectedPipeline];
+        if (!selected.empty() && selected != m_settings.selectedPipeline)
         {
             log_info("Detected change in pipeline selection.\n");
-            patches = patchesOf(m_settings, selected->second);
+            patches = patchesOf(m_settings, selected);
         }
     }
     m_valuesToSave.flush([this](const SettingValues& values)
@@ -108,11 +107,10 @@ void DeviceAgent::applySettings()
 
     const MutexLock lock(settingsLock());
     // Read anew: while the host was waited for, the user may have entered others.
-    const SettingValues current = currentSettings();
+    SettingValues current = currentSettings();
     applySettingValues(current, m_settings);
-    const auto selected = current.find(setting::kSelectedPipeline);
-    if (selected != current.end() && !selected->second.empty())
-        m_settings.selectedPipeline = selected->second;
+    if (const std::string& selected = current[setting::kSelectedPipeline]; !selected.empty())
+        m_settings.selectedPipeline = selected;
 }
 
 sdk::Result<const sdk::ISettingsResponse*> DeviceAgent::pluginSideSettings() const

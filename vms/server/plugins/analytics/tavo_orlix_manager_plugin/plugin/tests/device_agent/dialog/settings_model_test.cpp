@@ -48,7 +48,13 @@ DeviceSettings readySettings()
     settings.availablePipelines = {{"{}", "People", "u1"}, {"{}", "Cars", "u2"}};
     settings.selectedPipeline = "u1";
     settings.modelNms = {{0.5f, "People", "m1"}};
+    settings.processors = {"Blur", "LineCrossing", "Illegal Dumping", "LoiteringDetection"};
     return settings;
+}
+
+JsonDocument preprocessor()
+{
+    return parseJson(R"({"externalPreprocessors": [{"Name": "Blur", "Settings": []}]})");
 }
 
 TEST(SettingsModel, TellsTheFirstLevelThatIsMissing)
@@ -76,30 +82,41 @@ TEST(SettingsModel, TellsTheFirstLevelThatIsMissing)
         SCOPED_TRACE(c.banner);
         DialogState state = stateOf(c.cloud, c.manager, c.runtime);
         state.selectableRuntimes = {"CPU", "GPU \"1\""};
-        const std::string dialog = makeSettingsModel(state, {});
-        for (const auto& other : kCases)
-            EXPECT_EQ(&other == &c, dialog.find(other.banner) != std::string::npos);
-        EXPECT_THAT(
-            dialog,
-            AllOf(
-                isVisible("deviceActiveSwitch", false), isVisible("cropBox", false),
-                isVisible("Input Masks", false)));
+        state.externalPreprocessors = preprocessor();
+        DeviceSettings settings = readySettings();
+        if (c.runtime == kInstalled)
+            settings.availablePipelines.clear();
+        for (const char* const selected : {"u1", "Custom"})
+        {
+            settings.selectedPipeline = selected;
+            const std::string dialog = makeSettingsModel(state, settings);
+            for (const auto& other : kCases)
+                EXPECT_EQ(&other == &c, dialog.find(other.banner) != std::string::npos);
+            EXPECT_THAT(dialog, Not(HasSubstr(R"("visible":true)")));
+        }
     }
 }
 
-TEST(SettingsModel, HasItsNumbers)
+TEST(SettingsModel, HasItsNumbersAndFlags)
 {
+    DialogState state = stateOf();
+    state.externalPreprocessors = preprocessor();
     DeviceSettings settings = readySettings();
-    settings.processors = {"LineCrossing", "Illegal Dumping", "LoiteringDetection"};
-    const std::string dialog = makeSettingsModel(stateOf(), settings);
+    settings.classes = {"person"};
+    const std::string dialog = makeSettingsModel(state, settings);
     std::string numbers;
-    const std::regex member(R"re("(\w+)":(-?[0-9.]+))re");
+    const std::regex member(R"re("(\w+)":(-?[0-9.]+|true|false))re");
     for (std::sregex_iterator found(dialog.begin(), dialog.end(), member), end; found != end;
          ++found)
-        numbers += (*found)[1].str() + "=" + (*found)[2].str() + " ";
+    {
+        const std::string name = (*found)[1].str();
+        const std::string value = (*found)[2].str();
+        numbers += name == "visible" ? (value == "true" ? "+" : "-") : name + "=" + value + " ";
+    }
     EXPECT_EQ(
-        "defaultValue=42.0 minValue=1.0 maxValue=100.0 step=5.0 minValue=1 maxValue=1000 "
-        "defaultValue=30 minValue=1 maxValue=1000 defaultValue=15 count=5 minPoints=3 maxPoints=8 ",
+        "defaultValue=false ++-defaultValue=42.0 minValue=1.0 maxValue=100.0 step=5.0 ++---++++++"
+        "minValue=1 maxValue=1000 defaultValue=30 ++++minValue=1 maxValue=1000 defaultValue=15 "
+        "+++++count=5 minPoints=3 maxPoints=8 +defaultValue=true ",
         numbers);
 }
 
@@ -132,8 +149,8 @@ TEST(SettingsModel, ShowsErrorsAndTheBoard)
         makeSettingsModel(state, readySettings()),
         AllOf(
             HasSubstr(R"("icon":"info","text":"In progress"})"),
-            isVisible("clearCacheButton", false), Not(HasSubstr(kTroubleshootingLink)),
-            Not(HasSubstr("modelDownloadRetryButton"))));
+            HasSubstr(R"("Model Sensitivity")"), isVisible("clearCacheButton", false),
+            Not(HasSubstr(kTroubleshootingLink)), Not(HasSubstr("modelDownloadRetryButton"))));
 
     state.agentErrors = {{0, "No pipeline.\n"}, {1, "Broken."}};
     state.board["DOWNLOAD_MODEL_FAILED_/models/m1"] = {MessageType::warning, "Failed: \xFF"};
@@ -155,11 +172,13 @@ TEST(SettingsModel, ShowsWhatTheProcessorsOfThePipelineBring)
         {"Name": "Silent"}]})");
     DeviceSettings settings = readySettings();
     settings.processors = {"Bags", "Silent", "LineCrossing"};
+    settings.modelNms.push_back({0.5f, "Cars", "m2"});
     EXPECT_THAT(
         makeSettingsModel(state, settings),
         AllOf(
             HasSubstr(R"("caption":"Bags Settings","items":[1.5],"visible":true})"),
             Not(HasSubstr("Unused Settings")), Not(HasSubstr("Silent Settings")),
+            HasSubstr(R"("Sensitivity for Cars")"), Not(HasSubstr("Model Sensitivity")),
             Not(HasSubstr("no name")), HasSubstr(R"("visualise_u","caption":"Unused object")"),
             isVisible("lineCrossingLine", true), isVisible("loiterDetectionObjectClass", false),
             isVisible("triggerReferenceRunButton", false)));

@@ -114,8 +114,10 @@ TEST(CustomEvents, PassOnWhatIsWholeUpToWhatCannotBeRead)
     {
         auto packet = sdk::makePtr<EventMetadataPacket>();
         Message message(array(
-            {event(text("first")), map({{"ID", text("x")}, {"Caption", text("no more")}}), map({}),
-             event(text("second")), broken, event(text("third"))}));
+            {event(text("first")), map({{"ID", text("x")}, {"Caption", text("")}}),
+             map({{"ID", text("x")}, {"Description", text("")}}),
+             map({{"Caption", text("")}, {"Description", text("")}}), event(text("second")), broken,
+             event(text("third"))}));
         addCustomEvents(message.root(), *packet);
         EXPECT_EQ(2, packet->count());
         EXPECT_EQ(mpack_error_type, message.error());

@@ -17,7 +17,7 @@ namespace tavo::vms_server_plugins::analytics::orlix
 namespace
 {
 
-using testing::ElementsAre;
+using testing::ElementsAre, testing::Pair, testing::UnorderedElementsAre;
 
 // "processors; sensitivities; description".
 std::string parsed(const char* json)
@@ -60,6 +60,17 @@ TEST(PipelineParsing, TellsNodesInOrderAndDepth)
                    {"modelUUID": "m1", "modelNMS": 0.5, "Preprocessor": "", "chains": "none"}])"));
 }
 
+TEST(Models, WithoutAnIdOrANameAreLeftOut)
+{
+    const JsonDocument models = parseJson(R"([
+        {"UUID": "m1", "Name": "People", "NamedOutput": [{"Name": "a"}, {"Name": 1}, 2]},
+        {"UUID": "no name", "NamedOutput": [{"Name": "b"}]}, {"Name": "no id"}, "no model",
+        {"UUID": "m2", "Name": "Cars", "NamedOutput": [{"Name": "c"}]}])");
+    const DeviceModels read = readModels(yyjson_doc_get_root(models.get()));
+    EXPECT_THAT(read.names, UnorderedElementsAre(Pair("m1", "People"), Pair("m2", "Cars")));
+    EXPECT_THAT(read.outputNames, ElementsAre("a", "c"));
+}
+
 TEST(DetectionClasses, AreThoseOfBoxOutputsOnceAndSorted)
 {
     EXPECT_THAT(
@@ -70,8 +81,14 @@ TEST(DetectionClasses, AreThoseOfBoxOutputsOnceAndSorted)
         ElementsAre("Zebra", "a:b", "car", "person", "traffic light", "\xC3\xA4pfel"));
 }
 
-TEST(DeviceManifest, DeclaresTypesAsMetadataNamesThem)
+TEST(Manifests, DeclareTypesAsMetadataNamesThem)
 {
+    EXPECT_EQ(
+        R"({"capabilities":"needUncompressedVideoFrames_rgb","preferredStream":"secondary",)"
+        R"("deviceAgentSettingsModel":{"type":"Settings","items":[{"type":"Banner","icon":"info",)"
+        R"("text":"Enable the plugin and press Apply to start working with the plugin."}]}})",
+        engineManifestBuilder());
+
     DeviceSettings settings;
     settings.classes = {"1st.class-a", ".person", "traffic light"};
     settings.processors = {"Illegal Dumping", "Blur", "Illegal Dumping"};

@@ -8,6 +8,7 @@
 #include "device_agent/settings/figures.h"
 #include "device_agent/settings/settings_cache.h"
 #include "temporary_folder.h"
+#include "utils/tests/test_support.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -55,26 +56,6 @@ TEST(SettingValues, DumpingNeedsBothSettingsAndItsProcessorAndTimesNumbers)
         std::invalid_argument);
 }
 
-TEST(SettingValues, AWrongTimeLeavesAllAsItWas)
-{
-    DeviceSettings settings;
-    settings.processors = {"Illegal Dumping"};
-    applySettingValues(
-        {{"dumpingDetectionObjectType", "bag"}, {"dumpingDetectionTimeThreshold", "15"}}, settings);
-    for (const auto& wrong : SettingValues{
-             {"dumpingDetectionTimeThreshold", "soon"}, {"loiterDetectionTimeThreshold", ""}})
-    {
-        SettingValues values = {
-            {"deviceActiveSwitch", "true"}, {"dumpingDetectionObjectType", "box"}};
-        values.insert(wrong);
-        EXPECT_THROW(applySettingValues(values, settings), std::invalid_argument);
-        EXPECT_FALSE(settings.deviceActive);
-        EXPECT_TRUE(settings.dumpingEnabled);
-        EXPECT_EQ("bag", settings.dumpingObjectType);
-        EXPECT_EQ(15, settings.dumpingTimeThreshold);
-    }
-}
-
 TEST(SettingValues, WhatIsGoneResetsItsField)
 {
     DeviceSettings settings;
@@ -97,10 +78,14 @@ TEST(SettingValues, WhatIsGoneResetsItsField)
     EXPECT_THAT(settings.masks, ElementsAre(ElementsAre(0.5f, 0))) << "to the first missing one";
     EXPECT_FALSE(settings.line.empty() || settings.cropBox.empty());
     EXPECT_EQ(77, settings.loiterTimeThreshold);
+    EXPECT_EQ(15, settings.dumpingTimeThreshold);
+    EXPECT_EQ("bag", settings.dumpingObjectType);
     EXPECT_THAT(settings.externalProcessorSettings, ElementsAre(Pair("externalprocessor.a", "1")));
 
     applySettingValues({}, settings);
     EXPECT_FALSE(settings.deviceActive || settings.dumpingEnabled);
+    EXPECT_EQ(0, settings.dumpingTimeThreshold);
+    EXPECT_EQ("", settings.dumpingObjectType);
     EXPECT_EQ(30, settings.loiterTimeThreshold);
     EXPECT_EQ("person", settings.loiterObjectClass);
     EXPECT_EQ("inclusive", settings.maskType);
@@ -165,7 +150,11 @@ TEST(SettingsCache, KeepsWhatItCanButNotWhatOthersKnowBetter)
 
     EXPECT_THAT(loadSettingsCache(folder.path("missing")), IsEmpty());
     folder.write("id_settings_cache.txt.new/in the way", "");
+    const test::CapturedLog log;
     saveSettingsCache(path, {{"a", "new"}});
+    EXPECT_THAT(
+        log.text(),
+        testing::HasSubstr("Failed to open settings cache for writing: " + path + "\n"));
     EXPECT_THAT(loadSettingsCache(path), testing::Contains(Pair("b", "1=2"))) << "whole or not";
     const std::string big(20000, 'v'); // more than one read
     folder.write("cache", "key=1\nkey=" + big + "\nlast=without a line end");
