@@ -164,9 +164,7 @@ const steps = {
                 RuntimeArchitectures: ['application/x-onnx'], NamedOutput: [{Name: 'bboxes;0:motion'}]}],
             pipelines: [{uuid: 'p1', name: 'Motion', models: ['m1'], pipelines: [
                 {method: 'detect', modelUUID: 'm1', modelNMS: 0.5, Preprocessor: 'Object Counting',
-                    Postprocessor: 'LineCrossing'}]},
-                {uuid: 'p2', name: 'Dumping', models: ['m1'], pipelines: [
-                    {method: 'detect', modelUUID: 'm1', modelNMS: 0.5, Postprocessor: 'Illegal Dumping'}]}],
+                    Postprocessor: 'LineCrossing'}]}],
         })));
         url = await server.startHost('--page', '0', '--settings', server.path('settings.json'), '--records',
             server.write('records.json', JSON.stringify({cloudSystemId: 'system', cloudAuthToken: 'token',
@@ -187,30 +185,9 @@ const steps = {
         await waitFor('pictures', async () => (await shown()).count > 10);
     },
 
-    async 'a model that does not come, and the buttons for that'() {
-        await server.setFault({path: '/models/', kind: 'wrongDigest'});
-        await refreshUntil(setting('libraryChoiceGeneric CPU'));
-        await setting('libraryChoiceGeneric CPU').click();
-        await refreshUntil(setting('resetSingleDeviceButton'));
-        await checkAccessibility(page, 'the dialog with warnings');
-        // Each of them takes the warnings away, and itself with them; a new start brings them back.
-        for (const [name, text] of [['resetSingleDeviceButton', 'reset in progress'],
-            ['resetAllDevicesButton', 'reset in progress'], ['clearCacheButton', 'clearing the cache']]) {
-            await refreshUntil(setting(name));
-            await setting(name).click();
-            await page.locator('#panel-settings .banner', {hasText: text}).waitFor();
-            await refreshUntil(page.locator(`#panel-settings:not(:has(.banner:has-text("${text}")))`));
-            await restartHost();
-        }
-        await refreshUntil(setting('libraryChoiceGeneric CPU'));
-        await setting('libraryChoiceGeneric CPU').click();
-        await refreshUntil(setting('modelDownloadRetryButton'));
-        await server.setFault(null);
-        await setting('modelDownloadRetryButton').click();
-        await refreshUntil(page.locator('#panel-settings .dialog:not(:has(.banner.warning))'));
-    },
-
     async 'the application finds the square'() {
+        await refreshUntil(setting('libraryChoiceGeneric CPU'));
+        await setting('libraryChoiceGeneric CPU').click();
         await refreshUntil(setting('deviceActiveSwitch'));
         await setting('deviceActiveSwitch').check();
         await apply();
@@ -469,28 +446,8 @@ const steps = {
         await setting('manageDevice').click();
         await asked;
         await (await popup).close();
-    },
-
-    async 'a reference run'() {
-        await setting('selectedPipeline').selectOption({label: 'Dumping'});
-        await apply();
-        await refreshUntil(setting('triggerReferenceRunButton'));
-        await setting('triggerReferenceRunButton').click();
-        await tab('logs');
-        await page.selectOption('#log-choice', 'application');
-        await page.locator('.log', {hasText: 'Received reference run command.'}).waitFor();
-        await tab('settings');
         await setting('selectedPipeline').selectOption({label: 'Motion'});
         await apply();
-    },
-
-    async 'the runtime is chosen anew'() {
-        await refreshUntil(setting('reselectRuntimeButton'));
-        await setting('reselectRuntimeButton').click();
-        await refreshUntil(setting('libraryChoiceIntel'));
-        await setting('libraryChoiceIntel').click();
-        await refreshUntil(page.locator('#panel-settings .banner', {hasText: 'Active ORLIX Runtime: Intel'}));
-        await waitForBoxes();
     },
 
     async 'items of every type'() {

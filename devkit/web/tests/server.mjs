@@ -37,8 +37,7 @@ export class Server {
             '--token', 'token', '--catalogue', catalogue, '--files', files, '--archive', archive,
             '--runtimes', process.env.TAVO_RUNTIME_PACKAGES, '--server', this.path('ini'),
             '--cameras', String(cameras), '--ini', 'logVerbosityLevel=2']);
-        const [, port] = await this.#waitForOutput(child, /serving on port (\d+)/);
-        this.servicesUrl = `http://127.0.0.1:${port}`;
+        await this.#waitForOutput(child, /serving on port/);
     }
 
     // Gives the page's address.
@@ -67,17 +66,6 @@ export class Server {
                 // It has ended meanwhile.
             }
         }
-    }
-
-    // Strikes a path of the services with a fault; none ends all.
-    async setFault(fault) {
-        const url = `${this.servicesUrl}/control/faults`;
-        await fetch(url, fault ? {method: 'POST', body: JSON.stringify(fault)} : {method: 'DELETE'});
-    }
-
-    // Tells the library that the models are newer than those it has.
-    async touchModels(stamp) {
-        await fetch(`${this.servicesUrl}/control/updated-at`, {method: 'POST', body: stamp});
     }
 
     // Ends all processes. False if the test has not passed or the host did not end well: then the
