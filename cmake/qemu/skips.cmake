@@ -18,8 +18,6 @@ set(TAVO_SKIPS
 
 # Not built.
 set(TAVO_NOT_BUILT
-    "Jpeg.keepsTheColoursAndIsNoWiderThanWanted|built without OpenCV"
-    "HostTest.leavesAPortToTheOneThatHasIt|the page is built with OpenCV alone"
     "browser.page|built without OpenCV"
     "browser.four_cameras|built without OpenCV"
     "browser.strangers|built without OpenCV"

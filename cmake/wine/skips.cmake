@@ -39,8 +39,6 @@ set(TAVO_NOT_BUILT
     "failing_calls.frame|calls are made to fail by standing before those of Linux"
     "failing_calls.settings|calls are made to fail by standing before those of Linux"
     "failing_calls.crash|calls are made to fail by standing before those of Linux"
-    "Jpeg.keepsTheColoursAndIsNoWiderThanWanted|built without OpenCV"
-    "HostTest.leavesAPortToTheOneThatHasIt|the page is built with OpenCV alone"
     "browser.page|built without OpenCV"
     "browser.four_cameras|built without OpenCV"
     "CustomizationNameTest.isThatOfTheEnvironmentElseTheDefault|names beyond ASCII are in the system's code page"

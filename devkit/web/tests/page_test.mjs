@@ -141,8 +141,8 @@ const squareAndBoxes = () => tile().evaluate(root => {
     let left = 0;
     while (left < canvas.width && !isLight(left))
         ++left;
-    return {left: left / canvas.width, isOwn: root.dataset.pictureUs === root.dataset.resultUs,
-        boxes: JSON.parse(root.dataset.boxes ?? '[]')};
+    return {left: left / canvas.width, isBlue: row[2] > row[0] + 20,
+        isOwn: root.dataset.pictureUs === root.dataset.resultUs, boxes: JSON.parse(root.dataset.boxes ?? '[]')};
 });
 
 // The page says so, and goes on by itself. What the browser says of the host's absence is no fault.
@@ -200,9 +200,10 @@ const steps = {
         // a box of its own until the ground is learned.
         const errors = [];
         await waitFor('boxes where the square is', async () => {
-            const {left, isOwn, boxes} = await squareAndBoxes();
+            const {left, isBlue, isOwn, boxes} = await squareAndBoxes();
             if (!isOwn || boxes.length === 0 || left < 0.05 || left > 0.8)
                 return false;
+            assert.ok(isBlue);
             const squareRight = left + (kWalk.side + kBoxMargin) / kWidth;
             errors.push(Math.min(...boxes.map(([x, , width]) => Math.abs(x + width - squareRight))));
             const last = errors.slice(-kSamples);

@@ -136,8 +136,9 @@ export function childrenOf(pid) {
     return children;
 }
 
-// A video without compression of a light square that walks over a dark ground, from one side to the
-// other, and after a pause again. It is so fast and so seldom that no ground is learned from it.
+// A video without compression, a little blue, of a light square that walks over a dark ground, from
+// one side to the other, and after a pause again. It is so fast and so seldom that no ground is
+// learned from it.
 export const kWalk = {side: 48, y: 96, step: 8, pauseFrames: 16};
 
 export function walkingSquare(width, height, framesPerSecond) {
@@ -147,7 +148,8 @@ export function walkingSquare(width, height, framesPerSecond) {
         const luma = Buffer.alloc(width * height, 40);
         for (let y = top; left >= 0 && y < top + side; ++y)
             luma.fill(225, y * width + left, y * width + left + side);
-        chunks.push(Buffer.from('FRAME\n'), luma, Buffer.alloc(width * height / 2, 128));
+        const chroma = width * height / 4;
+        chunks.push(Buffer.from('FRAME\n'), luma, Buffer.alloc(chroma, 150), Buffer.alloc(chroma, 128));
     }
     return Buffer.concat(chunks);
 }

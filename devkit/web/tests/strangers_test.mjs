@@ -1,6 +1,7 @@
 // What a stranger may do to the page's server: requests that no browser sends, byte by byte.
 
 import assert from 'node:assert/strict';
+import {spawnSync} from 'node:child_process';
 import {readdirSync, readFileSync} from 'node:fs';
 import {connect} from 'node:net';
 import {join} from 'node:path';
@@ -47,6 +48,13 @@ const steps = {
     async 'a page that is served'() {
         url = await server.startHost('--page', '0');
         port = +new URL(url).port;
+    },
+
+    async 'a port is left to the one that has it'() {
+        const {status, output} = spawnSync(process.env.TAVO_HOST_FILE, ['--plugin', process.env.TAVO_PLUGIN_FILE,
+            '--work-dir', server.path('files'), '--page', String(port)], {encoding: 'utf8', timeout: 20_000});
+        assert.equal(status, 2);
+        assert.match(output.join(''), new RegExp(`cannot be served at 127.0.0.1:${port}`));
     },
 
     async 'only names that the page is served at'() {
