@@ -129,31 +129,6 @@ TEST_F(Frames, ArriveWholeOrCroppedOrFail)
     expectInput(3, 24, 1, 4);
 }
 
-// As a host at odds with itself hands it out.
-struct OddFrame : FakeFrame
-{
-    explicit OddFrame(const std::function<void(OddFrame&)>& change) { change(*this); }
-
-    const char* data(int plane) const override
-    {
-        return isMapped ? FakeFrame::data(plane) : nullptr;
-    }
-    std::int64_t timestampUs() const override
-    {
-        return static_cast<std::int64_t>(time_now_us()) - ageUs;
-    }
-    int width() const override { return columns; }
-    int height() const override { return rows; }
-    int lineSize(int) const override { return rowSize; }
-    PixelFormat pixelFormat() const override { return format; }
-    int dataSize(int) const override { return size; }
-
-    PixelFormat format = PixelFormat::rgb;
-    bool isMapped = true;
-    std::int64_t ageUs = 0;
-    int columns = 8, rows = 4, rowSize = 32, size = 3 * 32 + 24;
-};
-
 TEST_F(Frames, ThatAreNotWholeFailWithOneLine)
 {
     processParameters(kPipelines);
@@ -162,30 +137,32 @@ TEST_F(Frames, ThatAreNotWholeFailWithOneLine)
     {
         const CapturedLog log;
         ++whole;
-        EXPECT_EQ("", push(*agent, sdk::makePtr<OddFrame>([=](OddFrame& f) { f.ageUs = ageUs; })));
+        const auto timeUs = static_cast<std::int64_t>(time_now_us()) - ageUs;
+        EXPECT_EQ(
+            "", push(*agent, sdk::makePtr<FakeFrame>([=](FakeFrame& f) { f.timeUs = timeUs; })));
         return log.text().find("Frame age over 500ms") != std::string::npos;
     };
     while (isCalledOld(100'000)) // as long as a busy machine makes it so
         ASSERT_GT(100u, whole);
     EXPECT_TRUE(isCalledOld(600'000));
     EXPECT_EQ(whole, inputs(whole));
-    const std::pair<std::string, std::function<void(OddFrame&)>> kCases[] = {
+    const std::pair<std::string, std::function<void(FakeFrame&)>> kCases[] = {
         {"format 0, 8x4, 32 bytes a row, 120",
-         [](OddFrame& frame) { frame.format = OddFrame::PixelFormat::yuv420; }},
-        {"format 5, 0x4, 32 bytes a row, 120", [](OddFrame& frame) { frame.columns = 0; }},
-        {"format 5, 8x-4, 32 bytes a row, 120", [](OddFrame& frame) { frame.rows = -4; }},
-        {"format 5, 8x4, 23 bytes a row, 120", [](OddFrame& frame) { frame.rowSize = 23; }},
-        {"format 5, 8x4, 32 bytes a row, 119", [](OddFrame& frame) { frame.size = 119; }},
-        {"format 5, 8x4, 32 bytes a row, 0", [](OddFrame& frame) { frame.isMapped = false; }},
+         [](FakeFrame& frame) { frame.format = FakeFrame::PixelFormat::yuv420; }},
+        {"format 5, 0x4, 32 bytes a row, 120", [](FakeFrame& frame) { frame.columns = 0; }},
+        {"format 5, 8x-4, 32 bytes a row, 120", [](FakeFrame& frame) { frame.rows = -4; }},
+        {"format 5, 8x4, 23 bytes a row, 120", [](FakeFrame& frame) { frame.rowSize = 23; }},
+        {"format 5, 8x4, 32 bytes a row, 119", [](FakeFrame& frame) { frame.size = 119; }},
+        {"format 5, 8x4, 32 bytes a row, 0", [](FakeFrame& frame) { frame.isMapped = false; }},
         {"format 5, 2147483647x2147483647, 32 bytes a row, 120",
-         [](OddFrame& frame) { frame.columns = frame.rows = 2'147'483'647; }}};
+         [](FakeFrame& frame) { frame.columns = frame.rows = 2'147'483'647; }}};
     for (const auto& [line, change] : kCases)
     {
         startAgent(); // which has said nothing yet
         processParameters(kPipelines);
         const CapturedLog log;
         EXPECT_EQ(
-            "pushUncompressedVideoFrame() failed.", push(*agent, sdk::makePtr<OddFrame>(change)));
+            "pushUncompressedVideoFrame() failed.", push(*agent, sdk::makePtr<FakeFrame>(change)));
         const std::string text = log.text();
         const std::size_t first = text.find("no whole RGB picture: " + line + " bytes.\n");
         EXPECT_NE(std::string::npos, first) << text;
@@ -195,8 +172,8 @@ TEST_F(Frames, ThatAreNotWholeFailWithOneLine)
 
     // One that is whole, and larger than any segment.
     const CapturedLog log;
-    const auto huge = sdk::makePtr<OddFrame>(
-        [](OddFrame& frame)
+    const auto huge = sdk::makePtr<FakeFrame>(
+        [](FakeFrame& frame)
         {
             frame.columns = 10'000;
             frame.rows = 7'000;

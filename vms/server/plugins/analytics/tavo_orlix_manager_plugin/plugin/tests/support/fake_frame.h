@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <numeric>
 #include <vector>
 
@@ -11,25 +12,32 @@
 namespace tavo::vms_server_plugins::analytics::orlix::test
 {
 
-// A frame of 8 by 4 pixels whose bytes count up, in padded rows; knows how many of its kind live.
+// A frame of 8 by 4 pixels whose bytes count up, in padded rows but for the last, or as a host at
+// odds with itself hands it out; knows how many of its kind live.
 class FakeFrame : public sdk::RefCountable<sdk::analytics::IUncompressedVideoFrame>
 {
 public:
-    FakeFrame()
+    explicit FakeFrame(const std::function<void(FakeFrame&)>& change = [](FakeFrame&) {})
     {
         std::iota(m_plane.begin(), m_plane.end(), 0);
+        change(*this);
         ++alive;
     }
     ~FakeFrame() override { --alive; }
 
-    std::int64_t timestampUs() const override { return 12345; }
-    const char* data(int) const override { return m_plane.data(); }
-    int width() const override { return 8; }
-    int height() const override { return 4; }
-    int lineSize(int) const override { return 32; }
-    PixelFormat pixelFormat() const override { return PixelFormat::rgb; }
+    std::int64_t timestampUs() const override { return timeUs; }
+    const char* data(int) const override { return isMapped ? m_plane.data() : nullptr; }
+    int width() const override { return columns; }
+    int height() const override { return rows; }
+    int lineSize(int) const override { return rowSize; }
+    PixelFormat pixelFormat() const override { return format; }
     int planeCount() const override { return 1; }
-    int dataSize(int) const override { return static_cast<int>(m_plane.size()); }
+    int dataSize(int) const override { return size; }
+
+    PixelFormat format = PixelFormat::rgb;
+    bool isMapped = true;
+    std::int64_t timeUs = 12345;
+    int columns = 8, rows = 4, rowSize = 32, size = 3 * 32 + 24;
 
     static inline std::atomic<int> alive{0};
 
