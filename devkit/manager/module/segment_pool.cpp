@@ -19,11 +19,6 @@ bool isOfClass(std::size_t capacity, std::size_t size)
 
 } // namespace
 
-SegmentPool::SegmentPool(SegmentRecord& record, Limits limits) :
-    m_record(record),
-    m_limits(limits)
-{}
-
 std::string SegmentPool::take(std::size_t size, Clock::time_point now)
 {
     if (Entry* const entry = bestFree(size))
@@ -34,7 +29,7 @@ std::string SegmentPool::take(std::size_t size, Clock::time_point now)
             return entry->segment.name();
         }
     }
-    if (m_entries.size() >= m_limits.maxSegments && !removeLongestFree())
+    if (m_entries.size() >= kMaxSegments && !removeLongestFree())
         return {};
     std::optional<SharedSegment> created = SharedSegment::create(size, m_record);
     // Memory may be short because it lies about unused.
@@ -79,7 +74,7 @@ void SegmentPool::removeIdle(Clock::time_point now)
 {
     for (std::size_t i = m_entries.size(); i-- > 0;)
     {
-        if (m_entries[i].isFree && now - m_entries[i].freeSince > m_limits.idleTime)
+        if (m_entries[i].isFree && now - m_entries[i].freeSince > kIdleTime)
             remove(i);
     }
 }

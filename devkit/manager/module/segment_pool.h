@@ -25,17 +25,10 @@ class SegmentPool
 public:
     using Clock = std::chrono::steady_clock;
 
-    struct Limits
-    {
-        std::size_t maxSegments = 256;
-        std::chrono::milliseconds idleTime{10'000};
-    };
-
     // `record` outlives the pool and knows every segment of it, for the clean-up after a kill.
     explicit SegmentPool(SegmentRecord& record) :
-        SegmentPool(record, Limits())
+        m_record(record)
     {}
-    SegmentPool(SegmentRecord& record, Limits limits);
 
     // Takes a free segment with room for `size` bytes, or makes one. Empty when there is no memory
     // for it, or too much is in use: the frame is then not wanted.
@@ -61,8 +54,6 @@ public:
     [[nodiscard]] std::string nextToDetach();
     [[nodiscard]] std::vector<std::string> removedForEngine();
 
-    [[nodiscard]] std::size_t count() const { return m_entries.size(); }
-
 private:
     struct Entry
     {
@@ -77,8 +68,10 @@ private:
     void remove(std::size_t index);
     bool removeLongestFree();
 
+    static constexpr std::size_t kMaxSegments = 256;
+    static constexpr std::chrono::seconds kIdleTime{10};
+
     SegmentRecord& m_record;
-    const Limits m_limits;
     std::vector<Entry> m_entries;
     std::vector<std::string> m_toDetach;
     std::vector<std::string> m_forEngine;
