@@ -14,9 +14,9 @@ std::size_t DeviceAgents::reserve(const std::string& deviceId)
 {
     const MutexLock lock(m_mutex);
     std::size_t index = 0;
-    while (m_deviceAgents.contains(index) || m_reservedIndices.contains(index))
+    while (m_deviceIds.contains(index))
         ++index;
-    m_reservedIndices.emplace(index, deviceId);
+    m_deviceIds.emplace(index, deviceId);
     return index;
 }
 
@@ -24,24 +24,20 @@ void DeviceAgents::add(std::size_t index, DeviceAgent* agent)
 {
     const MutexLock lock(m_mutex);
     m_deviceAgents.emplace(index, Entry{agent});
-    m_reservedIndices.erase(index);
 }
 
 void DeviceAgents::remove(std::size_t index)
 {
     const MutexLock lock(m_mutex);
     m_deviceAgents.erase(index);
-    m_reservedIndices.erase(index);
+    m_deviceIds.erase(index);
 }
 
 bool DeviceAgents::has(const std::string& deviceId) const
 {
     const MutexLock lock(m_mutex);
     return std::ranges::any_of(
-               m_deviceAgents,
-               [&](const auto& entry) { return entry.second.agent->deviceId() == deviceId; }) ||
-        std::ranges::any_of(
-               m_reservedIndices, [&](const auto& entry) { return entry.second == deviceId; });
+        m_deviceIds, [&](const auto& entry) { return entry.second == deviceId; });
 }
 
 std::vector<std::size_t> DeviceAgents::indices() const

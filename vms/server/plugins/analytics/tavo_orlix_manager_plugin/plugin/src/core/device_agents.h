@@ -64,8 +64,8 @@ private:
 
     mutable Mutex m_mutex{LockLevel::registry};
     std::unordered_map<std::size_t, Entry> m_deviceAgents GUARDED_BY(m_mutex);
-    // Of agents that are being made: their device, by the index that they are going to have.
-    std::unordered_map<std::size_t, std::string> m_reservedIndices GUARDED_BY(m_mutex);
+    // By index: of agents, and of those that are being made.
+    std::unordered_map<std::size_t, std::string> m_deviceIds GUARDED_BY(m_mutex);
 };
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -19,9 +19,7 @@ JsonDocument parse(std::string_view text, const char* list, std::string& why)
         const_cast<char*>(text.data()), text.size(), YYJSON_READ_NOFLAG, nullptr, &error));
     if (!document)
     {
-        std::size_t line = 0;
-        std::size_t column = 0;
-        std::size_t character = 0;
+        std::size_t line{}, column{}, character{};
         if (yyjson_locate_pos(text.data(), text.size(), error.pos, &line, &column, &character))
             why = "Line " + std::to_string(line) + ": ";
         why += error.msg;

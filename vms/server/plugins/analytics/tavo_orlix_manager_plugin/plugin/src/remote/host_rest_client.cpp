@@ -160,7 +160,7 @@ std::string doRequest(
     const std::string& path, const std::string& method, const std::string& mimeType,
     const std::string& body, const UtilityProviderPtr& provider)
 {
-    if (!provider || provider.stop.stop_requested())
+    if (!provider)
     {
         log_warning("", "Warning! doRequest called with invalid utility provider.\n");
         return {};

@@ -4,23 +4,13 @@
 
 #include <testing/kept_file_number.h>
 
-#include "../inference/module_peer.h"
 #include "engine_fixture.h"
 #include "inference/protocol.h"
-#include "utils/file_lock.h"
 #include "utils/log.h"
 #include "utils/sockets.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
-
-// No more than it takes to find its camera.
-test::Entries resultOf(int index)
-{
-    return {
-        {protocol::key::kInputIndex, test::number(static_cast<std::uint64_t>(index))},
-        {protocol::key::kTimestamp, test::number(1)}};
-}
 
 TEST_F(EngineTest, AResultReachesItsAgentAlone)
 {
@@ -34,7 +24,12 @@ TEST_F(EngineTest, AResultReachesItsAgentAlone)
         handlers[i] = sdk::makePtr<PacketCounter>();
         agents[i]->setHandler(handlers[i].get());
     }
-    const auto send = [this](int index) { sendResult(resultOf(index)); };
+    const auto send = [this](std::uint64_t index)
+    {
+        sendResult(
+            {{protocol::key::kInputIndex, test::number(index)},
+             {protocol::key::kTimestamp, test::number(1)}});
+    };
     send(1);
     EXPECT_TRUE(test::comesTrue([&] { return handlers[1]->count == 1; }));
     send(2);
@@ -76,31 +71,6 @@ TEST_F(EngineTest, AnAgentThatCannotBeMadeLeavesItsIndex)
     }
     obtainAgent("1").reset();
     EXPECT_EQ(1, logged("Destroying Device Agent 0\n")) << "nobody has its index";
-}
-
-TEST_F(EngineTest, AtLevelOneWhatComesWithEachResultIsWrittenOnceAMinute)
-{
-    ini().logVerbosityLevel = 1;
-    m_host->setToken("");
-    constexpr int kResults = 20;
-    const std::string kIds[] = {
-        "00000000-0000-0000-0000-000000000001", "00000000-0000-0000-0000-000000000002"};
-    sdk::Ptr<sdk::analytics::IDeviceAgent> agents[2];
-    const auto handler = sdk::makePtr<PacketCounter>();
-    for (int i = 0; i < 2; ++i)
-    {
-        agents[i] = obtainAgent(kIds[i]);
-        agents[i]->setHandler(handler.get());
-    }
-    for (int i = 0; i < kResults; ++i)
-        sendResult(resultOf(i % 2));
-    EXPECT_TRUE(test::comesTrue([&] { return handler->count == kResults; }));
-    for (auto& agent : agents)
-        agent.reset();
-    m_engine.reset(); // which closes the log
-    EXPECT_EQ(1, logged("Receiving on connection...\n"));
-    for (const std::string& id : kIds)
-        EXPECT_EQ(1, logged("Device " + id + " average FPS: "));
 }
 
 TEST_F(EngineTest, TellsWhatIsWrongInTheIniFile)
@@ -158,54 +128,6 @@ TEST_F(EngineTest, AllAgentsShareOneLoopThatEndsWithTheEngine)
     EXPECT_LE(1, logged("Warning! Tried to access utility provider while shutting down.\n"));
 }
 
-TEST_F(EngineTest, TheApplicationRunsWhileACameraIsSwitchedOn)
-{
-    const std::string id = "00010203-0405-0607-0809-0a0b0c0d0e0f";
-    installManager();
-    m_folder.writeProgram(kBin + kManagerExecutable, "wait-for end\nremove end");
-    installRuntime();
-    test::ModulePeer application(m_folder.path()); // that passes the command to stop on
-    application.replyBy(
-        [&]()
-        {
-            m_folder.write(kBin + "end", "");
-            return std::string();
-        });
-    sdk::Ptr<sdk::analytics::IDeviceAgent> agent = obtainAgent(id);
-    const auto switchTo = [&agent](const char* value) { switchCamera(*agent, value); };
-    const auto activity = [this]
-    {
-        std::string all;
-        for (const FakeHost::Request& patch : m_host->requests("PATCH /rest/v4/servers/this"))
-        {
-            const std::size_t at = patch.body.find("runtimeActive\":");
-            if (at != std::string::npos)
-                all += patch.body[at + 15];
-        }
-        return all;
-    };
-    switchTo("true");
-    EXPECT_TRUE(test::comesTrue([&] { return activity() == "t"; })) << activity();
-    EXPECT_EQ(1, logged("Orlix Manager started\n"));
-
-    // A model that is in the cache already.
-    const std::string cache = kWorking + "orlix_manager/cache/unencrypted/";
-    m_folder.write(cache + "m.bin", "12345");
-    setDeviceRecords("[" + deviceRecord(id, modelRecord("u", "http://127.0.0.1:1/m.bin", 5)) + "]");
-    EXPECT_TRUE(comesIntoLog("Orlix Manager started\n", 2));
-    EXPECT_EQ(1, logged("Settings change detected. Restarting runtime\n"));
-    EXPECT_EQ("t", activity());
-
-    switchTo("false");
-    EXPECT_TRUE(test::comesTrue([&] { return activity() == "tf"; })) << activity();
-    EXPECT_EQ(2, logged("Orlix Manager stopped with exit code 0\n"));
-    switchTo("true");
-    EXPECT_TRUE(test::comesTrue([&] { return activity() == "tft"; })) << activity();
-    agent.reset();
-    m_engine.reset();
-    EXPECT_EQ(3, logged("Orlix Manager stopped with exit code 0\n"));
-}
-
 TEST_F(EngineTest, OfTwoEnginesTheSecondWaitsForTheFirstOnesSocketAndKeepsTheLog)
 {
     const std::string socketFile = protocol::kPluginSocketFile;
@@ -235,31 +157,6 @@ TEST_F(EngineTest, OfTwoEnginesTheSecondWaitsForTheFirstOnesSocketAndKeepsTheLog
     EXPECT_FALSE(m_folder.has(socketFile + ".lock"));
 }
 
-// As two hosts with one temporary folder, or a host that starts beside its dying predecessor.
-TEST_F(EngineTest, WhileAnotherHostIsThereNoApplicationIsStarted)
-{
-    FileLock another;
-    ASSERT_EQ(
-        FileLock::Outcome::taken,
-        another.take(m_folder.path(protocol::kPluginSocketFile) + std::string(".lock")));
-    installManager();
-    installRuntime();
-    sdk::Ptr<sdk::analytics::IDeviceAgent> agent = obtainAgent("1");
-    switchCamera(*agent, "true");
-    const auto passes = [this] { return m_host->requests("GET /rest/v4/devices?").size(); };
-    const auto isOnBoard = [this]
-    { return engine().messageBoard().snapshot().contains(board_key::kPluginSocketTaken); };
-    EXPECT_TRUE(test::comesTrue([&] { return passes() >= 3 && isOnBoard(); }));
-    EXPECT_EQ(0, logged("Starting Orlix Manager"));
-    EXPECT_FALSE(m_folder.has(protocol::kPluginSocketFile));
-
-    another.release();
-    EXPECT_TRUE(comesIntoLog("Orlix Manager started\n"));
-    EXPECT_TRUE(m_folder.has(protocol::kPluginSocketFile));
-    EXPECT_FALSE(isOnBoard());
-    agent.reset();
-}
-
 // A pass may fail in any way without ending the thread.
 TEST_F(EngineTest, AnExceptionCostsOnePass)
 {
@@ -282,92 +179,29 @@ TEST_F(EngineTest, AnExceptionCostsOnePass)
     agent.reset();
 }
 
-// What the loop does by itself for cameras that come.
-class EngineInService : public EngineTest
+// The second while the list stays, as when a host obtains the next before it drops the last.
+TEST_F(EngineTest, EachAgentOfADeviceIsConfiguredWhenItComes)
 {
-protected:
-    EngineInService()
-    {
-        installManager();
-        installRuntime();
-    }
-
-    static std::string record(const std::string& id, const std::string& models = "")
-    {
-        return deviceRecord(id, models, R"({"modelUUID":"u"})", "https://" + id);
-    }
-
-    bool isConfigured(const std::string& id) const
-    {
-        return comesIntoLog("Got device admin from parameters: https://" + id + "\n");
-    }
-
-    const std::string kFirst = "00010203-0405-0607-0809-0a0b0c0d0e0f";
-    const std::string kSecond = "10010203-0405-0607-0809-0a0b0c0d0e0f";
-};
-
-TEST_F(EngineInService, ACameraMadeWhileTheListStaysIsConfigured)
-{
-    setDeviceRecords("[" + record(kFirst) + "," + record(kSecond) + "]");
-    auto first = obtainAgent(kFirst);
-    EXPECT_TRUE(isConfigured(kFirst));
-    auto second = obtainAgent(kSecond);
-    EXPECT_TRUE(isConfigured(kSecond));
-    first.reset();
-    second.reset();
-    m_engine.reset();
-    EXPECT_LE(logged("Parsing devices parameters:"), 3) << "once for each, not in every pass";
-}
-
-// As when a host obtains the next before it drops the last.
-TEST_F(EngineInService, AllAgentsOfADeviceAreConfigured)
-{
-    setDeviceRecords("[" + record(kFirst) + "]");
-    const auto first = obtainAgent(kFirst);
-    const auto second = obtainAgent(kFirst);
-    const auto other = obtainAgent(kSecond);
+    installManager();
+    installRuntime();
+    const std::string id = "00010203-0405-0607-0809-0a0b0c0d0e0f";
+    setDeviceRecords("[" + deviceRecord(id, "", R"({"modelUUID":"u"})") + "]");
     const auto isConfigured = [](const sdk::Ptr<sdk::analytics::IDeviceAgent>& agent)
     {
         const sdk::Ptr<const sdk::ISettingsResponse> dialog(agent->pluginSideSettings().value);
         const sdk::Ptr<const sdk::IStringMap> values(dialog->values());
         return values->value("selectedPipeline") != nullptr;
     };
-    EXPECT_TRUE(test::comesTrue([&] { return isConfigured(first) && isConfigured(second); }));
+    auto first = obtainAgent(id);
+    auto other = obtainAgent("10010203-0405-0607-0809-0a0b0c0d0e0f");
+    EXPECT_TRUE(test::comesTrue([&] { return isConfigured(first); }));
+    auto second = obtainAgent(id);
+    EXPECT_TRUE(test::comesTrue([&] { return isConfigured(second); }));
     EXPECT_FALSE(isConfigured(other));
-}
-
-TEST_F(EngineInService, AnErrorInPlaceOfTheListTakesNothingAway)
-{
-    setDeviceRecords("[" + record(kFirst, modelRecord("u", "http://127.0.0.1:1/m", 1)) + "]");
-    auto agent = obtainAgent(kFirst);
-    const std::string settings = kWorking + "orlix_manager/etc/settings.json";
-    const auto hasModel = [&]
-    { return m_folder.read(settings).find(R"("UUID": "u")") != std::string::npos; };
-    EXPECT_TRUE(test::comesTrue(hasModel));
-    setDeviceRecords(R"({"error":"503","errorString":"Service unavailable"})");
-    EXPECT_TRUE(
-        comesIntoLog("Warning! Could not get devices parameters to test for changes.\n", 2));
-    EXPECT_TRUE(hasModel());
-    agent.reset();
-}
-
-TEST_F(EngineInService, AnApplicationThatMayNotBeStartedAgainIsReportedOnce)
-{
-    m_folder.writeProgram(kBin + kManagerExecutable, "exit 7");
-    ini().restartOrlixManagerOnCrash = false;
-    const auto agent = obtainAgent(kFirst);
-    switchCamera(*agent, "true");
-    EXPECT_TRUE(comesIntoLog("Orlix Manager crash detected. Not restarting.\n", 3));
-    std::vector<std::string> reports;
-    for (const std::string& patch : takeServerPatches())
-    {
-        if (patch.find("runtimeActive") != std::string::npos)
-            reports.push_back(patch);
-    }
-    EXPECT_THAT(
-        reports,
-        ::testing::ElementsAre(
-            ::testing::HasSubstr(R"("runtimeActive":true)"), ::testing::HasSubstr(":false")));
+    for (auto* const agent : {&first, &second, &other})
+        agent->reset();
+    m_engine.reset();
+    EXPECT_LE(logged("Parsing devices parameters:"), 3) << "once for each, not in every pass";
 }
 
 TEST_F(EngineTest, TheHostOwnsTheOneReferenceOfWhatTheEntryPointGives)
@@ -378,6 +212,18 @@ TEST_F(EngineTest, TheHostOwnsTheOneReferenceOfWhatTheEntryPointGives)
     EXPECT_TRUE(sdk::Ptr(plugin->queryInterface("tavo::sdk::analytics::IIntegration")));
     EXPECT_FALSE(plugin->queryInterface("tavo::sdk::analytics::IEngine"));
     EXPECT_EQ(0u, plugin->releaseRef());
+}
+
+TEST_F(EngineTest, PluginAndEngineSayWhatTheyAre)
+{
+    const sdk::Ptr<const sdk::IString> plugins(integration().manifest().value);
+    EXPECT_THAT(
+        plugins->str(),
+        testing::StartsWith(R"({"id":"tavo.orlix","name":"Tavo Orlix Manager","description":)"));
+    const sdk::Ptr<const sdk::IString> engines(engine().manifest().value);
+    EXPECT_THAT(
+        engines->str(),
+        testing::StartsWith(R"({"capabilities":"needUncompressedVideoFrames_rgb")"));
 }
 
 TEST_F(EngineTest, WithoutAPlaceForItsFilesThereIsNoEngine)

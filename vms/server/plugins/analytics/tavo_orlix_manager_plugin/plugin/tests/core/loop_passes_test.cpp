@@ -449,7 +449,6 @@ protected:
                 m_folder.write(kBin + "end", "");
                 return std::string();
             });
-        EXPECT_TRUE(services().socketClaim.wait(services().pluginSocketPath, {}, [] {}));
         m_agentServices.provider = sdk::addRefToPtr<sdk::IUtilityProvider>(m_host.get());
         const auto device = sdk::makePtr<FakeDevice>(kDevice);
         const std::size_t index = services().deviceAgents.reserve(kDevice);
@@ -477,6 +476,10 @@ protected:
     }
 
     ManagerState state() { return services().managerInterface.state(); }
+    void takeSocket()
+    {
+        EXPECT_TRUE(services().socketClaim.wait(services().pluginSocketPath, {}, [] {}));
+    }
 
     const std::string kBody = "weights";
     const std::string kDevice = "00010203-0405-0607-0809-0a0b0c0d0e0f";
@@ -490,9 +493,57 @@ protected:
     sdk::Ptr<DeviceAgent> m_agent;
 };
 
+// What the host is told, too. As long as another host has the socket no application may be started.
+TEST_F(CameraInService, TheApplicationRunsWhileItIsSwitchedOn)
+{
+    std::string told;
+    const auto passTells = [&]
+    {
+        EXPECT_EQ(PassEnd::complete, pass());
+        for (const std::string& patch : takeServerPatches())
+            told += patch.substr(patch.find("runtimeActive"));
+        return std::exchange(told, "");
+    };
+    const std::string active = R"(runtimeActive":true}}})";
+    const std::string inactive = R"(runtimeActive":false}}})";
+    EXPECT_EQ("", passTells());
+    EXPECT_EQ(ManagerState::Stopped, state());
+    takeSocket();
+    EXPECT_EQ(active, passTells());
+    EXPECT_EQ(ManagerState::Running, state());
+    setModels("2026-11-03T10:00:00");
+    EXPECT_EQ("", passTells());
+    EXPECT_EQ("", passTells());
+    EXPECT_EQ(1, logged("Settings change detected. Restarting runtime\n"));
+    for (const bool isOn : {false, true})
+    {
+        switchCamera(*m_agent, isOn ? "true" : "false");
+        EXPECT_EQ(isOn ? active : inactive, passTells());
+        EXPECT_EQ(isOn ? ManagerState::Running : ManagerState::Stopped, state());
+        EXPECT_EQ("", passTells());
+    }
+    EXPECT_EQ(3, logged("Orlix Manager started\n"));
+    EXPECT_EQ(2, logged("Orlix Manager stopped with exit code 0\n"));
+
+    // One that may not be started again.
+    ini().restartOrlixManagerOnCrash = false;
+    services().managerInterface.stop({});
+    m_folder.writeProgram(kBin + kManagerExecutable, "exit 7");
+    EXPECT_EQ(active, passTells());
+    std::string all;
+    EXPECT_TRUE(test::comesTrue(
+        [&]
+        {
+            all += passTells();
+            return logged("Orlix Manager crash detected. Not restarting.\n") == 3;
+        }));
+    EXPECT_EQ(inactive, all);
+}
+
 // Once: what cannot be had is the user's to ask for.
 TEST_F(CameraInService, FetchesWhatTheApplicationLacks)
 {
+    takeSocket();
     setModels("2026-11-03T10:00:00");
     EXPECT_EQ(PassEnd::complete, pass());
     for (const bool isThere : {true, false})
@@ -511,6 +562,7 @@ TEST_F(CameraInService, FetchesWhatTheApplicationLacks)
 
 TEST_F(CameraInService, GoesOnAsItWasWhileTheSettingsCannotBeWritten)
 {
+    takeSocket();
     setModels("2026-11-03T10:00:00");
     EXPECT_EQ(PassEnd::complete, pass());
     const int applied = logged("Parsing devices parameters:");
@@ -534,6 +586,7 @@ TEST_F(CameraInService, GoesOnAsItWasWhileTheSettingsCannotBeWritten)
 
 TEST_F(CameraInService, ARestartThatIsDueOutlivesAPassThatThrows)
 {
+    takeSocket();
     setModels("2026-11-03T10:00:00");
     EXPECT_EQ(PassEnd::complete, pass());
     ASSERT_EQ(ManagerState::Running, state());

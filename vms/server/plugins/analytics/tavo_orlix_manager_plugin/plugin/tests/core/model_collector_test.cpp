@@ -80,8 +80,9 @@ TEST_F(ModelCollection, WhatCannotBeUsedIsLeftOutWithAWord)
 {
     const std::string unfit = cachedDownload("application/x-other", false);
     const std::string list = collect(
-        R"([null,7,[],{},{"UUID":"u"},{"UUID":7,"Name":"n"},)"
-        R"({"UUID":"u3","Name":"None","Downloads":7},{"UUID":"u1","Name":"Unfit","Downloads":[)" +
+        R"([null,7,[],{},{"UUID":7,"Name":"n"},{"UUID":"u","Downloads":[)" +
+        cachedDownload(m_mimeType, false) +
+        R"(]},{"UUID":"u3","Name":"None","Downloads":7},{"UUID":"u1","Name":"Unfit","Downloads":[)" +
         unfit + "]}]");
     EXPECT_EQ("[]", list);
     EXPECT_TRUE(m_models.empty());

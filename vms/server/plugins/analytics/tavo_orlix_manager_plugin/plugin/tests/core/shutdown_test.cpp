@@ -1,5 +1,6 @@
 // The engine ends soon, whatever is under way; over real sockets, processes and threads.
 
+#include <atomic>
 #include <chrono>
 #include <future>
 #include <vector>
@@ -128,45 +129,24 @@ TEST_F(Shutdown, EndsARequestToTheCloud)
 
 TEST_F(Shutdown, AbandonsARequestThatTheHostHolds)
 {
-    struct Held
-    {
-        Mutex mutex;
-        bool begins GUARDED_BY(mutex) = false;
-        std::vector<FakeHost::Handler*> handlers GUARDED_BY(mutex);
-    };
     install();
-    const auto held = std::make_shared<Held>();
-    m_host->run = [held](const FakeHost::Request&, FakeHost::Handler* to)
+    std::promise<FakeHost::Handler*> held;
+    std::atomic<bool> holds{false};
+    m_host->run = [&](const FakeHost::Request&, FakeHost::Handler* to)
     {
-        const MutexLock lock(held->mutex);
-        if (!held->begins)
+        if (!holds.exchange(false))
             return FakeHost::reply(to, "H\r\n\r\n[]");
         to->addRef();
-        held->handlers.push_back(to);
-    };
-    const auto answer = [held]
-    {
-        const MutexLock lock(held->mutex);
-        for (FakeHost::Handler* const handler : std::exchange(held->handlers, {}))
-        {
-            FakeHost::reply(handler, "H\r\n\r\n[]");
-            handler->releaseRef();
-        }
+        held.set_value(to);
     };
     startLoop();
     m_agent.reset(); // which asks the host itself; the loop goes on
-    {
-        const MutexLock lock(held->mutex);
-        held->begins = true;
-    }
-    ASSERT_TRUE(comesTrue(
-        [held]
-        {
-            const MutexLock lock(held->mutex);
-            return !held->handlers.empty();
-        }));
+    holds = true;
+    FakeHost::Handler* const handler = held.get_future().get();
+    const auto answer = [handler] { FakeHost::reply(handler, "H\r\n\r\n[]"); };
     expectEndInTime(answer);
     answer(); // meets a living handler
+    handler->releaseRef();
 }
 
 // 6 seconds are the application's own, and it is not started again meanwhile.

@@ -91,9 +91,9 @@ TEST_F(InputMessageTest, SendsSettingsInTheirUnits)
     } kCases[] = {
         {{0.12f, 0.5f, 0.13f, 0.9f}, 12, "\x94\0\2\1\3"s, "\xce\x00\xb7\x1b\x00"s},
         {{-0.2f, -0.5f, -0.1f, 2.0f}, -5, "\x94\xff\xfe\0\6"s, "\0"s},
-        {{kInf, -kInf, std::nanf(""), 1.0f},
+        {{kInf, -kInf, std::nanf(""), 0x1p58f},
          std::numeric_limits<std::int64_t>::max(),
-         "\x94\xcf\x7f\xff\xff\xff\xff\xff\xff\xff\xd3\x80\0\0\0\0\0\0\0\0\3"s,
+         "\x94\xcf\x7f\xff\xff\xff\xff\xff\xff\xff\xd3\x80\0\0\0\0\0\0\0\0\xcf\x0c\0\0\0\0\0\0\0"s,
          "\xcf\xff\xff\xff\xff\xff\xff\xff\xff"s}};
     settings.masks = {{0.5f, 0.5f}};
     settings.dumpingEnabled = settings.loiteringEnabled = true;

@@ -219,23 +219,5 @@ TEST_F(ManagerProcessTest, FailsWithoutItsFiles)
     folder.write("orlix_manager/bin/end", "");
 }
 
-TEST_F(ManagerProcessTest, WritesThatFilesAreMissingOnceForManyTries)
-{
-    const std::string path = folder.path("log");
-    log_init(path, folder.path("main.log"), "", /*console*/ false, /*file*/ true, 1);
-    assignModel("m");
-    start();
-    start();
-    log_close();
-    const std::string written = folder.read("log");
-    for (const std::string text :
-         {"Starting Orlix", "Model file is missing", "Error! Model file m"})
-    {
-        const std::size_t first = written.find(text);
-        EXPECT_NE(std::string::npos, first) << text;
-        EXPECT_EQ(first, written.rfind(text)) << text;
-    }
-}
-
 } // namespace
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -1,6 +1,7 @@
 #include "inference/plugin_socket_claim.h"
 
 #include <atomic>
+#include <chrono>
 #include <new>
 #include <optional>
 #include <stop_token>
@@ -67,6 +68,7 @@ TEST_F(PluginSocketClaimTest, TheSecondWaitsAndTakesOverWhenTheFirstEnds)
 TEST_F(PluginSocketClaimTest, WhatIsThrownCostsOneTry)
 {
     PluginSocketClaim claim(m_board);
+    const auto begin = std::chrono::steady_clock::now();
     EXPECT_TRUE(claim.wait(
         m_socket, m_stop.get_token(),
         [this]
@@ -75,6 +77,7 @@ TEST_F(PluginSocketClaimTest, WhatIsThrownCostsOneTry)
                 throw std::bad_alloc();
         }));
     EXPECT_EQ(2, m_timesAlone);
+    EXPECT_GT(std::chrono::seconds(8), std::chrono::steady_clock::now() - begin);
     EXPECT_NE(std::string::npos, m_log.text().find("Error in listenerLoop: "));
 }
 

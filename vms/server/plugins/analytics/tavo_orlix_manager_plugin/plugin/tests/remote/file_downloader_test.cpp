@@ -37,15 +37,6 @@ protected:
             });
     }
 
-    static void serve(LoopbackHttpServer& server, const std::string& body)
-    {
-        server.handlers.Get(
-            "/file",
-            [body](const httplib::Request&, httplib::Response& response)
-            { response.set_content(body, "text/plain"); });
-        server.start();
-    }
-
     TemporaryFolder m_folder;
     MessageBoard m_board;
     test::CapturedLog m_log;
@@ -115,26 +106,13 @@ TEST_F(FileDownloader, AServerThatTricklesIsLeftAndSoIsItsFile)
 
 TEST_F(FileDownloader, AStopEndsItAndLeavesNoFile)
 {
-    std::stop_source stop;
-    m_server.handlers.Get(
-        "/file",
-        [stopped = stop.get_token()](const httplib::Request&, httplib::Response& response)
-        {
-            response.set_content_provider(
-                2, "text/plain",
-                [stopped](size_t offset, size_t, httplib::DataSink& sink)
-                {
-                    if (offset == 1)
-                        return test::comesTrue([&] { return stopped.stop_requested(); });
-                    return sink.write("x", 1);
-                });
-        });
+    m_server.trickle("/file");
     m_server.start();
+    std::stop_source stop;
     const std::jthread stopper(
         [&]
         {
-            EXPECT_TRUE(
-                boardShows("Downloading it (50%)\nPress 'Refresh' to see updated progress."));
+            EXPECT_TRUE(test::comesTrue([&] { return m_folder.has("file"); }));
             stop.request_stop();
         });
     EXPECT_FALSE(downloadFile(
@@ -148,7 +126,11 @@ TEST_F(FileDownloader, ACertificateIsCheckedWhereTheIniFileSaysSo)
 {
     const TestCertificate certificate;
     LoopbackHttpsServer server(certificate);
-    serve(server, "secret");
+    server.handlers.Get(
+        "/file",
+        [](const httplib::Request&, httplib::Response& response)
+        { response.set_content("secret", "text/plain"); });
+    server.start();
     const std::string bundle = certificate.caFile();
     const struct
     {

@@ -64,8 +64,8 @@ TEST(SettingsModel, TellsTheFirstLevelThatIsMissing)
         int cloud, manager, runtime;
         const char* banner;
     } kCases[] = {
-        {1, 4, 0, "checking whether this server is connected to the cloud"},
-        {4, 3, 5, "not connected to the cloud yet"},
+        {0, 4, 0, "checking whether this server is connected to the cloud"},
+        {2, 3, 5, "not connected to the cloud yet"},
         {5, 0, 0, "is still being initialised"},
         {5, 1, 0, "is currently being downloaded"},
         {5, 2, 0, "is currently being installed"},
