@@ -2,7 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include "base/deployment.h"
 #include "incompressible.h"
+#include "remote/file_helpers.h"
 #include "utils/tests/test_support.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
@@ -13,6 +15,8 @@ TEST_F(ManagerInstallationTest, installsOnceAndAgainAfterARemoval)
     m_folder.write("content/orlix_manager/VERSION", "4.6.1");
     writeManager("content");
     pack("content", "orlix_manager");
+    // Of an unpacking that a crash has ended.
+    m_folder.write("work/orlix_manager.unpacking/content/orlix_manager/left", "");
     ManagerInstallation installation(m_folder.path("work"));
     ASSERT_EQ(ManagerInstallState::notInstalled, installation.checkInstallation());
     m_meanwhile = [&]
@@ -21,6 +25,7 @@ TEST_F(ManagerInstallationTest, installsOnceAndAgainAfterARemoval)
     EXPECT_EQ(ManagerInstallState::installed, installation.managerInstallState());
     EXPECT_EQ("4.6.1", m_folder.read("work/orlix_manager/VERSION"));
     EXPECT_FALSE(m_folder.has("orlix_manager.tgz"));
+    EXPECT_FALSE(m_folder.has("work/orlix_manager/left"));
     EXPECT_EQ("", told());
 
     ManagerInstallation afterRestart(m_folder.path("work"));
@@ -36,6 +41,11 @@ TEST_F(ManagerInstallationTest, installsOnceAndAgainAfterARemoval)
         EXPECT_FALSE(m_folder.has(std::string("work/orlix_manager/") + gone)) << gone;
     EXPECT_TRUE(m_folder.has("work/orlix_manager/postprocessors/kept.json"));
     EXPECT_EQ(1, m_requests);
+
+    ini().OrlixManagerStorageURL = "";
+    EXPECT_EQ(
+        std::string(kDefaultStorageBase) + "/ORLIXManager/v4-6/" + fileNameOf(managerArchiveUrl()),
+        managerArchiveUrl());
 }
 
 TEST_F(ManagerInstallationTest, ofACutArchiveNothingCountsAndAnApplicationPutThereDoes)
