@@ -72,6 +72,8 @@ std::string resetRequestBody(
 void checkCloudConnection(
     std::atomic<int>& cloudConnectionState, const UtilityProviderPtr& provider)
 {
+    int neverChecked = kCloudNeverChecked;
+    cloudConnectionState.compare_exchange_strong(neverChecked, kCloudBeingChecked);
     if (!provider)
     {
         log_warning("", "Warning! Utility provider is null, cannot check cloud connection.\n");

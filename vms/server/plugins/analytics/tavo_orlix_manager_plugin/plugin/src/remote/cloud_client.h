@@ -17,6 +17,7 @@ namespace tavo::vms_server_plugins::analytics::orlix
 
 // Values of cloudConnectionState.
 inline constexpr int kCloudNeverChecked = 0;
+inline constexpr int kCloudBeingChecked = 1;
 inline constexpr int kCloudNotConnected = 2;
 inline constexpr int kCloudConnected = 5;
 

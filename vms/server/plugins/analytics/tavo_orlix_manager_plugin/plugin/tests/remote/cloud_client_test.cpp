@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <optional>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -67,6 +68,26 @@ private:
     std::string m_body;
     LoopbackHttpServer m_cloud;
 };
+
+TEST_F(CloudClient, IsConnectedWithATokenAndStaysAsItIsWithoutAHost)
+{
+    std::atomic<int> state{kCloudNeverChecked};
+    checkCloudConnection(state, {});
+    EXPECT_EQ(kCloudBeingChecked, state);
+    for (const std::optional<std::string>& token :
+         {std::optional<std::string>(), std::optional<std::string>("")})
+    {
+        m_host->setToken(token);
+        state = kCloudNeverChecked;
+        checkCloudConnection(state, m_host);
+        EXPECT_EQ(kCloudNotConnected, state);
+    }
+    checkCloudConnection(state, {});
+    EXPECT_EQ(kCloudNotConnected, state);
+    m_host->setToken("token");
+    checkCloudConnection(state, m_host);
+    EXPECT_EQ(kCloudConnected, state);
+}
 
 TEST_F(CloudClient, PipelinesBecomeOptionsWithTheirPatch)
 {

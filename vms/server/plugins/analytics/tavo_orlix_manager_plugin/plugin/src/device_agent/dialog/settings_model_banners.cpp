@@ -18,7 +18,7 @@ void addTroubleshootingLink(ItemList& items)
 
 const char* cloudText(int connectionState)
 {
-    if (connectionState == kCloudNeverChecked)
+    if (connectionState == kCloudNeverChecked || connectionState == kCloudBeingChecked)
         return "The ORLIX Plugin is checking whether this server is connected to the cloud. Please wait a moment and click the 'Refresh' button.";
     return "This server is not connected to the cloud yet. Connect your site to the cloud in the site administration, then wait a moment and click the 'Refresh' button.";
 }
