@@ -92,33 +92,28 @@ TEST_F(FileDownloader, WhatIsNotThereLeavesNoFile)
     EXPECT_FALSE(m_folder.has("file"));
 }
 
-TEST_F(FileDownloader, AServerThatTricklesIsLeftAndSoIsItsFile)
-{
-    m_server.trickle("/file");
-    m_server.start();
-    const TransferFloor floor{1024, std::chrono::milliseconds(100)};
-    EXPECT_FALSE(downloadFile(
-        m_server.url("/file"), m_folder.path("file"), m_board, "KEY", "Downloading it", floor));
-    EXPECT_FALSE(m_folder.has("file"));
-    EXPECT_THAT(m_board.snapshot(), IsEmpty());
-    EXPECT_TRUE(test::comesTrue([&] { return m_server.isLeft.load(); }));
-}
-
-TEST_F(FileDownloader, AStopEndsItAndLeavesNoFile)
+TEST_F(FileDownloader, AServerThatTricklesIsLeftAndSoIsEveryOneAtAStop)
 {
     m_server.trickle("/file");
     m_server.start();
     std::stop_source stop;
+    const auto expectGivenUp = [&](const TransferFloor& floor)
+    {
+        EXPECT_FALSE(downloadFile(
+            m_server.url("/file"), m_folder.path("file"), m_board, "KEY", "Downloading it", floor,
+            stop.get_token()));
+        EXPECT_FALSE(m_folder.has("file"));
+        EXPECT_THAT(m_board.snapshot(), IsEmpty());
+        EXPECT_TRUE(test::comesTrue([&] { return m_server.isLeft.load(); }));
+    };
+    expectGivenUp({1024, std::chrono::milliseconds(100)});
     const std::jthread stopper(
         [&]
         {
             EXPECT_TRUE(test::comesTrue([&] { return m_folder.has("file"); }));
             stop.request_stop();
         });
-    EXPECT_FALSE(downloadFile(
-        m_server.url("/file"), m_folder.path("file"), m_board, "KEY", "Downloading it", {},
-        stop.get_token()));
-    EXPECT_FALSE(m_folder.has("file"));
+    expectGivenUp({});
     EXPECT_THAT(m_log.text(), HasSubstr("This server is shutting down."));
 }
 
