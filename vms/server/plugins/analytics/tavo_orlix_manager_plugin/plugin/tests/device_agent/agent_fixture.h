@@ -46,15 +46,18 @@ public:
         if (const auto objects = sdk::interfaceCast<sdk::analytics::IObjectMetadataPacket>(owned))
         {
             m_packets.emplace_back("objects", packet->timestampUs());
+            EXPECT_EQ(1, packet->durationUs());
             for (int i = 0; i < objects->count(); ++i)
                 keep(*sdk::Ptr<const sdk::analytics::IObjectMetadata>(objects->at(i)));
         }
         if (const auto events = sdk::interfaceCast<sdk::analytics::IEventMetadataPacket>(owned))
         {
             m_packets.emplace_back("events", packet->timestampUs());
+            EXPECT_EQ(1'000'000, packet->durationUs());
             for (int i = 0; i < events->count(); ++i)
             {
                 const sdk::Ptr<const sdk::analytics::IEventMetadata> event(events->at(i));
+                EXPECT_TRUE(event->isActive());
                 m_events.push_back(
                     std::string(event->typeId()) + "|" + event->caption() + "|" +
                     event->description());

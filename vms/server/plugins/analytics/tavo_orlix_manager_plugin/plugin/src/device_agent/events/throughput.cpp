@@ -10,14 +10,12 @@ namespace
 
 static_assert(std::numeric_limits<float>::is_iec559, "a sum of 0 gives an infinite frame rate");
 
-// What lies beyond the integer's range becomes its nearest end.
+// Of no negative value; what lies beyond the integer's range becomes its end.
 std::int32_t truncated(float value)
 {
     constexpr float kEnd = 2147483648.0f; // 2^31
     if (!(value < kEnd))
         return std::numeric_limits<std::int32_t>::max();
-    if (value < -kEnd)
-        return std::numeric_limits<std::int32_t>::min();
     return static_cast<std::int32_t>(value);
 }
 

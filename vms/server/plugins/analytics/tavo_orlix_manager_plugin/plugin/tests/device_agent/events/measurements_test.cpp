@@ -35,8 +35,9 @@ TEST(FrameClock, TheSmallestTimestampMakesRoom)
 
 TEST(Throughput, EmptySlotsCount)
 {
-    // Ten results a second, and one: their sum is too large for a float to hold every number.
-    for (const std::uint64_t intervalUs : {100'000u, 1'000'000u})
+    // Ten results a second; one: their sum is too large for a float to hold every number; and each
+    // too large for the sum.
+    for (const std::uint64_t intervalUs : {100'000u, 1'000'000u, 3'000'000'000u})
     {
         SCOPED_TRACE(intervalUs);
         Throughput throughput;
@@ -47,10 +48,10 @@ TEST(Throughput, EmptySlotsCount)
             nowUs += intervalUs;
             const auto figures = throughput.note(nowUs, nowUs - 30'000); // 30 ms on its way
             ASSERT_TRUE(figures);
-            const int filled = std::min(i, 100);
-            EXPECT_FLOAT_EQ(
-                1e8f / (static_cast<float>(intervalUs) * static_cast<float>(filled)), figures->fps);
-            EXPECT_EQ(300 * filled, figures->latencyUs);
+            const unsigned filled = std::min(i, 100);
+            const std::uint64_t sumUs = std::min<std::uint64_t>(intervalUs * filled, 2'147'483'647);
+            EXPECT_FLOAT_EQ(1e8f / static_cast<float>(sumUs), figures->fps);
+            EXPECT_EQ(300 * filled, static_cast<unsigned>(figures->latencyUs));
         }
     }
 }

@@ -46,11 +46,12 @@ TEST(SettingValues, DumpingNeedsBothSettingsAndItsProcessorAndTimesNumbers)
     const SettingValues both = {
         {"dumpingDetectionObjectType", "bag"}, {"dumpingDetectionTimeThreshold", "15"}};
     EXPECT_TRUE(applied(both, {"x", "Illegal Dumping"}).dumpingEnabled);
-    EXPECT_FALSE(applied(both, {"LoiteringDetection"}).dumpingEnabled);
+    const DeviceSettings loitering = applied(both, {"LoiteringDetection"});
+    EXPECT_TRUE(loitering.loiteringEnabled && !loitering.dumpingEnabled);
+    EXPECT_FALSE(applied(both).loiteringEnabled);
     for (const auto& present : both)
         EXPECT_FALSE(applied({present}, {"Illegal Dumping"}).dumpingEnabled) << present.first;
 
-    EXPECT_THROW(applied({{"loiterDetectionTimeThreshold", "soon"}}), std::invalid_argument);
     EXPECT_THROW(
         applied({{"dumpingDetectionTimeThreshold", "99999999999999999999"}}),
         std::invalid_argument);
@@ -80,6 +81,8 @@ TEST(SettingValues, WhatIsGoneResetsItsField)
     EXPECT_EQ(77, settings.loiterTimeThreshold);
     EXPECT_EQ(15, settings.dumpingTimeThreshold);
     EXPECT_EQ("bag", settings.dumpingObjectType);
+    EXPECT_EQ("dog", settings.loiterObjectClass);
+    EXPECT_EQ("exclusive", settings.maskType);
     EXPECT_THAT(settings.externalProcessorSettings, ElementsAre(Pair("externalprocessor.a", "1")));
 
     applySettingValues({}, settings);
