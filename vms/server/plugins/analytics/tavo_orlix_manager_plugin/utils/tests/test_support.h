@@ -27,14 +27,29 @@ inline std::string uniqueName(const std::string& purpose)
         std::to_string(counter++);
 }
 
-// The log as the code under test writes it, at the highest verbosity.
+// The log as the code under test writes it. Below the highest verbosity, which is the default, it is
+// whole when it has been closed.
 class CapturedLog
 {
 public:
-    CapturedLog() { log_init(m_path, m_folder.path("main.log"), "", false, true, 2); }
-    ~CapturedLog() { log_close(); }
+    explicit CapturedLog(int verbosity = 2)
+    {
+        log_init(m_path, m_folder.path("main.log"), "", false, true, verbosity);
+    }
+    ~CapturedLog()
+    {
+        log_close();
+        told() += text();
+    }
     CapturedLog(const CapturedLog&) = delete;
     CapturedLog& operator=(const CapturedLog&) = delete;
+
+    // What those that are gone have captured.
+    static std::string& told()
+    {
+        static std::string all;
+        return all;
+    }
 
     // The texts of all lines so far, without their heads. A line of a text that has several has
     // none.

@@ -130,7 +130,12 @@ protected:
         };
     }
 
-    ~HostAndCloudTest() override { ini().restartOrlixManagerOnCrash = true; }
+    ~HostAndCloudTest() override
+    {
+        ini().restartOrlixManagerOnCrash = true;
+        test::CapturedLog::told() +=
+            test_support::contentOf(m_folder.path(kWorking + "orlix_plugin_start.log"));
+    }
 
     [[nodiscard]] int logged(const std::string& line) const
     {
