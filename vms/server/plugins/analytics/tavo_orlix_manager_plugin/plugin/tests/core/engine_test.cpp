@@ -71,6 +71,33 @@ TEST_F(EngineTest, AnAgentThatCannotBeMadeLeavesItsIndex)
     EXPECT_EQ(1, logged("Destroying Device Agent 0\n")) << "nobody has its index";
 }
 
+TEST_F(EngineTest, AtLevelOneWhatComesWithEachResultIsWrittenOnceAMinute)
+{
+    ini().logVerbosityLevel = 1;
+    m_host->setToken("");
+    constexpr int kResults = 20;
+    const std::string kIds[] = {
+        "00000000-0000-0000-0000-000000000001", "00000000-0000-0000-0000-000000000002"};
+    sdk::Ptr<sdk::analytics::IDeviceAgent> agents[2];
+    const auto handler = sdk::makePtr<PacketCounter>();
+    for (int i = 0; i < 2; ++i)
+    {
+        agents[i] = obtainAgent(kIds[i]);
+        agents[i]->setHandler(handler.get());
+    }
+    for (int i = 0; i < kResults; ++i)
+        sendResult(
+            {{protocol::key::kInputIndex, test::number(static_cast<std::uint64_t>(i % 2))},
+             {protocol::key::kTimestamp, test::number(1)}});
+    EXPECT_TRUE(test::comesTrue([&] { return handler->count == kResults; }));
+    for (auto& agent : agents)
+        agent.reset();
+    m_engine.reset(); // which closes the log
+    EXPECT_EQ(1, logged("Receiving on connection...\n"));
+    for (const std::string& id : kIds)
+        EXPECT_EQ(1, logged("Device " + id + " average FPS: "));
+}
+
 TEST_F(EngineTest, TellsWhatIsWrongInTheIniFile)
 {
     ini().problems = {{"", "line 3\nis none"}, {"number", "needs one"}};

@@ -367,4 +367,32 @@ TEST_F(Frames, OfManyCamerasShareASlowApplication)
     EXPECT_GE(kRounds + 1, most) << testing::PrintToString(shares);
 }
 
+TEST_F(Frames, GoOnWhileResultsSettingsAndPipelinesChange)
+{
+    processParameters(kPipelines);
+    std::atomic<bool> stop{false};
+    std::vector<std::jthread> others;
+    for (const std::function<void()>& action :
+         std::initializer_list<std::function<void()>>{
+             [&]() {
+                 handleResult({{"Timestamp", number(5)}, {"Scores", map({})}});
+             },
+             [&]() { setCropBox("[[0, 0], [0.5, 1]]"); }, [&]() { processParameters(kPipelines); },
+             [&]() { readAnswer(agent->pluginSideSettings().value); }})
+    {
+        others.emplace_back(
+            [&stop, action]()
+            {
+                // With one of them there all the time, no frame would have the lock.
+                for (; !stop; std::this_thread::sleep_for(std::chrono::milliseconds(1)))
+                    action();
+            });
+    }
+    for (int i = 0; i < 50; ++i)
+        EXPECT_EQ("", push());
+    stop = true;
+    others.clear();
+    EXPECT_EQ(50u, inputs(50));
+}
+
 } // namespace tavo::vms_server_plugins::analytics::orlix

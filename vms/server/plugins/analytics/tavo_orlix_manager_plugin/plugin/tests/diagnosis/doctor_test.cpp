@@ -172,6 +172,7 @@ TEST_F(Doctor, TellsTheWorstByItsExitCodeAndAsJson)
     const JsonDocument document = parseJson(std::string_view(result.output).substr(begin));
     ASSERT_TRUE(document) << result.output;
     EXPECT_EQ("bad", jsonText(jsonMember(yyjson_doc_get_root(document.get()), "verdict")));
+    EXPECT_THAT(result.output, HasSubstr(R"("verdict":"bad","wayOut":")"));
     EXPECT_EQ(3, run("--nonsense").exitCode);
     EXPECT_EQ(0, run("--help").exitCode);
     EXPECT_EQ(3, run("--bundle " + m_folder.path("none/x.tar.gz")).exitCode);

@@ -204,7 +204,8 @@ TEST_F(ManagerProcessTest, FailsWithoutItsFiles)
     start();
     EXPECT_NE(
         std::string::npos, onBoard(board_key::kCouldNotStart).find("file missing for Net (m)."));
-    EXPECT_EQ(ManagerState::Failed, manager.state());
+    EXPECT_EQ(ManagerState::Failed, check());
+    EXPECT_EQ(1u, manager.startCount());
     EXPECT_TRUE(manager.lacksFiles());
     models.clear();
     start();
@@ -217,6 +218,24 @@ TEST_F(ManagerProcessTest, FailsWithoutItsFiles)
     EXPECT_EQ("", onBoard(board_key::kCouldNotStart));
     EXPECT_EQ(ManagerState::Running, manager.state());
     folder.write("orlix_manager/bin/end", "");
+}
+
+TEST_F(ManagerProcessTest, WritesThatFilesAreMissingOnceForManyTries)
+{
+    const std::string path = folder.path("log");
+    log_init(path, folder.path("main.log"), "", /*console*/ false, /*file*/ true, 1);
+    assignModel("m");
+    start();
+    start();
+    log_close();
+    const std::string written = folder.read("log");
+    for (const std::string text :
+         {"Starting Orlix", "Model file is missing", "Error! Model file m"})
+    {
+        const std::size_t first = written.find(text);
+        EXPECT_NE(std::string::npos, first) << text;
+        EXPECT_EQ(first, written.rfind(text)) << text;
+    }
 }
 
 } // namespace

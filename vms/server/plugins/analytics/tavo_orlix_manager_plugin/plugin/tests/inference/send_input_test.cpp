@@ -191,5 +191,35 @@ TEST_F(SendInputTest, ANewRunMeansNewSegments)
     EXPECT_EQ(joined(message), segment->content());
 }
 
+TEST_F(SendInputTest, ClosingMeetsWriting)
+{
+    AttachedSegments segments;
+    CopyChoice copyChoice;
+    const Segment segment(room());
+    std::atomic<int> running{3};
+    std::vector<std::thread> writers;
+    for (int i = 0; i < 3; ++i)
+    {
+        writers.emplace_back(
+            [&]()
+            {
+                for (int round = 0; round < 200; ++round)
+                {
+                    const auto attached = segments.find(segment.name());
+                    EXPECT_TRUE(attached && attached->write(message, copyChoice));
+                }
+                --running;
+            });
+    }
+    while (running > 0)
+    {
+        static_cast<void>(segments.close(segment.name()));
+        segments.endRun();
+    }
+    for (auto& writer : writers)
+        writer.join();
+    EXPECT_EQ(joined(message), segment.content());
+}
+
 } // namespace
 } // namespace tavo::vms_server_plugins::analytics::orlix
