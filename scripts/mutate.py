@@ -325,6 +325,7 @@ class Tests:
 
         def look(name):
             with tempfile.TemporaryDirectory(prefix="reach") as notes:
+                os.chmod(notes, 0o777)  # for tests that become another user
                 begun = time.monotonic()
                 if not self.passes(name, 300, TAVO_MUTANT_NOTES=notes):
                     failing.append(name)

@@ -1,5 +1,7 @@
 #include "utils/command.h"
 
+#include <utility>
+
 namespace tavo::vms_server_plugins::analytics::orlix
 {
 
@@ -24,8 +26,7 @@ std::vector<std::string> splitCommandLine(std::string_view commandLine)
         }
         else if (isInWord)
         {
-            words.push_back(std::move(word));
-            word.clear();
+            words.push_back(std::exchange(word, {}));
             isInWord = false;
         }
     }

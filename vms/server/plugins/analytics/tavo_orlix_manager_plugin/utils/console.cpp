@@ -10,9 +10,13 @@ namespace tavo::vms_server_plugins::analytics::orlix
 void console_write(ConsoleStream stream, std::string_view text)
 {
     const int error = errno;
-    std::size_t count = 1;
-    for (; !text.empty() && count > 0; text.remove_prefix(count))
-        count = console_write_some(stream, text);
+    while (!text.empty())
+    {
+        const std::size_t count = console_write_some(stream, text);
+        if (count == 0)
+            break;
+        text.remove_prefix(count);
+    }
     errno = error;
 }
 

@@ -58,8 +58,6 @@ void SharedCopy::finish()
     if (!m_streaming)
         return;
     std::memcpy(m_target, m_line, m_staged);
-    m_target += m_staged;
-    m_staged = 0;
     m_streaming = false;
     end_stream();
 }

@@ -1,10 +1,12 @@
 #include "utils/log.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <limits>
 #include <memory>
 #include <new>
 #include <optional>
@@ -32,7 +34,8 @@ std::atomic<int> logVerbosity{1};
 std::atomic<bool> logToConsole{false};
 std::atomic<bool> logToFile{true};
 
-std::atomic<std::uint64_t> lastTimeUs{0}; // of the previous line; approximate under load
+// Of the previous line; approximate under load.
+std::atomic<std::uint64_t> lastTimeUs{std::numeric_limits<std::uint64_t>::max()};
 
 struct LineTime
 {
@@ -44,7 +47,7 @@ LineTime nextLineTime()
 {
     const std::uint64_t now = time_now_us();
     const std::uint64_t last = lastTimeUs.exchange(now, std::memory_order_relaxed);
-    return {now / 1000, last != 0 && now > last ? now - last : 0};
+    return {now / 1000, now - std::min(last, now)};
 }
 
 // A text of whatever length that needs no memory as long as it is short; cut where there is none.
@@ -163,8 +166,6 @@ void LogFiles::close()
 {
     const MutexLock lock(m_mutex);
     closeStreams();
-    m_startFinished = true;
-    m_bytes = 0;
     m_isOpen = false;
     // Nothing is left to be freed when the library is unloaded.
     for (std::string* const text : {&m_prefix, &m_startPath, &m_mainPath, &m_oldPath})
@@ -431,7 +432,7 @@ std::string log_format_alloc(std::size_t firstSize, const char* format, ...)
     const int needed = std::vsnprintf(text.data(), text.size(), format, copy);
     va_end(copy);
     const std::size_t length = needed < 0 ? 0 : static_cast<std::size_t>(needed);
-    const bool tooSmall = needed >= 0 && length >= firstSize;
+    const bool tooSmall = length >= firstSize;
     text.resize(tooSmall ? length + 1 : length);
     if (tooSmall)
     {

@@ -13,7 +13,7 @@ namespace
 std::uint64_t kindOf(const char* format, std::string_view subject)
 {
     const std::uint64_t hash = std::hash<std::string_view>()(subject);
-    return (hash * 31 + std::hash<const void*>()(format)) | 1; // 0 is a free place
+    return (hash ^ std::hash<const void*>()(format)) | 1; // 0 is a free place
 }
 
 } // namespace
@@ -25,9 +25,7 @@ std::optional<std::uint64_t> LogRepetitions::pass(
     const auto known = std::find(m_kinds.begin(), m_kinds.end(), kind);
     if (known == m_kinds.end())
     {
-        const auto oldest = std::min_element(
-            m_entries.begin(), m_entries.end(),
-            [](const Entry& a, const Entry& b) { return a.lastAt < b.lastAt; });
+        const auto oldest = std::ranges::min_element(m_entries, {}, &Entry::lastAt);
         m_kinds[static_cast<std::size_t>(oldest - m_entries.begin())] = kind;
         *oldest = {now, 0};
         return 0;

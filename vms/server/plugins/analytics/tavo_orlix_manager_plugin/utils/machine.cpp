@@ -39,7 +39,7 @@ std::array<std::uint32_t, 4> machine_cpuid(std::uint32_t leaf, std::uint32_t sub
 {
     std::array<std::uint32_t, 4> registers = {};
 #if defined(__x86_64__) || defined(__i386__)
-    __cpuid_count(leaf, subLeaf, registers[0], registers[1], registers[2], registers[3]);
+    __get_cpuid_count(leaf, subLeaf, &registers[0], &registers[1], &registers[2], &registers[3]);
 #else
     static_cast<void>(leaf);
     static_cast<void>(subLeaf);
@@ -49,8 +49,7 @@ std::array<std::uint32_t, 4> machine_cpuid(std::uint32_t leaf, std::uint32_t sub
 
 bool machine_has_avx2()
 {
-    const std::uint32_t highestLeaf = machine_cpuid(0, 0)[0];
-    return highestLeaf >= kFeatureLeaf && (machine_cpuid(kFeatureLeaf, 0)[1] & kAvx2Bit) != 0;
+    return (machine_cpuid(kFeatureLeaf, 0)[1] & kAvx2Bit) != 0;
 }
 
 std::vector<std::string> list_files(const std::string& folder)

@@ -31,7 +31,7 @@ enum class ProcessorKind : std::uint16_t
 
 [[nodiscard]] ProcessorKind machine_processor_kind();
 
-// EAX, EBX, ECX, EDX of a CPUID leaf; zeros on a processor that has no such instruction.
+// EAX, EBX, ECX, EDX of a CPUID leaf; zeros on a processor that has no such leaf.
 [[nodiscard]] std::array<std::uint32_t, 4> machine_cpuid(std::uint32_t leaf, std::uint32_t subLeaf);
 
 // The processor's answer; whether the system lets programs use it is not asked.

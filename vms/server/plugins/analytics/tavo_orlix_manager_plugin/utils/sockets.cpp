@@ -106,7 +106,7 @@ void receiveMessage(const Source& source, ReceiveBuffer& buffer, MessagePlace pl
     buffer.setAnnouncedSize(size);
     if (size == 0)
         return;
-    if ((size > buffer.capacity() || !buffer.data()) && !buffer.grow(size))
+    if (size > buffer.capacity() && !buffer.grow(size))
     {
         print_out(
             "Error: Could not allocate buffer with length: %d. Ignoring message.\n",

@@ -1,6 +1,5 @@
 #include "utils/posix/keeper_file.h"
 
-#include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
 #include <span>
@@ -21,10 +20,9 @@ bool writeAll(int descriptor, std::span<const unsigned char> bytes)
     while (!bytes.empty())
     {
         const ssize_t count = write(descriptor, bytes.data(), bytes.size());
-        if (count < 0 && errno != EINTR)
+        if (count < 0)
             return false;
-        if (count > 0)
-            bytes = bytes.subspan(static_cast<std::size_t>(count));
+        bytes = bytes.subspan(static_cast<std::size_t>(count));
     }
     return true;
 }
@@ -37,7 +35,7 @@ UniqueDescriptor keeperInMemory()
     constexpr unsigned kToBeRun = 0x10; // known to newer systems, which may ask for it
 #endif
     UniqueDescriptor file(memfd_create("orlix_keeper", MFD_CLOEXEC | kToBeRun));
-    if (!file && errno == EINVAL)
+    if (!file)
         file.reset(memfd_create("orlix_keeper", MFD_CLOEXEC));
     if (!file || !writeAll(file.get(), kKeeperImage))
         return {};

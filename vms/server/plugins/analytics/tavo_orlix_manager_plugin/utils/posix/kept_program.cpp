@@ -104,16 +104,17 @@ bool receive(int socket, KeeperMessage& message)
 
 constexpr char kStart = kKeeperStart;
 constexpr char kKill = kKeeperKill;
+constexpr int kNoDescriptor = -1;
 
 // A request goes whole or not at all. The keeper has no more than a few of them waiting.
-bool ask(int socket, std::string_view request, int descriptor = -1)
+bool ask(int socket, std::string_view request, int descriptor = kNoDescriptor)
 {
     iovec part{const_cast<char*>(request.data()), request.size()};
     alignas(cmsghdr) char control[CMSG_SPACE(sizeof descriptor)] = {};
     msghdr message = {};
     message.msg_iov = &part;
     message.msg_iovlen = 1;
-    if (descriptor >= 0)
+    if (descriptor != kNoDescriptor)
     {
         message.msg_control = control;
         message.msg_controllen = sizeof control;
@@ -128,12 +129,10 @@ bool ask(int socket, std::string_view request, int descriptor = -1)
     {
         if (sendmsg(socket, &message, MSG_NOSIGNAL | MSG_DONTWAIT) >= 0)
             return true;
-        const bool isFull = errno == EAGAIN;
-        if ((!isFull && errno != EINTR) || deadline.hasPassed())
+        if (errno != EAGAIN || deadline.hasPassed())
             return false;
         pollfd polled{socket, POLLOUT, 0};
-        if (isFull)
-            poll(&polled, 1, deadline.remainingMs());
+        poll(&polled, 1, deadline.remainingMs());
     }
 }
 

@@ -81,7 +81,7 @@ std::unique_ptr<ProcessJob, ProcessJobCloser> process_make_job(
     KeptProgram program = KeptProgram::prepare(arguments, output, errors, failure);
     if (failure.stage != StartFailure::none)
         return nullptr;
-    if (errorPipe && readEnd)
+    if (readEnd)
         *errorPipe = PipeEnd(readEnd.release());
     return std::unique_ptr<ProcessJob, ProcessJobCloser>(new KeeperJob(std::move(program)));
 }

@@ -163,13 +163,7 @@ bool ShmCalls::endWrite(ShmView& view)
     if (mmap(
             view.m_address, view.m_length, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED,
             descriptorOf(view.m_handle), 0) == MAP_FAILED)
-    {
-        munmap(view.m_address, view.m_length);
-        close(descriptorOf(view.m_handle));
-        view.m_address = nullptr;
-        view.m_length = 0;
-        view.m_handle = kNoShm;
-    }
+        view = {};
     return false;
 }
 

@@ -55,6 +55,8 @@ TEST_F(LogTest, aLineHasItsHead)
     EXPECT_GE(number(3), std::chrono::milliseconds(15));
     EXPECT_LE(number(3), end - begin);
     EXPECT_EQ("", contentOf(m_mainPath));
+    for (const std::string& path : {m_startPath, m_mainPath}) // for all to read
+        EXPECT_EQ(std::filesystem::perms(0666), std::filesystem::status(path).permissions());
 }
 
 // Start log until the limit is reached, main log until it is passed, then main log and ".old".

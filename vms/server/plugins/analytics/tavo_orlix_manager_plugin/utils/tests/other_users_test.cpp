@@ -43,6 +43,24 @@ TEST(OtherUsersTest, aNodeIsPrintedWithItsNesting)
         "{\n\"a\":   [\n  true,\n  -1,\n  2,\n  1.500000,\n  \"b\",\n"
         "  {\n    \"c\": {\n      },\n    },\n  ],\n}",
         testing::internal::GetCapturedStdout());
+    const struct
+    {
+        std::string bytes;
+        std::string end;
+    } cases[] = {
+        {"\xc4\x02xy", "< binary data, size 2 >\n"},
+        {"\xc0", "Warning! Unknown mpack type: 1\n"},
+        {std::string(kMaxTreeDepth + 1, '\x91') + "\x01", "...,\n"},
+    };
+    for (const auto& c : cases)
+    {
+        MessageTree message;
+        ASSERT_EQ(mpack_ok, message.parse(c.bytes));
+        testing::internal::CaptureStdout();
+        mpack_node_dump(message.root());
+        const std::string told = testing::internal::GetCapturedStdout();
+        EXPECT_NE(std::string::npos, told.find(c.end)) << told;
+    }
 }
 
 } // namespace

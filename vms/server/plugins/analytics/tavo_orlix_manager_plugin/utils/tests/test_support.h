@@ -27,8 +27,8 @@ inline std::string uniqueName(const std::string& purpose)
         std::to_string(counter++);
 }
 
-// The log as the code under test writes it. Below the highest verbosity, which is the default, it is
-// whole when it has been closed.
+// The log as the code under test writes it. Below the highest verbosity, which is the default, it
+// is whole when it has been closed.
 class CapturedLog
 {
 public:

@@ -61,12 +61,16 @@ void setHandler(void (*handler)(int, siginfo_t*, void*), struct sigaction* forme
     struct sigaction action = {};
     action.sa_sigaction = handler;
     action.sa_flags = SA_SIGINFO;
+    sigaddset(&action.sa_mask, SIGUSR1);
     sigaction(SIGBUS, &action, former);
 }
 
 void handlerOfTheHost(int, siginfo_t* info, void*)
 {
-    std::_Exit(info->si_code == BUS_ADRERR ? kOfTheHost : EXIT_FAILURE);
+    sigset_t mask;
+    const bool isMasked =
+        pthread_sigmask(SIG_BLOCK, nullptr, &mask) == 0 && sigismember(&mask, SIGUSR1) == 1;
+    std::_Exit(info->si_code == BUS_ADRERR && isMasked ? kOfTheHost : EXIT_FAILURE);
 }
 
 struct sigaction g_formerOfTheHost;
@@ -103,6 +107,19 @@ TEST(BusErrorGuardTest, eachSignalFindsTheActionThatItWouldHaveFoundWithoutIt)
          {
              setHandler(handlerOfTheHost);
              fault(segment);
+         },
+         handled},
+        {"what only reads leaves the host's alone",
+         [](auto& segment)
+         {
+             shm_create_named(segment, uniqueName("shm"), 1, kSize);
+             shm_remove(segment);
+             setHandler(handlerOfTheHost);
+             struct sigaction found = {};
+             const std::size_t size = shm_size(segment);
+             sigaction(SIGBUS, nullptr, &found);
+             std::_Exit(
+                 size > 0 && found.sa_sigaction == handlerOfTheHost ? kOfTheHost : EXIT_FAILURE);
          },
          handled},
         {"signals that are sent, ignored and then by default",

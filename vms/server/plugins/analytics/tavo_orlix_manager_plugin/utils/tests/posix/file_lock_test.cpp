@@ -5,6 +5,7 @@
 
 #include "../test_support.h"
 #include "forked_process.h"
+#include "utils/place.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix::test
 {
@@ -22,14 +23,16 @@ TEST(FileLockTest, itEndsWithAHolderThatIsKilled)
         {
             static FileLock lock;
             if (lock.take(path) == Outcome::taken)
-                folder.write("taken", "");
+                folder.write("taken", std::to_string(getpid()));
         });
-    ASSERT_TRUE(comesTrue([&] { return folder.has("taken"); }));
+    ASSERT_TRUE(comesTrue([&] { return !contentOf(folder.path("taken")).empty(); }));
     struct stat status = {};
     ASSERT_EQ(0, stat(path.c_str(), &status));
     EXPECT_EQ(0600u, status.st_mode & 0777u);
     FileLock lock;
     EXPECT_EQ(Outcome::heldByAnother, lock.take(path));
+    EXPECT_EQ(", process " + contentOf(folder.path("taken")), fileLockHolder(path));
+    EXPECT_EQ("", fileLockHolder(folder.path("taken")));
     holder.end(SIGKILL);
     EXPECT_EQ(Outcome::taken, lock.take(path)); // the file that is left is no lock
 }

@@ -112,6 +112,7 @@ TEST(PosixProcessTest, lastWordsAreKeptHoweverManyCameBefore)
 void writeGuarded(const ProcessRecord& record, const std::string& path)
 {
     const FileStream file(file_open_private(path.c_str()));
+    EXPECT_FALSE(test_support::isInherited(fileno(file.get())));
     process_delete_at_end(record, path, file.get());
     std::fputs("secret", file.get());
 }

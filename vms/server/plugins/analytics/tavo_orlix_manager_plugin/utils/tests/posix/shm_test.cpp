@@ -79,6 +79,7 @@ TEST(ShmTest, holesAreBackedBeforeTheyAreTouched)
         EXPECT_TRUE(shm_write_end(view));
         struct stat status = {};
         ASSERT_EQ(0, fstat(descriptor, &status));
+        EXPECT_EQ(0600u, status.st_mode & 0777u);
         EXPECT_GE(static_cast<std::size_t>(status.st_blocks) * 512, kSize + c.allocated);
     }
 }

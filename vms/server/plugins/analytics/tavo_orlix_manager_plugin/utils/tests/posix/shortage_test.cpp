@@ -79,6 +79,19 @@ TEST(ShortageTest, ofDescriptorsFailsTheOperationAloneWithAWordAndLeavesNone)
         EXPECT_LT(0, failures);
         EXPECT_EQ(before, test_support::openHandles());
     }
+    // A connection that cannot be taken is not asked for again at once.
+    const SocketHandle client = socket_connect(path);
+    ReceiveBuffer buffer;
+    rlimit former = {};
+    ASSERT_EQ(0, getrlimit(RLIMIT_NOFILE, &former));
+    const rlimit none{1, former.rlim_max};
+    const auto begin = std::chrono::steady_clock::now();
+    ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &none));
+    EXPECT_EQ(kInvalidSocket, socket_accept_message(listening, buffer));
+    EXPECT_EQ(EMFILE, errno);
+    ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &former));
+    EXPECT_LE(std::chrono::milliseconds(500), std::chrono::steady_clock::now() - begin);
+    socket_close(client);
     socket_close(listening);
     socket_unlink(path);
     shm_close(segment);
