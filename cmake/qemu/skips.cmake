@@ -10,8 +10,7 @@ set(TAVO_SKIPS
     "failing_calls.frame|its many starts of the application take minutes under qemu"
     "failing_calls.settings|its many starts of the application take minutes under qemu"
     "failing_calls.crash|its many starts of the application take minutes under qemu"
-    "CopyChoiceTest.settlesOnTheQuickerWayAndTriesTheOtherOneForLittle|there is one way to copy, the plain one"
-    "CopyChoiceTest.followsTheMachine|there is one way to copy, the plain one"
+    "CopyChoiceTest.settlesOnTheQuickerWayTriesTheOtherOneForLittleAndFollowsTheMachine|there is one way to copy, the plain one"
     "CopyChoiceTest.sizesAreOfTheirOwn|there is one way to copy, the plain one"
     "CopyChoiceTest.aCopyThatWasInterruptedDecidesNothing|there is one way to copy, the plain one"
 )

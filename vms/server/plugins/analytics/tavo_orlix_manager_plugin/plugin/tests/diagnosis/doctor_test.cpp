@@ -1,5 +1,6 @@
 // The program as an administrator runs it, on machines with one fault each.
 
+#include <filesystem>
 #include <map>
 
 #include <gmock/gmock.h>
@@ -173,6 +174,8 @@ TEST_F(Doctor, TellsTheWorstByItsExitCodeAndAsJson)
     ASSERT_TRUE(document) << result.output;
     EXPECT_EQ("bad", jsonText(jsonMember(yyjson_doc_get_root(document.get()), "verdict")));
     EXPECT_THAT(result.output, HasSubstr(R"("verdict":"bad","wayOut":")"));
+    for (const auto& entry : std::filesystem::directory_iterator(m_folder.path()))
+        EXPECT_FALSE(entry.path().filename().string().starts_with("orlix_doctor_")) << "is left";
     EXPECT_EQ(3, run("--nonsense").exitCode);
     EXPECT_EQ(0, run("--help").exitCode);
     EXPECT_EQ(3, run("--bundle " + m_folder.path("none/x.tar.gz")).exitCode);
