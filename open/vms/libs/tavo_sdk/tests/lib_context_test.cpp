@@ -76,7 +76,8 @@ TEST(LibContext, takesNoNameForOneAndRemarksOnASecondRegistry)
         return count;
     };
     EXPECT_EQ(1, times("LibContext refCountableRegistry has already been set.\n"));
-    EXPECT_EQ(2, times("Attempt to change LibContext name from incorrectly_named_lib_context to"));
+    for (const std::string none : {"(null).", "."})
+        EXPECT_EQ(1, times("LibContext name from incorrectly_named_lib_context to " + none)) << told;
     EXPECT_EQ(5, times("ASSERTION FAILED")) << told;
 }
 
