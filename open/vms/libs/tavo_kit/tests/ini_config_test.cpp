@@ -55,6 +55,8 @@ TEST_F(IniConfigTest, readsWhatMakesSenseAndReportsWhatDoesNot)
          ""},
         {"empty text", "text=\n", true, "", 7, ""},
         {"upper case", "isOn=FALSE\n", false, "default", 7, ""},
+        {"one", "isOn=0\nisOn=1\n", true, "default", 7, ""},
+        {"true", "isOn=0\nisOn=True\n", true, "default", 7, ""},
         {"last one counts", "number=8\nnumber=9\n", true, "default", 9, ""},
         {"no boolean", "isOn=maybe\nnumber=8\n", true, "default", 8,
          "isOn needs true or false, not \"maybe\"; true is used instead"},
@@ -66,7 +68,8 @@ TEST_F(IniConfigTest, readsWhatMakesSenseAndReportsWhatDoesNot)
         {"no option", "number=8\n\njust words\n", true, "default", 8,
          "line 3 is no option: just words"},
         {"binary", nul, true, "default", 7, "not a text file"},
-        {"huge", std::string(2'000'000, '#'), true, "default", 7, "not a text file"}};
+        {"as large as it may be", std::string(1 << 20, '#'), true, "default", 7, ""},
+        {"larger", std::string((1 << 20) + 1, '#'), true, "default", 7, "not a text file"}};
     for (const auto& c : kCases)
     {
         SCOPED_TRACE(c.name);
