@@ -6,6 +6,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <tavo/network/http/head_parser.h>
 
 #include <testing/platform.h>
 #include <testing/scoped_variable.h>
@@ -172,6 +173,15 @@ TEST(HttpClient, goesThroughTheProxyThatTheEnvironmentNames)
         }
         EXPECT_EQ(request.substr(0, request.find("\r\n")), c.firstLine);
     }
+}
+
+TEST(HeadParser, takesHeadsUpToItsLimit)
+{
+    HeadParser parser;
+    const std::string line = "X: " + std::string(1019, 'x') + "\r\n"; // of 1 KiB
+    for (int i = 0; i < 256; ++i)
+        EXPECT_TRUE(parser.addLine(line)) << i;
+    EXPECT_FALSE(parser.addLine("X"));
 }
 
 TEST(HttpClient, hasNoResponseWhenNoHeadCame)
