@@ -77,7 +77,8 @@ TEST(LibContext, takesNoNameForOneAndRemarksOnASecondRegistry)
     };
     EXPECT_EQ(1, times("LibContext refCountableRegistry has already been set.\n"));
     for (const std::string none : {"(null).", "."})
-        EXPECT_EQ(1, times("LibContext name from incorrectly_named_lib_context to " + none)) << told;
+        EXPECT_EQ(1, times("LibContext name from incorrectly_named_lib_context to " + none))
+            << told;
     EXPECT_EQ(5, times("ASSERTION FAILED")) << told;
 }
 

@@ -218,6 +218,7 @@ TEST_F(Doctor, PacksNoSecret)
         EXPECT_THAT(content, testing::Not(HasSubstr(key.substr(0, 40)))) << name;
         if (name.ends_with(".log"))
         {
+            EXPECT_THAT(content, HasSubstr("who <address>\n")) << name;
             EXPECT_THAT(content, HasSubstr("this stays")) << name;
         }
         ++files;
