@@ -81,7 +81,7 @@ class ManagerInstallationTest : public StorageFixture
 protected:
     void SetUp() override
     {
-        m_folder.write("work/kept.txt", "");
+        m_folder.write("server/kept.txt", "");
         serveAt(
             std::string("/(orlix_manager)-") + architectureText(readNativeArchitecture()) + "-" +
             kArchiveTag + ".tgz");
