@@ -1,5 +1,6 @@
 #include "utils/posix/keeper_file.h"
 
+#include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
 #include <span>
@@ -20,9 +21,10 @@ bool writeAll(int descriptor, std::span<const unsigned char> bytes)
     while (!bytes.empty())
     {
         const ssize_t count = write(descriptor, bytes.data(), bytes.size());
-        if (count < 0)
+        if (count < 0 && errno != EINTR)
             return false;
-        bytes = bytes.subspan(static_cast<std::size_t>(count));
+        if (count > 0)
+            bytes = bytes.subspan(static_cast<std::size_t>(count));
     }
     return true;
 }

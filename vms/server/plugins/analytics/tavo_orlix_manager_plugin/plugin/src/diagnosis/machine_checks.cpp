@@ -33,6 +33,7 @@ public:
     ~CapturedLog()
     {
         std::error_code error;
+        log_close(); // also where the probe has thrown
         remove_tree(m_folder, error);
     }
     CapturedLog(const CapturedLog&) = delete;
