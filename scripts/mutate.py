@@ -67,7 +67,7 @@ class Finder:
     def add(self, cursor, kind, becomes, end=None):
         start, end = cursor.extent.start.offset, end or cursor.extent.end.offset
         was = self.text[start:end].decode()
-        if not re.search(r"log_debug\(|\.reserve\(|#", was):
+        if was and not re.search(r"log_debug\(|\.reserve\(|#|_foreach\(", was):
             self.faults.append(Fault(self.file, cursor.extent.start.line, start, end, kind, was, becomes))
 
     def walk(self, cursor, inside):
