@@ -39,24 +39,21 @@ TEST_F(ManagerSettingsTest, WritesOnlyWhatChanged)
         const char* name;
         AssignedModels next;
         bool force;
-        const char* line;
+        bool isWritten;
     } kCases[] = {
-        {"nothing", first, false, "Runtime settings has not changed.\n"},
-        {"another stamp", models({{"a", "10"}, {"b", ""}}), false, "Detected model update\n"},
-        {"another model", models({{"a", "1"}, {"c", ""}}), false,
-         "Detected new model assignment\n"},
-        {"a model less", models({{"a", "1"}}), false, ""},
-        {"forced", first, true, ""}};
+        {"nothing", first, false, false},
+        {"another stamp", models({{"a", "10"}, {"b", ""}}), false, true},
+        {"another model", models({{"a", "1"}, {"c", ""}}), false, true},
+        {"a model less", models({{"a", "1"}}), false, true},
+        {"forced", first, true, true}};
     for (const auto& c : kCases)
     {
         SCOPED_TRACE(c.name);
         ASSERT_TRUE(update(first, /*force*/ true));
         std::filesystem::remove(folder.path("orlix_manager/etc/settings.json"));
-        const std::size_t before = log.text().size();
-        const bool expected = std::string(c.name) != "nothing";
-        EXPECT_EQ(expected, update(c.next, c.force));
-        EXPECT_EQ(expected, folder.has("orlix_manager/etc/settings.json"));
-        EXPECT_EQ(c.line, log.text().substr(before));
+        EXPECT_EQ(c.isWritten, update(c.next, c.force));
+        EXPECT_EQ(c.isWritten, folder.has("orlix_manager/etc/settings.json"));
+        EXPECT_FALSE(update(c.next, /*force*/ false)) << "known by now";
     }
 }
 

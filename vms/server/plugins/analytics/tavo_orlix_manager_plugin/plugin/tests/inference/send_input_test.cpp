@@ -113,6 +113,14 @@ TEST_F(SendInputTest, AnnouncesWritesAndConfirms)
 }
 
 // What the application answers, and what comes of it. None of it writes anything.
+TEST_F(SendInputTest, SendsACommandInAMessage)
+{
+    manager.sendReferenceRun();
+    manager.sendStop();
+    const std::string start = "\x82\xabmessageType\1\247Command";
+    EXPECT_EQ((std::vector{start + '\1', start + '\0'}), peer.messages(2));
+}
+
 TEST_F(SendInputTest, DropsTheFrameOnAnAnswerWithoutASegment)
 {
     const std::string notReady = "Orlix Manager not ready for input.\n";
