@@ -79,6 +79,9 @@ class Finder:
             inside = True
         if cursor.kind == CursorKind.STATIC_ASSERT or self.is_constant(cursor):
             return
+        if cursor.kind == CursorKind.IF_STMT and re.fullmatch(
+                r"if [^;{]*\)\s+log_debug\([^;{]*", self.source(cursor).replace("\n", " ")):
+            return
         if inside:
             self.look_at(cursor)
         children = list(cursor.get_children())

@@ -100,7 +100,7 @@ CommandResult runCommand(
         return {};
     }
     const ProgramStream both{ProgramStream::descriptor, writeEnd.get()};
-    const Deadline deadline(static_cast<int>(std::chrono::milliseconds(limit).count()));
+    const Deadline deadline(limit);
     KeptProgram program = KeptProgram::prepare(words, both, both, failure);
     writeEnd.reset();
     if (failure.stage == StartFailure::none)

@@ -97,7 +97,7 @@ CommandResult runCommand(
         log_info("Error creating pipe: %d\n", static_cast<int>(GetLastError()));
         return {};
     }
-    const Deadline deadline(static_cast<int>(std::chrono::milliseconds(limit).count()));
+    const Deadline deadline(limit);
     StartFailure failure;
     KeptProgram program = KeptProgram::prepare(failure);
     if (failure.stage == StartFailure::none)

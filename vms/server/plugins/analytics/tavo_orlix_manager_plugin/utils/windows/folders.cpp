@@ -92,7 +92,7 @@ void rename_entry(
         return;
     }
     replaced.makeWritable(target);
-    const Deadline deadline(static_cast<int>(patience.count()));
+    const Deadline deadline(patience);
     while (!MoveFileExW(source.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING))
     {
         const DWORD reason = GetLastError();

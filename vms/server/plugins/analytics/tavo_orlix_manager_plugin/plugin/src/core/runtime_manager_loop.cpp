@@ -1,6 +1,6 @@
 #include "core/runtime_manager_loop.h"
 
-#include <algorithm>
+#include <chrono>
 #include <exception>
 #include <utility>
 #include <vector>
@@ -134,7 +134,7 @@ bool RuntimeManagerLoop::walkAgents(Pass& pass)
 {
     // A cloud that does not answer is not waited for once for each camera, before the application
     // may start: those that are not asked now are in the passes to come.
-    const Deadline patience(std::clamp(ini().HTTPRequestTimeout, 1, 60) * 1000);
+    const Deadline patience(std::chrono::seconds(ini().HTTPRequestTimeout));
     for (const std::size_t index : m_services.deviceAgents.indices())
     {
         if (patience.hasPassed() || m_services.shuttingDown.stop_requested())

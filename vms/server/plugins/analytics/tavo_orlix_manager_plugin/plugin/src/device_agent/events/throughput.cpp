@@ -1,6 +1,7 @@
 #include "device_agent/events/throughput.h"
 
 #include <limits>
+#include <numeric>
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -23,17 +24,9 @@ std::int32_t truncated(float value)
 std::int32_t sumOf(const std::array<float, Throughput::kWindow>& intervals)
 {
     // All are whole numbers. As long as floats hold every one of them it does not matter in which
-    // order they are added, and four at once are quicker than one after the other.
+    // order they are added, and several at once are quicker than one after the other.
     constexpr float kEveryWholeBelow = 1 << std::numeric_limits<float>::digits;
-    constexpr std::size_t kAtOnce = 4;
-    static_assert(Throughput::kWindow % kAtOnce == 0);
-    std::array<float, kAtOnce> sums{};
-    for (std::size_t i = 0; i < intervals.size(); i += kAtOnce)
-    {
-        for (std::size_t j = 0; j < kAtOnce; ++j)
-            sums[j] += intervals[i + j];
-    }
-    const float whole = (sums[0] + sums[1]) + (sums[2] + sums[3]);
+    const float whole = std::reduce(intervals.begin(), intervals.end());
     if (whole < kEveryWholeBelow)
         return static_cast<std::int32_t>(whole);
 

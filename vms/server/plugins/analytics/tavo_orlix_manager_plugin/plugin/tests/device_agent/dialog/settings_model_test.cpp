@@ -65,6 +65,7 @@ TEST(SettingsModel, TellsTheFirstLevelThatIsMissing)
         const char* banner;
     } kCases[] = {
         {0, 4, 0, "checking whether this server is connected to the cloud"},
+        {1, 4, 0, "checking whether this server is connected to the cloud"},
         {2, 3, 5, "not connected to the cloud yet"},
         {5, 0, 0, "is still being initialised"},
         {5, 1, 0, "is currently being downloaded"},
@@ -91,7 +92,9 @@ TEST(SettingsModel, TellsTheFirstLevelThatIsMissing)
             settings.selectedPipeline = selected;
             const std::string dialog = makeSettingsModel(state, settings);
             for (const auto& other : kCases)
-                EXPECT_EQ(&other == &c, dialog.find(other.banner) != std::string::npos);
+                EXPECT_EQ(
+                    std::string_view(other.banner) == c.banner,
+                    dialog.find(other.banner) != std::string::npos);
             EXPECT_THAT(dialog, Not(HasSubstr(R"("visible":true)")));
         }
     }
@@ -191,7 +194,7 @@ TEST(WellFormedUtf8, ReplacesWhatIsNoCharacter)
         {"a\x80z\xC3", "a?z?"}, // in the middle of nothing, and cut off
         {"\xC0\xAF", "??"}, // longer than need be
         {"\xED\xA0\x80", "???"}, // half of a pair
-        {"\xF4\x90\x80\x80", "????"}, // beyond the last
+        {"\xF4\x8F\xBF\xBF\xF4\x90\x80\x80", "\xF4\x8F\xBF\xBF????"}, // the last, and beyond it
     };
     for (const auto& [text, wellFormed] : kCases)
     {
