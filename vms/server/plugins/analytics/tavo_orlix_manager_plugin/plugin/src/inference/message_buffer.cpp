@@ -24,7 +24,6 @@ void MessageBuffer::copyTo(char* target, CopyWay way) const
 
 void MessageBuffer::growMemory()
 {
-    clear();
     m_encoded = std::vector<char>(m_encoded.size() * 2);
 }
 
@@ -38,7 +37,8 @@ void MessageBuffer::set(std::size_t encodedSize, std::size_t imageOffset, const 
 
 void MessageBuffer::clear()
 {
-    set(0, 0, InputImage{});
+    m_encodedSize = 0;
+    m_imageSize = 0;
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -227,6 +227,11 @@ TEST_F(EngineTest, PluginAndEngineSayWhatTheyAre)
     EXPECT_THAT(
         engines->str(),
         testing::StartsWith(R"({"capabilities":"needUncompressedVideoFrames_rgb")"));
+    const sdk::Ptr<const sdk::ISettingsResponse> settings(engine().pluginSideSettings().value);
+    const sdk::Ptr<const sdk::IString> model(settings->model());
+    EXPECT_STREQ(
+        R"({"type":"Settings","items":[{"type":"Link","caption":"Orlix Manager documentation","url":"https://docs.tavo.example/orlix/manager"}]})",
+        model->str());
 }
 
 TEST_F(EngineTest, WithoutAPlaceForItsFilesThereIsNoEngine)

@@ -119,6 +119,7 @@ TEST_F(SendInputTest, SendsACommandInAMessage)
     manager.sendStop();
     const std::string start = "\x82\xabmessageType\1\247Command";
     EXPECT_EQ((std::vector{start + '\1', start + '\0'}), peer.messages(2));
+    EXPECT_NE(std::string::npos, log.text().find("Interface: Sent reference run command"));
 }
 
 TEST_F(SendInputTest, DropsTheFrameOnAnAnswerWithoutASegment)

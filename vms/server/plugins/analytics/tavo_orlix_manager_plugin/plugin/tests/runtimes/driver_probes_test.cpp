@@ -181,6 +181,8 @@ TEST_F(DriverProbeTest, nvidiaTellsTheUserWhatToMend)
             }
         }
         const bool isFit = *c.driverVersion && !*c.boardStart;
+        if (isFit)
+            m_board.postMessage(board_key::kNvidiaGpuSdk, "of before", MessageType::warning);
         Chip chip;
         probeNvidiaTools(chip, m_board);
         EXPECT_EQ(c.detected, chip.detected);
