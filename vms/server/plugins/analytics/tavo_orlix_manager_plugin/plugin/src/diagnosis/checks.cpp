@@ -43,7 +43,7 @@ Surroundings readSurroundings(std::string workingDirectory)
 
 std::string textOfFile(const std::string& path)
 {
-    std::size_t size = 0;
+    std::size_t size{};
     const auto content = fileExists(path) ? readFile(path, &size) : nullptr;
     return {content.get(), content ? size : 0};
 }

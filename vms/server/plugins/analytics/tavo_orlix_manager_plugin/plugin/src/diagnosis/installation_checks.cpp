@@ -81,8 +81,7 @@ void checkModels(Findings& out, const Surroundings& surroundings)
     const JsonDocument settings = text.empty() ? nullptr : parseJson(text);
     MessageBoard board;
     const ModelManager models(surroundings.workingDirectory, &board);
-    std::size_t index = 0;
-    std::size_t count = 0;
+    std::size_t index{}, count{};
     yyjson_val* model = nullptr;
     yyjson_arr_foreach(
         settings ? yyjson_doc_get_root(settings.get()) : nullptr, index, count, model)

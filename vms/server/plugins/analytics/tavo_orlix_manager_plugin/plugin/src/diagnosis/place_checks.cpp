@@ -47,9 +47,8 @@ std::uint64_t roomForFrames(const std::string& logs)
     {
         const std::size_t device = logs.rfind(' ', at - 1) + 1;
         std::istringstream size(logs.substr(at + kSends.size(), kLongestSize));
-        std::uint64_t width = 0;
-        std::uint64_t height = 0;
-        char by = 0;
+        std::uint64_t width{}, height{};
+        char by{};
         if (size >> width >> by >> height)
             sizes[logs.substr(device, at - device)] = width * height * protocol::kChannels;
     }

@@ -53,8 +53,7 @@ void ModelManager::deleteLeftCopies() const
 ModelFiles ModelManager::selectDownload(
     yyjson_val* downloads, const std::string& mimeType, const std::string& modelId) const
 {
-    std::size_t index = 0;
-    std::size_t count = 0;
+    std::size_t index{}, count{};
     yyjson_val* download = nullptr;
     yyjson_arr_foreach(downloads, index, count, download)
     {
@@ -87,8 +86,7 @@ bool ModelManager::ensureModel(
 
     bool compatible = false;
     Verdict verdict = Verdict::next;
-    std::size_t index = 0;
-    std::size_t count = 0;
+    std::size_t index{}, count{};
     yyjson_val* download = nullptr;
     yyjson_arr_foreach(downloads, index, count, download)
     {

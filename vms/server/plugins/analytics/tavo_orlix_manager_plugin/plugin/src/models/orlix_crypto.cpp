@@ -191,7 +191,7 @@ std::optional<Bytes> base64Decode(std::string_view text)
     const int decoded = EVP_DecodeBlock(
         bytes.data(), reinterpret_cast<const unsigned char*>(text.data()),
         static_cast<int>(text.size()));
-    if (decoded < 0 || static_cast<std::size_t>(decoded) != size)
+    if (decoded != static_cast<int>(size))
         return std::nullopt;
     bytes.resize(size);
     return bytes;

@@ -28,7 +28,7 @@ bool isBlank(char c)
 
 std::string_view withoutBraces(std::string_view text)
 {
-    if (text.size() >= 2 && text.front() == '{' && text.back() == '}')
+    if (text.starts_with('{') && text.ends_with('}'))
         return text.substr(1, text.size() - 2);
     return text;
 }

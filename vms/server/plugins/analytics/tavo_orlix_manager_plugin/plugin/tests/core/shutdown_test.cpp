@@ -104,6 +104,7 @@ TEST_F(Shutdown, EndsTheDownloadOfAModel)
     expectEndInTime([this] { m_gate.open(); });
     EXPECT_FALSE(m_folder.has(kCache + "model.tmp"));
     EXPECT_FALSE(m_folder.has(kCache + "model"));
+    EXPECT_EQ(1, logged("Gave up a download for the shutdown: " + m_slowServer.url("/model")));
 }
 
 TEST_F(Shutdown, EndsAnUnpacking)

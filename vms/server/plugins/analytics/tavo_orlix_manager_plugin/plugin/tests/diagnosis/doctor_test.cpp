@@ -1,7 +1,9 @@
 // The program as an administrator runs it, on machines with one fault each.
 
+#include <chrono>
 #include <filesystem>
 #include <map>
+#include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -29,6 +31,10 @@ class Doctor : public testing::Test
 protected:
     Doctor()
     {
+        m_server.handlers.Get(
+            "/hangs",
+            [](const httplib::Request&, httplib::Response&)
+            { std::this_thread::sleep_for(std::chrono::milliseconds(1500)); });
         m_server.handlers.Get(
             ".*",
             [](const httplib::Request&, httplib::Response& response)
@@ -62,7 +68,9 @@ TEST_F(Doctor, FindsEachFault)
     const std::string etc = "w/orlix_manager";
     const std::string model =
         R"([{"UUID": "7", "Name": "People", "MimeType": "m", "Downloads": [{"RuntimeArchitecture": "m",
-            "Url": "http://x/people.bin", "Encrypted": true}]}])";
+            "Url": "http://x/people.bin", "Encrypted": true}]},
+           {"UUID": "8", "Name": "Cars", "MimeType": "m", "Downloads": [{"RuntimeArchitecture": "m",
+            "Url": "http://x/cars.bin", "Encrypted": false}]})";
     const std::string key(32, 'k');
     const TestCertificate certificate;
     LoopbackHttpsServer untrusted(certificate);
@@ -79,6 +87,8 @@ TEST_F(Doctor, FindsEachFault)
         {"cloud away", "", "CloudAPI=http://127.0.0.1:1\n",
          "Cloud: http://127.0.0.1:1, could not be reached: Failed to connect to 127.0.0.1",
          "[bad]"},
+        {"cloud hangs", "", "HTTPRequestTimeout=1\nCloudAPI=" + m_server.url("/hangs") + "\n",
+         "/hangs, could not be reached: ", "[bad]"},
         // A name that nobody has to be asked for.
         {"storage away", "", "RuntimesStorageURL=http://" + std::string(64, 'x') + "\n",
          "xxx/, could not be reached: Could not resolve host", "[bad]"},
@@ -92,8 +102,13 @@ TEST_F(Doctor, FindsEachFault)
          "unknown option HTTPTimeout; ignored, a mistake [attention]"},
         {"no line", "", "just words\n", "is no option: just words, a mistake [attention]"},
         {"set", "", "logVerbosityLevel=2\n", "Option: logVerbosityLevel=2, set [good]"},
-        {"model missing", etc + manager_files::kSettings, model,
+        {"model missing", etc + manager_files::kSettings, model + "]",
          "Model: People (7) , its file is missing [bad]"},
+        {"another runtime's", etc + manager_files::kSettings,
+         model + R"(, {"UUID": "9", "Name": "Dogs", "MimeType": "n", "Downloads": []}])",
+         "Model: Dogs (9) , not for this runtime [attention]"},
+        {"no key needed", etc + "/cache/unencrypted/cars.bin", "12345",
+         "Model: Cars (8) 5 bytes [good]"},
         {"key missing", etc + "/cache/encrypted/people.bin", test::encryptedModel("12345", key),
          "Model: People (7) 33 bytes, its key is missing [bad]"},
         {"key of another", etc + "/cache/keys/7.tvc", std::string(32, 'x'),
@@ -159,7 +174,8 @@ TEST_F(Doctor, TellsTheWorstByItsExitCodeAndAsJson)
          {" free of 2048 MiB needed [good]", " free of 512 MiB needed [good]",
           "orlix_manager , not installed [attention]", "Runtime: none, not installed [attention]",
           "Generic CPU: offered; Checking for supported CPU; Download link: http://127.0.0.1:",
-          "SiMa: none here", " offered [good]", "Models: 0 assigned [good]",
+          "SiMa: none here; Checking for supported SiMa chips [good]",
+          "Library: ", " offered [good]", "Models: 0 assigned [good]",
           "tavo_orlix_manager_plugin.ini [good]", "Option: caBundle=, by default [good]",
           "Last crash: none in the logs [good]", ".sock is not there [good]",
           "Lock of the sockets: free: no host runs with this temporary folder [good]"})

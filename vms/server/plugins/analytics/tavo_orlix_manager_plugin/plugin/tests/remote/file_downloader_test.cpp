@@ -1,5 +1,6 @@
 #include "remote/file_downloader.h"
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
 
@@ -54,11 +55,12 @@ TEST_F(FileDownloader, WritesTheBodyAndShowsItsPercentageMeanwhile)
                 body.size(), "text/plain",
                 [&](size_t offset, size_t, httplib::DataSink& sink)
                 {
-                    const size_t part = body.size() / 4;
-                    sink.write(body.data() + offset, part);
-                    return offset + part == body.size() ||
+                    constexpr size_t kEnds[] = {25'000, 50'900, 99'500, 100'000};
+                    const size_t end = *std::ranges::upper_bound(kEnds, offset);
+                    sink.write(body.data() + offset, end - offset);
+                    return end == body.size() ||
                         boardShows(
-                               "Downloading it (" + std::to_string((offset + part) / 1000) +
+                               "Downloading it (" + std::to_string(end / 1000) +
                                "%)\nPress 'Refresh' to see updated progress.");
                 });
         });

@@ -1,5 +1,6 @@
 #include "remote/host_rest_client.h"
 
+#include <algorithm>
 #include <atomic>
 #include <future>
 #include <set>
@@ -18,6 +19,15 @@ namespace tavo::vms_server_plugins::analytics::orlix
 
 using Handler = FakeHost::Handler;
 using Response = FakeHost::Response;
+
+// A host may give a text that is none.
+struct NullText : sdk::String
+{
+    NullText() :
+        String("")
+    {}
+    const char* str() const override { return nullptr; }
+};
 
 class HostRestClient : public ::testing::Test
 {
@@ -48,6 +58,8 @@ TEST_F(HostRestClient, ResultsOfTheHostAreReadAsTold)
          },
          "", "Http request failed: networkError\nWarning! Could not get response from API.\n"},
         {"no value", [] { return Response(nullptr); }, "Error: Result has no value.", ""},
+        {"null text", [] { return Response(new NullText); }, "",
+         "Warning! Could not get response from API.\n"},
         {"empty value", [] { return Response(new sdk::String("")); }, "",
          "Warning! Could not get response from API.\n"},
         {"web page",
@@ -151,6 +163,38 @@ TEST_F(HostRestClient, AHostThatThrowsIsAFailedRequest)
         "Http request failed: not today\nWarning! Could not get response from API.\n"
         "Warning! Dropped an answer of the host that nobody waits for.\n",
         m_log.text());
+}
+
+TEST_F(HostRestClient, SoManyHandlersThatAreOwedAnAnswerAreKept)
+{
+    std::vector<sdk::Ptr<Handler>> handlers;
+    m_host->run = [&handlers](const FakeHost::Request&, Handler* handler)
+    {
+        handlers.push_back(sdk::addRefToPtr(handler));
+        throw std::runtime_error("not today");
+    };
+    constexpr int kMaxUnanswered = 1024;
+    const auto isKept = [](const sdk::Ptr<Handler>& handler)
+    {
+        handler->addRef();
+        return handler->releaseRef() > 1;
+    };
+    request();
+    FakeHost::reply(handlers[0].get(), "H\n\nbody");
+    request();
+    EXPECT_FALSE(isKept(handlers[0]));
+    while (handlers.size() < kMaxUnanswered + 3)
+        request();
+    EXPECT_EQ(kMaxUnanswered, std::count_if(handlers.begin(), handlers.end(), isKept));
+}
+
+TEST_F(HostRestClient, ASiteWhoseTextIsNullIsNone)
+{
+    struct Host : FakeHost
+    {
+        const sdk::IString* cloudSystemId() const override { return new NullText; }
+    };
+    EXPECT_FALSE(cloudSystemId(sdk::makePtr<Host>()));
 }
 
 TEST_F(HostRestClient, RequestsOfAllThreadsRunOneAtATime)

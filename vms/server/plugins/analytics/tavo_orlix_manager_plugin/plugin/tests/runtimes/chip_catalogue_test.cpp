@@ -93,6 +93,10 @@ TEST(ChipCatalogueTest, aFamilyOffersItsRuntimeToMachinesThatRunIt)
          "EDGE CORTIX/x86_64/Debian/12/library-1.2.tar.gz"},
         {"EdgeCortix", kArmUbuntu, "application/zip; device=edge-cortix",
          "EDGE CORTIX/aarch64/Ubuntu/22.04/library-1.2.tar.gz"},
+        {"EdgeCortix",
+         {"ubuntu", "24.04", CpuArchitecture::Aarch64},
+         "application/zip; device=edge-cortix",
+         "EDGE CORTIX/aarch64/ubuntu/24.04/library-1.2.tar.gz"},
         {"EdgeCortix", kArmWindows, nullptr, ""},
         {"EdgeCortix", armServer, nullptr, ""},
         {"Hailo", kUbuntu, "application/x-hailo8", "HAILO/x86_64/Ubuntu/library-1.2.tar.gz", 1},
@@ -119,7 +123,11 @@ TEST(ChipCatalogueTest, aFamilyOffersItsRuntimeToMachinesThatRunIt)
             });
         ASSERT_EQ(c.mimeType ? 1u : 0u, chip.runtimes.size());
         if (!c.mimeType)
+        {
+            EXPECT_EQ("", chip.getFirstMimeType(c.runtime));
+            EXPECT_EQ("", chip.getDownloadLink(c.runtime));
             continue;
+        }
         EXPECT_EQ(c.mimeType, chip.getFirstMimeType(c.runtime));
         EXPECT_EQ(kBuiltInBase + c.tail, chip.getDownloadLink(c.runtime));
     }

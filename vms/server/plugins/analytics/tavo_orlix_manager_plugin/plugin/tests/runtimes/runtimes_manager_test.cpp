@@ -1,6 +1,7 @@
 #include "storage_fixtures.h"
 
 #include <algorithm>
+#include <filesystem>
 
 #include <gmock/gmock.h>
 
@@ -58,6 +59,17 @@ TEST_F(RuntimesManagerTest, installsAndUninstalls)
     EXPECT_FALSE(m_folder.has("bin/installed_runtime.txt"));
     EXPECT_TRUE(m_folder.has("bin/other.txt"));
     EXPECT_EQ(1, m_requests);
+
+    for (const std::string& half :
+         {"bin/" + std::string(kRuntimeLibrary), std::string("bin/installed_runtime.txt")})
+    {
+        m_folder.write(half + "/in the way", "");
+        EXPECT_FALSE(m_manager.uninstall()) << half;
+        std::filesystem::remove_all(m_folder.path(half));
+    }
+    m_folder.write("bin/installed_runtime.txt", std::string(300, 'x'));
+    EXPECT_EQ(
+        std::string(255, 'x'), RuntimesManager(m_folder.path("bin")).getInstalledRuntimeName());
 }
 
 TEST_F(RuntimesManagerTest, thatNoneIsInstalledIsNotWrittenEachTimeItIsAsked)

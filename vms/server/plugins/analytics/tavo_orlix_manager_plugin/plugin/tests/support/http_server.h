@@ -69,8 +69,17 @@ public:
             [](const httplib::Request&, httplib::Response& response)
             {
                 response.status = 500;
-                response.set_content(
-                    std::string(1024, 'a') + std::string(10 << 20, 'b'), "text/html");
+                static const std::string body = std::string(1024, 'a') + std::string(10 << 20, 'b');
+                response.set_content_provider(
+                    body.size(), "text/html",
+                    [](std::size_t offset, std::size_t size, httplib::DataSink& sink)
+                    {
+                        if (offset != 0)
+                            return sink.write(&body[offset], size);
+                        sink.write(body.data(), 512);
+                        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+                        return true;
+                    });
             });
     }
 
