@@ -184,6 +184,15 @@ TEST(HeadParser, takesHeadsUpToItsLimit)
     EXPECT_FALSE(parser.addLine("X"));
 }
 
+TEST(HeadParser, joinsTheLinesOfOneHeader)
+{
+    HeadParser parser;
+    for (const char* const line : {"HTTP/1.1 200 OK", " of none", "X:", " a", "\tb", "Y: c", ""})
+        EXPECT_TRUE(parser.addLine(line));
+    EXPECT_EQ(getHeaderValue(parser.response()->headers, "X"), "a b");
+    EXPECT_EQ(getHeaderValue(parser.response()->headers, "Y"), "c");
+}
+
 TEST(HttpClient, hasNoResponseWhenNoHeadCame)
 {
     const struct
@@ -288,14 +297,16 @@ TEST(HttpClient, waitsForWhatComesSlowly)
         [&](Connection& connection)
         {
             connection.readRequest();
+            std::this_thread::sleep_for(100ms);
             connection.write("HTTP/1.0 200 OK\r\n\r\n");
             const auto end = std::chrono::steady_clock::now() + kTimeout * 5 / 4;
             while (std::chrono::steady_clock::now() < end && connection.write("x"))
                 std::this_thread::sleep_for(kTimeout / 20);
         });
     HttpClient client(ssl::kDefaultCertificateCheck);
-    client.setAllTimeouts(kTimeout);
+    client.setAllTimeouts(0ms); // stands for the default
     ASSERT_TRUE(client.doGet(server.url()));
+    client.setAllTimeouts(kTimeout);
     EXPECT_TRUE(client.fetchEntireMessageBody()) << "the time-out is for a silence";
 }
 

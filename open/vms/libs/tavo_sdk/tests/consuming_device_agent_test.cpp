@@ -240,6 +240,7 @@ TEST(ConsumingDeviceAgent, tellsItsLife)
     events->setDurationUs(-1);
     events->addItem(event);
 
+    EXPECT_EQ("[P] ", makePrintPrefix("P", "", ""));
     testing::internal::CaptureStderr();
     {
         const auto agent = makePtr<TestAgent>(/*enableOutput*/ true);

@@ -83,7 +83,7 @@ void requireWhole(const yyjson_mut_doc* document)
 std::optional<std::string> writeJson(const yyjson_mut_doc* document, yyjson_write_flag flags)
 {
     requireWhole(document);
-    std::size_t size = 0;
+    std::size_t size{};
     const std::unique_ptr<char, decltype(&std::free)> text(
         yyjson_mut_write(document, flags, &size), &std::free);
     return text ? std::optional(std::string(text.get(), size)) : std::nullopt;

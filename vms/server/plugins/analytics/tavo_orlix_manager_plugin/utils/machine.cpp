@@ -52,6 +52,16 @@ bool machine_has_avx2()
     return (machine_cpuid(kFeatureLeaf, 0)[1] & kAvx2Bit) != 0;
 }
 
+ProcessorKind parse_processor_kind(std::string_view machine)
+{
+    if (machine == "x86_64")
+        return ProcessorKind::x86_64;
+    if (machine == "aarch64")
+        return ProcessorKind::arm64;
+    const bool isX86 = machine.size() == 4 && machine.front() == 'i' && machine.ends_with("86");
+    return isX86 ? ProcessorKind::x86 : ProcessorKind::other;
+}
+
 std::vector<std::string> list_files(const std::string& folder)
 {
     std::vector<std::string> names;

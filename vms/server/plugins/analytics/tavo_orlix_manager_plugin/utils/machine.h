@@ -31,6 +31,9 @@ enum class ProcessorKind : std::uint16_t
 
 [[nodiscard]] ProcessorKind machine_processor_kind();
 
+// By the name that a Unix system has for its machine: "x86_64", "aarch64", "i686" and its like.
+[[nodiscard]] ProcessorKind parse_processor_kind(std::string_view machine);
+
 // EAX, EBX, ECX, EDX of a CPUID leaf; zeros on a processor that has no such leaf.
 [[nodiscard]] std::array<std::uint32_t, 4> machine_cpuid(std::uint32_t leaf, std::uint32_t subLeaf);
 

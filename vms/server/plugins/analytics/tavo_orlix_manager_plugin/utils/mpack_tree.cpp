@@ -99,7 +99,6 @@ mpack_error_t MpackGrowableWriter::close()
 
 MpackBytes MpackGrowableWriter::takeBytes()
 {
-    m_size = 0;
     return MpackBytes(std::exchange(m_data, nullptr));
 }
 

@@ -93,7 +93,7 @@ public:
 
     [[nodiscard]] std::span<const char> bytes() const { return {m_data, m_size}; }
 
-    // Hands the bytes over; their number is that of bytes() before.
+    // Hands the bytes over; their number is that of bytes() before, which is not asked again.
     [[nodiscard]] MpackBytes takeBytes();
 
 private:

@@ -69,9 +69,9 @@ ProcessRecord process_prepare(
 {
     if (errorPipe)
         *errorPipe = {};
-    ProcessRecord record;
     if (!areUsable(arguments))
-        return record;
+        return {};
+    ProcessRecord record;
     StartFailure failure;
     record.job = process_make_job(arguments, console, errorPipe, failure);
     if (!record.job)

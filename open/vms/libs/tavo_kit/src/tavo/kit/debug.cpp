@@ -23,9 +23,13 @@ std::string_view withoutFolder(std::string_view path)
 void writeToErrorStream(std::string_view text)
 {
     const int formerErrno = errno;
-    size_t written = 1;
-    for (; !text.empty() && written > 0; text.remove_prefix(written))
-        written = writeSomeToErrorStream(text);
+    while (!text.empty())
+    {
+        const size_t written = writeSomeToErrorStream(text);
+        if (written == 0)
+            break;
+        text.remove_prefix(written);
+    }
     errno = formerErrno;
 }
 
@@ -35,16 +39,10 @@ void printLine(std::string_view text)
 {
     try
     {
-        std::string line;
-        line.reserve(text.size() + 1);
-        line.append(text).append("\n");
-        writeToErrorStream(line);
+        writeToErrorStream(std::string(text).append("\n"));
     }
     catch (const std::bad_alloc&)
-    {
-        writeToErrorStream(text); // not in one with its end
-        writeToErrorStream("\n");
-    }
+    {} // nor is there memory to say so
 }
 
 void assertionFailed(
@@ -60,9 +58,7 @@ void assertionFailed(
         printLine(text);
     }
     catch (const std::bad_alloc&)
-    {
-        printLine(condition);
-    }
+    {}
 }
 
 } // namespace tavo::kit

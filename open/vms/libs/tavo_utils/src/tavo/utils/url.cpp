@@ -10,22 +10,12 @@ namespace tavo
 namespace
 {
 
-struct CurlUrlDeleter
-{
-    void operator()(CURLU* url) const { curl_url_cleanup(url); }
-};
-
-struct CurlTextDeleter
-{
-    void operator()(char* text) const { curl_free(text); }
-};
-
 // Empty if the URL has no such part.
 std::string part(CURLU* url, CURLUPart what)
 {
     char* raw = nullptr;
     const CURLUcode code = curl_url_get(url, what, &raw, 0);
-    const std::unique_ptr<char, CurlTextDeleter> text(raw);
+    const std::unique_ptr<char, decltype(&curl_free)> text(raw, &curl_free);
     return code == CURLUE_OK && text ? text.get() : "";
 }
 
@@ -46,10 +36,10 @@ Url::Url(std::string_view text)
     if (text.find('\0') != std::string_view::npos)
         return;
 
-    const std::unique_ptr<CURLU, CurlUrlDeleter> url(curl_url());
+    const std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> url(curl_url(), &curl_url_cleanup);
     const std::string encoded = withBlanksEncoded(text);
     constexpr unsigned int kFlags = CURLU_URLENCODE | CURLU_NON_SUPPORT_SCHEME;
-    if (!url || curl_url_set(url.get(), CURLUPART_URL, encoded.c_str(), kFlags) != CURLUE_OK)
+    if (curl_url_set(url.get(), CURLUPART_URL, encoded.c_str(), kFlags) != CURLUE_OK)
         return;
 
     m_scheme = part(url.get(), CURLUPART_SCHEME);

@@ -109,15 +109,12 @@ void onBusError(int number, siginfo_t* info, void* context)
 }
 
 // A host that unloads the library must not be left with a handler that is not there any more. A
-// program is not unloaded, and cannot be opened either.
+// program is not unloaded, and cannot be opened either; what stays is never closed.
 void stayLoaded()
 {
     Dl_info own = {};
-    if (dladdr(reinterpret_cast<void*>(&onBusError), &own) != 0 && own.dli_fname)
-    {
-        if (void* const library = dlopen(own.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE))
-            dlclose(library);
-    }
+    if (dladdr(reinterpret_cast<void*>(&onBusError), &own) != 0)
+        static_cast<void>(dlopen(own.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE));
 }
 
 } // namespace

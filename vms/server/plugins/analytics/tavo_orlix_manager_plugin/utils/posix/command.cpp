@@ -9,6 +9,7 @@
 #include "utils/log.h"
 #include "utils/posix/keeper_file.h"
 #include "utils/posix/kept_program.h"
+#include "utils/posix/uninterrupted.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -33,11 +34,12 @@ public:
     bool take()
     {
         char block[4096];
-        const ssize_t count = m_pipe ? read(m_pipe.get(), block, sizeof block) : 0;
+        const ssize_t count =
+            m_pipe ? uninterrupted([&] { return read(m_pipe.get(), block, sizeof block); }) : 0;
         if (count > 0)
             m_text.append(
                 block, std::min(static_cast<std::size_t>(count), kMaxOutput - m_text.size()));
-        else if (count == 0 || (errno != EAGAIN && errno != EINTR))
+        else if (count == 0 || errno != EAGAIN)
             m_pipe.reset();
         return count > 0;
     }
@@ -113,7 +115,7 @@ CommandResult runCommand(
     CommandResult result;
     if (takeUntilEnd(output, program, deadline, stop))
     {
-        result.exitCode = program.exitCode().value_or(-1);
+        result.exitCode = program.exitCode().value_or(result.exitCode);
     }
     else if (stop.stop_requested())
     {

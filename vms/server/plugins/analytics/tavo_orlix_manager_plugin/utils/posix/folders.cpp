@@ -22,7 +22,6 @@ struct FolderCloser
 
 std::vector<std::string> folder_entries(const std::string& folder, std::error_code& error)
 {
-    error.clear();
     std::vector<std::string> names;
     const std::unique_ptr<DIR, FolderCloser> open(opendir(folder.c_str()));
     if (!open)

@@ -1,6 +1,5 @@
 #include "utils/posix/keeper_file.h"
 
-#include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
 #include <span>
@@ -8,6 +7,7 @@
 #include <sys/stat.h>
 
 #include "utils/posix/keeper_image.h"
+#include "utils/posix/uninterrupted.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -20,11 +20,11 @@ bool writeAll(int descriptor, std::span<const unsigned char> bytes)
 {
     while (!bytes.empty())
     {
-        const ssize_t count = write(descriptor, bytes.data(), bytes.size());
-        if (count < 0 && errno != EINTR)
+        const ssize_t count =
+            uninterrupted([&] { return write(descriptor, bytes.data(), bytes.size()); });
+        if (count < 0)
             return false;
-        if (count > 0)
-            bytes = bytes.subspan(static_cast<std::size_t>(count));
+        bytes = bytes.subspan(static_cast<std::size_t>(count));
     }
     return true;
 }

@@ -14,6 +14,7 @@
 #include "utils/deadline.h"
 #include "utils/posix/keeper/protocol.h"
 #include "utils/posix/keeper_file.h"
+#include "utils/posix/uninterrupted.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -197,14 +198,15 @@ bool KeptProgram::spawnKeeper(
     for (int attempt = 0; attempt < kKeeperAttempts; ++attempt)
     {
         const UniqueDescriptor file = openKeeper(attempt, arguments[0]);
-        failure.systemError = file ? plan.run(m_keeper, file.get(), keeper.data()) : errno;
+        pid_t process{};
+        failure.systemError = file ? plan.run(process, file.get(), keeper.data()) : errno;
         if (failure.systemError == 0)
         {
+            m_keeper = process;
             m_keeperDescriptor.reset(static_cast<int>(syscall(SYS_pidfd_open, m_keeper, 0)));
             return true;
         }
     }
-    m_keeper = 0;
     return false;
 }
 
@@ -278,9 +280,8 @@ void KeptProgram::endKeeper()
     const bool hasDescriptor = static_cast<bool>(m_keeperDescriptor);
     const auto id = static_cast<id_t>(hasDescriptor ? m_keeperDescriptor.get() : m_keeper);
     siginfo_t ignored = {};
-    while (waitid(hasDescriptor ? P_PIDFD : P_PID, id, &ignored, WEXITED | wait) != 0 &&
-           errno == EINTR)
-        continue;
+    uninterrupted(
+        [&] { return waitid(hasDescriptor ? P_PIDFD : P_PID, id, &ignored, WEXITED | wait); });
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

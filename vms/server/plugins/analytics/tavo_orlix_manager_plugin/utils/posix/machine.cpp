@@ -67,14 +67,7 @@ ProcessorKind machine_processor_kind()
     utsname system = {};
     if (uname(&system) != 0)
         return ProcessorKind::other;
-    const std::string_view machine = system.machine;
-    if (machine == "x86_64")
-        return ProcessorKind::x86_64;
-    if (machine == "aarch64")
-        return ProcessorKind::arm64;
-    if (machine.size() == 4 && machine.front() == 'i' && machine.ends_with("86"))
-        return ProcessorKind::x86;
-    return ProcessorKind::other;
+    return parse_processor_kind(system.machine);
 }
 
 bool machine_has_library(const std::string& name)

@@ -26,8 +26,8 @@ public:
     {
         const int error = errno;
         const timespec atOnce = {};
-        while (!m_wasPending && sigtimedwait(&m_pipeSignal, nullptr, &atOnce) < 0 && errno == EINTR)
-            continue;
+        if (!m_wasPending)
+            sigtimedwait(&m_pipeSignal, nullptr, &atOnce);
         pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
         errno = error;
     }

@@ -10,6 +10,7 @@
 #include "utils/deadline.h"
 #include "utils/pipe_calls.h"
 #include "utils/posix/no_pipe_signal.h"
+#include "utils/posix/uninterrupted.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -21,16 +22,6 @@ using Result = PipeCalls::Result;
 int descriptorOf(const PipeEnd& end)
 {
     return static_cast<int>(end.handle);
-}
-
-// Repeats what a signal has interrupted.
-template <class Call>
-auto uninterrupted(Call call)
-{
-    auto result = call();
-    while (result < 0 && errno == EINTR)
-        result = call();
-    return result;
 }
 
 Result takeUpTo(PipeEnd& end, int timeoutMs, std::span<char> target, std::size_t& count)

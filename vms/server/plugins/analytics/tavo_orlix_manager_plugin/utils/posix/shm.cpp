@@ -45,17 +45,12 @@ int descriptorOf(ShmHandle handle)
 // Allocates the pages now, since a page that cannot be had when it is touched ends the process.
 bool allocate(int descriptor, std::size_t size)
 {
-    for (;;)
-    {
-        const int error = posix_fallocate(descriptor, 0, static_cast<off_t>(size));
-        if (error == 0)
-            return true;
-        if (error != EINTR)
-        {
-            errno = error;
-            return false;
-        }
-    }
+    int error{};
+    do
+        error = posix_fallocate(descriptor, 0, static_cast<off_t>(size));
+    while (error == EINTR);
+    errno = error;
+    return error == 0;
 }
 
 } // namespace

@@ -182,11 +182,13 @@ TEST(StandardStreamTest, aStandardStreamThatNobodyReadsDoesNoHarm)
     {
         log_init(path, folder.path("main.log"), "", stream == Stream::output, /*file*/ true, 2);
         const BrokenStream broken(stream);
+        errno = EDOM;
         if (stream == Stream::output)
             print_out("%s\n", longer.c_str());
         log_info("%s\n", longer.c_str());
         if (stream == Stream::error)
             log_error("%s\n", longer.c_str());
+        EXPECT_EQ(EDOM, errno);
         log_close();
         EXPECT_GT(contentOf(path).size(), longer.size());
     }

@@ -36,6 +36,17 @@ TEST(PathsTest, partsAreJoinedByOneSeparator)
     EXPECT_EQ("a", path_join({"a"}));
 }
 
+TEST(ProcessorKindTest, isReadFromTheNameOfTheMachine)
+{
+    const std::pair<const char*, ProcessorKind> cases[] = {
+        {"x86_64", ProcessorKind::x86_64}, {"aarch64", ProcessorKind::arm64},
+        {"i386", ProcessorKind::x86},      {"i686", ProcessorKind::x86},
+        {"i86", ProcessorKind::other},     {"a686", ProcessorKind::other},
+        {"i680", ProcessorKind::other},    {"armv7l", ProcessorKind::other}};
+    for (const auto& [name, kind] : cases)
+        EXPECT_EQ(kind, parse_processor_kind(name)) << name;
+}
+
 TEST(OsReleaseTest, nameIsOneWordAndVersionAsGiven)
 {
     const struct

@@ -36,7 +36,10 @@ TEST(PipesTest, bytesTravelOnBothSides)
 
 TEST(PipesTest, aSideIsClosedAsItsPartyUsesIt)
 {
-    PipePair pair = newPair();
+    PipePair made = newPair();
+    PipePair pair = pipe_pair_fill(
+        std::move(made.upRead), std::move(made.upWrite), std::move(made.downRead),
+        std::move(made.downWrite));
     pipe_close_side(pair, 2);
     EXPECT_EQ(kInvalidPipe, pair.upWrite.handle);
     EXPECT_EQ(kInvalidPipe, pair.downRead.handle);

@@ -1,5 +1,6 @@
 #include "utils/process.h"
 
+#include <csignal>
 #include <vector>
 
 #include "process_tree.h"
@@ -43,6 +44,18 @@ TEST(ProcessTest, whatAProcessLeavesRunningEndsWithItsJob)
     EXPECT_TRUE(left.areRunning());
     record = start({"exit", "0"}); // overwrites the record
     EXPECT_TRUE(left.allEnd());
+}
+
+TEST(ProcessTest, aHandlerIsToldOfEachSignalToEnd)
+{
+    static int told;
+    for (const int number : {SIGINT, SIGTERM, SIGABRT})
+    {
+        process_set_signal_handler([](int signal) { told = signal; });
+        std::raise(number);
+        EXPECT_EQ(number, told);
+    }
+    process_set_signal_handler(SIG_DFL);
 }
 
 TEST(ProcessTest, theEndIsToldOnce)

@@ -33,8 +33,7 @@ public:
         if (!m_wasPending)
         {
             const timespec noWait{};
-            while (sigtimedwait(&m_sigpipe, nullptr, &noWait) == -1 && errno == EINTR)
-            {}
+            sigtimedwait(&m_sigpipe, nullptr, &noWait);
         }
         pthread_sigmask(SIG_SETMASK, &m_formerMask, nullptr);
     }

@@ -16,11 +16,9 @@ curl_socket_t openSocket(const curl_sockaddr& address)
 void keepLoaded(const void* code)
 {
     Dl_info own = {};
-    if (dladdr(code, &own) == 0 || !own.dli_fname)
-        return;
-    // A program is not unloaded, and cannot be opened either.
-    if (void* const library = dlopen(own.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE))
-        dlclose(library);
+    // A program is not unloaded, and cannot be opened either. What stays is never closed.
+    if (dladdr(code, &own) != 0)
+        static_cast<void>(dlopen(own.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE));
 }
 
 } // namespace tavo::network

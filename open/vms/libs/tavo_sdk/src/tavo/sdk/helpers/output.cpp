@@ -27,9 +27,7 @@ void Output::printAlways(std::string_view text) const
         kit::printLine(line.append(text));
     }
     catch (const std::bad_alloc&)
-    {
-        kit::printLine(text);
-    }
+    {} // nor is there memory to say so
 }
 
 std::string makePrintPrefix(
