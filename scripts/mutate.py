@@ -67,7 +67,7 @@ class Finder:
     def add(self, cursor, kind, becomes, end=None):
         start, end = cursor.extent.start.offset, end or cursor.extent.end.offset
         was = self.text[start:end].decode()
-        if was and not re.search(r"log_debug\(|\.reserve\(|#|_foreach\(", was):
+        if was and not re.search(r"log_debug\(|[.>]reserve\(|#|_foreach\(", was):
             self.faults.append(Fault(self.file, cursor.extent.start.line, start, end, kind, was, becomes))
 
     def walk(self, cursor, inside):
@@ -111,7 +111,7 @@ class Finder:
             self.look_at_operator(cursor, children[0], children[2])
         elif kind == CursorKind.INTEGER_LITERAL:
             was = self.source(cursor)
-            others = ("1",) if was == "0" else ("0", f"({was} * 10)", f"({was} + 1)")
+            others = ("1",) if re.fullmatch("0[uUlL]*", was) else ("0", f"({was} * 10)", f"({was} + 1)")
             # A name of the system's, as O_CLOEXEC, is forgotten, not miscounted; this one is 0.
             for becomes in others if was[:1].isdigit() else others[:was not in ("", "O_RDONLY")]:
                 self.add(cursor, f"constant: {becomes} for", f"(::mutant(@) ? {becomes} : {was})")

@@ -18,10 +18,12 @@ void MessageBoard::postMessage(const std::string& key, const std::string& text, 
 
 void MessageBoard::removeMessage(const std::string& key)
 {
-    MutexLock lock(m_mutex);
-    const bool wasThere = m_entries.erase(key) != 0;
-    lock.unlock(); // the log may wait for a disk
-    if (wasThere)
+    std::size_t count{};
+    {
+        const MutexLock lock(m_mutex); // not over the log, which may wait for a disk
+        count = m_entries.erase(key);
+    }
+    if (count != 0)
         log_debug("Removed message: %s \n", key.c_str());
 }
 

@@ -169,17 +169,20 @@ bool RuntimeManagerLoop::startOrStopManager(const Pass& pass)
 {
     const std::uint64_t startCount = m_services.managerInterface.startCount();
     const ManagerAction action = decideManagerAction(pass.managerStatus, pass.desired, startCount);
-    if (isStart(action) && !m_services.socketClaim.isSettled())
-        return true; // another host would take its results
-    if (isStart(action) && !m_services.managerInterface.mayStart())
-    {
-        startManager(); // which only says why it does not
-        if (!std::exchange(m_state.isReportedDead, true))
-            patchRuntimeActive(m_services.utilityProvider(), false);
-        return true;
-    }
     if (action == ManagerAction::none)
         return true;
+    if (isStart(action))
+    {
+        if (!m_services.socketClaim.isSettled())
+            return true; // another host would take its results
+        if (!m_services.managerInterface.mayStart())
+        {
+            startManager(); // which only says why it does not
+            if (!std::exchange(m_state.isReportedDead, true))
+                patchRuntimeActive(m_services.utilityProvider(), false);
+            return true;
+        }
+    }
     m_state.isReportedDead = false;
     if (isStart(action))
         startManager();

@@ -135,15 +135,15 @@ bool RuntimeManagerLoop::provideRuntime()
             runtimes.setStatus(RuntimeStatus::waitingForChoice);
             return false;
         case RuntimeStep::carryOn:
-            return true;
+            break;
         case RuntimeStep::installTheOnlyOne:
             installRuntime(compatible.front());
-            return true;
+            break;
         case RuntimeStep::installChosen:
             installRuntime(runtimes.chosenRuntime());
-            return true;
+            break;
     }
-    return false;
+    return true;
 }
 
 // The name is saved and told to the host even if the download failed; the status then says so. It

@@ -41,7 +41,7 @@ std::uint32_t imageSize(const InputImage& image)
 bool fitsSegment(const InputImage& image)
 {
     const std::uint64_t rowSize = std::uint64_t{image.width} * protocol::kChannels;
-    return rowSize == 0 || image.height <= (kShmReservedSize - kShmHeaderSize) / rowSize;
+    return rowSize == 0 || image.height <= kShmReservedSize / rowSize;
 }
 
 std::int64_t roundToPixel(float coordinate)

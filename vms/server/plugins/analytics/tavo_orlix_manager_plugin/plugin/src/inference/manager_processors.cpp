@@ -40,7 +40,7 @@ JsonDocument load(
         board.removeMessage(boardKey);
         return nullptr;
     }
-    std::size_t size = 0;
+    std::size_t size{};
     const std::unique_ptr<char[]> text = readFile(path, &size);
     std::string why = "It cannot be read";
     if (text)

@@ -45,8 +45,7 @@ public:
     void close()
     {
         if (isOpen())
-            socket_close(m_socket);
-        m_socket = kInvalidSocket;
+            socket_close(std::exchange(m_socket, kInvalidSocket));
     }
 
 private:

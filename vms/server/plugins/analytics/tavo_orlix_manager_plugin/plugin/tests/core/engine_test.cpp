@@ -222,7 +222,9 @@ TEST_F(EngineTest, PluginAndEngineSayWhatTheyAre)
     const sdk::Ptr<const sdk::IString> plugins(integration().manifest().value);
     EXPECT_THAT(
         plugins->str(),
-        testing::StartsWith(R"({"id":"tavo.orlix","name":"Tavo Orlix Manager","description":)"));
+        testing::AllOf(
+            testing::StartsWith(R"({"id":"tavo.orlix","name":"Tavo Orlix Manager","description":)"),
+            testing::EndsWith(R"("engineSettingsModel":{"type":"Settings","items":[]}})")));
     const sdk::Ptr<const sdk::IString> engines(engine().manifest().value);
     EXPECT_THAT(
         engines->str(),

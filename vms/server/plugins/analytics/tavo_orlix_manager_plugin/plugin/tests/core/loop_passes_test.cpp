@@ -110,12 +110,15 @@ TEST_F(ServiceLadder, AFreshServerIsConfiguredAndItsDevicesReset)
 {
     setServerRecord(R"({"id":"server-1","parameters":{}})");
     setDeviceRecords(kDevices);
+    m_folder.write(
+        kWorking + "orlix_manager/preprocessors/external_preprocessors.json",
+        R"({"externalPreprocessors":[{"Name":"Blur"},{"Name":1}]})");
     EXPECT_EQ(PassEnd::cutShort, pass());
     EXPECT_THAT(
         takeServerPatches(),
         ElementsAre(
             R"({"parameters":{"tavoAI":{"pluginVersion":"4.6.66","runtimeInformation":[{"mimetypes":[""],"name":""}],"availablePostprocessors":null,"availablePreprocessors":null}}})",
-            R"({"parameters":{"tavoAI":{"pluginVersion":"4.6.66","runtimeInformation":[{"mimetypes":[""],"name":""}],"availablePreprocessors":{},"availablePostprocessors":{"LineCrossing":"Line Crossing","Object Counting":"Object Counting","Illegal Dumping":"Illegal Dumping","LoiteringDetection":"Loitering Detection"},"siteID":"site-1"}}})"));
+            R"({"parameters":{"tavoAI":{"pluginVersion":"4.6.66","runtimeInformation":[{"mimetypes":[""],"name":""}],"availablePreprocessors":{"Blur":"Blur"},"availablePostprocessors":{"LineCrossing":"Line Crossing","Object Counting":"Object Counting","Illegal Dumping":"Illegal Dumping","LoiteringDetection":"Loitering Detection"},"siteID":"site-1"}}})"));
     EXPECT_THAT(m_cloud.takeResets(), ElementsAre(resetOf("fresh")));
     EXPECT_EQ(0, logged("Checking installation\n"));
 }
@@ -153,6 +156,8 @@ TEST_F(ServiceLadder, OnlyAnotherSiteResetsTheDevices)
             c.reset.empty() ? std::vector<std::string>{} : std::vector{resetOf(c.reset)};
         EXPECT_EQ(expected, m_cloud.takeResets());
     }
+    EXPECT_EQ(1, logged("Warning! Could not get cloud system ID"));
+    EXPECT_EQ(std::ssize(kCases) - 2, logged("Checking installation\n"));
 }
 
 // Until there is one nobody is reset, and what the server is to know is not lost.

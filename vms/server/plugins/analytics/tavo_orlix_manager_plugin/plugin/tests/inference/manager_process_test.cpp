@@ -194,6 +194,11 @@ TEST_F(ManagerProcessTest, DecryptsItsModelsForAsLongAsItRuns)
             onBoard(board_key::kCouldNotStart));
         EXPECT_FALSE(folder.has("good.run") || folder.has("m.run"));
     }
+    encryptModel();
+    models["m"].runtimePath = folder.path("none/m.run");
+    start();
+    EXPECT_EQ(ManagerState::Failed, manager.state());
+    EXPECT_NE(std::string::npos, onBoard(board_key::kCouldNotStart).find("There is no "));
 }
 
 // Which is no crash: the next try is made, whatever the ini file says of those.

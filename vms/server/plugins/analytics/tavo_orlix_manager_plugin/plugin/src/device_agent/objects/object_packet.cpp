@@ -32,8 +32,7 @@ void fill(sdk::analytics::ObjectMetadata& metadata, const TrackedObject& object)
 
 bool isFinite(const sdk::analytics::Rect& rect)
 {
-    return std::isfinite(rect.x) && std::isfinite(rect.y) && std::isfinite(rect.width) &&
-        std::isfinite(rect.height);
+    return std::isfinite(rect.width) && std::isfinite(rect.height); // so are x and y
 }
 
 } // namespace

@@ -87,17 +87,19 @@ void OverlapMatcher::assign()
 Scored OverlapMatcher::lookAgain(std::uint32_t detection)
 {
     PairRange& range = m_ranges[detection];
+    const auto at = [this](std::size_t i)
+    { return m_pairs.begin() + static_cast<std::ptrdiff_t>(i); };
     if (!range.sorted && ++range.looks == kLooksBeforeSorting)
     {
-        const auto at = [this](std::size_t i)
-        { return m_pairs.begin() + static_cast<std::ptrdiff_t>(i); };
         std::sort(at(range.begin), at(range.end), std::greater<>());
         range.sorted = true;
     }
     if (range.sorted)
     {
-        while (range.begin < range.end && !isToBeHad(detection, m_pairs[range.begin]))
-            ++range.begin;
+        const auto next = std::find_if(
+            at(range.begin), at(range.end),
+            [&](const Scored& pair) { return isToBeHad(detection, pair); });
+        range.begin = static_cast<std::size_t>(next - m_pairs.begin());
         return range.begin < range.end ? m_pairs[range.begin] : Scored();
     }
     Scored best;

@@ -96,6 +96,9 @@ TEST(SettingsModel, TellsTheFirstLevelThatIsMissing)
                     std::string_view(other.banner) == c.banner,
                     dialog.find(other.banner) != std::string::npos);
             EXPECT_THAT(dialog, Not(HasSubstr(R"("visible":true)")));
+            EXPECT_EQ(
+                c.runtime == static_cast<int>(RuntimeStatus::installFailed),
+                dialog.find(button::kReselectRuntime) != dialog.rfind(button::kReselectRuntime));
         }
     }
 }
