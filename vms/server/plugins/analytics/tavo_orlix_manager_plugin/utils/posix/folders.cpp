@@ -10,20 +10,11 @@
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
-namespace
-{
-
-struct FolderCloser
-{
-    void operator()(DIR* folder) const { closedir(folder); }
-};
-
-} // namespace
 
 std::vector<std::string> folder_entries(const std::string& folder, std::error_code& error)
 {
     std::vector<std::string> names;
-    const std::unique_ptr<DIR, FolderCloser> open(opendir(folder.c_str()));
+    const std::unique_ptr<DIR, int (*)(DIR*)> open(opendir(folder.c_str()), &closedir);
     if (!open)
     {
         error.assign(errno, std::generic_category());

@@ -1,6 +1,7 @@
 #include "utils/sockets.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <poll.h>
@@ -72,7 +73,8 @@ Transferred transferred(ssize_t count)
 
 bool isShortage(int error)
 {
-    return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM;
+    constexpr std::array kShortages{EMFILE, ENFILE, ENOBUFS, ENOMEM};
+    return std::ranges::find(kShortages, error) != kShortages.end();
 }
 
 } // namespace

@@ -24,17 +24,7 @@ constexpr std::size_t kHashBlockSize = 4096;
 // Large enough that libcrypto's bulk code does the work; the cipher does not depend on it.
 constexpr std::size_t kCipherBlockSize = 64 * 1024;
 
-struct CipherContextDeleter
-{
-    void operator()(EVP_CIPHER_CTX* context) const { EVP_CIPHER_CTX_free(context); }
-};
-using CipherContext = std::unique_ptr<EVP_CIPHER_CTX, CipherContextDeleter>;
-
-struct DigestContextDeleter
-{
-    void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
-};
-using DigestContext = std::unique_ptr<EVP_MD_CTX, DigestContextDeleter>;
+using CipherContext = std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)>;
 
 // What stands around the ciphertext.
 struct Envelope
@@ -62,7 +52,7 @@ bool readEnvelope(std::FILE* input, std::uint64_t fileSize, Envelope& envelope)
 
 CipherContext startDecryption(const unsigned char* key, Envelope& envelope)
 {
-    CipherContext context(EVP_CIPHER_CTX_new());
+    CipherContext context(EVP_CIPHER_CTX_new(), &EVP_CIPHER_CTX_free);
     if (!context ||
         EVP_DecryptInit_ex(context.get(), EVP_aes_256_gcm(), nullptr, key, envelope.iv.data()) !=
             1 ||
@@ -72,7 +62,7 @@ CipherContext startDecryption(const unsigned char* key, Envelope& envelope)
             context.get(), EVP_CTRL_AEAD_SET_TAG, static_cast<int>(kTagSize),
             envelope.tag.data()) != 1)
     {
-        return nullptr;
+        context.reset();
     }
     return context;
 }
@@ -163,7 +153,8 @@ std::optional<Bytes> fileMd5(const std::string& path, const std::stop_token& sto
         log_error("Error opening file: %s\n", path.c_str());
         return std::nullopt;
     }
-    const DigestContext context(EVP_MD_CTX_new());
+    const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(
+        EVP_MD_CTX_new(), &EVP_MD_CTX_free);
     if (!context)
         return failed("EVP_MD_CTX_new failed.\n");
     if (EVP_DigestInit_ex(context.get(), EVP_md5(), nullptr) != 1)

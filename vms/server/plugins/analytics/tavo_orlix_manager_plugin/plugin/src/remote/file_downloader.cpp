@@ -25,14 +25,13 @@ constexpr int kStatusOk = 200;
 std::uint64_t contentLength(const network::http::Response& response, const std::string& url)
 {
     const std::string text = network::http::getHeaderValue(response.headers, "Content-Length");
-    std::uint64_t length = 0;
+    std::uint64_t length{}; // stays so where there is none
     const std::errc error = std::from_chars(text.data(), text.data() + text.size(), length).ec;
     if (error != std::errc{})
     {
         log_info(
             "Warning! Could not get content length of download %s : %s\n", url.c_str(),
             std::make_error_code(error).message().c_str());
-        return 0;
     }
     return length;
 }
@@ -121,12 +120,13 @@ Outcome downloadFile(
         [&](std::uint64_t total) { progress.post(progressText(title, total, length)); });
     if (outcome && stop.stop_requested())
         outcome = Outcome::failed("This server is shutting down.");
-    if (outcome)
-        return outcome;
-    log_info("Error! Gave up the download of %s: %s\n", url.c_str(), outcome.why().c_str());
-    // What there is must not pass for a file that was fetched before.
-    file.reset();
-    deleteFile(filePath);
+    if (!outcome)
+    {
+        log_info("Error! Gave up the download of %s: %s\n", url.c_str(), outcome.why().c_str());
+        // What there is must not pass for a file that was fetched before.
+        file.reset();
+        deleteFile(filePath);
+    }
     return outcome;
 }
 

@@ -10,6 +10,7 @@
 #include "base/ini.h"
 #include "http_server.h"
 #include "remote/certificates.h"
+#include "remote/file_helpers.h"
 #include "temporary_folder.h"
 #include "utils/tests/test_support.h"
 
@@ -152,6 +153,19 @@ TEST_F(FileDownloader, ACertificateIsCheckedWhereTheIniFileSaysSo)
     }
     ini().verifyCertificates = false;
     ini().caBundle = "";
+}
+
+TEST(WriteFile, TellsWhetherItDid)
+{
+    const TemporaryFolder folder;
+    const test::CapturedLog log;
+    EXPECT_EQ(0, writeFile(folder.path("file"), "data", 4));
+    EXPECT_EQ("data", folder.read("file"));
+    EXPECT_EQ(1, writeFile(folder.path(), "data", 4));
+    EXPECT_EQ(
+        "Writing size: 4\nBytes written: 4\nData written successfully\nWriting size: 4\n"
+        "Error opening file\n",
+        log.text());
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -101,21 +101,21 @@ void ConsumingDeviceAgent::getSettingsOnActiveSettingChange(
         *outResult = {};
 }
 
-bool ConsumingDeviceAgent::pushCompressedVideoFrame(Ptr<const ICompressedVideoPacket> videoPacket)
+bool ConsumingDeviceAgent::pushCompressedVideoFrame(
+    Ptr<const ICompressedVideoPacket> /*videoPacket*/)
 {
-    videoPacket.reset();
     return true;
 }
 
-bool ConsumingDeviceAgent::pushUncompressedVideoFrame(Ptr<const IUncompressedVideoFrame> videoFrame)
+bool ConsumingDeviceAgent::pushUncompressedVideoFrame(
+    Ptr<const IUncompressedVideoFrame> /*videoFrame*/)
 {
-    videoFrame.reset();
     return true;
 }
 
-bool ConsumingDeviceAgent::pushCustomMetadataPacket(Ptr<const ICustomMetadataPacket> metadataPacket)
+bool ConsumingDeviceAgent::pushCustomMetadataPacket(
+    Ptr<const ICustomMetadataPacket> /*metadataPacket*/)
 {
-    metadataPacket.reset();
     return true;
 }
 
