@@ -20,6 +20,8 @@ set(TAVO_NOT_BUILT
     "PosixProcessTest.theChildHasACleanStart|of signals and descriptors"
     "PosixProcessTest.lastWordsAreKeptHoweverManyCameBefore|standard error is not inherited there"
     "PosixProcessTest.noProcessOutlivesItsHost|it forks; RoadTest.aKilledHostTakesTheApplicationAlong looks at it there"
+    "KeeperFileTest.canBeRunAndHasNoNameWhereverItLies|there is no keeper"
+    "ErrorStream.aSignalThatWaitedBeforeGoesOnWaiting|of signals"
     "ShortageTest.ofDescriptorsFailsTheOperationAloneWithAWordAndLeavesNone|handles have no limit there"
     "FullDiskLogTest.isToldOnce|there is no file that is a full disk"
     "FullDisk.AFileThatItDoesNotTakeIsNotWritten|there is no file that is a full disk"
