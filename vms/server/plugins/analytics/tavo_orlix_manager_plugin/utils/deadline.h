@@ -13,8 +13,12 @@ namespace tavo::vms_server_plugins::analytics::orlix
 class Deadline
 {
 public:
-    explicit Deadline(std::chrono::milliseconds after) : m_end(Clock::now() + after) {}
-    explicit Deadline(int afterMs) : Deadline(std::chrono::milliseconds(afterMs)) {}
+    explicit Deadline(std::chrono::milliseconds after) :
+        m_end(Clock::now() + after)
+    {}
+    explicit Deadline(int afterMs) :
+        Deadline(std::chrono::milliseconds(afterMs))
+    {}
 
     // Rounded up; 0 once it has passed.
     [[nodiscard]] int remainingMs() const
