@@ -93,12 +93,12 @@ TEST_F(DriverProbeTest, hailoIsFitWithASupportedVersionOnly)
         const char* driverVersion;
     } cases[] = {
         {0, "print Device Architecture: HAILO8\nprint HailoRT-CLI version 4.18.0", 0, false, ""},
-        {1, "print Device Architecture: HAILO8\nprint HailoRT-CLI version 4.18.0", 1, true,
-         "4.18.0"},
-        {2,
-         "print Device Architecture: HAILO15\nprint Device Architecture: HAILO8L\n"
-         "print HailoRT-CLI version 4.16.0",
-         2, false, "4.16.0"},
+        {1,
+         "print Device Architecture: HAILO15\nprint Device Architecture: HAILO8\n"
+         "print HailoRT-CLI version 4.18.0",
+         1, true, "4.18.0"},
+        {2, "print Device Architecture: HAILO8L\nprint HailoRT-CLI version 4.16.0", 2, false,
+         "4.16.0"},
         {1, "print HailoRT-CLI version 4.18.0\nprint HailoRT-CLI version 4.19.0", 0, false, ""},
         {1, "exit 1", 0, false, ""}};
     for (const auto& c : cases)
