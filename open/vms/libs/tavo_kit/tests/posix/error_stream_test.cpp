@@ -15,7 +15,9 @@ TEST(ErrorStream, aSignalThatWaitedBeforeGoesOnWaiting)
     sigset_t former;
     sigemptyset(&pipeSignal);
     sigaddset(&pipeSignal, SIGPIPE);
+    printLine("");
     pthread_sigmask(SIG_BLOCK, &pipeSignal, &former);
+    EXPECT_EQ(sigismember(&former, SIGPIPE), 0) << "as it was";
     pthread_kill(pthread_self(), SIGPIPE);
     {
         const test_support::BrokenStream broken(test_support::BrokenStream::Stream::error);

@@ -22,6 +22,7 @@ std::string bytesOf(const MpackTree& tree)
 
 TEST(JsonToMpackTest, everyKindHasItsEncoding)
 {
+    const CapturedLog log;
     const struct
     {
         const char* json;
@@ -41,6 +42,7 @@ TEST(JsonToMpackTest, everyKindHasItsEncoding)
         EXPECT_EQ(c.bytes, bytesOf(*tree));
         EXPECT_EQ(c.bytes, bytesOf(*mpack_node_clone(tree->root())));
     }
+    EXPECT_EQ("", log.text());
 }
 
 TEST(JsonToMpackTest, whatHasNoCounterpartFailsTheWhole)

@@ -169,6 +169,9 @@ TEST(LogFailureTest, isToldOnce)
     };
     EXPECT_EQ("Error creating log file", told());
     EXPECT_EQ("Error creating log file", told()); // of the next engine
+    testing::internal::CaptureStderr();
+    log_info("a line when all is closed\n");
+    EXPECT_EQ("", testing::internal::GetCapturedStderr());
 }
 
 TEST(StandardStreamTest, aStandardStreamThatNobodyReadsDoesNoHarm)

@@ -59,6 +59,7 @@ TEST(OsReleaseTest, nameIsOneWordAndVersionAsGiven)
         {"NAME=\"Debian GNU/Linux\"\nVERSION=\"12 (bookworm)\"\nVERSION_ID=\"12\"", "Debian", "12"},
         {"VERSION_ID=3.19.0\nNAME='Alpine Linux'\n", "Alpine", "3.19.0"},
         {"NAME=\"A\\\"B\"\n", "A\"B", "Unknown"},
+        {"NAME=A\\\n", "A\\", "Unknown"},
         {"NAME=\n\nVERSION_ID=\"\"\nNAME2=x\n", "Unknown", "Unknown"},
         {"", "Unknown", "Unknown"},
     };

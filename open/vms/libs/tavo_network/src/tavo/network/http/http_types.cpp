@@ -1,26 +1,9 @@
 #include <tavo/network/http/http_types.h>
 
-#include <algorithm>
+#include <curl/curl.h>
 
 namespace tavo::network::http
 {
-
-namespace
-{
-
-char lowerCase(char c)
-{
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-bool isSameName(std::string_view left, std::string_view right)
-{
-    return std::equal(
-        left.begin(), left.end(), right.begin(), right.end(),
-        [](char l, char r) { return lowerCase(l) == lowerCase(r); });
-}
-
-} // namespace
 
 std::string StatusLine::toString() const
 {
@@ -34,7 +17,9 @@ std::string getHeaderValue(const HttpHeaders& headers, std::string_view name)
 {
     for (const auto& [headerName, value] : headers)
     {
-        if (isSameName(headerName, name))
+        // Of ASCII letters alone, whatever the locale.
+        if (headerName.size() == name.size() &&
+            curl_strnequal(headerName.data(), name.data(), name.size()))
             return value;
     }
     return {};

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cstring>
 #include <mutex>
+#include <span>
 
 #include <tavo/sdk/helpers/random_bytes.h>
 
@@ -27,20 +28,20 @@ public:
     {
         Uuid result;
         const std::lock_guard lock(m_mutex);
-        if (m_unusedCount == 0)
+        if (m_unused.empty())
         {
             fillWithRandomBytes(m_bytes);
-            m_unusedCount = m_bytes.size();
+            m_unused = m_bytes;
         }
-        m_unusedCount -= sizeof result.bytes;
-        std::memcpy(result.bytes, m_bytes.data() + m_unusedCount, sizeof result.bytes);
+        std::memcpy(result.bytes, m_unused.data(), sizeof result.bytes);
+        m_unused = m_unused.subspan(sizeof result.bytes);
         return result;
     }
 
 private:
     std::mutex m_mutex; // leaf, over all below
     std::array<std::uint8_t, 16 * 16> m_bytes;
-    size_t m_unusedCount = 0;
+    std::span<const std::uint8_t> m_unused; // of these
 };
 
 } // namespace

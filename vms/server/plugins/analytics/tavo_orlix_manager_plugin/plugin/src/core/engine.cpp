@@ -119,8 +119,7 @@ void Engine::stopThreads()
     // Wakes the listener out of its accept. The socket is closed when the listener is gone, so
     // that it never waits on a descriptor that by then is somebody else's.
     const SocketHandle socket = m_listeningSocket.exchange(kInvalidSocket);
-    if (socket != kInvalidSocket)
-        socket_shutdown(socket);
+    socket_shutdown(socket);
 
     log_info("Waiting for socket listener to exit...\n");
     if (m_listenerThread.joinable())

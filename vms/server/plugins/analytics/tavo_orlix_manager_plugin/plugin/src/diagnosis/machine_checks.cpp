@@ -48,7 +48,7 @@ public:
         for (std::string line; std::getline(stream, line);)
         {
             const std::size_t head = line.find(": ");
-            if (head != std::string::npos && head + 2 < line.size())
+            if (head != std::string::npos)
                 joined += "; " + oneLine(line.substr(head + 2));
         }
         return joined;

@@ -92,7 +92,7 @@ Outcome downloadFile(
     log_info("Downloading %s to file: %s\n", url.c_str(), filePath.c_str());
     StoppableClient client(downloadCertificateCheck(), stop);
     trustConfiguredAuthorities(client);
-    if (!client.doGet(Url(url)) || !client.response())
+    if (!client.doGet(Url(url)))
     {
         log_info("Failed to download file at: %s\n", url.c_str());
         return Outcome::failed(

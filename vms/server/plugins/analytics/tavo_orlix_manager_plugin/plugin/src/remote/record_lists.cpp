@@ -38,7 +38,7 @@ std::vector<std::string> cloudUserIds(std::string_view users)
     if (!yyjson_is_arr(list))
     {
         log_info("WARNING: Failed to parse Users data");
-        return ids;
+        return {};
     }
     yyjson_arr_iter iterator = yyjson_arr_iter_with(list);
     while (yyjson_val* const user = yyjson_arr_iter_next(&iterator))

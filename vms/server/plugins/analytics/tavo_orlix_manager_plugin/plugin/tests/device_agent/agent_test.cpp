@@ -70,9 +70,9 @@ TEST_F(AgentTest, AsksForWhatAButtonSays)
         const std::string car = button == std::string("selectAllButton") ? "true"
             : button == std::string("deSelectAllButton")                 ? "false"
                                                                          : "x";
-        EXPECT_THAT(
-            readAnswer(settings).first,
-            ElementsAre(Pair("other", "x"), Pair("visualise_car", car)));
+        const auto& [values, model] = readAnswer(settings);
+        EXPECT_THAT(values, ElementsAre(Pair("other", "x"), Pair("visualise_car", car)));
+        EXPECT_THAT(model, testing::StartsWith(R"({"type":"Settings",)"));
     }
 }
 

@@ -143,9 +143,12 @@ TEST_F(InputMessageTest, CountsWhatItHolds)
         c.set(settings);
         EXPECT_EQ(all, keysOf(created()));
     }
+    settings.masks.assign(2, std::vector<float>(20'000, 0.5f));
+    const std::string large = created();
+    EXPECT_EQ(all, keysOf(large));
+    EXPECT_LT(40'000u, large.size());
 }
 
-// No pixel is read: these would lie far beyond any memory.
 TEST_F(InputMessageTest, PacksRowsThatLieFurtherApart)
 {
     const std::string packed = created();
@@ -156,6 +159,7 @@ TEST_F(InputMessageTest, PacksRowsThatLieFurtherApart)
     EXPECT_EQ(packed, created());
 }
 
+// No pixel is read: these would lie far beyond any memory.
 TEST_F(InputMessageTest, RefusesWhatNoSegmentCanHold)
 {
     const struct
