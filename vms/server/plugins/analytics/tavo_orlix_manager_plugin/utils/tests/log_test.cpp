@@ -153,6 +153,7 @@ TEST(LogRepetitionsTest, aKindPassesAtOnceAndThenOnceAnIntervalWithItsCount)
         EXPECT_EQ(0, pass(0, std::to_string(i).c_str(), 62s));
     EXPECT_EQ(-1, pass(0, "b", 62s));
     EXPECT_EQ(0, pass(1, "a", 62s)); // since 0 s: forgotten
+    EXPECT_EQ(0, pass(1, "a", 122s));
 }
 
 TEST(LogFailureTest, isToldOnce)

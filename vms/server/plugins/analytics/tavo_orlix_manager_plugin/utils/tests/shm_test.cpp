@@ -39,6 +39,7 @@ TEST(ShmTest, whatOneSideWritesTheOtherReadsUpToWhatIsCommittedNow)
 
 TEST(ShmTest, aRandomNameThatIsTakenIsTriedAnew)
 {
+    const CapturedLog log;
     const std::uint32_t taken = test_support::ownProcessId() * 16;
     ShmSegment segments[3];
     int tries = 0;
@@ -54,6 +55,9 @@ TEST(ShmTest, aRandomNameThatIsTakenIsTriedAnew)
     shm_create_random(segments[2], 10, nameAt(0));
     EXPECT_EQ(5, tries);
     EXPECT_FALSE(shm_is_valid(segments[2]));
+    EXPECT_NE(
+        std::string::npos,
+        log.text().find("SHM with key " + segments[0].name + " already exists. Trying again...\n"));
     for (int i : {0, 1})
     {
         shm_close(segments[i]);

@@ -257,6 +257,12 @@ TEST_F(EngineTest, WithoutAPlaceForItsFilesThereIsNoEngine)
         const sdk::Ptr<const sdk::IString> message(result.errorMessage);
         EXPECT_THAT(message->str(), testing::HasSubstr(c.text));
     }
+    m_host->home = "";
+    const std::string own = m_folder.path("own");
+    ini().WorkingDirectory = own.c_str();
+    engine();
+    EXPECT_TRUE(std::filesystem::is_directory(own));
+    ini().WorkingDirectory = "";
 }
 
 TEST_F(EngineTest, SaysInItsLogWhatItFindsOnThisMachine)

@@ -93,7 +93,10 @@ TEST_F(Doctor, FindsEachFault)
         {"storage away", "", "RuntimesStorageURL=http://" + std::string(64, 'x') + "\n",
          "xxx/, could not be reached: Could not resolve host", "[bad]"},
         {"certificate", "", "CloudAPI=" + untrusted.url("") + "\n",
-         ", its certificate is not trusted: SSL certificate problem", "[bad]"},
+         " ms, its certificate is not trusted: SSL certificate problem", "[bad]"},
+        {"certificate of an authority that is known", "",
+         "CloudAPI=" + untrusted.url("") + "\ncaBundle=" + certificate.caFile() + "\n",
+         " ms, certificate trusted [good]"},
         {"certificate that is not checked", "", "RuntimesStorageURL=" + untrusted.url("") + "\n",
          ", its certificate is not trusted: SSL certificate problem", "[attention]"},
         {"word for a number", "", "HTTPRequestTimeout=soon\n",
@@ -170,16 +173,20 @@ TEST_F(Doctor, TellsTheWorstByItsExitCodeAndAsJson)
 {
     const CommandResult fresh = run();
     EXPECT_EQ(1, fresh.exitCode);
-    for (const char* const line :
-         {" free of 2048 MiB needed [good]", " free of 512 MiB needed [good]",
-          "orlix_manager , not installed [attention]", "\n    It is fetched when a camera",
-          "Runtime: none, not installed [attention]",
-          "Generic CPU: offered; Checking for supported CPU; Download link: http://127.0.0.1:",
-          "SiMa: none here; Checking for supported SiMa chips [good]",
-          "Library: ", " offered [good]", "Models: 0 assigned [good]",
-          "tavo_orlix_manager_plugin.ini [good]", "Option: caBundle=, by default [good]",
-          "Last crash: none in the logs [good]", ".sock is not there [good]",
-          "Lock of the sockets: free: no host runs with this temporary folder [good]"})
+    std::size_t offered = 0;
+    for (std::size_t at = 0; (at = fresh.output.find(": offered; ", at)) != std::string::npos; ++at)
+        ++offered;
+    for (const std::string& line : std::initializer_list<std::string>{
+             " free of 2048 MiB needed [good]", " free of 512 MiB needed [good]",
+             "orlix_manager , not installed [attention]", "\n    It is fetched when a camera",
+             "Runtime: none, not installed [attention]",
+             "Generic CPU: offered; Checking for supported CPU; Download link: http://127.0.0.1:",
+             "\nRuntimes: " + std::to_string(offered) + " offered [good]",
+             "SiMa: none here; Checking for supported SiMa chips [good]",
+             "Library: ", "Models: 0 assigned [good]", "tavo_orlix_manager_plugin.ini [good]",
+             "Option: caBundle=, by default [good]", "Last crash: none in the logs [good]",
+             ".sock is not there [good]",
+             "Lock of the sockets: free: no host runs with this temporary folder [good]"})
         EXPECT_THAT(fresh.output, HasSubstr(line));
 
     writeIni("CloudAPI=http://127.0.0.1:1\n");

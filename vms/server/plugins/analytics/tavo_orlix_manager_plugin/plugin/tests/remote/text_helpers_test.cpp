@@ -2,9 +2,12 @@
 
 #include "remote/file_helpers.h"
 
+#include <cmath>
 #include <locale>
 
 #include <gtest/gtest.h>
+
+#include "utils/tests/test_support.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -82,6 +85,15 @@ TEST_F(CommaLocale, TextToFloatReadsPointAndCommaAlike)
         {"wide", 9.0f}, {"nan", 9.0f},    {"1e999", 9.0f}};
     for (const auto& c : kCases)
         EXPECT_EQ(c.second, textToFloat(c.first, 9.0f)) << c.first;
+}
+
+TEST(CompactJson, OfWhatHasNoTextIsEmpty)
+{
+    const test::CapturedLog log;
+    const auto [document, root] = newJsonObject();
+    yyjson_mut_obj_add_real(document.get(), root, "a", std::nan(""));
+    EXPECT_EQ("{}", compactJson(document.get()));
+    EXPECT_EQ("Error creating settings model string\n", log.text());
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix

@@ -161,6 +161,12 @@ TEST(ChipFamiliesTest, areDetectedInOneOrderAndToldInAnother)
     }
     ini().enableAmbarellaIntegration = false;
     EXPECT_EQ(std::string::npos, log.text().find("only supported on aarch64"));
+    MessageBoard board;
+    ini().enableAmbarellaIntegration = true;
+    EXPECT_TRUE(detectChip(chipFamilies().back(), kUbuntu, board).runtimes.empty());
+    ini().enableAmbarellaIntegration = false;
+    EXPECT_TRUE(log.text().ends_with(
+        "Ambarella runtime is only supported on aarch64. Current CPU architecture: x86_64\n"));
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix
