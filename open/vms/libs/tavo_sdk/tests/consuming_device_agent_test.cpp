@@ -257,6 +257,9 @@ TEST(ConsumingDeviceAgent, tellsItsLife)
         agent->finalize();
         agent->setHandler(nullptr);
         agent->pushMetadataPacket(objects);
+        Result<const IActiveSettingChangedResponse*> answer(Error{ErrorCode::otherError, nullptr});
+        agent->getSettingsOnActiveSettingChange(&answer, nullptr);
+        EXPECT_TRUE(answer.isOk());
     }
     const std::string told = testing::internal::GetCapturedStderr();
     const std::string begin = R"([P_device_Gate] Created for device:

@@ -26,8 +26,7 @@ std::FILE* file_open_private(const char* path)
 {
     // Whoever has opened what is there, or has linked it to somewhere else, keeps that.
     unlink(path);
-    const int descriptor =
-        open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR);
+    const int descriptor = open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
     if (descriptor < 0)
         return nullptr;
     std::FILE* const file = fdopen(descriptor, "wb");

@@ -171,8 +171,8 @@ TEST(LogFailureTest, isToldOnce)
     EXPECT_EQ("Error creating log file", told());
     EXPECT_EQ("Error creating log file", told()); // of the next engine
     testing::internal::CaptureStderr();
-    log_info("a line when all is closed\n");
-    EXPECT_EQ("", testing::internal::GetCapturedStderr());
+    log_error("when all is closed\n");
+    EXPECT_EQ("when all is closed\n", testing::internal::GetCapturedStderr());
 }
 
 TEST(StandardStreamTest, aStandardStreamThatNobodyReadsDoesNoHarm)

@@ -111,8 +111,7 @@ void HttpClient::Transfer::abandon()
 void HttpClient::Transfer::stop()
 {
     m_isStopped = true;
-    if (m_multi)
-        curl_multi_wakeup(m_multi.get());
+    curl_multi_wakeup(m_multi.get());
 }
 
 bool HttpClient::Transfer::setOptions(const Url& url, const PostBody* body)

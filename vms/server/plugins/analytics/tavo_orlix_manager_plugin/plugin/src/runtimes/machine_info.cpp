@@ -16,7 +16,12 @@ MachineInfo readMachineInfo()
 
 CpuArchitecture readNativeArchitecture()
 {
-    switch (machine_processor_kind())
+    return nativeArchitectureOf(machine_processor_kind());
+}
+
+CpuArchitecture nativeArchitectureOf(ProcessorKind kind)
+{
+    switch (kind)
     {
         case ProcessorKind::x86_64:
             return CpuArchitecture::X86_64;

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "runtimes/cpu_architecture.h"
+#include "utils/machine.h"
 
 namespace tavo::vms_server_plugins::analytics::orlix
 {
@@ -33,6 +34,7 @@ private:
 
 // Stricter than readMachineInfo: a 32-bit x86 system is Unknown here.
 [[nodiscard]] CpuArchitecture readNativeArchitecture();
+[[nodiscard]] CpuArchitecture nativeArchitectureOf(ProcessorKind kind);
 
 // The processor's own answer; whether the system lets programs use it is not asked.
 [[nodiscard]] bool supportsAvx2();

@@ -56,12 +56,15 @@ TEST_F(Results, AddEventsInOrder)
 {
     handleResult({{"Timestamp", number(1)}});
     EXPECT_THAT(handler->takeEvents(), IsEmpty()) << "the first result, so no throughput";
-    handleResult(
-        {{"Timestamp", number(2)},
-         {"Events",
-          array({map({{"ID", text("mine")}, {"Caption", text("")}, {"Description", text("")}})})},
-         {"Scores", map({{"day", real(1)}})},
-         {"Counts", map({{"person", number(3)}, {"car", number(18446744073709551615u)}})}});
+    EXPECT_EQ(
+        mpack_ok,
+        handleResult(
+            {{"Timestamp", number(2)},
+             {"Events",
+              array(
+                  {map({{"ID", text("mine")}, {"Caption", text("")}, {"Description", text("")}})})},
+             {"Scores", map({{"day", real(1)}})},
+             {"Counts", map({{"person", number(3)}, {"car", number(18446744073709551615u)}})}}));
     EXPECT_THAT(
         handler->takeEvents(),
         ElementsAre(

@@ -212,6 +212,12 @@ TEST_F(ManagerProcessTest, FailsWithoutItsFiles)
     EXPECT_EQ(ManagerState::Failed, check());
     EXPECT_EQ(1u, manager.startCount());
     EXPECT_TRUE(manager.lacksFiles());
+    folder.write("m", "a model");
+    start();
+    EXPECT_NE(
+        std::string::npos,
+        onBoard(board_key::kCouldNotStart).find("Model key file missing for Net (m)."));
+    EXPECT_TRUE(manager.lacksFiles());
     models.clear();
     start();
     EXPECT_FALSE(manager.lacksFiles());

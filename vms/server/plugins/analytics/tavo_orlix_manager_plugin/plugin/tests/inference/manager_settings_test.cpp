@@ -1,3 +1,4 @@
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -55,6 +56,15 @@ TEST_F(ManagerSettingsTest, WritesOnlyWhatChanged)
         EXPECT_EQ(c.isWritten, folder.has("orlix_manager/etc/settings.json"));
         EXPECT_FALSE(update(c.next, /*force*/ false)) << "known by now";
     }
+}
+
+TEST_F(ManagerSettingsTest, LeavesOutWhatHasNoText)
+{
+    auto list = newJsonDocument();
+    yyjson_mut_doc_set_root(list.get(), yyjson_mut_real(list.get(), std::nan("")));
+    EXPECT_TRUE(manager.updateSettings(std::move(list), {}, /*force*/ true));
+    EXPECT_TRUE(log.text().ends_with("Warning! Failed to create json string.\n"));
+    EXPECT_FALSE(folder.has("orlix_manager/etc/settings.json"));
 }
 
 TEST_F(ManagerSettingsTest, TellsOnceOfWhatItCannotWriteAndTriesAgain)

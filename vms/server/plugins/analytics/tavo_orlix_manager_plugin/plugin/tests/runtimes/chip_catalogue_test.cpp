@@ -133,6 +133,14 @@ TEST(ChipCatalogueTest, aFamilyOffersItsRuntimeToMachinesThatRunIt)
     }
 }
 
+TEST(MachineInfoTest, onlyWhatRunsNativelyHasAnArchitecture)
+{
+    EXPECT_EQ(CpuArchitecture::X86_64, nativeArchitectureOf(ProcessorKind::x86_64));
+    EXPECT_EQ(CpuArchitecture::Aarch64, nativeArchitectureOf(ProcessorKind::arm64));
+    EXPECT_EQ(CpuArchitecture::Unknown, nativeArchitectureOf(ProcessorKind::x86));
+    EXPECT_EQ(CpuArchitecture::Unknown, nativeArchitectureOf(ProcessorKind::other));
+}
+
 TEST(ChipFamiliesTest, areDetectedInOneOrderAndToldInAnother)
 {
     const test::CapturedLog log;
@@ -163,6 +171,7 @@ TEST(ChipFamiliesTest, areDetectedInOneOrderAndToldInAnother)
     EXPECT_EQ(std::string::npos, log.text().find("only supported on aarch64"));
     MessageBoard board;
     ini().enableAmbarellaIntegration = true;
+    EXPECT_TRUE(detectChip(chipFamilies().front(), kUbuntu, board).detected);
     EXPECT_TRUE(detectChip(chipFamilies().back(), kUbuntu, board).runtimes.empty());
     ini().enableAmbarellaIntegration = false;
     EXPECT_TRUE(log.text().ends_with(

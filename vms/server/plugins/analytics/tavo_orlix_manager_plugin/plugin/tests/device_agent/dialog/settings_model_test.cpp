@@ -195,6 +195,7 @@ TEST(WellFormedUtf8, ReplacesWhatIsNoCharacter)
     const std::pair<std::string, std::string> kCases[] = {
         {"\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80", "\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80"},
         {"a\x80z\xC3", "a?z?"}, // in the middle of nothing, and cut off
+        {"\xC2\x80\xE0\xA0\x80\xF0\x90\x80\x80", "\xC2\x80\xE0\xA0\x80\xF0\x90\x80\x80"},
         {"\xC0\xAF", "??"}, // longer than need be
         {"\xED\xA0\x80", "???"}, // half of a pair
         {"\xF4\x8F\xBF\xBF\xF4\x90\x80\x80", "\xF4\x8F\xBF\xBF????"}, // the last, and beyond it
