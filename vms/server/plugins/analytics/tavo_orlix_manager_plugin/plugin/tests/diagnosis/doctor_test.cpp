@@ -197,7 +197,10 @@ TEST_F(Doctor, TellsTheWorstByItsExitCodeAndAsJson)
     const JsonDocument document = parseJson(std::string_view(result.output).substr(begin));
     ASSERT_TRUE(document) << result.output;
     EXPECT_EQ("bad", jsonText(jsonMember(yyjson_doc_get_root(document.get()), "verdict")));
-    EXPECT_THAT(result.output, HasSubstr(R"("verdict":"bad","wayOut":")"));
+    EXPECT_THAT(
+        result.output,
+        HasSubstr(
+            R"("subject":"Runtime","text":"none, not installed","verdict":"attention","wayOut":")"));
     for (const auto& entry : std::filesystem::directory_iterator(m_folder.path()))
         EXPECT_FALSE(entry.path().filename().string().starts_with("orlix_doctor_")) << "is left";
     EXPECT_EQ(3, run("--nonsense").exitCode);
