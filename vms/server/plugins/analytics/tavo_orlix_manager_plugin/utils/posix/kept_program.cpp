@@ -88,13 +88,10 @@ private:
 bool isReadable(int descriptor, int timeoutMs)
 {
     const Deadline deadline(timeoutMs);
-    for (;;)
-    {
-        pollfd polled{descriptor, POLLIN, 0};
-        const int ready = poll(&polled, 1, timeoutMs < 0 ? -1 : deadline.remainingMs());
-        if (ready >= 0 || errno != EINTR)
-            return ready > 0;
-    }
+    pollfd polled{descriptor, POLLIN, 0};
+    const int ready = uninterrupted(
+        [&] { return poll(&polled, 1, timeoutMs < 0 ? -1 : deadline.remainingMs()); });
+    return ready > 0;
 }
 
 // False, with nothing changed, when the keeper has ended.

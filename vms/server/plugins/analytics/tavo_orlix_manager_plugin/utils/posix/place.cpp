@@ -14,10 +14,10 @@ const char* const kSharedMemoryFolder = "/dev/shm";
 
 Place lookAtPlace(const std::string& path)
 {
-    Place place;
     struct stat status = {};
     if (stat(path.c_str(), &status) != 0)
-        return place;
+        return {};
+    Place place;
     place.exists = true;
     std::ostringstream rights;
     rights << ", user " << status.st_uid << ", mode " << std::oct << (status.st_mode & 07777U);

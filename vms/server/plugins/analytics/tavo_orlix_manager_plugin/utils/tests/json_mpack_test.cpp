@@ -52,9 +52,13 @@ TEST(JsonToMpackTest, whatHasNoCounterpartFailsTheWhole)
     for (const int depth : {kMaxTreeDepth + 1, kMaxTreeDepth + 2, 100'000})
     {
         const auto size = static_cast<std::size_t>(depth);
-        EXPECT_EQ(
-            depth == kMaxTreeDepth + 1,
-            treeOf(std::string(size, '[') + std::string(size, ']')) != nullptr);
+        std::string objects;
+        for (std::size_t i = 0; i + 1 < size; ++i)
+            objects += "{\"a\":";
+        for (const std::string& json :
+             {std::string(size, '[') + std::string(size, ']'),
+              objects + "{}" + std::string(size - 1, '}')})
+            EXPECT_EQ(depth == kMaxTreeDepth + 1, treeOf(json) != nullptr);
     }
 }
 

@@ -10,8 +10,9 @@ namespace tavo::vms_server_plugins::analytics::orlix
 void FrameClock::record(std::uint64_t timestampUs, std::uint64_t passedAtUs)
 {
     const MutexLock lock(m_mutex);
+    // An empty one has the time 0.
     const auto slot = std::min_element(m_timestampsUs.begin(), m_timestampsUs.end());
-    if (*slot != 0) // else it is an empty one
+    if (*slot != 0)
         log_debug("Replacing oldest frame time.\n");
     *slot = timestampUs;
     m_passedAtUs[static_cast<std::size_t>(slot - m_timestampsUs.begin())] = passedAtUs;

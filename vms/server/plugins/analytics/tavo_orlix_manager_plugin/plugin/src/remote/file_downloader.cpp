@@ -118,7 +118,7 @@ Outcome downloadFile(
     Outcome outcome = receiveFile(
         client, file.get(), filePath, floor,
         [&](std::uint64_t total) { progress.post(progressText(title, total, length)); });
-    if (outcome && stop.stop_requested())
+    if (stop.stop_requested())
         outcome = Outcome::failed("This server is shutting down.");
     if (!outcome)
     {

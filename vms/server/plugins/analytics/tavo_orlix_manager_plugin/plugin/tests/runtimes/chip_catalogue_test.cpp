@@ -139,6 +139,7 @@ TEST(MachineInfoTest, onlyWhatRunsNativelyHasAnArchitecture)
     EXPECT_EQ(CpuArchitecture::Aarch64, nativeArchitectureOf(ProcessorKind::arm64));
     EXPECT_EQ(CpuArchitecture::Unknown, nativeArchitectureOf(ProcessorKind::x86));
     EXPECT_EQ(CpuArchitecture::Unknown, nativeArchitectureOf(ProcessorKind::other));
+    EXPECT_STREQ("UNKNOWN", architectureText(CpuArchitecture::Unknown));
 }
 
 TEST(ChipFamiliesTest, areDetectedInOneOrderAndToldInAnother)

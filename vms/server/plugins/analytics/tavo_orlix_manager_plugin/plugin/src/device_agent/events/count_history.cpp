@@ -10,7 +10,7 @@ namespace
 
 std::uint64_t mode(const std::vector<std::uint64_t>& values)
 {
-    std::uint64_t best = 0;
+    std::uint64_t best{};
     std::ptrdiff_t bestFrequency = 0;
     for (const std::uint64_t value : values)
     {

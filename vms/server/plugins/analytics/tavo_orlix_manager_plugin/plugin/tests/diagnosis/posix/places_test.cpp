@@ -35,7 +35,7 @@ TEST(DoctorsPlaces, AreSeenWithTheirRightsAndTheirRoom)
     checkFolders(
         out,
         {folder.path(), folder.path("none"),
-         "P: 1 2: Device {7} sends frames of 1x1\nP: 1 2: Device {7} sends frames of "
+         "P: 1 2: Device {7} sends frames of 1024x1024\nP: 1 2: Device {7} sends frames of "
          "2048x1024\nP: 1 2: Device {8} sends frames of 600000x600000\n"});
     EXPECT_TRUE(checkSockets(out, {folder.path(), folder.path(), ""}));
     FileLock host;

@@ -47,6 +47,12 @@ TEST_F(ManagerInstallationTest, tellsTheDiskThatIsFullOrCannotBeWritten)
     installation.install(m_board);
     EXPECT_EQ(ManagerInstallState::installed, installation.managerInstallState());
     EXPECT_EQ("", told());
+    {
+        const SmallDisk disk(m_folder.path("home/orlix_manager/bin"), "size=64k");
+        EXPECT_FALSE(installation.remove()); // what a disk is mounted at stays
+        EXPECT_EQ(ManagerInstallState::installed, installation.managerInstallState());
+    }
+    EXPECT_TRUE(installation.remove());
 }
 
 TEST_F(RuntimesManagerTest, tellsTheDiskThatIsFullOrCannotBeWritten)
