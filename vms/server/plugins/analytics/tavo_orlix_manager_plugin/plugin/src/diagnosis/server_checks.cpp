@@ -42,11 +42,13 @@ Answer ask(const std::string& url, network::ssl::CertificateCheck check)
 void checkServer(Findings& out, const char* subject, const std::string& url, bool isChecked)
 {
     const Answer checked = ask(url, network::ssl::kDefaultCertificateCheck);
-    const Answer any = checked.hasCome ? checked : ask(url, network::ssl::kAcceptAnyCertificate);
+    const bool isSecure = url.starts_with("https:");
+    const Answer any =
+        checked.hasCome || !isSecure ? checked : ask(url, network::ssl::kAcceptAnyCertificate);
     out.add(
         subject,
         Redaction().apply(url) + (any.hasCome ? any.text : "") +
-            (checked.hasCome && url.starts_with("https:") ? ", certificate trusted" : ""),
+            (checked.hasCome && isSecure ? ", certificate trusted" : ""),
         {{!any.hasCome, Verdict::bad, "could not be reached: " + oneLine(checked.text),
           way_out::kReach},
          {!checked.hasCome, isChecked ? Verdict::bad : Verdict::attention,
