@@ -33,6 +33,7 @@ PRODUCT = re.compile(r"(vms/.*/(plugin/src|utils)|open/vms/libs/[^/]+/src)/.*\.c
 NOT_HERE = re.compile(r"/(tests|windows|keeper)/")
 EXCUSED = ROOT / "scripts" / "lib" / "unseen_faults.txt"
 NOT_A_TEST = re.compile(r"^(browser\.|failing_calls\.install|include_rules|operating_guide|package)")
+ONLY_FOR_DEBUGGING = re.compile(r"if [^;{]*\)\s+log_debug\([^;{]*")
 JOBS = os.cpu_count() or 2
 SWITCH = ROOT / "scripts" / "lib" / "mutant_switch.h"
 IGNORED = ("conversion", "parentheses", "dangling-else", "unused", "shadow", "extra", "pedantic", "unused-result",
@@ -77,10 +78,8 @@ class Finder:
             if not cursor.is_definition() or "constexpr" in self.source(cursor).split("(")[0]:
                 return
             inside = True
-        if cursor.kind == CursorKind.STATIC_ASSERT or self.is_constant(cursor):
-            return
-        if cursor.kind == CursorKind.IF_STMT and re.fullmatch(
-                r"if [^;{]*\)\s+log_debug\([^;{]*", self.source(cursor).replace("\n", " ")):
+        if cursor.kind == CursorKind.STATIC_ASSERT or self.is_constant(cursor) or \
+                cursor.kind == CursorKind.IF_STMT and ONLY_FOR_DEBUGGING.fullmatch(self.source(cursor)):
             return
         if inside:
             self.look_at(cursor)
