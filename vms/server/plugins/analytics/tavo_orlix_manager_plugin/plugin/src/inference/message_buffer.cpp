@@ -37,8 +37,7 @@ void MessageBuffer::set(std::size_t encodedSize, std::size_t imageOffset, const 
 
 void MessageBuffer::clear()
 {
-    m_encodedSize = 0;
-    m_imageSize = 0;
+    set(0, 0, InputImage{});
 }
 
 } // namespace tavo::vms_server_plugins::analytics::orlix
