@@ -49,7 +49,8 @@ bool allocate(int descriptor, std::size_t size)
     do
         error = posix_fallocate(descriptor, 0, static_cast<off_t>(size));
     while (error == EINTR);
-    errno = error;
+    if (error != 0)
+        errno = error;
     return error == 0;
 }
 
