@@ -34,14 +34,6 @@ TEST(Debug, aReaderThatIsGoneDoesNoHarm)
     EXPECT_FALSE(broken.hasLeftSignal());
 }
 
-TEST(Debug, aLineComesWhole)
-{
-    testing::internal::CaptureStderr();
-    printLine(std::string(200'000, 'x'));
-    printLine("");
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), std::string(200'000, 'x') + "\n\n");
-}
-
 } // namespace
 
 } // namespace tavo::kit

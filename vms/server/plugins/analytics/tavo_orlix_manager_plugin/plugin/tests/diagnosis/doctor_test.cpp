@@ -205,9 +205,9 @@ TEST_F(Doctor, TellsTheWorstByItsExitCodeAndAsJson)
         EXPECT_FALSE(entry.path().filename().string().starts_with("orlix_doctor_")) << "is left";
     EXPECT_EQ(3, run("--nonsense").exitCode);
     EXPECT_EQ(0, run("--help").exitCode);
-    const CommandResult unpacked = run("--bundle " + m_folder.path("none/x.tar.gz"));
-    EXPECT_EQ(3, unpacked.exitCode);
-    EXPECT_THAT(unpacked.output, HasSubstr("could not make " + m_folder.path("none/x.tar.gz")));
+    const CommandResult refused = run("--bundle " + m_folder.path("none/x.tar.gz"));
+    EXPECT_EQ(3, refused.exitCode);
+    EXPECT_THAT(refused.output, HasSubstr("could not make " + m_folder.path("none/x.tar.gz")));
 }
 
 TEST_F(Doctor, PacksNoSecret)

@@ -112,7 +112,6 @@ TEST_F(SendInputTest, AnnouncesWritesAndConfirms)
     EXPECT_EQ(std::string("\x81\xa6Status\x00", 9), messages[1]);
 }
 
-// What the application answers, and what comes of it. None of it writes anything.
 TEST_F(SendInputTest, SendsACommandInAMessage)
 {
     manager.sendReferenceRun();
@@ -122,6 +121,7 @@ TEST_F(SendInputTest, SendsACommandInAMessage)
     EXPECT_NE(std::string::npos, log.text().find("Interface: Sent reference run command"));
 }
 
+// What the application answers, and what comes of it. None of it writes anything.
 TEST_F(SendInputTest, DropsTheFrameOnAnAnswerWithoutASegment)
 {
     const std::string notReady = "Orlix Manager not ready for input.\n";

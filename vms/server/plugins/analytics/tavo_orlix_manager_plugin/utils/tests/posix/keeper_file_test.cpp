@@ -1,6 +1,6 @@
 #include "utils/posix/keeper_file.h"
 
-#include <algorithm>
+#include <filesystem>
 #include <sys/stat.h>
 
 #include <testing/scoped_variable.h>

@@ -32,7 +32,8 @@ void fill(sdk::analytics::ObjectMetadata& metadata, const TrackedObject& object)
 
 bool isFinite(const sdk::analytics::Rect& rect)
 {
-    return std::isfinite(rect.width) && std::isfinite(rect.height); // so are x and y
+    // A width that is finite has two edges that are, and so has a height.
+    return std::isfinite(rect.width) && std::isfinite(rect.height);
 }
 
 } // namespace
